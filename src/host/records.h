@@ -4,52 +4,54 @@
 #include <cstdint>
 
 /// The records that the module and the host share memory in. The host is a 32-bit process, and the layouts are pinned
-/// for it below. In a 64-bit build pointer words are pointer-wide with their natural alignment, all others stay 32 bits.
+/// for it below. In a 64-bit build pointer words are pointer-wide with their natural alignment, all others stay 32
+/// bits.
 
 /// A routine of any signature; the host calls it as its declaration says.
 using REALroutine = void (*)();
 
 /// One script method: its routine, the routine that an assignment to it calls (or null), its declaration, its flags.
 struct REALmethodDefinition {
-    REALroutine function;
-    REALroutine setter;
-    const char *declaration;
-    std::uint32_t flags;
+    REALroutine function = nullptr;
+    REALroutine setter = nullptr;
+    const char *declaration = nullptr;
+    std::uint32_t flags = 0;
 };
 
 /// One property of a class. Getter and setter are routines, or both have all bits set: then the host reads and writes
-/// the field itself, at byte offset `param` of the class's instance data. An own accessor receives `param` as its second
-/// argument.
+/// the field itself, at byte offset `param` of the class's instance data. An own accessor receives `param` as its
+/// second argument.
 struct REALpropertyDefinition {
-    std::uint32_t unused0;
-    const char *name;
-    const char *type;
-    std::uint32_t flags;
-    REALroutine getter;
-    REALroutine setter;
-    std::uint32_t param;
-    std::uint32_t unused7to9[3];
+    std::uint32_t unused0 = 0;
+    const char *name = nullptr;
+    const char *type = nullptr;
+    std::uint32_t flags = 0;
+    REALroutine getter = nullptr;
+    REALroutine setter = nullptr;
+    std::uint32_t param = 0;
+    std::uint32_t unused7to9[3] = {};
 };
 
 /// A class, or (through PluginRegisterClassExtension) methods added to the host's class of that name.
 struct REALclassDefinition {
-    std::uint32_t version;
-    const char *name;
-    std::uint32_t unused2;
-    std::uint32_t instanceSize;
-    std::uint32_t dataOffset; ///< written by the host at registration: where instance data begins inside an instance
-    REALroutine constructor;
-    REALroutine destructor;
-    REALpropertyDefinition *properties;
-    std::int32_t propertyCount;
-    REALmethodDefinition *methods;
-    std::int32_t methodCount;
-    std::uint32_t unused11to19[9];
-    std::uint32_t flags;
-    REALpropertyDefinition *moreProperties;
-    std::int32_t morePropertyCount;
-    REALmethodDefinition *moreMethods;
-    std::int32_t moreMethodCount;
+    std::uint32_t version = 0;
+    const char *name = nullptr;
+    std::uint32_t unused2 = 0;
+    std::uint32_t instanceSize = 0;
+    std::uint32_t dataOffset =
+        0; ///< written by the host at registration: where instance data begins inside an instance
+    REALroutine constructor = nullptr;
+    REALroutine destructor = nullptr;
+    REALpropertyDefinition *properties = nullptr;
+    std::int32_t propertyCount = 0;
+    REALmethodDefinition *methods = nullptr;
+    std::int32_t methodCount = 0;
+    std::uint32_t unused11to19[9] = {};
+    std::uint32_t flags = 0;
+    REALpropertyDefinition *moreProperties = nullptr;
+    std::int32_t morePropertyCount = 0;
+    REALmethodDefinition *moreMethods = nullptr;
+    std::int32_t moreMethodCount = 0;
 };
 
 /// What a locked picture's pixels are: `type` 8 a bitmap context, 10 a console picture record, 4 a graphics world.
@@ -72,12 +74,14 @@ struct REALconsolePicture {
     void **rows;             ///< `height` addresses, each the first pixel of a row
 };
 
-/// A copy of a string's bytes.
+/// A copy of a string's bytes. The last two words are the host's own; in a copy that the module made itself, the first
+/// of them holds the module's mark.
 struct REALstringData {
     const char *bytes;
-    std::uint32_t length; ///< bytes, not counting the terminator
+    std::int32_t length; ///< bytes, not counting the terminator
     std::uint32_t encoding;
-    void *unread[2];
+    const void *maker;
+    void *unread;
 };
 
 /// The string record of hosts before 2013.0, which the module reads directly: the text begins one byte after `storage`.
@@ -85,7 +89,7 @@ struct REALolderString {
     std::uint32_t unread0;
     const char *storage;
     std::uint32_t unread2;
-    std::uint32_t length; ///< bytes
+    std::int32_t length; ///< bytes
 };
 
 static_assert(offsetof(REALconsolePicture, trueColor) == 7224);

@@ -1,0 +1,45 @@
+#pragma once
+
+#include "pixels/inline.h"
+
+namespace kvt {
+
+/// What the kernels are compiled for. Every level yields the same bits.
+enum class InstructionSet : int {
+    Baseline = 0, ///< SSE2 on x86, plain code elsewhere
+    Avx2 = 1,
+    Avx512 = 2, ///< F, BW, DQ, VL and VBMI
+};
+
+/// The best level that the processor and its system offer, at most the forced one. Found out once.
+InstructionSet ActiveInstructionSet();
+
+extern "C" {
+extern int gForcedLevel; ///< for tests and benchmarks: an InstructionSet's number, or -1 for the best one
+extern int gActiveLevel; ///< what ActiveInstructionSet answered last; -1 before the first answer
+}
+
+#if defined(__x86_64__) || defined(__i386__)
+#define KVT_TARGET_AVX2 [[gnu::target("avx2")]]
+#define KVT_TARGET_AVX512 [[gnu::target("avx2,avx512f,avx512bw,avx512dq,avx512vl,avx512vbmi")]]
+
+template <class Body> KVT_TARGET_AVX2 auto RunWithAvx2(Body body) { return body(); }
+template <class Body> KVT_TARGET_AVX512 auto RunWithAvx512(Body body) { return body(); }
+#endif
+
+/// Runs `body` (a lambda marked KVT_INLINE_LAMBDA that captures by value) compiled for the active level.
+template <class Body> auto AtActiveLevel(Body body) {
+#if defined(__x86_64__) || defined(__i386__)
+    switch (ActiveInstructionSet()) {
+    case InstructionSet::Avx512:
+        return RunWithAvx512(body);
+    case InstructionSet::Avx2:
+        return RunWithAvx2(body);
+    case InstructionSet::Baseline:
+        break;
+    }
+#endif
+    return body();
+}
+
+} // namespace kvt

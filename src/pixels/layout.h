@@ -1,0 +1,130 @@
+#pragma once
+
+#include "pixels/inline.h"
+#include "pixels/picture_editor.h"
+
+#include <cstdint>
+#include <cstring>
+
+namespace kvt {
+
+/// Red, green and blue, each 0..255.
+struct Rgb {
+    std::int32_t red;
+    std::int32_t green;
+    std::int32_t blue;
+};
+
+/// The channels of a host color 0x00RRGGBB; the top byte does not count.
+KVT_INLINE constexpr Rgb RgbOfColor(std::uint32_t color) {
+    return {static_cast<std::int32_t>(color >> 16 & 255), static_cast<std::int32_t>(color >> 8 & 255),
+            static_cast<std::int32_t>(color & 255)};
+}
+
+KVT_INLINE constexpr Rgb GrayLevel(std::int32_t level) { return {level, level, level}; }
+
+/// Limits to 0..255.
+KVT_INLINE constexpr std::int32_t ToByte(std::int32_t value) { return value < 0 ? 0 : value > 255 ? 255 : value; }
+
+/// Truncates toward zero and limits to 0..255; limited before the conversion, so that no value is too large for it. Not
+/// a number gives 0.
+KVT_INLINE constexpr std::int32_t ToByte(double value) {
+    return static_cast<std::int32_t>(value > 0.0 ? value < 255.0 ? value : 255.0 : 0.0);
+}
+
+KVT_INLINE std::uint32_t LoadWord(const unsigned char *pixel) {
+    std::uint32_t word;
+    std::memcpy(&word, pixel, sizeof word);
+    return word;
+}
+
+KVT_INLINE void StoreWord(unsigned char *pixel, std::uint32_t word) { std::memcpy(pixel, &word, sizeof word); }
+
+// A layout is a type that loads a pixel's channels from its bytes and stores an opaque pixel. Pixels may lie at any
+// address. Words are little-endian: the lowest bits are the first byte.
+
+/// A 32-bit pixel word: where its channels begin, and what an opaque word holds beside them. The byte at `MaskShift` is
+/// the pixel's alpha.
+template <int RedShift, int GreenShift, int BlueShift, int MaskShift, std::uint32_t Opaque> struct PixelWord {
+    static constexpr std::int32_t kBytes = 4;
+    static constexpr std::uint32_t kColorBits = 255u << RedShift | 255u << GreenShift | 255u << BlueShift;
+
+    KVT_INLINE static constexpr std::uint32_t Word(Rgb pixel) {
+        return static_cast<std::uint32_t>(pixel.red) << RedShift |
+               static_cast<std::uint32_t>(pixel.green) << GreenShift |
+               static_cast<std::uint32_t>(pixel.blue) << BlueShift | Opaque;
+    }
+    KVT_INLINE static constexpr Rgb Channels(std::uint32_t word) {
+        return {static_cast<std::int32_t>(word >> RedShift & 255), static_cast<std::int32_t>(word >> GreenShift & 255),
+                static_cast<std::int32_t>(word >> BlueShift & 255)};
+    }
+    KVT_INLINE static Rgb Load(const unsigned char *pixel) { return Channels(LoadWord(pixel)); }
+    KVT_INLINE static void Store(unsigned char *pixel, Rgb value) { StoreWord(pixel, Word(value)); }
+
+    /// The mask value 0..255 that the pixel's alpha byte stands for.
+    KVT_INLINE static std::int32_t LoadMask(const unsigned char *pixel) {
+        return static_cast<std::int32_t>(LoadWord(pixel) >> MaskShift & 255);
+    }
+    /// Stores a mask value; red, green and blue stay.
+    KVT_INLINE static void StoreMask(unsigned char *pixel, std::int32_t value) {
+        StoreWord(pixel, (LoadWord(pixel) & kColorBits) | static_cast<std::uint32_t>(value) << MaskShift);
+    }
+};
+
+/// Bitmap contexts whose alpha (or skipped byte) comes last: red, green, blue, alpha in memory.
+using AlphaHigh = PixelWord<0, 8, 16, 24, 0xFF000000u>;
+/// Bitmap contexts whose alpha (or skipped byte) comes first: alpha, red, green, blue in memory.
+using AlphaLow = PixelWord<8, 16, 24, 0, 0x000000FFu>;
+
+/// Console pictures: blue, green, red, transparency in memory. The transparency has 7 bits, 0 opaque to 127; as a mask
+/// value it is widened to 8 bits. The top bit is ignored, and 0 when written.
+struct RowTable : PixelWord<16, 8, 0, 24, 0> {
+    KVT_INLINE static std::int32_t LoadMask(const unsigned char *pixel) {
+        const auto transparency = static_cast<std::int32_t>(LoadWord(pixel) >> 24 & 127);
+        return transparency * 2 + (transparency & 1);
+    }
+    KVT_INLINE static void StoreMask(unsigned char *pixel, std::int32_t value) {
+        PixelWord::StoreMask(pixel, value / 2);
+    }
+};
+
+/// Three bytes a pixel: red, green, blue.
+struct PackedRgb {
+    static constexpr std::int32_t kBytes = 3;
+    KVT_INLINE static Rgb Load(const unsigned char *pixel) { return {pixel[0], pixel[1], pixel[2]}; }
+    KVT_INLINE static void Store(unsigned char *pixel, Rgb value) {
+        pixel[0] = static_cast<unsigned char>(value.red);
+        pixel[1] = static_cast<unsigned char>(value.green);
+        pixel[2] = static_cast<unsigned char>(value.blue);
+    }
+};
+
+/// One byte a pixel, read as a gray.
+struct GrayByte {
+    static constexpr std::int32_t kBytes = 1;
+    KVT_INLINE static Rgb Load(const unsigned char *pixel) { return GrayLevel(*pixel); }
+};
+
+/// A layout whose pixels read as the gray of their mask value.
+template <class Layout> struct MaskOf {
+    static constexpr std::int32_t kBytes = Layout::kBytes;
+    KVT_INLINE static Rgb Load(const unsigned char *pixel) { return GrayLevel(Layout::LoadMask(pixel)); }
+};
+
+/// Calls `use` with a value of the layout type of a format code. An open editor's is always one of these.
+template <class Use> KVT_INLINE auto WithLayoutOf(std::int32_t format, Use use) {
+    switch (format) {
+    case 1:
+    case 3:
+    case 5:
+        return use(AlphaHigh{});
+    case kConsoleFormat:
+        return use(RowTable{});
+    default:
+        return use(AlphaLow{});
+    }
+}
+
+template <class Use> auto WithLayout(const PictureEditor &editor, Use use) { return WithLayoutOf(editor.format, use); }
+
+} // namespace kvt

@@ -1,0 +1,23 @@
+#pragma once
+
+#include "pixels/open.h"
+#include "pixels/walk.h"
+
+namespace kvt {
+
+/// The shape of most operations: a new picture of the source's size, with op(pixel) written for every pixel of the
+/// area, opaque, and nothing written elsewhere. `area` is a Rectangle or Bounds. The result carries one reference for
+/// the caller; null, with nothing raised and nothing held, when the source cannot be read or no picture can be made.
+template <class AreaRule, class Op>
+REALpictureStruct *MapPicture(REALpictureStruct *picture, NewPicture kind, AreaRule area, Op op) {
+    const OpenReader source{picture};
+    if (!source)
+        return nullptr;
+    OpenWriter result{*source, kind};
+    if (!result)
+        return nullptr;
+    Map(*source, *result, AreaOf(*source, area), op);
+    return result.Render();
+}
+
+} // namespace kvt

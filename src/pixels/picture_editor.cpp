@@ -1,0 +1,218 @@
+#include "pixels/picture_editor.h"
+
+#include "host/entries.h"
+#include "host/resolver.h"
+#include "pixels/picture_helpers.h"
+#include "platform/CoreGraphics.h"
+
+#include <cstddef>
+
+namespace kvt {
+
+unsigned char IsDesktop;
+unsigned char IsConsole;
+
+namespace {
+
+constexpr std::int32_t kLargestNewPicture = 32767;
+
+void LearnApplicationKind() {
+    if (IsDesktop || IsConsole)
+        return;
+    const bool desktop = REALGetClassRef("Application") != nullptr;
+    const bool web = REALGetClassRef("WebApplication") != nullptr;
+    const bool console = REALGetClassRef("ConsoleApplication") != nullptr;
+    IsDesktop = desktop;
+    IsConsole = !desktop && (web || console);
+}
+
+bool HasAlphaChannel(REALpictureStruct *picture) {
+    unsigned char value = 0;
+    return REALGetPropValueUInt8(picture, "HasAlphaChannel", &value) && value;
+}
+
+bool HasPixels(const PictureEditor &editor) { return editor.width > 0 && editor.height > 0; }
+
+/// Fills the editor from a locked bitmap context. False when its pixels cannot be worked on.
+bool ReadBitmap(PictureEditor &editor, const REALpictureDescription &description) {
+    if (description.type != kBitmapDescription || !description.data)
+        return false;
+    const auto context = static_cast<CGContextRef>(description.data);
+    auto *data = static_cast<unsigned char *>(CGBitmapContextGetData(context));
+    const std::size_t bitsPerPixel = CGBitmapContextGetBitsPerPixel(context);
+    const std::size_t width = CGBitmapContextGetWidth(context);
+    const std::size_t height = CGBitmapContextGetHeight(context);
+    const std::size_t bytesPerRow = CGBitmapContextGetBytesPerRow(context);
+    const auto alphaInfo = static_cast<std::int32_t>(CGBitmapContextGetAlphaInfo(context) & 7);
+    const std::int32_t lastFormat = editor.hasAlphaChannel ? 2 : 6;
+    if (alphaInfo < 1 || alphaInfo > lastFormat || bitsPerPixel != 32)
+        return false;
+    constexpr std::size_t kLargest = 0x7FFFFFFF;
+    if (width > kLargest || height > kLargest || bytesPerRow > kLargest)
+        return false;
+    editor.format = alphaInfo;
+    editor.rowBytes = static_cast<std::int32_t>(bytesPerRow);
+    editor.width = static_cast<std::int32_t>(width);
+    editor.height = static_cast<std::int32_t>(height);
+    editor.firstRow = data;
+    return !HasPixels(editor) || (data && bytesPerRow / 4 >= width);
+}
+
+/// Fills the editor from a locked console picture. False when its pixels cannot be worked on.
+bool ReadConsolePicture(PictureEditor &editor, const REALpictureDescription &description) {
+    if (description.type != kConsoleDescription || !description.data)
+        return false;
+    const auto *record = static_cast<const REALconsolePicture *>(description.data);
+    if ((!editor.hasAlphaChannel && record->paletteRows) || !record->rows || !record->trueColor)
+        return false;
+    editor.format = kConsoleFormat;
+    editor.width = description.width;
+    editor.height = description.height;
+    editor.rowBytes = static_cast<std::int32_t>(static_cast<std::uint32_t>(description.width) * 4);
+    editor.rowTable = record->rows;
+    if (!HasPixels(editor))
+        return true;
+    for (std::int32_t row = 0; row < editor.height; ++row)
+        if (!record->rows[row])
+            return false;
+    editor.firstRow = static_cast<unsigned char *>(record->rows[0]);
+    return true;
+}
+
+using ReadPixels = bool(PictureEditor &, const REALpictureDescription &);
+
+/// Completes an open whose lock was taken: holds a reference, or gives the lock back and leaves the editor closed.
+bool FinishOpen(PictureEditor &editor, REALpictureStruct *picture, const REALpictureDescription &description,
+                ReadPixels *read) {
+    if (!read(editor, description)) {
+        REALUnlockPictureDescription(picture);
+        editor = {};
+        return false;
+    }
+    REALLockObject(picture);
+    editor.picture = picture;
+    return true;
+}
+
+/// A copy of a picture is never copied again, so that a host that can lock neither ends the open.
+enum class Subject { Original, Copy };
+
+bool Open(PictureEditor &editor, REALpictureStruct *picture, bool mayClone, bool writes, Subject subject) {
+    editor = {};
+    if (!picture)
+        return false;
+    editor.writes = writes;
+    LearnApplicationKind();
+    editor.hasAlphaChannel = HasAlphaChannel(picture);
+    REALpictureDescription description = {};
+    if (!IsConsole) {
+        if (REALLockPictureDescriptionX(picture, &description, kBitmapDescription)) {
+            IsDesktop = 1;
+            return FinishOpen(editor, picture, description, ReadBitmap);
+        }
+        if (!editor.hasAlphaChannel && mayClone && !writes && subject == Subject::Original) {
+            if (REALpictureStruct *copy = ClonePicture(picture)) {
+                const bool opened = Open(editor, copy, mayClone, false, Subject::Copy);
+                REALUnlockObject(copy);
+                return opened;
+            }
+        }
+    }
+    if (IsDesktop || !REALLockPictureDescriptionX(picture, &description, kConsoleDescription))
+        return false;
+    IsConsole = 1;
+    return FinishOpen(editor, picture, description, ReadConsolePicture);
+}
+
+/// Opens a picture that was just made for this writer, and hands the creation's reference over to it.
+bool OpenNewPicture(PictureEditor &writer, REALpictureStruct *made) {
+    if (!made)
+        return false;
+    const bool opened = GetPictureReader(writer, made, false, true);
+    REALUnlockObject(made);
+    return opened;
+}
+
+REALpictureStruct *NewAlphaPicture(std::int32_t width, std::int32_t height) {
+    using Constructor = void(REALobjectStruct *, std::int32_t, std::int32_t);
+    if (width < 1 || height < 1 || !(rbversion_rbversion >= 2011.04))
+        return nullptr;
+    REALobjectStruct *made = REALnewInstance("Picture");
+    if (!made)
+        return nullptr;
+    void *constructor = REALLoadObjectMethod(made, "Constructor(width as integer, height as integer)");
+    if (!constructor) {
+        REALUnlockObject(made);
+        return nullptr;
+    }
+    reinterpret_cast<Constructor *>(constructor)(made, width, height);
+    return static_cast<REALpictureStruct *>(made);
+}
+
+} // namespace
+
+bool GetPictureReader(PictureEditor &editor, REALpictureStruct *picture) {
+    return GetPictureReader(editor, picture, true, false);
+}
+
+bool GetPictureReader(PictureEditor &editor, REALpictureStruct *picture, signed char mayClone, signed char writes) {
+    return Open(editor, picture, mayClone, writes, Subject::Original);
+}
+
+bool GetPictureEditor(PictureEditor &editor, REALpictureStruct *picture) {
+    return GetPictureReader(editor, picture, true, true);
+}
+
+bool NewPictureWriter(PictureEditor &writer, std::int32_t width, std::int32_t height) {
+    writer = {};
+    if (width < 1 || width > kLargestNewPicture || height < 1 || height > kLargestNewPicture)
+        return false;
+    return OpenNewPicture(writer, REALNewPicture(width, height, 32));
+}
+
+bool NewPictureWriter(PictureEditor &writer, const PictureEditor &reader) {
+    if (!reader.hasAlphaChannel)
+        return NewPictureWriter(writer, reader.width, reader.height);
+    writer = {};
+    return OpenNewPicture(writer, NewAlphaPicture(reader.width, reader.height));
+}
+
+bool NewPictureWriter(PictureEditor &writer, REALpictureStruct *target, std::int32_t width, std::int32_t height) {
+    if (target && GetPictureWidth(target) >= width && GetPictureHeight(target) >= height &&
+        GetPictureReader(writer, target, false, true))
+        return true;
+    return NewPictureWriter(writer, width, height);
+}
+
+REALpictureStruct *RenderPictureWriter(PictureEditor &writer) {
+    REALpictureStruct *result = writer.picture;
+    if (result)
+        REALLockObject(result);
+    ClosePictureEditor(writer);
+    if (result)
+        REALPictureClearCache(result);
+    return result;
+}
+
+void ClosePictureEditor(PictureEditor &editor) {
+    REALpictureStruct *picture = editor.picture;
+    if (!picture)
+        return;
+    editor.picture = nullptr;
+    REALUnlockPictureDescription(picture);
+    if (editor.writes)
+        REALPictureClearCache(picture);
+    REALUnlockObject(picture);
+}
+
+void ClosePictureReader(PictureEditor &editor) { ClosePictureEditor(editor); }
+
+bool REALLockPictureDescriptionX(REALpictureStruct *picture, REALpictureDescription *description, std::uint32_t type) {
+    if (REALLockPictureDescription(picture, description, static_cast<std::int32_t>(type)))
+        return true;
+    if (!(rbversion_rbversion >= 2012.0))
+        REALUnlockPictureDescription(picture);
+    return false;
+}
+
+} // namespace kvt

@@ -1,0 +1,173 @@
+#pragma once
+
+#include "pixels/area.h"
+#include "pixels/instruction_set.h"
+#include "pixels/layout.h"
+#include "pixels/rows.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <type_traits>
+
+/// The loops over pixels. An operation hands in its arithmetic as a callable whose operator() is KVT_INLINE; the walk
+/// runs it for the layouts of the pictures at hand, compiled for the best instruction set. All walks keep inside the
+/// smaller of the pictures and do nothing for an empty area. Source and target may be the very same picture.
+namespace kvt {
+
+/// A walk's pixels over rows of one layout: `area` in the coordinates of all rows alike.
+template <class From, class To, class Op> void MapRows(Rows from, Rows to, Area area, Op op) {
+    AtActiveLevel([=]() KVT_INLINE_LAMBDA {
+        const std::ptrdiff_t count = area.right - area.left;
+        for (std::int32_t row = area.top; row < area.bottom; ++row) {
+            const unsigned char *source = from[row] + std::ptrdiff_t{area.left} * From::kBytes;
+            unsigned char *target = to[row] + std::ptrdiff_t{area.left} * To::kBytes;
+            KVT_INDEPENDENT_ITERATIONS
+            for (std::ptrdiff_t x = 0; x < count; ++x)
+                To::Store(target + x * To::kBytes, op(From::Load(source + x * From::kBytes)));
+        }
+    });
+}
+
+/// An `op` that changes nothing but the layout.
+struct Unchanged {
+    KVT_INLINE Rgb operator()(Rgb pixel) const { return pixel; }
+};
+
+/// target(x, y) = op(source(x, y)) for every pixel of the area. `op` takes and yields an Rgb.
+template <class Op> void Map(const PictureEditor &source, const PictureEditor &target, Area area, Op op) {
+    const Area inside = Inside(source, Inside(target, area));
+    if (inside.Empty())
+        return;
+    WithLayout(source, [&](auto from) {
+        WithLayout(target,
+                   [&](auto to) { MapRows<decltype(from), decltype(to)>(RowsOf(source), RowsOf(target), inside, op); });
+    });
+}
+
+/// Sets every pixel of the area to one color.
+inline void Fill(const PictureEditor &target, Area area, Rgb color) {
+    Map(target, target, area, [=](Rgb) KVT_INLINE_LAMBDA { return color; });
+}
+
+/// The number of pixels of the area that pass `test`, which takes an Rgb.
+template <class Test> std::int64_t Count(const PictureEditor &source, Area area, Test test) {
+    const Area inside = Inside(source, area);
+    if (inside.Empty())
+        return 0;
+    return WithLayout(source, [&](auto layout) {
+        using From = decltype(layout);
+        return AtActiveLevel([=, rows = RowsOf(source)]() KVT_INLINE_LAMBDA {
+            std::int64_t total = 0;
+            for (std::int32_t row = inside.top; row < inside.bottom; ++row) {
+                const unsigned char *pixel = rows[row] + std::ptrdiff_t{inside.left} * From::kBytes;
+                std::int32_t passed = 0;
+                for (std::ptrdiff_t x = 0; x < inside.right - inside.left; ++x)
+                    passed += test(From::Load(pixel + x * From::kBytes)) ? 1 : 0;
+                total += passed;
+            }
+            return total;
+        });
+    });
+}
+
+/// Whether every pixel of the area passes `test`; true for an empty area. Stops soon after the first that fails.
+template <class Test> bool All(const PictureEditor &source, Area area, Test test) {
+    const Area inside = Inside(source, area);
+    if (inside.Empty())
+        return true;
+    return WithLayout(source, [&](auto layout) {
+        using From = decltype(layout);
+        return AtActiveLevel([=, rows = RowsOf(source)]() KVT_INLINE_LAMBDA {
+            constexpr std::ptrdiff_t kBlock = 256;
+            for (std::int32_t row = inside.top; row < inside.bottom; ++row) {
+                const unsigned char *pixel = rows[row] + std::ptrdiff_t{inside.left} * From::kBytes;
+                for (std::ptrdiff_t left = inside.right - inside.left; left > 0; left -= kBlock) {
+                    std::int32_t failed = 0;
+                    for (std::ptrdiff_t x = 0; x < std::min(left, kBlock); ++x)
+                        failed |= test(From::Load(pixel + x * From::kBytes)) ? 0 : 1;
+                    if (failed)
+                        return false;
+                    pixel += kBlock * From::kBytes;
+                }
+            }
+            return true;
+        });
+    });
+}
+
+/// Hands every pixel of the area to `visit`, row by row from the top and left to right.
+template <class Visit> void ForEach(const PictureEditor &source, Area area, Visit visit) {
+    const Area inside = Inside(source, area);
+    if (inside.Empty())
+        return;
+    WithLayout(source, [&](auto layout) {
+        using From = decltype(layout);
+        for (std::int32_t row = inside.top; row < inside.bottom; ++row) {
+            const unsigned char *pixel = RowsOf(source)[row] + std::ptrdiff_t{inside.left} * From::kBytes;
+            for (std::int32_t x = inside.left; x < inside.right; ++x, pixel += From::kBytes)
+                visit(From::Load(pixel));
+        }
+    });
+}
+
+/// One of several pictures that Combine reads.
+struct Operand {
+    Rows rows;
+    std::int32_t format;
+};
+
+inline constexpr std::int32_t kCombineBlock = 512;
+
+/// `count` pixels of an operand from (x, row) on, in the target's layout: the operand's own where it has that layout,
+/// else converted into `block`. Combining thus needs one loop a target layout, not one for every mixture.
+template <class To>
+KVT_INLINE const unsigned char *InLayout(const Operand &operand, std::int32_t row, std::int32_t x, std::int32_t count,
+                                         unsigned char *block) {
+    const unsigned char *source = operand.rows[row] + std::ptrdiff_t{x} * 4;
+    const auto convert = [&](auto layout) KVT_INLINE_LAMBDA -> const unsigned char * {
+        using From = decltype(layout);
+        if constexpr (std::is_same_v<From, To>) {
+            return source;
+        } else {
+            KVT_INDEPENDENT_ITERATIONS
+            for (std::ptrdiff_t i = 0; i < count; ++i)
+                To::Store(block + i * 4, From::Load(source + i * 4));
+            return block;
+        }
+    };
+    return WithLayoutOf(operand.format, convert);
+}
+
+template <class To, class Op, class... Pixels>
+KVT_INLINE void CombineRow(unsigned char *target, std::ptrdiff_t count, Op op, const Pixels *...sources) {
+    KVT_INDEPENDENT_ITERATIONS
+    for (std::ptrdiff_t x = 0; x < count; ++x)
+        To::Store(target + x * 4, op(To::Load(sources + x * 4)...));
+}
+
+/// target(x, y) = op(a(x, y), b(x, y), ...) for every pixel of the area: `op` takes one Rgb a source and yields one.
+template <class Op, class... Editors>
+void Combine(const PictureEditor &target, Area area, Op op, const Editors &...sources) {
+    Area inside = Inside(target, area);
+    ((inside = Inside(sources, inside)), ...);
+    if (inside.Empty())
+        return;
+    WithLayout(target, [&](auto layout) {
+        using To = decltype(layout);
+        const auto combine = [=, to = RowsOf(target)](const auto &...operands) KVT_INLINE_LAMBDA {
+            alignas(64) unsigned char blocks[sizeof...(operands)][kCombineBlock * 4];
+            for (std::int32_t row = inside.top; row < inside.bottom; ++row) {
+                for (std::int32_t x = inside.left; x < inside.right; x += kCombineBlock) {
+                    const std::int32_t count = std::min(inside.right - x, kCombineBlock);
+                    std::size_t block = 0;
+                    CombineRow<To>(to[row] + std::ptrdiff_t{x} * 4, count, op,
+                                   InLayout<To>(operands, row, x, count, blocks[block++])...);
+                }
+            }
+        };
+        AtActiveLevel([=, ... operands = Operand{RowsOf(sources), sources.format}]()
+                          KVT_INLINE_LAMBDA { combine(operands...); });
+    });
+}
+
+} // namespace kvt

@@ -1,0 +1,38 @@
+#include "plugin/plugin_main.h"
+
+#include "host/entries.h"
+#include "plugin/console_flags.h"
+#include "plugin/interface.h"
+
+void REALPluginMain(kvt::HostResolver resolver) {
+    if (!resolver)
+        return;
+    kvt::gResolver = resolver;
+    constexpr std::int32_t kPluginInterfaceVersion = 9;
+    static void (*pRegisterPluginVersion)(std::int32_t);
+    if (kvt::Found(pRegisterPluginVersion, "RegisterPluginVersion"))
+        pRegisterPluginVersion(kPluginInterfaceVersion);
+    static double (*pGetRBVersion)();
+    if (kvt::Found(pGetRBVersion, "REALGetRBVersion"))
+        kvt::rbversion_rbversion = pGetRBVersion();
+    kvt::PluginEntry();
+}
+
+namespace kvt {
+
+void PluginEntry() {
+    FixConsoleFlags(&gPictureExtension);
+    MyREALRegisterClassExtension(&gPictureExtension);
+    MyPluginEnde();
+}
+
+void MyREALRegisterClass(REALclassDefinition *definition) {
+    definition->instanceSize = (definition->instanceSize + 15u) & ~15u;
+    REALRegisterClass(definition);
+}
+
+void MyREALRegisterClassExtension(REALclassDefinition *definition) { REALRegisterClassExtension(definition); }
+
+void MyPluginEnde() {}
+
+} // namespace kvt

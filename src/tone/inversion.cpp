@@ -1,0 +1,38 @@
+#include "tone/inversion.h"
+
+#include "pixels/map_picture.h"
+
+namespace kvt {
+namespace {
+
+struct Negative {
+    KVT_INLINE Rgb operator()(Rgb pixel) const { return {255 - pixel.red, 255 - pixel.green, 255 - pixel.blue}; }
+};
+
+struct NegativeOfGrays {
+    KVT_INLINE Rgb operator()(Rgb pixel) const {
+        const bool gray = pixel.red == pixel.green && pixel.green == pixel.blue;
+        return gray ? Negative{}(pixel) : pixel;
+    }
+};
+
+std::int32_t WholeWhenZero(std::int32_t extent) { return extent > 0 ? extent : -1; }
+
+} // namespace
+
+REALpictureStruct *InvertPicture(REALpictureStruct *picture, std::int32_t left, std::int32_t top, std::int32_t width,
+                                 std::int32_t height) {
+    const Rectangle rectangle{left, top, WholeWhenZero(width), WholeWhenZero(height)};
+    return MapPicture(picture, NewPicture::LikeSource, rectangle, Negative{});
+}
+
+REALpictureStruct *InvertPicture2(REALpictureStruct *picture) { return InvertPicture(picture, 0, 0, -1, -1); }
+
+REALpictureStruct *InvertGrayPicture(REALpictureStruct *picture, std::int32_t left, std::int32_t top,
+                                     std::int32_t width, std::int32_t height) {
+    return MapPicture(picture, NewPicture::LikeSource, Rectangle{left, top, width, height}, NegativeOfGrays{});
+}
+
+REALpictureStruct *InvertGrayPicture2(REALpictureStruct *picture) { return InvertGrayPicture(picture, 0, 0, -1, -1); }
+
+} // namespace kvt
