@@ -15,6 +15,7 @@ struct Area {
     std::int32_t right;
     std::int32_t bottom;
     bool Empty() const { return right <= left || bottom <= top; }
+    std::int64_t Pixels() const { return Empty() ? 0 : std::int64_t{right - left} * (bottom - top); }
 };
 
 /// A rectangle as scripts pass it. A negative width or height stands for the whole picture's.

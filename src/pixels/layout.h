@@ -13,6 +13,11 @@ struct Rgb {
     std::int32_t red;
     std::int32_t green;
     std::int32_t blue;
+
+    /// Without branches, so that loops over it vectorise.
+    KVT_INLINE friend constexpr bool operator==(Rgb a, Rgb b) {
+        return ((a.red ^ b.red) | (a.green ^ b.green) | (a.blue ^ b.blue)) == 0;
+    }
 };
 
 /// The channels of a host color 0x00RRGGBB; the top byte does not count.
@@ -22,6 +27,8 @@ KVT_INLINE constexpr Rgb RgbOfColor(std::uint32_t color) {
 }
 
 KVT_INLINE constexpr Rgb GrayLevel(std::int32_t level) { return {level, level, level}; }
+
+KVT_INLINE constexpr bool IsGray(Rgb pixel) { return pixel == GrayLevel(pixel.green); }
 
 /// Limits to 0..255.
 KVT_INLINE constexpr std::int32_t ToByte(std::int32_t value) { return value < 0 ? 0 : value > 255 ? 255 : value; }
@@ -105,11 +112,15 @@ struct GrayByte {
     KVT_INLINE static Rgb Load(const unsigned char *pixel) { return GrayLevel(*pixel); }
 };
 
-/// A layout whose pixels read as the gray of their mask value.
+/// A layout whose pixels are their mask values: read as grays, stored from the red channel with the colors kept.
 template <class Layout> struct MaskOf {
     static constexpr std::int32_t kBytes = Layout::kBytes;
     KVT_INLINE static Rgb Load(const unsigned char *pixel) { return GrayLevel(Layout::LoadMask(pixel)); }
+    KVT_INLINE static void Store(unsigned char *pixel, Rgb value) { Layout::StoreMask(pixel, value.red); }
 };
+
+/// The layout as it is; the counterpart of MaskOf.
+template <class Layout> using ColorOf = Layout;
 
 /// Calls `use` with a value of the layout type of a format code. An open editor's is always one of these.
 template <class Use> KVT_INLINE auto WithLayoutOf(std::int32_t format, Use use) {

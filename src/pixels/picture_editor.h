@@ -31,6 +31,10 @@ struct PictureEditor {
     unsigned char writes; ///< closing makes the host drop what it cached from the pixels
 };
 
+inline bool SameSize(const PictureEditor &a, const PictureEditor &b) {
+    return a.width == b.width && a.height == b.height;
+}
+
 /// The application kind, learned at the first open and kept as long as the module is loaded: which description type is
 /// tried. Never set back.
 extern unsigned char IsDesktop;

@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <type_traits>
+#include <utility>
 
 /// The loops over pixels. An operation hands in its arithmetic as a callable whose operator() is KVT_INLINE; the walk
 /// runs it for the layouts of the pictures at hand, compiled for the best instruction set. All walks keep inside the
@@ -28,20 +29,32 @@ template <class From, class To, class Op> void MapRows(Rows from, Rows to, Area 
     });
 }
 
-/// An `op` that changes nothing but the layout.
-struct Unchanged {
-    KVT_INLINE Rgb operator()(Rgb pixel) const { return pixel; }
-};
-
-/// target(x, y) = op(source(x, y)) for every pixel of the area. `op` takes and yields an Rgb.
-template <class Op> void Map(const PictureEditor &source, const PictureEditor &target, Area area, Op op) {
+/// Map and its two relatives: which side is taken as it is, and which by its mask values.
+template <template <class> class Source, template <class> class Target, class Op>
+void MapAs(const PictureEditor &source, const PictureEditor &target, Area area, Op op) {
     const Area inside = Inside(source, Inside(target, area));
     if (inside.Empty())
         return;
     WithLayout(source, [&](auto from) {
-        WithLayout(target,
-                   [&](auto to) { MapRows<decltype(from), decltype(to)>(RowsOf(source), RowsOf(target), inside, op); });
+        WithLayout(target, [&](auto to) {
+            MapRows<Source<decltype(from)>, Target<decltype(to)>>(RowsOf(source), RowsOf(target), inside, op);
+        });
     });
+}
+
+/// target(x, y) = op(source(x, y)) for every pixel of the area. `op` takes and yields an Rgb.
+template <class Op> void Map(const PictureEditor &source, const PictureEditor &target, Area area, Op op) {
+    MapAs<ColorOf, ColorOf>(source, target, area, op);
+}
+
+/// The same, reading the source's mask values as grays.
+template <class Op> void MapFromMask(const PictureEditor &source, const PictureEditor &target, Area area, Op op) {
+    MapAs<MaskOf, ColorOf>(source, target, area, op);
+}
+
+/// The same, storing the red of every result as the target's mask value; the target's colors stay.
+template <class Op> void MapToMask(const PictureEditor &source, const PictureEditor &target, Area area, Op op) {
+    MapAs<ColorOf, MaskOf>(source, target, area, op);
 }
 
 /// Sets every pixel of the area to one color.
@@ -145,6 +158,18 @@ KVT_INLINE void CombineRow(unsigned char *target, std::ptrdiff_t count, Op op, c
         To::Store(target + x * 4, op(To::Load(sources + x * 4)...));
 }
 
+template <class To, class Op, std::size_t... Index, class... Operands>
+KVT_INLINE void CombineRows(Rows to, Area area, Op op, std::index_sequence<Index...>, const Operands &...operands) {
+    alignas(64) unsigned char blocks[sizeof...(Index)][kCombineBlock * 4];
+    for (std::int32_t row = area.top; row < area.bottom; ++row) {
+        for (std::int32_t x = area.left; x < area.right; x += kCombineBlock) {
+            const std::int32_t count = std::min(area.right - x, kCombineBlock);
+            CombineRow<To>(to[row] + std::ptrdiff_t{x} * 4, count, op,
+                           InLayout<To>(operands, row, x, count, blocks[Index])...);
+        }
+    }
+}
+
 /// target(x, y) = op(a(x, y), b(x, y), ...) for every pixel of the area: `op` takes one Rgb a source and yields one.
 template <class Op, class... Editors>
 void Combine(const PictureEditor &target, Area area, Op op, const Editors &...sources) {
@@ -153,20 +178,10 @@ void Combine(const PictureEditor &target, Area area, Op op, const Editors &...so
     if (inside.Empty())
         return;
     WithLayout(target, [&](auto layout) {
-        using To = decltype(layout);
-        const auto combine = [=, to = RowsOf(target)](const auto &...operands) KVT_INLINE_LAMBDA {
-            alignas(64) unsigned char blocks[sizeof...(operands)][kCombineBlock * 4];
-            for (std::int32_t row = inside.top; row < inside.bottom; ++row) {
-                for (std::int32_t x = inside.left; x < inside.right; x += kCombineBlock) {
-                    const std::int32_t count = std::min(inside.right - x, kCombineBlock);
-                    std::size_t block = 0;
-                    CombineRow<To>(to[row] + std::ptrdiff_t{x} * 4, count, op,
-                                   InLayout<To>(operands, row, x, count, blocks[block++])...);
-                }
-            }
-        };
-        AtActiveLevel([=, ... operands = Operand{RowsOf(sources), sources.format}]()
-                          KVT_INLINE_LAMBDA { combine(operands...); });
+        AtActiveLevel(
+            [=, to = RowsOf(target), ... operands = Operand{RowsOf(sources), sources.format}]() KVT_INLINE_LAMBDA {
+                CombineRows<decltype(layout)>(to, inside, op, std::index_sequence_for<Editors...>{}, operands...);
+            });
     });
 }
 

@@ -1,8 +1,21 @@
 #include "plugin/interface.h"
 
+#include "analysis/picture_tests.h"
+#include "color/channels.h"
+#include "color/counting.h"
+#include "color/embedded_mask.h"
+#include "color/lut3d_class.h"
+#include "color/merging.h"
+#include "color/replacement.h"
+#include "color/transformation.h"
 #include "plugin/console_flags.h"
+#include "tone/contrast_brightness.h"
+#include "tone/custom_saturation.h"
 #include "tone/inversion.h"
+#include "tone/sepia_class.h"
+#include "tone/tint.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <iterator>
 
@@ -13,27 +26,136 @@ namespace {
 using Entry = REALroutine;
 
 constexpr std::uint32_t kInterfaceVersion = 9;
-constexpr std::uint32_t kConsoleClass = 4; // the host's own flag
+constexpr std::uint32_t kHostConsoleClass = 4; // class records carry the host's own flag
 
 // clang-format off
 
+/// A property that the host reads and writes itself at its place in the instance data.
+#define STANDARD(name, type, flags, field) \
+    {0, name, type, flags, Entry(~std::uintptr_t{0}), Entry(~std::uintptr_t{0}), offsetof(Data, field), {}}
+
+namespace lut3d {
+using Data = Lut3DClassData;
+
+REALpropertyDefinition gProperties[] = {
+    STANDARD("SourcePicture",      "Picture", kConsoleSafe, sourcePicture),
+    STANDARD("DestinationPicture", "Picture", kConsoleSafe, destinationPicture),
+    STANDARD("MaxX",               "Integer", kConsoleSafe, maxX),
+    STANDARD("MinX",               "Integer", kConsoleSafe, minX),
+    STANDARD("MaxY",               "Integer", kConsoleSafe, maxY),
+    STANDARD("MinY",               "Integer", kConsoleSafe, minY),
+};
+
+REALmethodDefinition gMethods[] = {
+    {Entry(Lut3DClassDestructor), nullptr,       "Close",                                                               kConsoleSafe},
+    {Entry(Lut3DRun),             nullptr,       "Run as boolean",                                                      kConsoleSafe},
+    {Entry(GetPMX),               Entry(SetPMX), "Table(r as UInt32, g as UInt32, b as UInt32, x as UInt32) as double", kConsoleSafe},
+};
+} // namespace lut3d
+
+namespace sepia {
+using Data = PictureSepiaData;
+
+REALpropertyDefinition gProperties[] = {
+    STANDARD("SourcePicture",      "Picture", 0, sourcePicture),
+    STANDARD("DestinationPicture", "Picture", 0, destinationPicture),
+    STANDARD("MaxX",               "Integer", 0, maxX),
+    STANDARD("MinX",               "Integer", 0, minX),
+    STANDARD("MaxY",               "Integer", 0, maxY),
+    STANDARD("MinY",               "Integer", 0, minY),
+    STANDARD("SepiaRed",           "Integer", 0, sepiaRed),
+    STANDARD("SepiaGreen",         "Integer", 0, sepiaGreen),
+    STANDARD("SepiaBlue",          "Integer", 0, sepiaBlue),
+    {0, "FactorRed",   "Double", 0, Entry(GetFactorR), Entry(SetFactorR), 0, {}},
+    {0, "FactorBlue",  "Double", 0, Entry(GetFactorG), Entry(SetFactorG), 0, {}},
+    {0, "FactorGreen", "Double", 0, Entry(GetFactorB), Entry(SetFactorB), 0, {}},
+};
+
+REALmethodDefinition gMethods[] = {
+    {Entry(PictureSepiaClassDestructor), nullptr, "Close",          0},
+    {Entry(PictureSepiaRun),             nullptr, "Run as boolean", 0},
+};
+} // namespace sepia
+
 REALmethodDefinition gPictureMethods[] = {
-    {Entry(InvertPicture),      nullptr, "InvertKVT(left as integer,top as integer,width as integer,height as integer) as picture",     kConsoleSafe},
-    {Entry(InvertPicture2),     nullptr, "InvertKVT as picture",                                                                        kConsoleSafe},
-    {Entry(InvertGrayPicture),  nullptr, "InvertGrayKVT(left as integer,top as integer,width as integer,height as integer) as picture", kConsoleSafe},
-    {Entry(InvertGrayPicture2), nullptr, "InvertGrayKVT as picture",                                                                    kConsoleSafe},
+    {Entry(ColornessKVT),                     nullptr, "ColornessKVT(threshold as integer = 10) as double", 0},
+    {Entry(PictureHasMask),                   nullptr, "HasMaskKVT as boolean", kConsoleSafe},
+    {Entry(ContrastAbsBrightnessPicture3),    nullptr, "ChangeContrastBrightnessAbsoluteKVT(ContrastRed as double, ContrastGreen as double, ContrastBlue as double, BrightnessRed as double, BrightnessGreen as double, BrightnessBlue as double) as picture", kConsoleSafe},
+    {Entry(ContrastLinBrightnessPicture3),    nullptr, "ChangeContrastBrightnessLinearKVT(ContrastRed as double, ContrastGreen as double, ContrastBlue as double, BrightnessRed as double, BrightnessGreen as double, BrightnessBlue as double) as picture", kConsoleSafe},
+    {Entry(ContrastAbsBrightnessPicture1),    nullptr, "ChangeContrastBrightnessAbsoluteKVT(Contrast as double, Brightness as double) as picture", kConsoleSafe},
+    {Entry(ContrastLinBrightnessPicture1),    nullptr, "ChangeContrastBrightnessLinearKVT(Contrast as double, Brightness as double) as picture", kConsoleSafe},
+    {Entry(AbsBrightnessPicture3),            nullptr, "ChangeBrightnessAbsoluteKVT(BrightnessRed as double, BrightnessGreen as double, BrightnessBlue as double) as picture", kConsoleSafe},
+    {Entry(LinBrightnessPicture3),            nullptr, "ChangeBrightnessLinearKVT(BrightnessRed as double, BrightnessGreen as double, BrightnessBlue as double) as picture", kConsoleSafe},
+    {Entry(AbsBrightnessPicture1),            nullptr, "ChangeBrightnessAbsoluteKVT(Brightness as double) as picture", kConsoleSafe},
+    {Entry(LinBrightnessPicture1),            nullptr, "ChangeBrightnessLinearKVT(Brightness as double) as picture", kConsoleSafe},
+    {Entry(ContrastPicture1),                 nullptr, "ChangeContrastKVT(Contrast as double) as picture", kConsoleSafe},
+    {Entry(ContrastPicture3),                 nullptr, "ChangeContrastKVT(ContrastRed as double, ContrastGreen as double, ContrastBlue as double) as picture", kConsoleSafe},
+    {Entry(TransformPicture),                 nullptr, "ChangeCustomKVT(a as double, b as double) as picture", kConsoleSafe},
+    {Entry(InvertPicture),                    nullptr, "InvertKVT(left as integer,top as integer,width as integer,height as integer) as picture", kConsoleSafe},
+    {Entry(InvertPicture2),                   nullptr, "InvertKVT as picture", kConsoleSafe},
+    {Entry(InvertGrayPicture),                nullptr, "InvertGrayKVT(left as integer,top as integer,width as integer,height as integer) as picture", kConsoleSafe},
+    {Entry(InvertGrayPicture2),               nullptr, "InvertGrayKVT as picture", kConsoleSafe},
+    {Entry(GetEmbededMask),                   Entry(SetEmbededMask), "EmbeddedMaskKVT(swap as boolean) as picture", kConsoleSafe},
+    {Entry(CountColorKVT),                    nullptr, "CountColorKVT(col as color) as integer", kConsoleSafe},
+    {Entry(CountColorsKVT),                   nullptr, "CountColorsKVT(byref red as memoryblock, byref blue as memoryblock, byref green as memoryblock, byref count as integer)", 0},
+    {Entry(TransformColorsKVT),               nullptr, "TransformColorsKVT(red as memoryblock, blue as memoryblock, green as memoryblock, dest as picture = nil) as picture", 0},
+    {Entry(ReplaceColorKVT),                  nullptr, "ReplaceColorKVT(SearchColor as color, ReplaceWithColor as color) as picture", 0},
+    {Entry(ExtractColorKVT),                  nullptr, "ExtractColorKVT(SearchColor as color, ReplaceWithColor as color, BackGroundColor as color) as picture", 0},
+    {Entry(SaturationPicture),                nullptr, "ChangeSaturationKVT(Amount as integer) as picture", kConsoleSafe},
+    {Entry(ReplaceRedChannel),                nullptr, "ReplaceRedChannelKVT(RedChannel as picture) as picture", kConsoleSafe},
+    {Entry(ReplaceGreenChannel),              nullptr, "ReplaceGreenChannelKVT(GreenChannel as picture) as picture", kConsoleSafe},
+    {Entry(ReplaceBlueChannel),               nullptr, "ReplaceBlueChannelKVT(BlueChannel as picture) as picture", kConsoleSafe},
+    {Entry(isWhite2),                         nullptr, "isWhiteKVT as boolean", kConsoleSafe},
+    {Entry(isWhite),                          nullptr, "isWhiteKVT(left as integer,top as integer,width as integer,height as integer) as boolean", kConsoleSafe},
+    {Entry(isBlack2),                         nullptr, "isBlackKVT as boolean", kConsoleSafe},
+    {Entry(isBlack),                          nullptr, "isBlackKVT(left as integer,top as integer,width as integer,height as integer) as boolean", kConsoleSafe},
+    {Entry(isGray2),                          nullptr, "isGrayKVT(tolerance as integer = 0) as boolean", kConsoleSafe},
+    {Entry(isGray),                           nullptr, "isGrayKVT(tolerance as integer, left as integer,top as integer,width as integer,height as integer) as boolean", kConsoleSafe},
+};
+
+REALmethodDefinition gGlobalMethods[] = {
+    {Entry(CombinePicturesKVT),               nullptr, "CombinePicturesKVT(red as picture, blue as picture, green as picture) as picture", kConsoleSafe},
+    {Entry(MergePicture),                     nullptr, "MergePictureKVT(source1 as picture, source2 as picture) as picture", kConsoleSafe},
+    {Entry(TintPicture),                      nullptr, "TintPictureKVT(source as picture, GreyBase as color, SepiaBase as color) as picture", kConsoleSafe},
 };
 
 // clang-format on
 
 } // namespace
 
+REALclassDefinition gPictureSepiaClass = {
+    .version = kInterfaceVersion,
+    .name = "PictureSepiaKVT",
+    .instanceSize = sizeof(PictureSepiaData),
+    .constructor = Entry(PictureSepiaClassConstructor),
+    .destructor = Entry(PictureSepiaClassDestructor),
+    .properties = sepia::gProperties,
+    .propertyCount = std::size(sepia::gProperties),
+    .methods = sepia::gMethods,
+    .methodCount = std::size(sepia::gMethods),
+};
+
+REALclassDefinition gPictureLut3DClass = {
+    .version = kInterfaceVersion,
+    .name = "PictureLut3DKVT",
+    .instanceSize = sizeof(Lut3DClassData),
+    .constructor = Entry(Lut3DClassConstructor),
+    .destructor = Entry(Lut3DClassDestructor),
+    .properties = lut3d::gProperties,
+    .propertyCount = std::size(lut3d::gProperties),
+    .methods = lut3d::gMethods,
+    .methodCount = std::size(lut3d::gMethods),
+    .flags = kHostConsoleClass,
+};
+
 REALclassDefinition gPictureExtension = {
     .version = kInterfaceVersion,
     .name = "Picture",
     .methods = gPictureMethods,
     .methodCount = std::size(gPictureMethods),
-    .flags = kConsoleClass,
+    .flags = kHostConsoleClass,
 };
+
+std::span<REALmethodDefinition> GlobalMethods() { return gGlobalMethods; }
 
 } // namespace kvt

@@ -6,8 +6,13 @@
 
 namespace kvt {
 
-/// The script-visible interface, in the order in which the host receives it. The records are written to: before
-/// registration the flags are translated and class sizes rounded up; the host then fills a class's data offset.
-extern REALclassDefinition gPictureExtension;
+// The script-visible interface. Its records are written to: before registration the flags are translated and class
+// sizes rounded up; the host then fills a class's data offset.
+
+extern REALclassDefinition gPictureSepiaClass;
+extern REALclassDefinition gPictureLut3DClass;
+extern REALclassDefinition gPictureExtension; ///< the methods added to the host's class "Picture"
+
+std::span<REALmethodDefinition> GlobalMethods();
 
 } // namespace kvt

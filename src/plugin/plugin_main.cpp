@@ -21,8 +21,16 @@ void REALPluginMain(kvt::HostResolver resolver) {
 namespace kvt {
 
 void PluginEntry() {
+    const std::span<REALmethodDefinition> globalMethods = GlobalMethods();
+    FixConsoleFlags(&gPictureSepiaClass);
+    FixConsoleFlags(&gPictureLut3DClass);
     FixConsoleFlags(&gPictureExtension);
+    FixConsoleFlags(globalMethods.data(), static_cast<int>(globalMethods.size()));
+    MyREALRegisterClass(&gPictureSepiaClass);
+    MyREALRegisterClass(&gPictureLut3DClass);
     MyREALRegisterClassExtension(&gPictureExtension);
+    for (REALmethodDefinition &method : globalMethods)
+        REALRegisterMethod(&method);
     MyPluginEnde();
 }
 

@@ -5,6 +5,8 @@
 #include "support/memory.h"
 #include "support/strings.h"
 
+#include <algorithm>
+
 namespace kvt {
 
 rbData::rbData(REALstringStruct *viewed) {
@@ -39,7 +41,7 @@ rbData::rbData(REALmemoryBlockStruct *viewed, std::uint32_t offset, std::uint32_
     if (!bytes)
         return;
     data = bytes + offset;
-    length = viewedLength ? viewedLength : static_cast<std::uint32_t>(REALMemoryBlockGetSize(block));
+    length = viewedLength ? viewedLength : static_cast<std::uint32_t>(std::max(REALMemoryBlockGetSize(block), 0));
 }
 
 rbData::~rbData() {

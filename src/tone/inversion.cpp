@@ -10,10 +10,7 @@ struct Negative {
 };
 
 struct NegativeOfGrays {
-    KVT_INLINE Rgb operator()(Rgb pixel) const {
-        const bool gray = pixel.red == pixel.green && pixel.green == pixel.blue;
-        return gray ? Negative{}(pixel) : pixel;
-    }
+    KVT_INLINE Rgb operator()(Rgb pixel) const { return IsGray(pixel) ? Negative{}(pixel) : pixel; }
 };
 
 std::int32_t WholeWhenZero(std::int32_t extent) { return extent > 0 ? extent : -1; }
