@@ -14,8 +14,6 @@ unsigned char IsConsole;
 
 namespace {
 
-constexpr std::int32_t kLargestNewPicture = 32767;
-
 void LearnApplicationKind() {
     if (IsDesktop || IsConsole)
         return;

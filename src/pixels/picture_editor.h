@@ -16,6 +16,9 @@ inline constexpr std::uint32_t kConsoleDescription = 10;
 /// types.
 inline constexpr std::int32_t kConsoleFormat = 8;
 
+/// The largest width and height of a new picture.
+inline constexpr std::int32_t kLargestNewPicture = 32767;
+
 /// One open picture: its pixels are locked and one reference is held, from a successful open until the close. An editor
 /// on a source picture is a reader, one on a result picture a writer. Editors live on an operation's stack. All zero
 /// while not open.

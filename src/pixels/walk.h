@@ -29,6 +29,11 @@ template <class From, class To, class Op> void MapRows(Rows from, Rows to, Area 
     });
 }
 
+/// An `op` that changes nothing but the layout.
+struct Unchanged {
+    KVT_INLINE Rgb operator()(Rgb pixel) const { return pixel; }
+};
+
 /// Map and its two relatives: which side is taken as it is, and which by its mask values.
 template <template <class> class Source, template <class> class Target, class Op>
 void MapAs(const PictureEditor &source, const PictureEditor &target, Area area, Op op) {
@@ -55,6 +60,17 @@ template <class Op> void MapFromMask(const PictureEditor &source, const PictureE
 /// The same, storing the red of every result as the target's mask value; the target's colors stay.
 template <class Op> void MapToMask(const PictureEditor &source, const PictureEditor &target, Area area, Op op) {
     MapAs<ColorOf, MaskOf>(source, target, area, op);
+}
+
+/// Copies the area's colors between a picture and rows of another layout, such as packed bytes. The rows count from the
+/// picture's (0, 0) and are as many and as long as the area reaches.
+template <class To> void WriteRows(const PictureEditor &source, Rows target, Area area) {
+    if (const Area inside = Inside(source, area); !inside.Empty())
+        WithLayout(source, [&](auto from) { MapRows<decltype(from), To>(RowsOf(source), target, inside, Unchanged{}); });
+}
+template <class From> void ReadRows(Rows source, const PictureEditor &target, Area area) {
+    if (const Area inside = Inside(target, area); !inside.Empty())
+        WithLayout(target, [&](auto to) { MapRows<From, decltype(to)>(source, RowsOf(target), inside, Unchanged{}); });
 }
 
 /// Sets every pixel of the area to one color.

@@ -1,0 +1,118 @@
+#include "inside/fake_host.h"
+
+#include "host/entries.h"
+#include "plugin/console_flags.h"
+#include "plugin/plugin_main.h"
+
+namespace {
+
+using namespace kvt;
+
+constexpr struct {
+    const char *what;
+    double version;
+    std::uint32_t before;
+    std::uint32_t after;
+} kFlags[] = {
+    {"the threshold itself counts as new", 2010.029, 0x40000, 4},
+    {"just below it the mark is only removed", 2010.0289, 0x40000, 0},
+    {"a host without a version is old", 0.0, 0x40000, 0},
+    {"the second mark becomes 8", 2019.0, 0x80000, 8},
+    {"both marks", 2019.0, 0xC0000, 12},
+    {"the third mark is nothing to the host", 2019.0, 0x100000, 0},
+    {"the host's own bits stay on a new host", 2019.0, 0x140004, 4},
+    {"the host's own bits stay on an old host", 2010.0, 0x1C0004, 4},
+    {"no flags, no change", 2019.0, 0, 0},
+};
+
+TEST(ConsoleFlags, AreTranslatedByTheHostsVersion) {
+    for (const auto &row : kFlags) {
+        SCOPED_TRACE(row.what);
+        rbversion_rbversion = row.version;
+        REALmethodDefinition methods[2] = {{.flags = row.before}, {.flags = row.before}};
+        FixConsoleFlags(methods, 1);
+        EXPECT_EQ(methods[0].flags, row.after);
+        EXPECT_EQ(methods[1].flags, row.before) << "only as many records as counted";
+        FixConsoleFlags(methods + 1, 0);
+        EXPECT_EQ(methods[1].flags, row.before);
+    }
+    FixConsoleFlags(static_cast<REALmethodDefinition *>(nullptr), 3);
+}
+
+TEST(ConsoleFlags, OfAClassReachAllItsTables) {
+    rbversion_rbversion = 2019.0;
+    REALpropertyDefinition properties[2] = {{.flags = 0x40000}, {.flags = 0x40000}};
+    REALmethodDefinition methods[1] = {{.flags = 0x80000}};
+    REALpropertyDefinition moreProperties[1] = {{.flags = 0x40000}};
+    REALmethodDefinition moreMethods[1] = {{.flags = 0x40000}};
+    REALclassDefinition definition = {.properties = properties,
+                                      .propertyCount = 2,
+                                      .methods = methods,
+                                      .methodCount = 1,
+                                      .flags = 0x40004,
+                                      .moreProperties = moreProperties,
+                                      .morePropertyCount = 1,
+                                      .moreMethods = moreMethods,
+                                      .moreMethodCount = 1};
+    FixConsoleFlags(&definition);
+    EXPECT_EQ(definition.flags, 4u);
+    EXPECT_EQ(properties[0].flags, 4u);
+    EXPECT_EQ(properties[1].flags, 4u);
+    EXPECT_EQ(methods[0].flags, 8u);
+    EXPECT_EQ(moreProperties[0].flags, 4u);
+    EXPECT_EQ(moreMethods[0].flags, 4u);
+
+    REALclassDefinition bare = {.propertyCount = 5, .methodCount = 5, .flags = 0x40000, .moreMethodCount = 1};
+    FixConsoleFlags(&bare); // counts without tables
+    EXPECT_EQ(bare.flags, 4u);
+}
+
+TEST(Registration, RoundsInstanceSizesUpTo16) {
+    fake::InFreshProcess([] {
+        static std::uint32_t registered;
+        registered = 99;
+        fake::Offer("PluginRegisterClass", +[](REALclassDefinition *definition) { registered = definition->instanceSize; });
+        constexpr std::uint32_t kSizes[][2] = {{139992, 140000}, {64, 64}, {0, 0}, {1, 16}, {17, 32}};
+        for (const auto &[size, rounded] : kSizes) {
+            REALclassDefinition definition = {.instanceSize = size};
+            MyREALRegisterClass(&definition);
+            EXPECT_EQ(registered, rounded);
+            EXPECT_EQ(definition.instanceSize, rounded) << "the record keeps the rounded size";
+        }
+    });
+}
+
+TEST(Registration, ANullResolverOrABareHostIsNoCrash) {
+    fake::InFreshProcess([] {
+        REALPluginMain(nullptr);
+        REALPluginMain(fake::Resolve); // a host that has no entry at all
+        EXPECT_EQ(rbversion_rbversion, 0.0);
+    });
+}
+
+TEST(Entries, AreAskedForAgainWhileMissing) {
+    fake::InFreshProcess([] {
+        EXPECT_EQ(REALNewPicture(1, 1, 32), nullptr);
+        static REALpictureStruct picture;
+        fake::Offer("newPicture", +[](std::int32_t width, std::int32_t height, std::int32_t depth) {
+            return width == 3 && height == 4 && depth == 32 ? &picture : nullptr;
+        });
+        EXPECT_EQ(REALNewPicture(3, 4, 32), &picture);
+        fake::entries.clear();
+        EXPECT_EQ(REALNewPicture(3, 4, 32), &picture) << "an address once found is kept";
+    });
+}
+
+TEST(Entries, OfABooleanOnlyTheLowByteCounts) {
+    fake::InFreshProcess([] {
+        static std::uint32_t answer;
+        fake::Offer("REALGetPropValueInt", +[](REALobjectStruct *, const char *, std::int32_t *) { return answer; });
+        std::int32_t value = 0;
+        answer = 0x100;
+        EXPECT_FALSE(REALGetPropValueInt32(nullptr, "Width", &value));
+        answer = 0xABCD0001;
+        EXPECT_TRUE(REALGetPropValueInt32(nullptr, "Width", &value));
+    });
+}
+
+} // namespace

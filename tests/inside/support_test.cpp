@@ -1,0 +1,292 @@
+#include "inside/fake_host.h"
+
+#include "support/exceptions.h"
+#include "support/memory.h"
+#include "support/rb_data.h"
+#include "support/strings.h"
+
+#include <cstring>
+
+namespace {
+
+using namespace kvt;
+using fake::InFreshProcess;
+using fake::Offer;
+
+std::string BytesOf(const rbData &view) {
+    return view.data ? std::string(reinterpret_cast<const char *>(view.data), view.length) : "(empty)";
+}
+
+void OfferStrings() {
+    Offer("REALLockString", +[](REALstringStruct *string) { ++fake::Of(string).references; });
+    Offer("REALUnlockString", +[](REALstringStruct *string) { --fake::Of(string).references; });
+    Offer("REALBuildString", +[](const char *bytes, std::int32_t length) {
+        return fake::NewString(std::string(bytes, static_cast<std::size_t>(length)), 0);
+    });
+    Offer("REALSetStringEncoding",
+          +[](REALstringStruct *string, std::uint32_t encoding) { fake::Of(string).encoding = encoding; });
+    Offer("REALGetStringEncoding", +[](REALstringStruct *string) { return fake::Of(string).encoding; });
+    Offer("REALConvertString", +[](REALstringStruct *string, std::uint32_t encoding) {
+        fake::log.push_back("convert from " + std::to_string(fake::Of(string).encoding));
+        return fake::NewString("<" + fake::Of(string).bytes + ">", encoding);
+    });
+}
+
+void OfferFallback() {
+    Offer("StringGetCString", +[](REALstringStruct *string) { return fake::Of(string).bytes.c_str(); });
+    Offer("REALLoadGlobalMethod", +[](REALobjectStruct *none, const char *declaration) -> void * {
+        EXPECT_EQ(none, nullptr);
+        EXPECT_STREQ(declaration, "LenB( s as string ) as integer");
+        return reinterpret_cast<void *>(
+            +[](REALstringStruct *string) { return static_cast<std::int32_t>(fake::Of(string).bytes.size()); });
+    });
+}
+
+TEST(Memory, RefusesSizesOutsideItsRange) {
+    for (const long long size : {0LL, -1LL, 0x80000000LL, 1LL << 62})
+        EXPECT_EQ(AllocateClearMemory(size), nullptr) << size;
+    auto *byte = static_cast<unsigned char *>(AllocateClearMemory(1));
+    ASSERT_NE(byte, nullptr);
+    EXPECT_EQ(*byte, 0);
+    FreeMemoryNow(byte);
+    FreeMemoryNow(nullptr);
+    unsigned char bytes[3] = {1, 2, 3};
+    ClearMemory(bytes, 2);
+    EXPECT_EQ(bytes[1], 0);
+    EXPECT_EQ(bytes[2], 3);
+    EXPECT_FALSE(ClearBuffer<double>(0x10000000)) << "the size in bytes counts";
+    EXPECT_FALSE(ClearBuffer<double>(1LL << 61)) << "a size beyond 64 bits does not wrap";
+}
+
+TEST(View, OfNothingIsEmpty) {
+    InFreshProcess([] {
+        const rbData noString(static_cast<REALstringStruct *>(nullptr));
+        const rbData noBlock(nullptr, 0, 0);
+        EXPECT_EQ(noString.data, nullptr);
+        EXPECT_EQ(noString.length, 0u);
+        EXPECT_EQ(noBlock.data, nullptr);
+    });
+}
+
+TEST(View, OfAnOlderHostsStringReadsItsRecord) {
+    InFreshProcess([] {
+        OfferStrings();
+        rbversion_rbversion = 2012.9;
+        REALstringStruct *string = fake::NewString("");
+        auto *record = reinterpret_cast<REALolderString *>(string);
+        record->storage = "xabc\0d";
+        record->length = 5;
+        {
+            const rbData view(string);
+            EXPECT_EQ(BytesOf(view), std::string("abc\0d", 5)) << "text begins one byte after the storage";
+            EXPECT_EQ(fake::Of(string).references, 2);
+        }
+        EXPECT_EQ(fake::Of(string).references, 1);
+        record->length = -1;
+        EXPECT_EQ(BytesOf(rbData(string)), "(empty)");
+        record->length = 5;
+        record->storage = nullptr;
+        EXPECT_EQ(BytesOf(rbData(string)), "(empty)");
+        EXPECT_EQ(fake::Of(string).references, 1);
+    });
+}
+
+TEST(View, OfANewerHostsStringGivesTheCopyBackToTheHost) {
+    InFreshProcess([] {
+        rbversion_rbversion = 2013.0;
+        static std::uint32_t answer;
+        Offer("PluginGetStringData", +[](REALstringStruct *string, std::uint32_t encoding, REALstringData *out) {
+            EXPECT_EQ(encoding, 0xFFFFu);
+            const std::string &bytes = fake::Of(string).bytes;
+            *out = {bytes.data(), static_cast<std::int32_t>(bytes.size()), encoding, nullptr, nullptr};
+            return answer;
+        });
+        Offer("PluginDisposeStringData", +[](REALstringData *data) { fake::log.push_back(data->bytes); });
+        REALstringStruct *string = fake::NewString("stored");
+        answer = 1;
+        EXPECT_EQ(BytesOf(rbData(string)), "stored");
+        EXPECT_EQ(fake::log, std::vector<std::string>{"stored"});
+        answer = 0x100;
+        EXPECT_EQ(BytesOf(rbData(string)), "(empty)");
+        EXPECT_EQ(fake::log.size(), 1u) << "a failed copy is not given back";
+    });
+}
+
+TEST(View, OfABlockHoldsAReference) {
+    InFreshProcess([] {
+        static char bytes[] = "0123456789abcdef";
+        static int references;
+        static void *address = bytes;
+        references = 1;
+        Offer("REALLockObject", +[](REALobjectStruct *) { ++references; });
+        Offer("REALUnlockObject", +[](REALobjectStruct *) { --references; });
+        Offer("memoryBlockGetPtr", +[](REALmemoryBlockStruct *) { return address; });
+        Offer("memoryBlockGetSize", +[](REALmemoryBlockStruct *) { return std::int32_t{16}; });
+        REALmemoryBlockStruct block;
+        {
+            const rbData part(&block, 8, 4);
+            EXPECT_EQ(BytesOf(part), "89ab");
+            EXPECT_EQ(references, 2);
+        }
+        EXPECT_EQ(BytesOf(rbData(&block, 0, 0)), "0123456789abcdef") << "length 0 is the whole block";
+        address = nullptr;
+        {
+            const rbData none(&block, 0, 0);
+            EXPECT_EQ(none.data, nullptr);
+            EXPECT_EQ(references, 2) << "a block without an address is held all the same";
+        }
+        EXPECT_EQ(references, 1);
+    });
+}
+
+TEST(StringData, IsCopiedByTheModuleWhereTheHostCannot) {
+    InFreshProcess([] {
+        REALstringStruct *string = fake::NewString("abc", kEncodingAscii);
+        const REALstringData untouched = {"before", 6, 7, nullptr, nullptr};
+        REALstringData data = untouched;
+        OfferStrings();
+        EXPECT_FALSE(REALGetStringData(string, kEncodingNone, &data)) << "no way to the bytes";
+        EXPECT_STREQ(data.bytes, "before");
+        OfferFallback();
+        EXPECT_FALSE(REALGetStringData(nullptr, kEncodingNone, &data));
+
+        ASSERT_TRUE(REALGetStringData(string, kEncodingNone, &data));
+        EXPECT_EQ(std::memcmp(data.bytes, "abc\0\0\0\0", 7), 0) << "four zero bytes behind the text";
+        EXPECT_EQ(data.length, 3);
+        EXPECT_EQ(data.encoding, kEncodingNone);
+        // A disposer that appears later never receives the module's own copy.
+        Offer("PluginDisposeStringData", +[](REALstringData *) { fake::log.push_back("disposed by the host"); });
+        REALDisposeStringData(&data);
+        EXPECT_TRUE(fake::log.empty());
+
+        ASSERT_TRUE(REALGetStringData(string, kEncodingAscii, &data));
+        EXPECT_EQ(std::string(data.bytes), "abc") << "already in that encoding";
+        REALDisposeStringData(&data);
+        ASSERT_TRUE(REALGetStringData(string, kEncodingUtf8, &data));
+        EXPECT_EQ(std::string(data.bytes), "<abc>");
+        EXPECT_EQ(data.encoding, kEncodingUtf8);
+        REALDisposeStringData(&data);
+        EXPECT_EQ(fake::Of(string).references, 1);
+    });
+}
+
+TEST(StringData, ThatCannotBeConvertedIsRefused) {
+    InFreshProcess([] {
+        OfferFallback();
+        REALstringStruct *string = fake::NewString("abc", kEncodingAscii);
+        REALstringData data = {};
+        EXPECT_FALSE(REALGetStringData(string, kEncodingUtf8, &data));
+        EXPECT_TRUE(REALGetStringData(string, 0, &data)) << "a host without encodings counts as encoding 0";
+        REALDisposeStringData(&data);
+    });
+}
+
+TEST(BuildString, RefusesNothingToBuildFrom) {
+    InFreshProcess([] {
+        OfferStrings();
+        EXPECT_EQ(REALBuildUnicodeString("abc", 0, kEncodingUtf8), nullptr);
+        EXPECT_EQ(REALBuildUnicodeString("abc", -1, kEncodingUtf8), nullptr);
+        EXPECT_EQ(REALBuildUnicodeString(nullptr, 5, kEncodingUtf8), nullptr);
+        fake::entries.erase("REALBuildString");
+        for (const std::uint32_t encoding : {kEncodingUtf8, kEncodingUtf16, kEncodingUtf32, kEncodingNone})
+            EXPECT_EQ(REALBuildUnicodeString("abcd", 4, encoding), nullptr);
+    });
+}
+
+TEST(BuildString, KeepsBytesAndDeclaresTheirEncoding) {
+    InFreshProcess([] {
+        OfferStrings();
+        REALstringStruct *binary = REALBuildUnicodeString("a\0b", 3, kEncodingNone);
+        ASSERT_NE(binary, nullptr);
+        EXPECT_EQ(fake::Of(binary).bytes, std::string("a\0b", 3));
+        EXPECT_EQ(fake::Of(binary).encoding, kEncodingNone);
+        REALstringStruct *utf16 = REALBuildUnicodeString("a\0b\0", 4, kEncodingUtf16);
+        ASSERT_NE(utf16, nullptr);
+        EXPECT_EQ(fake::Of(utf16).bytes, std::string("<a\0b\0>", 6)) << "converted";
+        EXPECT_EQ(fake::Of(utf16).encoding, kEncodingUtf8);
+        EXPECT_EQ(fake::log, std::vector<std::string>{"convert from 256"});
+    });
+}
+
+TEST(BuildString, NarrowsUtf32OnTheStackAndOnTheHeap) {
+    InFreshProcess([] {
+        OfferStrings();
+        // Up to 799 bytes fit the stack's 400; 800 bytes go through the heap; 1 to 3 bytes are no unit at all.
+        for (const std::int32_t length : {1, 3, 4, 7, 799, 800, 4001}) {
+            SCOPED_TRACE(length);
+            const auto units = static_cast<std::size_t>(length / 4);
+            std::vector<std::uint32_t> text(units + 1, 0xDEAD0000u + 'x');
+            REALstringStruct *built = REALBuildUnicodeString(text.data(), length, kEncodingUtf32);
+            ASSERT_NE(built, nullptr);
+            std::string expected = "<";
+            for (std::size_t unit = 0; unit < units; ++unit)
+                expected += std::string("x\0", 2);
+            EXPECT_EQ(fake::Of(built).bytes, expected + ">") << "only the low 16 bits of a unit are kept";
+        }
+    });
+}
+
+struct Exception : REALobjectStruct {
+    std::string className;
+    std::string message = "(none)";
+    bool raised = false;
+    int references = 1;
+};
+Exception *gException;
+int gMessageReferences;
+
+void OfferExceptions() {
+    Offer("REALSetPropValueString", +[](REALobjectStruct *object, const char *property, REALstringStruct *value) {
+        EXPECT_STREQ(property, "Message");
+        if (value)
+            static_cast<Exception *>(object)->message = fake::Of(value).bytes;
+        return 1u;
+    });
+    Offer("RuntimeRaiseException", +[](REALobjectStruct *object) { static_cast<Exception *>(object)->raised = true; });
+    Offer("REALUnlockObject", +[](REALobjectStruct *object) { --static_cast<Exception *>(object)->references; });
+    Offer("REALUnlockString", +[](REALstringStruct *string) { gMessageReferences = --fake::Of(string).references; });
+}
+
+constexpr struct {
+    const char *what;
+    const char *known; ///< the only class that the host has
+    const char *message;
+    const char *raisedClass; ///< null: nothing is raised
+    const char *raisedMessage;
+} kExceptions[] = {
+    {"the class asked for", "NilObjectException", "picture is nil", "NilObjectException", "picture is nil"},
+    {"an unknown class falls back", "RuntimeException", "picture is nil", "RuntimeException", "picture is nil"},
+    {"no message", "NilObjectException", nullptr, "NilObjectException", "(none)"},
+    {"a host without exceptions", "Picture", "picture is nil", nullptr, nullptr},
+};
+
+TEST(Exceptions, AreRaisedWithTheirMessageAndLeaveNothingBehind) {
+    for (const auto &row : kExceptions) {
+        SCOPED_TRACE(row.what);
+        InFreshProcess([&row] {
+            static const char *known;
+            known = row.known;
+            OfferStrings();
+            OfferExceptions();
+            gMessageReferences = row.message ? -1 : 0;
+            Offer("PluginNewInstance", +[](const char *className) -> REALobjectStruct * {
+                if (std::strcmp(className, known) != 0)
+                    return nullptr;
+                gException = new Exception;
+                gException->className = className;
+                return gException;
+            });
+            RaiseException("NilObjectException", row.message, 0x0600);
+            EXPECT_EQ(gMessageReferences, 0);
+            ASSERT_EQ(gException != nullptr, row.raisedClass != nullptr);
+            if (!gException)
+                return;
+            EXPECT_TRUE(gException->raised);
+            EXPECT_EQ(gException->className, row.raisedClass);
+            EXPECT_EQ(gException->message, row.raisedMessage);
+            EXPECT_EQ(gException->references, 0) << "the module's own reference is dropped";
+        });
+    }
+}
+
+} // namespace
