@@ -6,8 +6,8 @@
 /// Bitmap contexts of the platform's graphics library, as far as this project needs them. On a real platform its own
 /// framework offers these functions under the same names.
 
-/// A bitmap context. In this stand-in a plain record that its maker lays out and owns; on a real platform opaque. A null
-/// context yields null and zeros.
+/// A bitmap context. In this stand-in a plain record that its maker lays out and owns; on a real platform opaque. A
+/// null context yields null and zeros.
 struct CGContext {
     void *data;               ///< row 0
     std::size_t bitsPerPixel; ///< 32 for the pictures that can be worked on

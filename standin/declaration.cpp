@@ -1,0 +1,163 @@
+#include "standin/declaration.h"
+
+#include <algorithm>
+#include <cctype>
+#include <charconv>
+#include <cstdlib>
+#include <fmt/format.h>
+#include <stdexcept>
+
+namespace standin {
+namespace {
+
+constexpr struct {
+    Type type;
+    std::string_view name;
+} kTypeNames[] = {
+    {Type::Integer, "Integer"}, {Type::UInt32, "UInt32"},           {Type::Color, "Color"},
+    {Type::Boolean, "Boolean"}, {Type::Double, "Double"},           {Type::String, "String"},
+    {Type::Picture, "Picture"}, {Type::MemoryBlock, "MemoryBlock"},
+};
+
+bool IsNameCharacter(char c) { return std::isalnum(static_cast<unsigned char>(c)) || c == '_'; }
+
+/// Reads a declaration from left to right.
+class Reader {
+  public:
+    explicit Reader(std::string_view text) : text_(text) {}
+
+    [[noreturn]] void Fail(std::string_view expected) const {
+        throw std::invalid_argument(
+            fmt::format("not a declaration: expected {} at character {} of \"{}\"", expected, at_ + 1, text_));
+    }
+    void SkipSpaces() {
+        while (at_ < text_.size() && text_[at_] == ' ')
+            ++at_;
+    }
+    bool AtEnd() {
+        SkipSpaces();
+        return at_ == text_.size();
+    }
+    bool Take(char wanted) {
+        SkipSpaces();
+        if (at_ == text_.size() || text_[at_] != wanted)
+            return false;
+        ++at_;
+        return true;
+    }
+    std::string Word(std::string_view expected) {
+        SkipSpaces();
+        const std::size_t start = at_;
+        while (at_ < text_.size() && IsNameCharacter(text_[at_]))
+            ++at_;
+        if (at_ == start)
+            Fail(expected);
+        return std::string(text_.substr(start, at_ - start));
+    }
+    bool TakeWord(std::string_view wanted) {
+        SkipSpaces();
+        const std::size_t end = at_ + wanted.size();
+        if (end > text_.size() || !SameName(text_.substr(at_, wanted.size()), wanted) ||
+            (end < text_.size() && IsNameCharacter(text_[end])))
+            return false;
+        at_ = end;
+        return true;
+    }
+    Type AsType() {
+        if (!TakeWord("as"))
+            Fail("\"as\"");
+        const std::string name = Word("a type");
+        for (const auto &known : kTypeNames)
+            if (SameName(known.name, name))
+                return known.type;
+        at_ -= name.size();
+        Fail("a known type");
+    }
+    std::string Default() {
+        SkipSpaces();
+        const std::size_t end = std::min(text_.find_first_of(",)", at_), text_.size());
+        std::string value(text_.substr(at_, end - at_));
+        value.erase(value.find_last_not_of(' ') + 1);
+        if (value.empty())
+            Fail("a default value");
+        at_ = end;
+        return value;
+    }
+
+  private:
+    std::string_view text_;
+    std::size_t at_ = 0;
+};
+
+Parameter ReadParameter(Reader &reader) {
+    Parameter parameter;
+    parameter.byref = reader.TakeWord("byref");
+    parameter.name = reader.Word("a parameter's name");
+    parameter.type = reader.AsType();
+    if (reader.Take('='))
+        parameter.defaultText = reader.Default();
+    return parameter;
+}
+
+} // namespace
+
+std::string_view NameOf(Type type) {
+    for (const auto &known : kTypeNames)
+        if (known.type == type)
+            return known.name;
+    return "nothing";
+}
+
+std::size_t Declaration::Required() const {
+    return static_cast<std::size_t>(std::count_if(parameters.begin(), parameters.end(),
+                                                  [](const Parameter &parameter) { return !parameter.defaultText; }));
+}
+
+Declaration ParseDeclaration(std::string_view text) {
+    Declaration declaration;
+    declaration.text = text;
+    Reader reader(text);
+    declaration.name = reader.Word("a name");
+    if (reader.Take('(') && !reader.Take(')')) {
+        do {
+            declaration.parameters.push_back(ReadParameter(reader));
+        } while (reader.Take(','));
+        if (!reader.Take(')'))
+            reader.Fail("\",\" or \")\"");
+    }
+    if (!reader.AtEnd())
+        declaration.result = reader.AsType();
+    if (!reader.AtEnd())
+        reader.Fail("the end");
+    return declaration;
+}
+
+bool SameName(std::string_view a, std::string_view b) {
+    const auto lower = [](char c) { return std::tolower(static_cast<unsigned char>(c)); };
+    return std::equal(a.begin(), a.end(), b.begin(), b.end(), [&](char x, char y) { return lower(x) == lower(y); });
+}
+
+std::optional<double> ParseNumber(std::string_view text) {
+    if (const std::optional<std::uint32_t> hexadecimal = ParseColor(text))
+        return *hexadecimal;
+    const std::string copy(text);
+    char *end = nullptr;
+    const double value = std::strtod(copy.c_str(), &end);
+    if (copy.empty() || std::isspace(static_cast<unsigned char>(copy.front())) || *end != '\0')
+        return std::nullopt;
+    return value;
+}
+
+std::optional<std::uint32_t> ParseColor(std::string_view text) {
+    if (text.size() < 3 || text.size() > 10 ||
+        !(SameName(text.substr(0, 2), "&c") || SameName(text.substr(0, 2), "&h")))
+        return std::nullopt;
+    std::uint32_t value = 0;
+    const char *end = text.data() + text.size();
+    const auto parsed = std::from_chars(text.data() + 2, end, value, 16);
+    if (parsed.ec != std::errc{} || parsed.ptr != end)
+        return std::nullopt;
+    return value;
+}
+
+} // namespace standin

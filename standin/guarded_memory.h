@@ -1,0 +1,36 @@
+#pragma once
+
+#include <cstddef>
+
+namespace standin {
+
+/// On which side of a piece of memory the inaccessible page lies directly; the other side has one too, at most a page
+/// further away.
+enum class Guard { Before, After };
+
+/// Zeroed memory between inaccessible pages, so that a read or write of a single byte outside it faults at once. It can
+/// be sealed: then nothing of it may be touched until it is opened again.
+class GuardedMemory {
+  public:
+    GuardedMemory() = default;
+    GuardedMemory(std::size_t size, Guard side);
+    ~GuardedMemory();
+    GuardedMemory(GuardedMemory &&other) noexcept;
+    GuardedMemory &operator=(GuardedMemory &&other) noexcept;
+    GuardedMemory(const GuardedMemory &) = delete;
+    GuardedMemory &operator=(const GuardedMemory &) = delete;
+
+    unsigned char *data() const { return data_; } ///< aligned to 4 bytes at the least when the size is a multiple of 4
+    std::size_t size() const { return size_; }
+    void Seal();
+    void Open();
+
+  private:
+    unsigned char *data_ = nullptr;
+    std::size_t size_ = 0;
+    unsigned char *pages_ = nullptr; ///< the accessible pages, between the two guards
+    std::size_t pageBytes_ = 0;
+    bool sealed_ = false;
+};
+
+} // namespace standin

@@ -1,0 +1,224 @@
+#pragma once
+
+#include "standin/declaration.h"
+#include "standin/module_file.h"
+#include "standin/objects.h"
+
+#include <chrono>
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <span>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <variant>
+#include <vector>
+
+/// A host that loads the real module and plays its part strictly: every reference and pixel lock is counted, every
+/// entry checks what it is called with, and what the module does wrong is kept as a sentence. One host lives at a time.
+namespace standin {
+
+/// Which kind of application runs, by the classes that it has.
+enum class Application { Desktop, Console, Web, Unknown };
+
+/// What is wrong with one host entry.
+struct Fault {
+    enum What {
+        Missing,   ///< the resolver never has it
+        Late,      ///< the resolver has it from the second request on
+        Fails,     ///< call number `call` (from 1) yields the entry's missing result and does nothing
+        WideFalse, ///< every call yields 0x100, whose low 8 bits are false, and does nothing
+    };
+    std::string entry;
+    What what = Missing;
+    int call = 0;
+};
+
+/// Everything that can be said of a host; the defaults make the ordinary one.
+struct HostDescription {
+    Application application = Application::Desktop;
+    std::optional<double> version = 2019.03; ///< none: the host has no "REALGetRBVersion"
+    std::uint32_t newPictureAlphaInfo = 6;   ///< of the bitmaps that the host makes
+    std::uint32_t newAlphaPictureAlphaInfo = 2;
+    int newPicturePadding = 0;
+    std::uint32_t freshWord = 0x5EEDC0DE; ///< what a new picture's pixels hold
+    std::uint32_t dataOffset = 20;        ///< where a class's data lies inside an instance, a multiple of 4
+    std::vector<Fault> faults;
+    std::vector<std::string> unknownExceptions; ///< exception classes that this host lacks
+    Guard guard = Guard::After;
+    bool watchesInputs = true;  ///< after every call, reports pictures and blocks that changed and were not to
+    bool sealsPictures = false; ///< pixels are inaccessible while they are not locked
+    std::string module;         ///< the module's file; empty: the one beside the program
+};
+
+/// One reference that the script side holds; null is nil. Ends before its host does.
+class Ref {
+  public:
+    Ref() = default;
+    explicit Ref(Object *object);     ///< takes one more reference
+    static Ref Adopt(Object *object); ///< takes over one that is already counted as out
+    Ref(const Ref &other) : Ref(other.object_) {}
+    Ref(Ref &&other) noexcept : object_(std::exchange(other.object_, nullptr)) {}
+    Ref &operator=(Ref other) noexcept {
+        std::swap(object_, other.object_);
+        return *this;
+    }
+    ~Ref();
+
+    explicit operator bool() const { return object_ != nullptr; }
+    bool operator==(const Ref &) const = default;
+    Object *object() const { return object_; }
+    void *handle() const { return object_ ? object_->handle : nullptr; }
+    Picture &picture() const { return As<Picture>(Kind::Picture, "picture"); }
+    MemoryBlock &block() const { return As<MemoryBlock>(Kind::MemoryBlock, "memory block"); }
+    Text &text() const { return As<Text>(Kind::String, "string"); }
+    Instance &instance() const { return As<Instance>(Kind::Instance, "instance"); }
+
+  private:
+    template <class Wanted> Wanted &As(Kind kind, const char *name) const {
+        if (!object_ || object_->kind != kind)
+            throw std::logic_error(std::string("not a ") + name);
+        return static_cast<Wanted &>(*object_);
+    }
+    Object *object_ = nullptr;
+};
+
+/// In place of a `byref` argument: the module receives a null pointer.
+struct NoVariable {
+    bool operator==(const NoVariable &) const = default;
+};
+
+/// A value as scripts know it. Nothing (std::monostate) is nil, or the result of a method without one.
+class Value {
+  public:
+    Value() = default;
+    Value(std::nullptr_t) {}
+    Value(int value) : held_(std::int64_t{value}) {}
+    Value(unsigned value) : held_(std::int64_t{value}) {}
+    Value(std::int64_t value) : held_(value) {}
+    Value(double value) : held_(value) {}
+    Value(bool value) : held_(value) {}
+    Value(NoVariable value) : held_(value) {}
+    Value(Ref value) {
+        if (value)
+            held_ = std::move(value);
+    }
+
+    template <class Wanted> bool Is() const { return std::holds_alternative<Wanted>(held_); }
+    bool IsNil() const { return Is<std::monostate>(); }
+    const Ref &AsRef() const { return std::get<Ref>(held_); }
+    Picture &AsPicture() const { return AsRef().picture(); }
+    std::int64_t AsInteger() const { return std::get<std::int64_t>(held_); }
+    double AsDouble() const { return Is<double>() ? std::get<double>(held_) : static_cast<double>(AsInteger()); }
+    bool AsBoolean() const { return std::get<bool>(held_); }
+
+  private:
+    std::variant<std::monostate, std::int64_t, double, bool, NoVariable, Ref> held_;
+};
+
+struct Result {
+    Value value;
+    std::vector<std::pair<std::string, Value>> byref; ///< variables by parameter name, after the call
+    std::optional<RaisedException> raised;
+    std::chrono::nanoseconds time = {};       ///< of the call as a whole
+    std::chrono::nanoseconds timeInHost = {}; ///< of it, inside host entries
+
+    Picture &picture() const { return value.AsPicture(); }
+};
+
+/// A call that does not fit any declaration; the text says what was expected.
+struct WrongCall : std::runtime_error {
+    using runtime_error::runtime_error;
+};
+
+/// A record as the host read it at registration.
+struct RegisteredMethod {
+    Declaration declaration;
+    REALmethodDefinition record;
+};
+struct RegisteredProperty {
+    std::string name;
+    Type type;
+    REALpropertyDefinition record;
+};
+struct RegisteredClass {
+    std::string name;
+    REALclassDefinition record;
+    std::vector<RegisteredProperty> properties;
+    std::vector<RegisteredMethod> methods;
+};
+
+struct HostState;
+
+class Host {
+  public:
+    /// Loads the module afresh and lets it register itself.
+    explicit Host(HostDescription description = {});
+    /// Audits once more and unloads the module. Violations that nobody looked at are written to standard error.
+    ~Host();
+    Host(const Host &) = delete;
+    Host &operator=(const Host &) = delete;
+
+    // Objects.
+    Ref Make(const PictureDescription &description);
+    Ref MakeBlock(std::size_t bytes, std::span<const unsigned char> content = {});
+    Ref MakeString(std::string_view bytes, std::uint32_t encoding = 0x08000100);
+    void AttachMask(const Ref &picture, const Ref &mask);
+    Ref New(std::string_view className); ///< an instance; throws WrongCall when no such class is registered
+
+    // Calls. A null receiver calls a method of Picture on nil. Arguments that are left out take their declared
+    // defaults. Throws WrongCall when nothing fits.
+    template <class... Arguments> Result Call(const Value &receiver, std::string_view method, Arguments... arguments) {
+        return CallWith(receiver, method, {Value(arguments)...});
+    }
+    template <class... Arguments> Result CallGlobal(std::string_view method, Arguments... arguments) {
+        return CallGlobalWith(method, {Value(arguments)...});
+    }
+    Result CallWith(const Value &receiver, std::string_view method, std::vector<Value> arguments);
+    Result CallGlobalWith(std::string_view method, std::vector<Value> arguments);
+    /// `receiver.method(arguments) = assigned`
+    Result Assign(const Value &receiver, std::string_view method, std::vector<Value> arguments, const Value &assigned);
+    /// The method record itself, for those who choose among overloads on their own. `receiver` is nil for a global one.
+    Result CallRecord(const RegisteredMethod &method, bool global, const Value &receiver, std::vector<Value> arguments,
+                      const Value *assigned = nullptr);
+    Value Get(const Ref &instance, std::string_view property);
+    void Set(const Ref &instance, std::string_view property, const Value &value);
+
+    /// Lets the next call change an object's pixels or bytes.
+    void MayChange(const Ref &object);
+
+    // What was registered, in the host's order.
+    const std::vector<RegisteredMethod> &GlobalMethods() const;
+    const std::vector<RegisteredMethod> &PictureMethods() const;
+    const std::vector<std::unique_ptr<RegisteredClass>> &Classes() const;
+    const RegisteredClass &PictureExtension() const;
+    const std::vector<std::string> &StartUpLog() const; ///< what the module asked for at start-up, a line each
+
+    // What happened. Violations are sentences; Take leaves none behind.
+    std::vector<std::string> TakeViolations();
+    int RequestsFor(std::string_view entry) const; ///< how often the resolver was asked for it
+    int CallsOf(std::string_view entry) const;
+    std::size_t LivingObjects() const;
+
+    /// Forces an instruction-set level (0 baseline, 1 AVX2, 2 AVX-512; -1 the best); false when the module was stripped
+    /// of the symbol or the processor lacks the level.
+    bool ForceLevel(int level);
+    int ActiveLevel() const; ///< the level of the last operation that asked for it
+
+    const HostDescription &description() const;
+
+  private:
+    std::unique_ptr<HostState> state_;
+};
+
+/// The names of all host entries, including the methods that are found through others ("Picture.Constructor",
+/// "Graphics.DrawPicture", "LenB"), and whether they yield a boolean.
+struct EntryName {
+    std::string_view name;
+    bool yieldsBoolean;
+};
+std::vector<EntryName> EntryNames();
+
+} // namespace standin

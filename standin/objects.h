@@ -1,0 +1,167 @@
+#pragma once
+
+#include "host/records.h"
+#include "platform/CoreGraphics.h"
+#include "standin/guarded_memory.h"
+#include "standin/pixel_layout.h"
+
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace standin {
+
+enum class Kind { Picture, Graphics, MemoryBlock, String, Instance, Exception };
+
+/// An object of the host. Its handle is the address that the module knows it by; behind it lies nothing of the host's
+/// own, but for strings and instances, whose records the module may read.
+struct Object {
+    Object(Kind kind_) : kind(kind_) {}
+    virtual ~Object() = default;
+    Object(const Object &) = delete;
+    Object &operator=(const Object &) = delete;
+
+    /// "picture #3 (37 x 5, alpha first)"
+    virtual std::string Describe() const;
+
+    Kind kind;
+    int number = 0; ///< counted from 1 as objects are made
+    void *handle = nullptr;
+    int references = 0; ///< all that are out, whoever holds them
+    int held = 0;       ///< those that the host's side holds: scripts, fields, masks, the pending exception
+    bool dead = false;
+};
+
+/// How the host stores a picture's pixels.
+enum class Form {
+    OfHost,        ///< as this kind of host stores pictures
+    Bitmap,        ///< a bitmap context, description type 8
+    Console,       ///< rows wherever the row table says, description type 10
+    GraphicsWorld, ///< description type 4, to be had by the untyped lock alone
+};
+
+/// Everything that can be said of a picture to be made; the defaults make the ordinary one. The lower half describes
+/// what only a broken host would offer.
+struct PictureDescription {
+    int width = 1;
+    int height = 1;
+    Form form = Form::OfHost;
+    bool hasAlphaChannel = false;
+    std::uint32_t alphaInfo = 0; ///< of a bitmap; 0: as this host makes them
+    int rowPadding = 0;          ///< bytes behind each row, a multiple of 4
+    bool lockable = true;
+    std::function<Color(int x, int y)> color;        ///< opaque pixels
+    std::function<std::uint32_t(int x, int y)> word; ///< pixel words; neither given: fresh
+    Color background = 0xFFFFFF;                     ///< of a graphics world's port
+
+    std::size_t bitsPerPixel = 32;
+    std::optional<std::uint32_t> describedType; ///< what the description claims to be
+    bool withoutData = false;                   ///< the description's data handle is null
+    bool withoutPixels = false;                 ///< the bitmap's data, or the console record's row table, is null
+    int nullRow = -1;                           ///< a row whose address in the row table is null
+    std::uint32_t paletteRows = 0;
+    std::uint32_t trueColor = 1;
+    std::optional<std::size_t> bytesPerRow; ///< what the bitmap claims
+};
+
+/// A line that was drawn, with the pen it was drawn with.
+struct DrawnLine {
+    int x1, y1, x2, y2;
+    int penWidth, penHeight;
+    Color color;
+    bool operator==(const DrawnLine &) const = default;
+};
+
+struct Picture : Object {
+    Picture() : Object(Kind::Picture) {}
+    std::string Describe() const override;
+
+    unsigned char *Row(int y) const; ///< its first pixel
+    std::uint32_t Word(int x, int y) const;
+    void SetWord(int x, int y, std::uint32_t word);
+    Color ColorAt(int x, int y) const { return ColorOf(layout, Word(x, y)); }
+    unsigned ExtraAt(int x, int y) const { return ExtraOf(layout, Word(x, y)); }
+    bool Inside(int x, int y) const { return x >= 0 && y >= 0 && x < width && y < height; }
+
+    /// Lays the pixels out as the description says. Without a color or word, every pixel is `freshWord`.
+    void Build(const PictureDescription &wanted, Guard side, std::uint32_t freshWord);
+    /// Fills in a lock's description.
+    void DescribePixels(REALpictureDescription &out);
+    /// Whether the bytes between and around rows are as they were made.
+    bool BordersIntact() const;
+    std::uint64_t Checksum() const; ///< of all pixels and borders
+
+    PictureDescription description;
+    int width = 0;
+    int height = 0;
+    Layout layout = Layout::AlphaLow;
+    GuardedMemory memory;
+    std::ptrdiff_t pitch = 0;     ///< bytes from slot to slot
+    std::vector<void *> rowTable; ///< of a console picture: as handed to the module
+    std::vector<void *> trueRows; ///< where rows really lie
+    CGContext context = {};
+    std::vector<unsigned char> consoleRecord;
+    std::vector<unsigned char> graphicsWorld;
+    Picture *mask = nullptr; ///< holds a reference
+    int locks = 0;
+    std::vector<DrawnLine> lines; ///< drawn into it so far
+};
+
+struct Graphics : Object {
+    Graphics() : Object(Kind::Graphics) {}
+    Picture *picture = nullptr; ///< holds a reference
+    Color foreColor = 0;
+    int penWidth = 1;
+    int penHeight = 1;
+};
+
+struct MemoryBlock : Object {
+    MemoryBlock() : Object(Kind::MemoryBlock) {}
+    std::string Describe() const override;
+    GuardedMemory memory;
+    bool withoutAddress = false;
+};
+
+/// A string. Its handle is the record that hosts before 2013.0 let the module read.
+struct Text : Object {
+    Text() : Object(Kind::String) {}
+    std::string Describe() const override;
+    std::string_view bytes() const;
+    std::uint32_t encoding = 0;
+    GuardedMemory storage; ///< one byte, then the text
+    REALolderString record = {};
+    int copies = 0; ///< handed out and not yet given back
+};
+
+struct RaisedException {
+    std::string className;
+    std::string message;
+    bool operator==(const RaisedException &) const = default;
+};
+
+struct Exception : Object {
+    Exception() : Object(Kind::Exception) {}
+    std::string Describe() const override;
+    RaisedException content;
+};
+
+struct RegisteredClass;
+
+/// An instance of a class that the module registered.
+struct Instance : Object {
+    Instance() : Object(Kind::Instance) {}
+    std::string Describe() const override;
+    const RegisteredClass *definition = nullptr;
+    GuardedMemory memory; ///< what lies before the class's data, then the data
+};
+
+/// Draws a line with the surface's pen, whose top left corner follows the line.
+void DrawLine(Graphics &graphics, int x1, int y1, int x2, int y2);
+
+/// Draws a part of `source` into a part of `target`, scaled without smoothing, opaque.
+void DrawPicture(Picture &target, const Picture &source, int x, int y, int width, int height, int sourceX, int sourceY,
+                 int sourceWidth, int sourceHeight);
+
+} // namespace standin

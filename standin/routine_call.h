@@ -1,0 +1,33 @@
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+namespace standin {
+
+/// Calls a routine whose signature is known only at run time, by the platform's calling convention. Arguments are added
+/// in the order of the declaration. Integers narrower than a word are passed as the compiler passes them, extended.
+class RoutineCall {
+  public:
+    void Add(std::intptr_t word) { words_.push_back(word), order_.push_back(false); }
+    void Add(const void *address) { Add(reinterpret_cast<std::intptr_t>(address)); }
+    void Add(double number) { doubles_.push_back(number), order_.push_back(true); }
+
+    /// A handle, address or 32-bit result (in its low bits), or whatever a routine without result leaves. At most
+    /// kLargest words of arguments.
+    std::intptr_t Run(void (*routine)()) const;
+    double RunForDouble(void (*routine)()) const;
+    /// An 8-bit result; the rest of the register does not count.
+    unsigned char RunForByte(void (*routine)()) const;
+
+    static constexpr std::size_t kLargest = 24;
+
+  private:
+    template <class Result> Result RunAs(void (*routine)()) const;
+
+    std::vector<std::intptr_t> words_;
+    std::vector<double> doubles_;
+    std::vector<bool> order_; ///< true where the next argument is a double
+};
+
+} // namespace standin
