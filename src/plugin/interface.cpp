@@ -30,9 +30,10 @@ constexpr std::uint32_t kHostConsoleClass = 4; // class records carry the host's
 
 // clang-format off
 
-/// A property that the host reads and writes itself at its place in the instance data.
+/// A property that the host reads and writes itself at its place in the instance data. The accessors are literals: an
+/// expression there would have the table built by an initialiser.
 #define STANDARD(name, type, flags, field) \
-    {0, name, type, flags, Entry(~std::uintptr_t{0}), Entry(~std::uintptr_t{0}), offsetof(Data, field), {}}
+    {0, name, type, flags, Entry(UINTPTR_MAX), Entry(UINTPTR_MAX), offsetof(Data, field), {}}
 
 namespace lut3d {
 using Data = Lut3DClassData;
