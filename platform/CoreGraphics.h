@@ -1,13 +1,15 @@
 #pragma once
 
+#include "platform/export.h"
+
 #include <cstddef>
 #include <cstdint>
 
 /// Bitmap contexts of the platform's graphics library, as far as this project needs them. On a real platform its own
 /// framework offers these functions under the same names.
 
-/// A bitmap context. In this stand-in a plain record that its maker lays out and owns; on a real platform opaque. A null
-/// context yields null and zeros.
+/// A bitmap context. In this stand-in a plain record that its maker lays out and owns; on a real platform opaque. A
+/// null context yields null and zeros.
 struct CGContext {
     void *data;               ///< row 0
     std::size_t bitsPerPixel; ///< 32 for the pictures that can be worked on
@@ -18,8 +20,6 @@ struct CGContext {
                               ///< 4 first, 5 none and the last byte skipped, 6 none and the first byte skipped
 };
 using CGContextRef = CGContext *;
-
-#define KVT_PLATFORM [[gnu::visibility("default")]]
 
 extern "C" {
 KVT_PLATFORM void *CGBitmapContextGetData(CGContextRef context);
