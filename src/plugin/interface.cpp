@@ -1,6 +1,7 @@
 #include "plugin/interface.h"
 
 #include "analysis/picture_tests.h"
+#include "analysis/scrolling.h"
 #include "color/channels.h"
 #include "color/counting.h"
 #include "color/embedded_mask.h"
@@ -80,6 +81,9 @@ REALmethodDefinition gMethods[] = {
 
 REALmethodDefinition gPictureMethods[] = {
     {Entry(ColornessKVT),                     nullptr, "ColornessKVT(threshold as integer = 10) as double", 0},
+    {Entry(ScrollVerticalKVT),                nullptr, "ScrollVerticalKVT(delta as integer, wrap as boolean, scrollmask as boolean) as boolean", 0},
+    {Entry(ScrollHorizontalKVT),              nullptr, "ScrollHorizontalKVT(delta as integer, wrap as boolean, scrollmask as boolean) as boolean", 0},
+    {Entry(ScrollKVT),                        nullptr, "ScrollKVT(deltaX as integer, deltaY as integer, wrap as boolean, scrollmask as boolean) as boolean", 0},
     {Entry(PictureHasMask),                   nullptr, "HasMaskKVT as boolean", kConsoleSafe},
     {Entry(ContrastAbsBrightnessPicture3),    nullptr, "ChangeContrastBrightnessAbsoluteKVT(ContrastRed as double, ContrastGreen as double, ContrastBlue as double, BrightnessRed as double, BrightnessGreen as double, BrightnessBlue as double) as picture", kConsoleSafe},
     {Entry(ContrastLinBrightnessPicture3),    nullptr, "ChangeContrastBrightnessLinearKVT(ContrastRed as double, ContrastGreen as double, ContrastBlue as double, BrightnessRed as double, BrightnessGreen as double, BrightnessBlue as double) as picture", kConsoleSafe},
