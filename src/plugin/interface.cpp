@@ -1,6 +1,7 @@
 #include "plugin/interface.h"
 
 #include "analysis/picture_tests.h"
+#include "analysis/scrolling.h"
 #include "color/channels.h"
 #include "color/counting.h"
 #include "color/embedded_mask.h"
@@ -30,9 +31,10 @@ constexpr std::uint32_t kHostConsoleClass = 4; // class records carry the host's
 
 // clang-format off
 
-/// A property that the host reads and writes itself at its place in the instance data.
+/// A property that the host reads and writes itself at its place in the instance data. The accessors are literals: an
+/// expression there would have the table built by an initialiser.
 #define STANDARD(name, type, flags, field) \
-    {0, name, type, flags, Entry(~std::uintptr_t{0}), Entry(~std::uintptr_t{0}), offsetof(Data, field), {}}
+    {0, name, type, flags, Entry(UINTPTR_MAX), Entry(UINTPTR_MAX), offsetof(Data, field), {}}
 
 namespace lut3d {
 using Data = Lut3DClassData;
@@ -79,6 +81,9 @@ REALmethodDefinition gMethods[] = {
 
 REALmethodDefinition gPictureMethods[] = {
     {Entry(ColornessKVT),                     nullptr, "ColornessKVT(threshold as integer = 10) as double", 0},
+    {Entry(ScrollVerticalKVT),                nullptr, "ScrollVerticalKVT(delta as integer, wrap as boolean, scrollmask as boolean) as boolean", 0},
+    {Entry(ScrollHorizontalKVT),              nullptr, "ScrollHorizontalKVT(delta as integer, wrap as boolean, scrollmask as boolean) as boolean", 0},
+    {Entry(ScrollKVT),                        nullptr, "ScrollKVT(deltaX as integer, deltaY as integer, wrap as boolean, scrollmask as boolean) as boolean", 0},
     {Entry(PictureHasMask),                   nullptr, "HasMaskKVT as boolean", kConsoleSafe},
     {Entry(ContrastAbsBrightnessPicture3),    nullptr, "ChangeContrastBrightnessAbsoluteKVT(ContrastRed as double, ContrastGreen as double, ContrastBlue as double, BrightnessRed as double, BrightnessGreen as double, BrightnessBlue as double) as picture", kConsoleSafe},
     {Entry(ContrastLinBrightnessPicture3),    nullptr, "ChangeContrastBrightnessLinearKVT(ContrastRed as double, ContrastGreen as double, ContrastBlue as double, BrightnessRed as double, BrightnessGreen as double, BrightnessBlue as double) as picture", kConsoleSafe},
