@@ -17,7 +17,8 @@ namespace {
 
 constexpr std::int32_t kDefaultHeight = 500;
 
-/// How samples are stored. Unsigned ones become signed, with silence at 0, by flipping their highest bit.
+/// How samples are stored. Silence is the middle of an unsigned sample's range; flipping the highest bit of a signed
+/// one makes it such a sample.
 struct SampleKind {
     std::int32_t bits; ///< the kind's number in scripts
     std::int32_t bytes;
@@ -26,10 +27,10 @@ struct SampleKind {
 };
 
 constexpr SampleKind kSampleKinds[] = {
-    {7, 1, 0, 127.0},
-    {8, 1, 0x80, 127.0},
-    {15, 2, 0, 32767.0},
-    {16, 2, 0x8000, 32767.0},
+    {7, 1, 0x80, 127.0},
+    {8, 1, 0, 127.0},
+    {15, 2, 0x8000, 32767.0},
+    {16, 2, 0, 32767.0},
 };
 
 const SampleKind *KindOf(std::int32_t bits) {
@@ -55,6 +56,7 @@ struct Sums {
 constexpr std::int64_t kSumBlock = 65535;
 
 template <class Sample> Sums SumOf(const unsigned char *bytes, std::int64_t count, std::int32_t flip) {
+    constexpr std::int32_t kSilence = 1 << (8 * sizeof(Sample) - 1);
     return AtActiveLevel([=]() KVT_INLINE_LAMBDA {
         Sums sums = {};
         for (std::int64_t first = 0; first < count; first += kSumBlock) {
@@ -65,7 +67,7 @@ template <class Sample> Sums SumOf(const unsigned char *bytes, std::int64_t coun
             for (std::ptrdiff_t i = 0; i < length; ++i) {
                 Sample stored;
                 std::memcpy(&stored, block + i * static_cast<std::ptrdiff_t>(sizeof stored), sizeof stored);
-                const std::int32_t level = static_cast<Sample>(stored ^ flip);
+                const std::int32_t level = (stored ^ flip) - kSilence;
                 negative += level < 0 ? level : 0;
                 positive += level > 0 ? level : 0;
             }
@@ -78,8 +80,8 @@ template <class Sample> Sums SumOf(const unsigned char *bytes, std::int64_t coun
 
 Sums SumOf(const Samples &samples, std::int64_t first, std::int64_t count) {
     const unsigned char *bytes = samples.bytes + first * samples.kind->bytes;
-    return samples.kind->bytes == 1 ? SumOf<std::int8_t>(bytes, count, samples.kind->flip)
-                                    : SumOf<std::int16_t>(bytes, count, samples.kind->flip);
+    return samples.kind->bytes == 1 ? SumOf<std::uint8_t>(bytes, count, samples.kind->flip)
+                                    : SumOf<std::uint16_t>(bytes, count, samples.kind->flip);
 }
 
 /// The two level series, one entry a column: first mean levels, then rows below the center row.
@@ -172,8 +174,8 @@ void FindBars(const Envelopes &levels, std::int32_t height, const ClearBuffer<Ba
 
 /// Background and bars in one go, row by row as the picture's memory lies.
 void PaintBars(const PictureEditor &picture, Area area, const ClearBuffer<Bar> &bars, Rgb back, Rgb fore) {
-    Paint(picture, area, [=, bar = bars.data()](std::ptrdiff_t x, std::int32_t y) KVT_INLINE_LAMBDA {
-        return (y >= bar[x].top) & (y <= bar[x].bottom) ? fore : back;
+    Paint(picture, area, back, fore, [bar = bars.data()](std::ptrdiff_t x, std::int32_t y) KVT_INLINE_LAMBDA {
+        return (y >= bar[x].top) & (y <= bar[x].bottom);
     });
 }
 

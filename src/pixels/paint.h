@@ -11,19 +11,22 @@
 /// Drawing: pixels that follow from where they lie. As with the walks, a callable's operator() is KVT_INLINE.
 namespace kvt {
 
-/// target(x, y) = op(x, y) for every pixel of the area that lies inside the picture, row by row from the top.
-template <class Op> void Paint(const PictureEditor &target, Area area, Op op) {
+/// target(x, y) = test(x, y) ? fore : back for every pixel of the area that lies inside the picture, row by row from
+/// the top.
+template <class Test> void Paint(const PictureEditor &target, Area area, Rgb back, Rgb fore, Test test) {
     const Area inside = Inside(target, area);
     if (inside.Empty())
         return;
     WithLayout(target, [&](auto layout) {
         using To = decltype(layout);
         AtActiveLevel([=, rows = RowsOf(target)]() KVT_INLINE_LAMBDA {
+            const std::uint32_t backWord = To::Word(back);
+            const std::uint32_t foreWord = To::Word(fore);
             for (std::int32_t row = inside.top; row < inside.bottom; ++row) {
                 unsigned char *pixels = rows[row];
                 KVT_INDEPENDENT_ITERATIONS
                 for (std::ptrdiff_t x = inside.left; x < inside.right; ++x)
-                    To::Store(pixels + x * To::kBytes, op(x, row));
+                    StoreWord(pixels + x * To::kBytes, test(x, row) ? foreWord : backWord);
             }
         });
     });
