@@ -9,6 +9,8 @@
 #include "color/merging.h"
 #include "color/replacement.h"
 #include "color/transformation.h"
+#include "output/binary_string.h"
+#include "output/waveform.h"
 #include "plugin/console_flags.h"
 #include "tone/contrast_brightness.h"
 #include "tone/custom_saturation.h"
@@ -119,9 +121,12 @@ REALmethodDefinition gPictureMethods[] = {
 };
 
 REALmethodDefinition gGlobalMethods[] = {
+    {Entry(BinaryStringtoPicture),            nullptr, "BinaryStringtoPictureKVT(data as String) as Picture", kConsoleSafe},
+    {Entry(PicturetoBinaryString),            nullptr, "PicturetoBinaryStringKVT(p as picture) as string", kConsoleSafe},
     {Entry(CombinePicturesKVT),               nullptr, "CombinePicturesKVT(red as picture, blue as picture, green as picture) as picture", kConsoleSafe},
     {Entry(MergePicture),                     nullptr, "MergePictureKVT(source1 as picture, source2 as picture) as picture", kConsoleSafe},
     {Entry(TintPicture),                      nullptr, "TintPictureKVT(source as picture, GreyBase as color, SepiaBase as color) as picture", kConsoleSafe},
+    {Entry(RenderSamples),                    nullptr, "RenderSamplesKVT(Samples as memoryblock, SampleCount as integer, Smooth as integer, Width as integer, Height as integer, outlinewidth as integer, BackColor as color=&c88B5C4, ForeColor as color=&c274C5A, OutLineColor as color=&c203F4E, Bits as Integer = 8, AutoScale as boolean = false) as Picture", kConsoleSafe},
 };
 
 // clang-format on
