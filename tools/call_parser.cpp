@@ -111,9 +111,9 @@ class Reader {
 
 } // namespace
 
-CallError::CallError(std::string_view message, std::string_view call, Place place)
-    : UserError(fmt::format("{}\n  {}\n  {:>{}}{:^<{}}", message, call, "", place.at, "",
-                            std::max<std::size_t>(place.length, 1))) {}
+CallError::CallError(std::string_view message, std::string_view call, Place place, std::string_view note)
+    : UserError(fmt::format("{}\n  {}\n  {:>{}}{:^<{}}{}{}", message, call, "", place.at, "",
+                            std::max<std::size_t>(place.length, 1), note.empty() ? "" : "\n", note)) {}
 
 Call ParseCall(std::string_view text) {
     Call call;

@@ -40,9 +40,10 @@ struct Call {
     std::optional<Argument> assigned;
 };
 
-/// A call that is wrong at one place. The message is followed by the call and a mark under the place.
+/// A call that is wrong at one place. The message is followed by the call with a mark under the place, then by the
+/// note.
 struct CallError : UserError {
-    CallError(std::string_view message, std::string_view call, Place place);
+    CallError(std::string_view message, std::string_view call, Place place, std::string_view note = {});
 };
 
 /// Throws CallError.

@@ -1,13 +1,17 @@
 #include "tools/samples.h"
 
 #include <algorithm>
+#include <charconv>
 #include <cmath>
 #include <cstdint>
+#include <fmt/format.h>
 
 /// Plain arithmetic and square roots alone: functions of the C library may differ in the last bit from one to the
 /// other.
 namespace tools {
 namespace {
+
+constexpr int kLargestSide = 32767;
 
 double Mix(double a, double b, double t) { return a + (b - a) * t; }
 Triple Mix(const Triple &a, const Triple &b, double t) {
@@ -108,6 +112,19 @@ double AlphaAt(int column, int row, int width, int height) {
 unsigned char ToByte(double level) { return static_cast<unsigned char>(std::clamp(level, 0.0, 255.0)); }
 
 } // namespace
+
+std::pair<int, int> ParseSize(std::string_view text) {
+    int width = 0;
+    int height = 0;
+    const char *end = text.data() + text.size();
+    const auto first = std::from_chars(text.data(), end, width);
+    const bool more = first.ec == std::errc{} && first.ptr != end && *first.ptr == 'x';
+    const auto second = more ? std::from_chars(first.ptr + 1, end, height) : first;
+    if (!more || second.ec != std::errc{} || second.ptr != end || width < 1 || height < 1 || width > kLargestSide ||
+        height > kLargestSide)
+        throw UserError(fmt::format("--size {}: expected WxH, each from 1 to {}", text, kLargestSide));
+    return {width, height};
+}
 
 Image SamplePicture(int width, int height, bool withAlpha) {
     Image image = MakeImage(width, height, withAlpha);

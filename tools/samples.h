@@ -4,7 +4,13 @@
 #include "tools/picture_files.h"
 #include "tools/wav_file.h"
 
+#include <string_view>
+#include <utility>
+
 namespace tools {
+
+/// "640x480". Throws UserError for anything else, and for sides outside 1..32767.
+std::pair<int, int> ParseSize(std::string_view text);
 
 /// A scene with something for every operation: a sky that runs from blue to pale, clouds, a sun, two ranges of hills, a
 /// meadow of fine texture, and below them a ramp of skin tones, a ramp of grays and saturated patches. With alpha, the
