@@ -45,12 +45,12 @@ struct HostDescription {
     int newPicturePadding = 0;
     std::uint32_t freshWord = 0x5EEDC0DE; ///< what a new picture's pixels hold
     std::uint32_t dataOffset = 20;        ///< where a class's data lies inside an instance, a multiple of 4
-    std::vector<Fault> faults;
-    std::vector<std::string> unknownExceptions; ///< exception classes that this host lacks
+    std::vector<Fault> faults = {};
+    std::vector<std::string> unknownExceptions = {}; ///< exception classes that this host lacks
     Guard guard = Guard::After;
     bool watchesInputs = true;  ///< after every call, reports pictures and blocks that changed and were not to
     bool sealsPictures = false; ///< pixels are inaccessible while they are not locked
-    std::string module;         ///< the module's file; empty: the one beside the program
+    std::string module = {};    ///< the module's file; empty: the one beside the program
 };
 
 /// One reference that the script side holds; null is nil. Ends before its host does.
@@ -156,7 +156,7 @@ class Host {
   public:
     /// Loads the module afresh and lets it register itself.
     explicit Host(HostDescription description = {});
-    /// Audits once more and unloads the module. Violations that nobody looked at are written to standard error.
+    /// Finishes and unloads the module. Violations that nobody looked at are written to standard error.
     ~Host();
     Host(const Host &) = delete;
     Host &operator=(const Host &) = delete;
@@ -195,6 +195,9 @@ class Host {
     const std::vector<std::unique_ptr<RegisteredClass>> &Classes() const;
     const RegisteredClass &PictureExtension() const;
     const std::vector<std::string> &StartUpLog() const; ///< what the module asked for at start-up, a line each
+
+    /// Audits for the last time: by now nobody holds an object any more.
+    void Finish();
 
     // What happened. Violations are sentences; Take leaves none behind.
     std::vector<std::string> TakeViolations();

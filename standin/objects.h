@@ -52,25 +52,25 @@ struct PictureDescription {
     std::uint32_t alphaInfo = 0; ///< of a bitmap; 0: as this host makes them
     int rowPadding = 0;          ///< bytes behind each row, a multiple of 4
     bool lockable = true;
-    std::function<Color(int x, int y)> color;        ///< opaque pixels
-    std::function<std::uint32_t(int x, int y)> word; ///< pixel words; neither given: fresh
-    Color background = 0xFFFFFF;                     ///< of a graphics world's port
+    std::function<ColorValue(int x, int y)> color = {};   ///< opaque pixels
+    std::function<std::uint32_t(int x, int y)> word = {}; ///< pixel words; neither given: fresh
+    ColorValue background = 0xFFFFFF;                     ///< of a graphics world's port
 
     std::size_t bitsPerPixel = 32;
-    std::optional<std::uint32_t> describedType; ///< what the description claims to be
-    bool withoutData = false;                   ///< the description's data handle is null
-    bool withoutPixels = false;                 ///< the bitmap's data, or the console record's row table, is null
-    int nullRow = -1;                           ///< a row whose address in the row table is null
+    std::optional<std::uint32_t> describedType = {}; ///< what the description claims to be
+    bool withoutData = false;                        ///< the description's data handle is null
+    bool withoutPixels = false;                      ///< the bitmap's data, or the console record's row table, is null
+    int nullRow = -1;                                ///< a row whose address in the row table is null
     std::uint32_t paletteRows = 0;
     std::uint32_t trueColor = 1;
-    std::optional<std::size_t> bytesPerRow; ///< what the bitmap claims
+    std::optional<std::size_t> bytesPerRow = {}; ///< what the bitmap claims
 };
 
 /// A line that was drawn, with the pen it was drawn with.
 struct DrawnLine {
     int x1, y1, x2, y2;
     int penWidth, penHeight;
-    Color color;
+    ColorValue color;
     bool operator==(const DrawnLine &) const = default;
 };
 
@@ -81,7 +81,7 @@ struct Picture : Object {
     unsigned char *Row(int y) const; ///< its first pixel
     std::uint32_t Word(int x, int y) const;
     void SetWord(int x, int y, std::uint32_t word);
-    Color ColorAt(int x, int y) const { return ColorOf(layout, Word(x, y)); }
+    ColorValue ColorAt(int x, int y) const { return ColorOf(layout, Word(x, y)); }
     unsigned ExtraAt(int x, int y) const { return ExtraOf(layout, Word(x, y)); }
     bool Inside(int x, int y) const { return x >= 0 && y >= 0 && x < width && y < height; }
 
@@ -106,13 +106,14 @@ struct Picture : Object {
     std::vector<unsigned char> graphicsWorld;
     Picture *mask = nullptr; ///< holds a reference
     int locks = 0;
+    int cacheClears = 0;          ///< how often the host was told to forget what it cached
     std::vector<DrawnLine> lines; ///< drawn into it so far
 };
 
 struct Graphics : Object {
     Graphics() : Object(Kind::Graphics) {}
     Picture *picture = nullptr; ///< holds a reference
-    Color foreColor = 0;
+    ColorValue foreColor = 0;
     int penWidth = 1;
     int penHeight = 1;
 };

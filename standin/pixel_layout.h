@@ -12,15 +12,15 @@ enum class Layout {
 };
 
 /// A color 0x00RRGGBB.
-using Color = std::uint32_t;
+using ColorValue = std::uint32_t;
 
-constexpr Color MakeColor(unsigned red, unsigned green, unsigned blue) { return red << 16 | green << 8 | blue; }
-constexpr unsigned Red(Color color) { return color >> 16 & 255; }
-constexpr unsigned Green(Color color) { return color >> 8 & 255; }
-constexpr unsigned Blue(Color color) { return color & 255; }
+constexpr ColorValue MakeColor(unsigned red, unsigned green, unsigned blue) { return red << 16 | green << 8 | blue; }
+constexpr unsigned Red(ColorValue color) { return color >> 16 & 255; }
+constexpr unsigned Green(ColorValue color) { return color >> 8 & 255; }
+constexpr unsigned Blue(ColorValue color) { return color & 255; }
 
 /// The word of a color with that fourth byte (alpha, or a console picture's transparency).
-constexpr std::uint32_t WordOf(Layout layout, Color color, unsigned extra) {
+constexpr std::uint32_t WordOf(Layout layout, ColorValue color, unsigned extra) {
     switch (layout) {
     case Layout::AlphaHigh:
         return Red(color) | Green(color) << 8 | Blue(color) << 16 | extra << 24;
@@ -33,9 +33,11 @@ constexpr std::uint32_t WordOf(Layout layout, Color color, unsigned extra) {
 }
 
 constexpr unsigned OpaqueExtra(Layout layout) { return layout == Layout::RowTable ? 0 : 255; }
-constexpr std::uint32_t OpaqueWord(Layout layout, Color color) { return WordOf(layout, color, OpaqueExtra(layout)); }
+constexpr std::uint32_t OpaqueWord(Layout layout, ColorValue color) {
+    return WordOf(layout, color, OpaqueExtra(layout));
+}
 
-constexpr Color ColorOf(Layout layout, std::uint32_t word) {
+constexpr ColorValue ColorOf(Layout layout, std::uint32_t word) {
     switch (layout) {
     case Layout::AlphaHigh:
         return MakeColor(word & 255, word >> 8 & 255, word >> 16 & 255);

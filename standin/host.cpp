@@ -1,0 +1,497 @@
+#include "standin/host.h"
+
+#include "standin/host_state.h"
+#include "standin/routine_call.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+#include <fmt/format.h>
+#include <iterator>
+#include <limits>
+
+namespace standin {
+
+Ref::Ref(Object *object) : object_(object) {
+    if (object_)
+        gHost->Hold(*object_);
+}
+
+Ref Ref::Adopt(Object *object) {
+    Ref ref;
+    ref.object_ = object;
+    if (object)
+        ++object->held;
+    return ref;
+}
+
+Ref::~Ref() {
+    if (object_ && gHost)
+        gHost->Release(*object_);
+}
+
+namespace {
+
+/// What a script passes when it leaves an argument out.
+Value DefaultOf(const Parameter &parameter) {
+    const std::string &text = *parameter.defaultText;
+    if (SameName(text, "nil"))
+        return nullptr;
+    if (SameName(text, "true") || SameName(text, "false"))
+        return SameName(text, "true");
+    const std::optional<double> number = ParseNumber(text);
+    if (!number)
+        throw WrongCall(fmt::format("the default \"{}\" of {} is no value", text, parameter.name));
+    return parameter.type == Type::Double ? Value(*number) : Value(static_cast<std::int64_t>(*number));
+}
+
+bool IsHandle(Type type) { return type == Type::String || type == Type::Picture || type == Type::MemoryBlock; }
+
+Kind KindOf(Type type) {
+    return type == Type::Picture ? Kind::Picture : type == Type::String ? Kind::String : Kind::MemoryBlock;
+}
+
+/// Why a value cannot be passed for a parameter; empty when it can.
+std::string Misfit(const Parameter &parameter, const Value &value) {
+    const auto misfit = [&](std::string_view got) {
+        return fmt::format("{} is {}, not {}", parameter.name, NameOf(parameter.type), got);
+    };
+    if (value.Is<NoVariable>())
+        return parameter.byref ? "" : misfit("a variable");
+    if (IsHandle(parameter.type)) {
+        if (value.IsNil())
+            return "";
+        if (!value.Is<Ref>())
+            return misfit("a number");
+        return value.AsRef().object()->kind == KindOf(parameter.type) ? "" : misfit(value.AsRef().object()->Describe());
+    }
+    if (value.IsNil())
+        return misfit("nil");
+    if (value.Is<Ref>())
+        return misfit(value.AsRef().object()->Describe());
+    if (parameter.type == Type::Boolean)
+        return value.Is<bool>() ? "" : misfit("a number");
+    if (value.Is<bool>())
+        return misfit("a boolean");
+    if (parameter.type == Type::Double)
+        return "";
+    if (value.Is<double>())
+        return misfit("a double");
+    const std::int64_t number = value.AsInteger();
+    const bool isSigned = parameter.type == Type::Integer;
+    const std::int64_t least = isSigned ? std::numeric_limits<std::int32_t>::min() : 0;
+    const std::int64_t most =
+        isSigned ? std::numeric_limits<std::int32_t>::max() : std::int64_t{std::numeric_limits<std::uint32_t>::max()};
+    return number >= least && number <= most ? "" : misfit(fmt::format("{}, which has too many bits", number));
+}
+
+std::string Misfit(const Declaration &declaration, const std::vector<Value> &arguments) {
+    const std::size_t least = declaration.Required();
+    const std::size_t most = declaration.parameters.size();
+    if (arguments.size() < least || arguments.size() > most)
+        return fmt::format("{} argument(s) expected, {} given",
+                           least == most ? fmt::format("{}", most) : fmt::format("{} to {}", least, most),
+                           arguments.size());
+    for (std::size_t i = 0; i < arguments.size(); ++i)
+        if (std::string problem = Misfit(declaration.parameters[i], arguments[i]); !problem.empty())
+            return problem;
+    return "";
+}
+
+/// The first overload that the arguments fit.
+const RegisteredMethod &Choose(const std::vector<RegisteredMethod> &methods, std::string_view name,
+                               const std::vector<Value> &arguments) {
+    std::string problems;
+    for (const RegisteredMethod &method : methods) {
+        if (!SameName(method.declaration.name, name))
+            continue;
+        const std::string problem = Misfit(method.declaration, arguments);
+        if (problem.empty())
+            return method;
+        problems += fmt::format("\n  {}: {}", method.declaration.text, problem);
+    }
+    throw WrongCall(problems.empty() ? fmt::format("no method is called \"{}\"", name)
+                                     : fmt::format("no {} takes these arguments:{}", name, problems));
+}
+
+std::int32_t Low32(std::int64_t value) { return static_cast<std::int32_t>(static_cast<std::uint32_t>(value)); }
+
+/// A word as the compiler passes it: unsigned types extended with zeros, signed ones with their sign.
+std::intptr_t WordOf(Type type, const Value &value) {
+    if (IsHandle(type))
+        return reinterpret_cast<std::intptr_t>(value.IsNil() ? nullptr : value.AsRef().handle());
+    if (type == Type::Boolean)
+        return value.AsBoolean() ? 1 : 0;
+    if (type == Type::Integer)
+        return Low32(value.AsInteger());
+    return static_cast<std::intptr_t>(static_cast<std::uint32_t>(value.AsInteger()));
+}
+
+/// The memory that a `byref` argument points to.
+union Variable {
+    void *handle;
+    std::int32_t integer;
+    double number;
+    signed char boolean;
+};
+
+Variable VariableOf(Type type, const Value &value) {
+    Variable variable = {};
+    if (IsHandle(type))
+        variable.handle = value.IsNil() ? nullptr : value.AsRef().handle();
+    else if (type == Type::Double)
+        variable.number = value.AsDouble();
+    else if (type == Type::Boolean)
+        variable.boolean = value.AsBoolean();
+    else
+        variable.integer = Low32(value.AsInteger());
+    return variable;
+}
+
+/// The living object behind a handle that the module handed back with one reference for the script.
+Ref TakeOver(const void *handle, Kind kind) {
+    if (!handle)
+        return {};
+    const auto found = gHost->objects.find(handle);
+    if (found == gHost->objects.end() || found->second->dead || found->second->kind != kind) {
+        gHost->Violation("the result is no living object of its type");
+        return {};
+    }
+    return Ref::Adopt(found->second.get());
+}
+
+Value ValueOf(Type type, std::int32_t integer) {
+    return type == Type::Integer ? Value(std::int64_t{integer}) : Value(static_cast<unsigned>(integer));
+}
+
+Value ReadBack(Type type, const Variable &variable, const Value &before) {
+    if (type == Type::Double)
+        return variable.number;
+    if (type == Type::Boolean)
+        return variable.boolean != 0;
+    if (!IsHandle(type))
+        return ValueOf(type, variable.integer);
+    const void *old = before.IsNil() ? nullptr : before.AsRef().handle();
+    if (variable.handle == old)
+        return before;
+    if (old)
+        gHost->Violation("a byref variable that held an object was given another one");
+    return TakeOver(variable.handle, KindOf(type));
+}
+
+/// What must not change in a call, with what it was before.
+class InputWatch {
+  public:
+    InputWatch() {
+        if (!gHost->description.watchesInputs)
+            return;
+        for (const auto &[handle, object] : gHost->objects)
+            if (!object->dead && !gHost->mayChange.contains(object.get()))
+                if (const std::optional<std::uint64_t> sum = Sum(*object))
+                    before_.emplace_back(object.get(), *sum);
+    }
+    void Report() const {
+        for (const auto &[object, sum] : before_)
+            if (!object->dead && Sum(*object) != sum)
+                gHost->Violation(fmt::format("{} was changed", object->Describe()));
+    }
+
+  private:
+    static std::optional<std::uint64_t> Sum(const Object &object) {
+        if (object.kind == Kind::Picture)
+            return static_cast<const Picture &>(object).Checksum();
+        if (object.kind != Kind::MemoryBlock)
+            return std::nullopt;
+        const GuardedMemory &memory = static_cast<const MemoryBlock &>(object).memory;
+        std::uint64_t sum = 0;
+        for (std::size_t i = 0; i < memory.size(); ++i)
+            sum = (sum ^ memory.data()[i]) * 0x9E3779B97F4A7C15u;
+        return sum;
+    }
+    std::vector<std::pair<const Object *, std::uint64_t>> before_;
+};
+
+void ForPictures(void (GuardedMemory::*change)()) {
+    if (gHost->description.sealsPictures)
+        for (const auto &[handle, object] : gHost->objects)
+            if (object->kind == Kind::Picture && !object->dead)
+                (static_cast<Picture &>(*object).memory.*change)();
+}
+
+void TakePending(Result &result) {
+    if (Exception *pending = std::exchange(gHost->pending, nullptr)) {
+        result.raised = pending->content;
+        gHost->Release(*pending);
+    }
+}
+
+/// Runs a routine of the module as the host does: watched, timed, audited afterwards.
+template <class Body> Result RunRoutine(const std::string &declaration, Body body) {
+    Result result;
+    gHost->running = declaration;
+    const InputWatch watch;
+    ForPictures(&GuardedMemory::Seal);
+    gHost->timeInEntries = {};
+    const auto start = std::chrono::steady_clock::now();
+    body(result);
+    result.time = std::chrono::steady_clock::now() - start;
+    result.timeInHost = gHost->timeInEntries;
+    ForPictures(&GuardedMemory::Open);
+    TakePending(result);
+    watch.Report();
+    gHost->Audit();
+    gHost->mayChange.clear();
+    gHost->running.clear();
+    return result;
+}
+
+} // namespace
+
+Host::Host(HostDescription description) : state_(std::make_unique<HostState>(std::move(description))) {
+    if (gHost)
+        throw std::logic_error("one host lives at a time");
+    const std::string &file = state_->description.module;
+    state_->module = std::make_unique<ModuleFile>(file.empty() ? ModuleBesideProgram() : file);
+    void *start = state_->module->Exported("REALPluginMain");
+    if (!start)
+        throw std::runtime_error(state_->module->path() + " exports no REALPluginMain");
+    gHost = state_.get();
+    state_->running = "REALPluginMain";
+    reinterpret_cast<void (*)(void *(*)(const char *))>(start)(Resolve);
+    state_->running.clear();
+    for (auto &[name, entry] : state_->entries) // faults count from the first routine on
+        entry = {};
+}
+
+void Host::Finish() {
+    state_->Audit();
+    for (const auto &[handle, object] : std::exchange(state_->objects, {}))
+        if (!object->dead)
+            state_->Violation(fmt::format("{} outlives the host", object->Describe()));
+}
+
+Host::~Host() {
+    Finish();
+    for (const std::string &violation : state_->violations)
+        fmt::print(stderr, "the stand-in host: {}\n", violation);
+    gHost = nullptr;
+}
+
+Ref Host::Make(const PictureDescription &description) { return Ref::Adopt(&state_->NewPicture(description)); }
+
+Ref Host::MakeBlock(std::size_t bytes, std::span<const unsigned char> content) {
+    MemoryBlock &block = state_->NewBlock(bytes);
+    std::copy_n(content.begin(), std::min(bytes, content.size()), block.memory.data());
+    return Ref::Adopt(&block);
+}
+
+Ref Host::MakeString(std::string_view bytes, std::uint32_t encoding) {
+    return Ref::Adopt(&state_->NewText(bytes, encoding));
+}
+
+void Host::AttachMask(const Ref &picture, const Ref &mask) {
+    state_->Hold(mask.picture());
+    picture.picture().mask = &mask.picture();
+}
+
+Ref Host::New(std::string_view className) {
+    const RegisteredClass *definition = state_->ClassNamed(className);
+    if (!definition)
+        throw WrongCall(fmt::format("no class is called \"{}\"", className));
+    Instance &instance = state_->NewInstance(*definition);
+    Ref ref = Ref::Adopt(&instance);
+    if (const REALroutine constructor = definition->record.constructor) {
+        state_->running = "the constructor of " + definition->name;
+        reinterpret_cast<void (*)(void *)>(constructor)(instance.handle);
+        state_->running.clear();
+    }
+    return ref;
+}
+
+Result Host::CallWith(const Value &receiver, std::string_view method, std::vector<Value> arguments) {
+    const bool isInstance = receiver.Is<Ref>() && receiver.AsRef().object()->kind == Kind::Instance;
+    const auto &methods =
+        isInstance ? receiver.AsRef().instance().definition->methods : state_->pictureExtension.methods;
+    const RegisteredMethod &chosen = Choose(methods, method, arguments);
+    return CallRecord(chosen, false, receiver, std::move(arguments));
+}
+
+Result Host::CallGlobalWith(std::string_view method, std::vector<Value> arguments) {
+    const RegisteredMethod &chosen = Choose(state_->globalMethods, method, arguments);
+    return CallRecord(chosen, true, nullptr, std::move(arguments));
+}
+
+Result Host::Assign(const Value &receiver, std::string_view method, std::vector<Value> arguments,
+                    const Value &assigned) {
+    const bool isInstance = receiver.Is<Ref>() && receiver.AsRef().object()->kind == Kind::Instance;
+    const auto &methods =
+        isInstance ? receiver.AsRef().instance().definition->methods : state_->pictureExtension.methods;
+    const RegisteredMethod &chosen = Choose(methods, method, arguments);
+    if (!chosen.record.setter)
+        throw WrongCall(fmt::format("{} cannot be assigned to", chosen.declaration.name));
+    const Parameter value{"the assigned value", chosen.declaration.result, false, {}};
+    if (const std::string problem = Misfit(value, assigned); !problem.empty())
+        throw WrongCall(problem);
+    return CallRecord(chosen, false, receiver, std::move(arguments), &assigned);
+}
+
+Result Host::CallRecord(const RegisteredMethod &method, bool global, const Value &receiver,
+                        std::vector<Value> arguments, const Value *assigned) {
+    const Declaration &declaration = method.declaration;
+    for (std::size_t i = arguments.size(); i < declaration.parameters.size(); ++i)
+        arguments.push_back(DefaultOf(declaration.parameters[i]));
+
+    RoutineCall call;
+    if (!global)
+        call.Add(receiver.IsNil() ? nullptr : receiver.AsRef().handle());
+    const auto add = [&](Type type, const Value &value) {
+        if (type == Type::Double)
+            call.Add(value.AsDouble());
+        else
+            call.Add(WordOf(type, value));
+    };
+    std::vector<Variable> variables(arguments.size());
+    for (std::size_t i = 0; i < arguments.size(); ++i) {
+        const Parameter &parameter = declaration.parameters[i];
+        if (!parameter.byref) {
+            add(parameter.type, arguments[i]);
+        } else if (arguments[i].Is<NoVariable>()) {
+            call.Add(nullptr);
+        } else {
+            variables[i] = VariableOf(parameter.type, arguments[i]);
+            call.Add(&variables[i]);
+        }
+    }
+    if (assigned)
+        add(declaration.result, *assigned);
+
+    const REALroutine routine = assigned ? method.record.setter : method.record.function;
+    const Type yields = assigned ? Type::Nothing : declaration.result;
+    return RunRoutine(declaration.text, [&](Result &result) {
+        switch (yields) {
+        case Type::Double:
+            result.value = call.RunForDouble(routine);
+            break;
+        case Type::Boolean:
+            result.value = call.RunForByte(routine) != 0;
+            break;
+        case Type::Nothing:
+            call.Run(routine);
+            break;
+        case Type::String:
+        case Type::Picture:
+        case Type::MemoryBlock:
+            result.value = TakeOver(reinterpret_cast<void *>(call.Run(routine)), KindOf(yields));
+            break;
+        default:
+            result.value = ValueOf(yields, Low32(call.Run(routine)));
+        }
+        for (std::size_t i = 0; i < arguments.size(); ++i)
+            if (declaration.parameters[i].byref && !arguments[i].Is<NoVariable>())
+                result.byref.emplace_back(declaration.parameters[i].name,
+                                          ReadBack(declaration.parameters[i].type, variables[i], arguments[i]));
+    });
+}
+
+namespace {
+
+const RegisteredProperty &PropertyOf(const Instance &instance, std::string_view name) {
+    for (const RegisteredProperty &property : instance.definition->properties)
+        if (SameName(property.name, name))
+            return property;
+    throw WrongCall(fmt::format("{} has no property \"{}\"", instance.definition->name, name));
+}
+
+template <class Stored> Stored Load(const Stored *field) {
+    Stored value;
+    std::memcpy(&value, field, sizeof value);
+    return value;
+}
+
+} // namespace
+
+Value Host::Get(const Ref &ref, std::string_view name) {
+    Instance &instance = ref.instance();
+    const RegisteredProperty &property = PropertyOf(instance, name);
+    if (!UsesStandardAccess(property)) { // own accessors are those of doubles
+        RoutineCall call;
+        call.Add(instance.handle);
+        call.Add(std::intptr_t{Low32(property.record.param)});
+        return RunRoutine(property.name,
+                          [&](Result &result) { result.value = call.RunForDouble(property.record.getter); })
+            .value;
+    }
+    if (property.type != Type::Picture)
+        return ValueOf(property.type, Load(FieldOf<std::int32_t>(instance, property)));
+    const auto found = state_->objects.find(Load(FieldOf<void *>(instance, property)));
+    return found == state_->objects.end() ? Value() : Value(Ref(found->second.get()));
+}
+
+void Host::Set(const Ref &ref, std::string_view name, const Value &value) {
+    Instance &instance = ref.instance();
+    const RegisteredProperty &property = PropertyOf(instance, name);
+    if (const std::string problem = Misfit({property.name, property.type, false, {}}, value); !problem.empty())
+        throw WrongCall(problem);
+    if (!UsesStandardAccess(property)) {
+        RoutineCall call;
+        call.Add(instance.handle);
+        call.Add(std::intptr_t{Low32(property.record.param)});
+        call.Add(value.AsDouble());
+        RunRoutine(property.name, [&](Result &) { call.Run(property.record.setter); });
+    } else if (property.type == Type::Picture) {
+        auto *field = FieldOf<void *>(instance, property);
+        const auto old = state_->objects.find(Load(field));
+        void *handle = value.IsNil() ? nullptr : value.AsRef().handle();
+        if (handle)
+            state_->AddReference(*value.AsRef().object());
+        std::memcpy(field, &handle, sizeof handle);
+        if (old != state_->objects.end())
+            state_->DropReference(*old->second, property.name);
+    } else {
+        const std::int32_t number = Low32(value.AsInteger());
+        std::memcpy(FieldOf<std::int32_t>(instance, property), &number, sizeof number);
+    }
+}
+
+void Host::MayChange(const Ref &object) { state_->mayChange.insert(object.object()); }
+
+const std::vector<RegisteredMethod> &Host::GlobalMethods() const { return state_->globalMethods; }
+const std::vector<RegisteredMethod> &Host::PictureMethods() const { return state_->pictureExtension.methods; }
+const std::vector<std::unique_ptr<RegisteredClass>> &Host::Classes() const { return state_->classes; }
+const RegisteredClass &Host::PictureExtension() const { return state_->pictureExtension; }
+const std::vector<std::string> &Host::StartUpLog() const { return state_->startUpLog; }
+const HostDescription &Host::description() const { return state_->description; }
+
+std::vector<std::string> Host::TakeViolations() { return std::exchange(state_->violations, {}); }
+
+int Host::RequestsFor(std::string_view entry) const {
+    const auto found = state_->entries.find(entry);
+    return found == state_->entries.end() ? 0 : found->second.requests;
+}
+
+int Host::CallsOf(std::string_view entry) const {
+    const auto found = state_->entries.find(entry);
+    return found == state_->entries.end() ? 0 : found->second.calls;
+}
+
+std::size_t Host::LivingObjects() const {
+    return static_cast<std::size_t>(std::count_if(state_->objects.begin(), state_->objects.end(),
+                                                  [](const auto &entry) { return !entry.second->dead; }));
+}
+
+bool Host::ForceLevel(int level) {
+    auto *forced = static_cast<int *>(state_->module->Internal("gForcedLevel"));
+    if (!forced)
+        return false;
+    *forced = level;
+    const Ref probe = Make({});
+    Call(probe, "isWhiteKVT");
+    return level < 0 || ActiveLevel() == level;
+}
+
+int Host::ActiveLevel() const {
+    const auto *active = static_cast<const int *>(state_->module->Internal("gActiveLevel"));
+    return active ? *active : -1;
+}
+
+} // namespace standin

@@ -1,0 +1,283 @@
+#include "standin/host_state.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+#include <fmt/format.h>
+
+namespace standin {
+
+HostState *gHost;
+
+namespace {
+
+/// Handles of objects that the module must not look into point to memory that cannot be touched.
+void *OpaqueHandle() {
+    static GuardedMemory arena;
+    static std::size_t used = 0;
+    constexpr std::size_t kArena = 1 << 20;
+    constexpr std::size_t kStep = 16;
+    if (arena.size() == 0) {
+        arena = GuardedMemory(kArena, Guard::Before);
+        arena.Seal();
+    }
+    if (used == kArena) { // a new arena; the old one stays, so that no handle is ever used twice
+        static std::vector<GuardedMemory> full;
+        full.push_back(std::move(arena));
+        arena = GuardedMemory(kArena, Guard::Before);
+        arena.Seal();
+        used = 0;
+    }
+    return arena.data() + std::exchange(used, used + kStep);
+}
+
+} // namespace
+
+bool UsesStandardAccess(const RegisteredProperty &property) {
+    return reinterpret_cast<std::intptr_t>(property.record.getter) == -1;
+}
+
+HostState::HostState(HostDescription wanted) : description(std::move(wanted)) {}
+
+void HostState::Violation(const std::string &sentence) {
+    violations.push_back(running.empty() ? sentence : fmt::format("{}; in {}", sentence, running));
+}
+
+template <class Made> Made &HostState::Adopt(std::unique_ptr<Made> object, void *handle) {
+    object->number = ++objectsMade;
+    object->handle = handle;
+    object->references = 1;
+    Made &made = *object;
+    objects[handle] = std::move(object);
+    return made;
+}
+
+Picture &HostState::NewPicture(PictureDescription wanted) {
+    const bool desktop = description.application == Application::Desktop;
+    if (wanted.form == Form::OfHost)
+        wanted.form = desktop ? Form::Bitmap : Form::Console;
+    if (wanted.alphaInfo == 0)
+        wanted.alphaInfo =
+            wanted.hasAlphaChannel ? description.newAlphaPictureAlphaInfo : description.newPictureAlphaInfo;
+    auto picture = std::make_unique<Picture>();
+    picture->Build(wanted, description.guard, description.freshWord);
+    return Adopt(std::move(picture), OpaqueHandle());
+}
+
+Graphics &HostState::NewGraphics(Picture &picture) {
+    auto graphics = std::make_unique<Graphics>();
+    graphics->picture = &picture;
+    Hold(picture);
+    return Adopt(std::move(graphics), OpaqueHandle());
+}
+
+Text &HostState::NewText(std::string_view bytes, std::uint32_t encoding) {
+    auto text = std::make_unique<Text>();
+    text->storage = GuardedMemory(bytes.size() + 1, description.guard);
+    text->storage.data()[0] = static_cast<unsigned char>(bytes.size());
+    if (!bytes.empty())
+        std::memcpy(text->storage.data() + 1, bytes.data(), bytes.size());
+    text->record.storage = reinterpret_cast<const char *>(text->storage.data());
+    text->record.length = static_cast<std::int32_t>(bytes.size());
+    text->encoding = encoding;
+    void *handle = &text->record;
+    return Adopt(std::move(text), handle);
+}
+
+MemoryBlock &HostState::NewBlock(std::size_t bytes) {
+    auto block = std::make_unique<MemoryBlock>();
+    block->memory = GuardedMemory(bytes, description.guard);
+    return Adopt(std::move(block), OpaqueHandle());
+}
+
+Instance &HostState::NewInstance(const RegisteredClass &definition) {
+    auto instance = std::make_unique<Instance>();
+    instance->definition = &definition;
+    instance->memory = GuardedMemory(description.dataOffset + definition.record.instanceSize, description.guard);
+    void *handle = instance->memory.data();
+    return Adopt(std::move(instance), handle);
+}
+
+Exception &HostState::NewException(std::string_view className) {
+    auto exception = std::make_unique<Exception>();
+    exception->content.className = className;
+    return Adopt(std::move(exception), OpaqueHandle());
+}
+
+Object *HostState::FindObject(const void *handle, std::string_view entry) {
+    const auto found = objects.find(handle);
+    if (found == objects.end()) {
+        Violation(fmt::format("{}: {} is no object of this host", entry, handle ? "the handle" : "null"));
+        return nullptr;
+    }
+    Object &object = *found->second;
+    if (object.dead) {
+        Violation(fmt::format("{}: {} is dead", entry, object.Describe()));
+        return nullptr;
+    }
+    if (object.kind == Kind::String) {
+        Violation(fmt::format("{}: {} is a string, not an object", entry, object.Describe()));
+        return nullptr;
+    }
+    return &object;
+}
+
+template <class Wanted> Wanted *HostState::Find(const void *handle, Kind kind, std::string_view entry) {
+    const auto found = objects.find(handle);
+    if (kind == Kind::String && found != objects.end() && !found->second->dead && found->second->kind == kind)
+        return static_cast<Wanted *>(found->second.get());
+    Object *object = FindObject(handle, entry);
+    if (object && object->kind == kind)
+        return static_cast<Wanted *>(object);
+    if (object)
+        Violation(fmt::format("{}: {} is the wrong kind of object", entry, object->Describe()));
+    return nullptr;
+}
+
+template Picture *HostState::Find<Picture>(const void *, Kind, std::string_view);
+template Graphics *HostState::Find<Graphics>(const void *, Kind, std::string_view);
+template MemoryBlock *HostState::Find<MemoryBlock>(const void *, Kind, std::string_view);
+template Text *HostState::Find<Text>(const void *, Kind, std::string_view);
+template Exception *HostState::Find<Exception>(const void *, Kind, std::string_view);
+
+const RegisteredClass *HostState::ClassNamed(std::string_view name) const {
+    const auto found = std::find_if(classes.begin(), classes.end(),
+                                    [&](const auto &definition) { return SameName(definition->name, name); });
+    return found == classes.end() ? nullptr : found->get();
+}
+
+bool HostState::Missed(std::string_view entry) const {
+    const auto found = entries.find(entry);
+    return found != entries.end() && found->second.missed > 0;
+}
+
+const Fault *HostState::FaultOf(std::string_view entry) const {
+    const auto found = std::find_if(description.faults.begin(), description.faults.end(),
+                                    [&](const Fault &fault) { return fault.entry == entry; });
+    return found == description.faults.end() ? nullptr : &*found;
+}
+
+void HostState::DropReference(Object &object, std::string_view entry) {
+    // While references could not be taken, fewer are out than the module gives back; nothing dies before the audit.
+    const bool someNeverTaken = Missed("REALLockObject") || Missed("REALLockString");
+    if (object.references <= object.held && !someNeverTaken)
+        Violation(
+            fmt::format("{}: the last reference to {} that is not the module's to drop", entry, object.Describe()));
+    --object.references;
+    if (object.references <= 0 && object.held <= 0 && !someNeverTaken)
+        Die(object);
+}
+
+void HostState::Hold(Object &object) {
+    ++object.held;
+    ++object.references;
+}
+
+void HostState::Release(Object &object) {
+    --object.held;
+    --object.references;
+    if (object.references <= 0 && object.held <= 0)
+        Die(object);
+}
+
+void HostState::Die(Object &object) {
+    object.dead = true;
+    if (object.kind == Kind::Picture) {
+        auto &picture = static_cast<Picture &>(object);
+        if (picture.locks > 0 && !Missed("unlockPictureDescription"))
+            Violation(fmt::format("{} dies with its pixels locked", picture.Describe()));
+        picture.memory = {};
+        if (picture.mask)
+            Release(*std::exchange(picture.mask, nullptr));
+    } else if (object.kind == Kind::Graphics) {
+        Release(*static_cast<Graphics &>(object).picture);
+    } else if (object.kind == Kind::MemoryBlock) {
+        static_cast<MemoryBlock &>(object).memory = {};
+    } else if (object.kind == Kind::Instance) {
+        auto &instance = static_cast<Instance &>(object);
+        if (const REALroutine destructor = instance.definition->record.destructor)
+            reinterpret_cast<void (*)(void *)>(destructor)(instance.handle);
+        instance.memory.Seal(); // stays mapped, so that its handle is not used again
+    } else if (object.kind == Kind::String) {
+        if (static_cast<Text &>(object).copies > 0 && !Missed("PluginDisposeStringData"))
+            Violation(fmt::format("{} dies with a copy of its bytes not given back", object.Describe()));
+    }
+}
+
+std::map<const Object *, int> HostState::HeldByFields() {
+    std::map<const Object *, int> held;
+    for (const auto &[handle, object] : objects) {
+        if (object->dead || object->kind != Kind::Instance)
+            continue;
+        for (const RegisteredProperty &property : static_cast<Instance &>(*object).definition->properties) {
+            if (property.type != Type::Picture || !UsesStandardAccess(property))
+                continue;
+            const void *field = *FieldOf<void *>(static_cast<Instance &>(*object), property);
+            const auto found = objects.find(field);
+            if (found != objects.end() && !found->second->dead)
+                ++held[found->second.get()];
+            else if (field)
+                Violation(fmt::format("{} of {} names no living object", property.name, object->Describe()));
+        }
+    }
+    return held;
+}
+
+void HostState::Audit() {
+    const std::map<const Object *, int> inFields = HeldByFields();
+    const auto owned = [&](const Object *object) {
+        const auto found = inFields.find(object);
+        return object->held + (found == inFields.end() ? 0 : found->second);
+    };
+    // Where an entry that takes or gives back was missing, the attempts are what must balance; the resolver saw each.
+    const int neverTaken = entries["REALLockObject"].missed + entries["REALLockString"].missed;
+    const int neverDropped = entries["REALUnlockObject"].missed + entries["REALUnlockString"].missed;
+    const int neverUnlocked = entries["unlockPictureDescription"].missed;
+    const int neverDisposed = entries["PluginDisposeStringData"].missed;
+    int references = 0;
+    int locks = strayLocks;
+    int copies = 0;
+    std::vector<Object *> living;
+    for (const auto &[handle, object] : objects)
+        if (!object->dead)
+            living.push_back(object.get());
+    std::sort(living.begin(), living.end(), [](const Object *a, const Object *b) { return a->number < b->number; });
+    for (Object *object : living) {
+        const int extra = object->references - owned(object);
+        references += extra;
+        if (extra != 0 && neverTaken == 0 && neverDropped == 0)
+            Violation(fmt::format("{} has {} reference(s) too {}", object->Describe(), std::abs(extra),
+                                  extra > 0 ? "many" : "few"));
+        if (object->kind == Kind::Picture) {
+            auto &picture = static_cast<Picture &>(*object);
+            locks += picture.locks;
+            if (picture.locks != 0 && neverUnlocked == 0)
+                Violation(fmt::format("{} was left locked {} time(s)", picture.Describe(), picture.locks));
+        }
+        if (object->kind == Kind::String)
+            copies += static_cast<Text &>(*object).copies;
+    }
+    if ((neverTaken > 0 || neverDropped > 0) && references != neverDropped - neverTaken)
+        Violation(fmt::format("{} reference(s) remain where {} could not be dropped and {} could not be taken",
+                              references, neverDropped, neverTaken));
+    if ((neverUnlocked > 0 || strayLocks > 0) && locks != neverUnlocked)
+        Violation(fmt::format("{} pixel lock(s) remain where {} could not be given back", locks, neverUnlocked));
+    if (copies != 0 && neverDisposed == 0)
+        Violation(fmt::format("{} copies of string bytes were not given back", copies));
+
+    strayLocks = 0;
+    for (auto &[name, entry] : entries)
+        entry.missed = 0;
+    for (Object *object : living) {
+        object->references = owned(object);
+        if (object->kind == Kind::Picture)
+            static_cast<Picture &>(*object).locks = 0;
+        if (object->kind == Kind::String)
+            static_cast<Text &>(*object).copies = 0;
+    }
+    for (Object *object : living)
+        if (object->references <= 0 && !object->dead)
+            Die(*object);
+}
+
+} // namespace standin

@@ -1,0 +1,179 @@
+#include "standin/objects.h"
+
+#include "standin/host.h"
+
+#include <algorithm>
+#include <cstring>
+#include <fmt/format.h>
+
+namespace standin {
+namespace {
+
+/// What the bytes between, before and behind rows hold.
+constexpr unsigned char kBorder = 0xA5;
+
+constexpr int kPixelBytes = 4;
+
+Layout LayoutOf(Form form, std::uint32_t alphaInfo) {
+    return form == Form::Console ? Layout::RowTable : alphaInfo % 2 == 1 ? Layout::AlphaHigh : Layout::AlphaLow;
+}
+
+/// Console rows lie in another order than their numbers, so that nobody reaches one from another: the slot of a row.
+int Slot(int row, int height) { return row % 2 == 0 ? height - 1 - row / 2 : row / 2; }
+
+std::uint64_t Mix(std::uint64_t sum, const unsigned char *bytes, std::size_t count) {
+    constexpr std::uint64_t kPrime = 0x9E3779B97F4A7C15;
+    for (; count >= 8; bytes += 8, count -= 8) {
+        std::uint64_t word;
+        std::memcpy(&word, bytes, 8);
+        sum = (sum ^ word) * kPrime;
+        sum ^= sum >> 29;
+    }
+    for (; count > 0; ++bytes, --count)
+        sum = (sum ^ *bytes) * kPrime;
+    return sum;
+}
+
+bool AllBorder(const unsigned char *from, const unsigned char *to) {
+    return std::all_of(from, to, [](unsigned char byte) { return byte == kBorder; });
+}
+
+const char *AlphaInfoName(std::uint32_t alphaInfo) {
+    constexpr const char *kNames[] = {"unknown",     "premultiplied last", "premultiplied first", "alpha last",
+                                      "alpha first", "last byte skipped",  "first byte skipped",  "unknown"};
+    return kNames[alphaInfo & 7];
+}
+
+} // namespace
+
+std::string Object::Describe() const {
+    constexpr const char *kNames[] = {"picture", "drawing surface", "memory block", "string", "instance", "exception"};
+    return fmt::format("{} #{}", kNames[static_cast<int>(kind)], number);
+}
+
+std::string MemoryBlock::Describe() const { return fmt::format("memory block #{} ({} bytes)", number, memory.size()); }
+std::string Text::Describe() const { return fmt::format("string #{} ({} bytes)", number, record.length); }
+std::string Exception::Describe() const { return fmt::format("{} #{}", content.className, number); }
+std::string Instance::Describe() const { return fmt::format("{} #{}", definition->name, number); }
+
+std::string Picture::Describe() const {
+    const char *form = description.form == Form::Console         ? "console"
+                       : description.form == Form::GraphicsWorld ? "graphics world"
+                                                                 : AlphaInfoName(description.alphaInfo);
+    return fmt::format("picture #{} ({} x {}, {})", number, width, height, form);
+}
+
+std::string_view Text::bytes() const { return {record.storage + 1, static_cast<std::size_t>(record.length)}; }
+
+unsigned char *Picture::Row(int y) const { return static_cast<unsigned char *>(trueRows[static_cast<std::size_t>(y)]); }
+
+std::uint32_t Picture::Word(int x, int y) const {
+    std::uint32_t word;
+    std::memcpy(&word, Row(y) + std::ptrdiff_t{x} * kPixelBytes, sizeof word);
+    return word;
+}
+
+void Picture::SetWord(int x, int y, std::uint32_t word) {
+    std::memcpy(Row(y) + std::ptrdiff_t{x} * kPixelBytes, &word, sizeof word);
+}
+
+void Picture::Build(const PictureDescription &wanted, Guard side, std::uint32_t freshWord) {
+    description = wanted;
+    width = wanted.width;
+    height = wanted.height;
+    layout = LayoutOf(wanted.form, wanted.alphaInfo);
+    // Console rows have borders even when nobody asks for padding.
+    pitch = std::ptrdiff_t{width} * kPixelBytes + wanted.rowPadding + (wanted.form == Form::Console ? 8 : 0);
+    const std::size_t bytes = static_cast<std::size_t>(pitch) * static_cast<std::size_t>(height);
+    memory = GuardedMemory(bytes, side);
+    std::memset(memory.data(), kBorder, bytes);
+    trueRows.clear();
+    for (int y = 0; y < height; ++y) {
+        const int slot = wanted.form == Form::Console ? Slot(y, height) : y;
+        trueRows.push_back(memory.data() + slot * pitch);
+    }
+    for (int y = 0; y < height; ++y)
+        for (int x = 0; x < width; ++x)
+            SetWord(x, y,
+                    wanted.word    ? wanted.word(x, y)
+                    : wanted.color ? OpaqueWord(layout, wanted.color(x, y))
+                                   : freshWord);
+
+    rowTable = trueRows;
+    if (wanted.nullRow >= 0 && wanted.nullRow < height)
+        rowTable[static_cast<std::size_t>(wanted.nullRow)] = nullptr;
+    rowTable.push_back(nullptr); // so that a picture without rows has a table too
+    context = {wanted.withoutPixels ? nullptr : memory.data(),
+               wanted.bitsPerPixel,
+               static_cast<std::size_t>(width),
+               static_cast<std::size_t>(height),
+               wanted.bytesPerRow.value_or(static_cast<std::size_t>(pitch)),
+               wanted.alphaInfo};
+    REALconsolePicture record = {};
+    record.paletteRows = wanted.paletteRows;
+    record.width = static_cast<std::uint32_t>(width);
+    record.height = static_cast<std::uint32_t>(height);
+    record.trueColor = wanted.trueColor;
+    record.rows = wanted.withoutPixels ? nullptr : rowTable.data();
+    consoleRecord.resize(sizeof record);
+    std::memcpy(consoleRecord.data(), &record, sizeof record);
+}
+
+void Picture::DescribePixels(REALpictureDescription &out) {
+    constexpr std::int32_t kJunk = 0x7A7A7A7A; // in the fields that this type of description does not fill
+    void *const unread = reinterpret_cast<void *>(std::uintptr_t{kJunk});
+    out = {8, &context, kJunk, kJunk, {unread, unread}};
+    if (description.form == Form::Console)
+        out = {10, consoleRecord.data(), width, height, {unread, unread}};
+    if (description.form == Form::GraphicsWorld)
+        out = {4, graphicsWorld.data(), width, height, {unread, unread}};
+    if (description.describedType)
+        out.type = *description.describedType;
+    if (description.withoutData)
+        out.data = nullptr;
+}
+
+bool Picture::BordersIntact() const {
+    const std::ptrdiff_t used = std::ptrdiff_t{width} * kPixelBytes;
+    if (pitch == used)
+        return true;
+    return std::all_of(trueRows.begin(), trueRows.end(), [&](const void *row) {
+        const auto *bytes = static_cast<const unsigned char *>(row);
+        return AllBorder(bytes + used, bytes + pitch);
+    });
+}
+
+std::uint64_t Picture::Checksum() const { return Mix(0, memory.data(), memory.size()); }
+
+void DrawLine(Graphics &graphics, int x1, int y1, int x2, int y2) {
+    Picture &picture = *graphics.picture;
+    picture.lines.push_back({x1, y1, x2, y2, graphics.penWidth, graphics.penHeight, graphics.foreColor});
+    const std::uint32_t word = OpaqueWord(picture.layout, graphics.foreColor);
+    const std::int64_t stepsX = std::abs(std::int64_t{x2} - x1);
+    const std::int64_t stepsY = std::abs(std::int64_t{y2} - y1);
+    // Clipped to what a pen of any size can reach from outside, so that a wild line ends.
+    const std::int64_t steps = std::max<std::int64_t>({stepsX, stepsY, 1});
+    constexpr std::int64_t kLongest = 1 << 20;
+    for (std::int64_t step = 0; step <= std::min(steps, kLongest); ++step) {
+        const std::int64_t x = x1 + (std::int64_t{x2} - x1) * step / steps;
+        const std::int64_t y = y1 + (std::int64_t{y2} - y1) * step / steps;
+        const std::int64_t right = std::min<std::int64_t>(x + graphics.penWidth, picture.width);
+        const std::int64_t bottom = std::min<std::int64_t>(y + graphics.penHeight, picture.height);
+        for (std::int64_t row = std::max<std::int64_t>(y, 0); row < bottom; ++row)
+            for (std::int64_t column = std::max<std::int64_t>(x, 0); column < right; ++column)
+                picture.SetWord(static_cast<int>(column), static_cast<int>(row), word);
+    }
+}
+
+void DrawPicture(Picture &target, const Picture &source, int x, int y, int width, int height, int sourceX, int sourceY,
+                 int sourceWidth, int sourceHeight) {
+    for (int row = 0; row < height; ++row)
+        for (int column = 0; column < width; ++column) {
+            const auto fromX = static_cast<int>(sourceX + std::int64_t{column} * sourceWidth / width);
+            const auto fromY = static_cast<int>(sourceY + std::int64_t{row} * sourceHeight / height);
+            if (source.Inside(fromX, fromY) && target.Inside(x + column, y + row))
+                target.SetWord(x + column, y + row, OpaqueWord(target.layout, source.ColorAt(fromX, fromY)));
+        }
+}
+
+} // namespace standin
