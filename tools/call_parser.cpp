@@ -19,7 +19,9 @@ class Reader {
     [[noreturn]] void Fail(std::string_view expected) {
         SkipSpaces();
         std::size_t end = at_;
-        while (end < text_.size() && !IsSpace(text_[end]) && (end == at_ || !IsDelimiter(text_[end])))
+        while (end < text_.size() && !IsSpace(text_[end]) && !IsDelimiter(text_[end]))
+            ++end;
+        if (end == at_ && end < text_.size())
             ++end;
         const std::string_view found = text_.substr(at_, end - at_);
         throw CallError(found.empty() ? fmt::format("expected {} at the end", expected)
