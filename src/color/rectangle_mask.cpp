@@ -1,10 +1,11 @@
 #include "color/rectangle_mask.h"
 
 #include "pixels/open.h"
-#include "pixels/scan.h"
 
 namespace kvt {
 namespace {
+
+constexpr std::int32_t kWordBits = 32;
 
 /// A column's word of marks with the one of the pixel's row added.
 struct MarkIfColored {
@@ -23,30 +24,45 @@ void Shade(unsigned char *shades, const std::int32_t *blackRows, std::int32_t wi
 } // namespace
 
 ColorRectangles::ColorRectangles(const PictureEditor &source, Area area)
-    : columns_(source.width, source.height, BitLines::Order::WordByWord),
-      rows_(source.height, source.width, BitLines::Order::LineByLine), blackRows_(source.width), shades_(source.width) {
+    : columns_(source.width, source.height), rows_(source.height, source.width), blackRows_(source.width),
+      shades_(source.width) {
     if (!*this || area.Empty())
         return;
     for (std::int32_t y = area.top; y < area.bottom; ++y) {
-        const MarkIfColored op{std::uint32_t{1} << y % BitLines::kWordBits};
-        FoldColumns(source, area.left, area.right, &columns_.Word(0, y / BitLines::kWordBits), op, y);
+        const MarkIfColored op{std::uint32_t{1} << y % kWordBits};
+        FoldColumns(source, area.left, area.right, &columns_.Word(0, y / kWordBits), op, y);
     }
     Transpose(columns_, rows_);
 }
 
 /// The smallest box around a mark that has no marks directly beside it. It is the same whichever side moves first,
-/// since a move never takes away the reason for another. The mark is the first one left in reading order, so none lies
-/// above.
-Area ColorRectangles::Grow(std::int32_t x, std::int32_t y) const {
-    Area box{x, y, x + 1, y + 1};
+/// since a move never takes away the reason for another; so a mark beside the box takes the whole run behind it along.
+/// The seed is the first mark left in reading order: none lies above it.
+Area ColorRectangles::Grow(Point seed) const {
+    Area box{seed.x, seed.y, seed.x + 1, seed.y + 1};
     for (bool grown = true; grown;) {
         grown = false;
-        for (; box.bottom < rows_.Lines() && rows_.Any(box.bottom, box.left, box.right); grown = true)
-            ++box.bottom;
-        for (; box.left > 0 && columns_.Any(box.left - 1, box.top, box.bottom); grown = true)
-            --box.left;
-        for (; box.right < columns_.Lines() && columns_.Any(box.right, box.top, box.bottom); grown = true)
-            ++box.right;
+        while (box.right < columns_.Lines()) {
+            const std::int32_t y = columns_.Next(box.right, box.top, box.bottom);
+            if (y >= box.bottom)
+                break;
+            box.right += rows_.RunFrom(y, box.right);
+            grown = true;
+        }
+        while (box.left > 0) {
+            const std::int32_t y = columns_.Next(box.left - 1, box.top, box.bottom);
+            if (y >= box.bottom)
+                break;
+            box.left -= rows_.RunBefore(y, box.left);
+            grown = true;
+        }
+        while (box.bottom < rows_.Lines()) {
+            const std::int32_t x = rows_.Next(box.bottom, box.left, box.right);
+            if (x >= box.right)
+                break;
+            box.bottom += columns_.RunFrom(x, box.bottom);
+            grown = true;
+        }
     }
     return box;
 }
@@ -62,16 +78,34 @@ void ColorRectangles::Take(const Area &box) {
     }
 }
 
+/// Takes the marks of a word that are boxes of one pixel, up to the first that has others beside it: what may be half
+/// of all pixels is thus taken without growing. The marks before this word have all been taken.
+void ColorRectangles::TakeSingles(std::int32_t y, std::int32_t word) {
+    std::uint32_t &marks = rows_.Word(y, word);
+    const std::uint32_t right = word + 1 < rows_.LineWords() ? rows_.Word(y, word + 1) : 0;
+    const std::uint32_t below = y + 1 < rows_.Lines() ? rows_.Word(y + 1, word) : 0;
+    const std::uint32_t others = marks & (marks << 1 | marks >> 1 | right << (kWordBits - 1) | below);
+    std::uint32_t singles = marks & ~others & ((others & -others) - 1);
+    marks ^= singles;
+    for (; singles; singles &= singles - 1) {
+        const std::int32_t x = word * kWordBits + std::countr_zero(singles);
+        columns_.Clear(x, y, y + 1);
+        blackRows_[x] = std::max(blackRows_[x], y + 1);
+    }
+}
+
 /// Boxes are found in the order of their top rows, so a row is finished once it has no marks left: of the boxes that
 /// begin at or above it, those that reach it make it black.
 void ColorRectangles::Draw(const PictureEditor &target) {
     const std::int32_t width = columns_.Lines();
     unsigned char *shades = shades_.data();
     for (std::int32_t y = 0; y < rows_.Lines(); ++y) {
-        for (std::int32_t x = rows_.Next(y, 0); x < width;) {
-            const Area box = Grow(x, y);
-            Take(box);
-            x = rows_.Next(y, box.right);
+        for (std::int32_t word = 0; word < rows_.LineWords(); ++word) {
+            while (rows_.Word(y, word)) {
+                TakeSingles(y, word);
+                if (const std::uint32_t marks = rows_.Word(y, word))
+                    Take(Grow({word * kWordBits + std::countr_zero(marks), y}));
+            }
         }
         Shade(shades, blackRows_.data(), width, y);
         ReadRows<GrayByte>(Rows{shades, 0, nullptr}, target, {0, y, width, y + 1});

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "pixels/area.h"
 #include "pixels/bit_lines.h"
+#include "pixels/scan.h"
 
 namespace kvt {
 
@@ -27,13 +27,15 @@ class ColorRectangles {
     void Draw(const PictureEditor &target);
 
   private:
-    Area Grow(std::int32_t x, std::int32_t y) const;
+    Area Grow(Point seed) const;
     void Take(const Area &box);
+    void TakeSingles(std::int32_t y, std::int32_t word);
 
-    BitLines columns_;                    ///< the colored pixels that no box has taken yet, as lines from top to bottom
-    BitLines rows_;                       ///< the same, as lines from left to right
-    ClearBuffer<std::int32_t> blackRows_; ///< of each column: where the lowest box found so far ends
-    ClearBuffer<unsigned char> shades_;   ///< one row of the mask, a gray a pixel
+    BitLines<WordOrder::WordByWord>
+        columns_; ///< the colored pixels that no box has taken yet, as lines from top to bottom
+    BitLines<WordOrder::LineByLine> rows_; ///< the same, as lines from left to right
+    ClearBuffer<std::int32_t> blackRows_;  ///< of each column: where the lowest box found so far ends
+    ClearBuffer<unsigned char> shades_;    ///< one row of the mask, a gray a pixel
 };
 
 } // namespace kvt
