@@ -1,6 +1,7 @@
 #include "color/rectangle_mask.h"
 
 #include "pixels/open.h"
+#include "pixels/paint.h"
 
 namespace kvt {
 namespace {
@@ -15,17 +16,16 @@ struct MarkIfColored {
     }
 };
 
-void Shade(unsigned char *shades, const std::int32_t *blackRows, std::int32_t width, std::int32_t row) {
-    KVT_INDEPENDENT_ITERATIONS
-    for (std::int32_t x = 0; x < width; ++x)
-        shades[x] = blackRows[x] > row ? 0 : 255;
-}
+/// Whether a row of a column lies above the end of the lowest box that has taken in the column so far.
+struct IsBlack {
+    const std::int32_t *blackRows;
+    KVT_INLINE bool operator()(std::ptrdiff_t x, std::int32_t y) const { return y < blackRows[x]; }
+};
 
 } // namespace
 
 ColorRectangles::ColorRectangles(const PictureEditor &source, Area area)
-    : columns_(source.width, source.height), rows_(source.height, source.width), blackRows_(source.width),
-      shades_(source.width) {
+    : columns_(source.width, source.height), rows_(source.height, source.width), blackRows_(source.width) {
     if (!*this || area.Empty())
         return;
     for (std::int32_t y = area.top; y < area.bottom; ++y) {
@@ -98,7 +98,6 @@ void ColorRectangles::TakeSingles(std::int32_t y, std::int32_t word) {
 /// begin at or above it, those that reach it make it black.
 void ColorRectangles::Draw(const PictureEditor &target) {
     const std::int32_t width = columns_.Lines();
-    unsigned char *shades = shades_.data();
     for (std::int32_t y = 0; y < rows_.Lines(); ++y) {
         for (std::int32_t word = 0; word < rows_.LineWords(); ++word) {
             while (rows_.Word(y, word)) {
@@ -107,8 +106,7 @@ void ColorRectangles::Draw(const PictureEditor &target) {
                     Take(Grow({word * kWordBits + std::countr_zero(marks), y}));
             }
         }
-        Shade(shades, blackRows_.data(), width, y);
-        ReadRows<GrayByte>(Rows{shades, 0, nullptr}, target, {0, y, width, y + 1});
+        Paint(target, {0, y, width, y + 1}, GrayLevel(255), GrayLevel(0), IsBlack{blackRows_.data()});
     }
 }
 
