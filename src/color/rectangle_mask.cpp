@@ -36,40 +36,41 @@ ColorRectangles::ColorRectangles(const PictureEditor &source, Area area)
 }
 
 /// The smallest box around a mark that has no marks directly beside it. It is the same whichever side moves first,
-/// since a move never takes away the reason for another; so a mark beside the box takes the whole run behind it along.
-/// The seed is the first mark left in reading order: none lies above it.
-Area ColorRectangles::Grow(Point seed) const {
+/// since a move never takes away the reason for another; so a mark beside the box takes the run behind it along. The
+/// seed is the first mark left in reading order: none lies above it.
+KVT_INLINE Area ColorRectangles::Grow(Point seed) const {
     Area box{seed.x, seed.y, seed.x + 1, seed.y + 1};
-    for (bool grown = true; grown;) {
-        grown = false;
+    for (std::int32_t height = 0;;) {
+        while (box.bottom < rows_.Lines()) {
+            const std::int32_t x = rows_.Next(box.bottom, box.left, box.right);
+            if (x >= box.right)
+                break;
+            box.bottom += columns_.RunFrom(x, box.bottom);
+        }
+        if (box.bottom - box.top == height) // nothing can be new beside it
+            return box;
+        height = box.bottom - box.top;
+        const std::int32_t width = box.right - box.left;
         while (box.right < columns_.Lines()) {
             const std::int32_t y = columns_.Next(box.right, box.top, box.bottom);
             if (y >= box.bottom)
                 break;
             box.right += rows_.RunFrom(y, box.right);
-            grown = true;
         }
         while (box.left > 0) {
             const std::int32_t y = columns_.Next(box.left - 1, box.top, box.bottom);
             if (y >= box.bottom)
                 break;
             box.left -= rows_.RunBefore(y, box.left);
-            grown = true;
         }
-        while (box.bottom < rows_.Lines()) {
-            const std::int32_t x = rows_.Next(box.bottom, box.left, box.right);
-            if (x >= box.right)
-                break;
-            box.bottom += columns_.RunFrom(x, box.bottom);
-            grown = true;
-        }
+        if (box.right - box.left == width) // nothing can be new below it
+            return box;
     }
-    return box;
 }
 
 /// Every row and every column of a box holds a mark that is cleared here, so that the time of all boxes together is
 /// bounded by the number of marks, however much the boxes overlap.
-void ColorRectangles::Take(const Area &box) {
+KVT_INLINE void ColorRectangles::Take(const Area &box) {
     for (std::int32_t y = box.top; y < box.bottom; ++y)
         rows_.Clear(y, box.left, box.right);
     for (std::int32_t x = box.left; x < box.right; ++x) {
@@ -80,7 +81,7 @@ void ColorRectangles::Take(const Area &box) {
 
 /// Takes the marks of a word that are boxes of one pixel, up to the first that has others beside it: what may be half
 /// of all pixels is thus taken without growing. The marks before this word have all been taken.
-void ColorRectangles::TakeSingles(std::int32_t y, std::int32_t word) {
+KVT_INLINE void ColorRectangles::TakeSingles(std::int32_t y, std::int32_t word) {
     std::uint32_t &marks = rows_.Word(y, word);
     const std::uint32_t right = word + 1 < rows_.LineWords() ? rows_.Word(y, word + 1) : 0;
     const std::uint32_t below = y + 1 < rows_.Lines() ? rows_.Word(y + 1, word) : 0;
