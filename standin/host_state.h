@@ -34,7 +34,9 @@ struct HostState {
 
     Exception *pending = nullptr; ///< holds a reference
     std::set<const Object *> mayChange;
-    int strayLocks = 0; ///< pixel locks that were attempted in vain and will be given back all the same
+    int strayLocks = 0;  ///< pixel locks that were attempted in vain and will be given back all the same
+    int locksOfDead = 0; ///< of pictures that died while locks could not be given back; the same for strings' copies
+    int copiesOfDead = 0;
     std::chrono::nanoseconds timeInEntries = {};
     int depth = 0; ///< of entries within entries
 
