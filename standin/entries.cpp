@@ -51,7 +51,7 @@ double GetRBVersion() {
     if (scope.fails())
         return 0.0;
     gHost->startUpLog.push_back("REALGetRBVersion");
-    return *gHost->description.version;
+    return *(gHost->toldVersion = gHost->description.version);
 }
 
 void RegisterClass(REALclassDefinition *definition) {

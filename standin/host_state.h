@@ -31,6 +31,7 @@ struct HostState {
     RegisteredClass pictureExtension;
     std::vector<std::unique_ptr<RegisteredClass>> classes;
     std::vector<std::string> startUpLog;
+    std::optional<double> toldVersion;
 
     Exception *pending = nullptr; ///< holds a reference
     std::set<const Object *> mayChange;
@@ -64,8 +65,9 @@ struct HostState {
     // Faults.
     bool Missed(std::string_view entry) const;
     const Fault *FaultOf(std::string_view entry) const;
-    /// Whether a failed typed lock leaves a lock behind, as hosts before 2012.0 do.
-    bool LeavesFailedLocks() const { return !description.version || *description.version < 2012.0; }
+    /// Whether a failed typed lock leaves a lock behind, as hosts before 2012.0 do. The module goes by the version that
+    /// it was told, so this host does too.
+    bool LeavesFailedLocks() const { return !toldVersion || *toldVersion < 2012.0; }
 
     /// Compares what is out with what the host's side holds, reports what does not fit, and squares it.
     void Audit();
