@@ -266,8 +266,8 @@ Host::Host(HostDescription description) : state_(std::make_unique<HostState>(std
 
 void Host::Finish() {
     state_->Audit();
-    for (const auto &[handle, object] : std::exchange(state_->objects, {}))
-        if (!object->dead)
+    for (const auto &[handle, object] : state_->objects)
+        if (!std::exchange(object->dead, true))
             state_->Violation(fmt::format("{} outlives the host", object->Describe()));
 }
 

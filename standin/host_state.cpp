@@ -176,7 +176,7 @@ void HostState::Hold(Object &object) {
 void HostState::Release(Object &object) {
     --object.held;
     --object.references;
-    if (object.references <= 0 && object.held <= 0)
+    if (object.references <= 0 && object.held <= 0 && !object.dead)
         Die(object);
 }
 
