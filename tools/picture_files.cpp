@@ -144,7 +144,7 @@ Image ImageOf(const standin::Picture &picture) {
     for (int y = 0; y < image.height; ++y)
         for (int x = 0; x < image.width; ++x) {
             const std::uint32_t word = picture.Word(x, y);
-            const standin::Color color = standin::ColorOf(picture.layout, word);
+            const standin::ColorValue color = standin::ColorOf(picture.layout, word);
             const unsigned extra = standin::ExtraOf(picture.layout, word);
             const unsigned alpha = !image.hasAlpha ? 255 : console ? AlphaOf(extra) : extra;
             const unsigned channels[] = {standin::Red(color), standin::Green(color), standin::Blue(color)};

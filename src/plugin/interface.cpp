@@ -1,5 +1,6 @@
 #include "plugin/interface.h"
 
+#include "analysis/find_picture.h"
 #include "analysis/picture_tests.h"
 #include "analysis/scrolling.h"
 #include "color/channels.h"
@@ -7,6 +8,7 @@
 #include "color/embedded_mask.h"
 #include "color/lut3d_class.h"
 #include "color/merging.h"
+#include "color/rectangle_mask.h"
 #include "color/replacement.h"
 #include "color/transformation.h"
 #include "output/binary_string.h"
@@ -102,6 +104,8 @@ REALmethodDefinition gPictureMethods[] = {
     {Entry(InvertPicture2),                   nullptr, "InvertKVT as picture", kConsoleSafe},
     {Entry(InvertGrayPicture),                nullptr, "InvertGrayKVT(left as integer,top as integer,width as integer,height as integer) as picture", kConsoleSafe},
     {Entry(InvertGrayPicture2),               nullptr, "InvertGrayKVT as picture", kConsoleSafe},
+    {Entry(ExtractColorRectangleMaskKVT),     nullptr, "ExtractColorRectangleMaskKVT(left as integer,top as integer,width as integer,height as integer) as picture", kConsoleSafe},
+    {Entry(ExtractColorRectangleMaskKVT2),    nullptr, "ExtractColorRectangleMaskKVT as picture", kConsoleSafe},
     {Entry(GetEmbededMask),                   Entry(SetEmbededMask), "EmbeddedMaskKVT(swap as boolean) as picture", kConsoleSafe},
     {Entry(CountColorKVT),                    nullptr, "CountColorKVT(col as color) as integer", kConsoleSafe},
     {Entry(CountColorsKVT),                   nullptr, "CountColorsKVT(byref red as memoryblock, byref blue as memoryblock, byref green as memoryblock, byref count as integer)", 0},
@@ -112,6 +116,7 @@ REALmethodDefinition gPictureMethods[] = {
     {Entry(ReplaceRedChannel),                nullptr, "ReplaceRedChannelKVT(RedChannel as picture) as picture", kConsoleSafe},
     {Entry(ReplaceGreenChannel),              nullptr, "ReplaceGreenChannelKVT(GreenChannel as picture) as picture", kConsoleSafe},
     {Entry(ReplaceBlueChannel),               nullptr, "ReplaceBlueChannelKVT(BlueChannel as picture) as picture", kConsoleSafe},
+    {Entry(FindPicture),                      nullptr, "FindPicture(pic as picture, byref x as integer, byref y as integer) as boolean", kConsoleSafe},
     {Entry(isWhite2),                         nullptr, "isWhiteKVT as boolean", kConsoleSafe},
     {Entry(isWhite),                          nullptr, "isWhiteKVT(left as integer,top as integer,width as integer,height as integer) as boolean", kConsoleSafe},
     {Entry(isBlack2),                         nullptr, "isBlackKVT as boolean", kConsoleSafe},

@@ -18,7 +18,7 @@ void Clear(Picture &picture) {
                    .alphaInfo = 1,
                    .rowPadding = 4,
                    .color = [](int, int) { return kPaper; }},
-                  Guard::After, 0);
+                  Guard::After, true, 0);
 }
 
 /// A line a row: '#' ink, '.' paper, '?' anything else.
@@ -100,7 +100,7 @@ TEST(DrawPicture, ScalesAndClips) {
                       .height = 2,
                       .form = Form::Console,
                       .color = [](int x, int y) { return x == 1 && y == 1 ? kPaper : kInk; }},
-                     Guard::After, 0);
+                     Guard::After, true, 0);
         DrawPicture(target, source, row.x, row.y, row.width, row.height, row.sourceX, row.sourceY, row.sourceWidth,
                     row.sourceHeight);
         EXPECT_EQ(Look(target), row.look);
