@@ -87,6 +87,9 @@ int RunSample(const std::string &output, const std::string &size, bool opaque) {
     return tools::Done;
 }
 
+/// Throws nothing itself.
+void Report(const char *problem) { static_cast<void>(std::fprintf(stderr, "kvt: %s\n", problem)); }
+
 int Run(int argc, char **argv) {
     CLI::App app("Calls the picture-processing module's methods from the command line.", "kvt");
     app.set_version_flag("--version", "kvt " KVT_VERSION);
@@ -149,9 +152,9 @@ int main(int argc, char **argv) {
     try {
         return Run(argc, argv);
     } catch (const std::bad_alloc &) {
-        std::fputs("kvt: there is not enough memory\n", stderr);
+        Report("there is not enough memory");
     } catch (const std::exception &error) {
-        std::fprintf(stderr, "kvt: %s\n", error.what());
+        Report(error.what());
     }
     return tools::Wrong;
 }
