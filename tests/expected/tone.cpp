@@ -1,0 +1,130 @@
+#include "expected/tone.h"
+
+#include "expected/arithmetic.h"
+
+#include <utility>
+
+namespace expected {
+
+namespace {
+
+double Contrasted(int x, double contrast) {
+    const double d = x - 127;
+    const double t = d * (contrast + 1.0);
+    return t + 127.0;
+}
+
+double Brightened(double value, double brightness) {
+    double scale = (255.0 - brightness) / 255.0;
+    double offset = brightness;
+    if (brightness < 0.0) {
+        scale = (brightness + 255.0) / 255.0;
+        offset = 0.0;
+    }
+    const double scaled = value * scale;
+    return scaled + offset;
+}
+
+int Byte(double value) { return Limit(Truncate(value)); }
+
+double Part(std::uint32_t color, int shift) { return static_cast<double>((color >> shift) & 0xFF) / 255.0; }
+
+int Tinted(double factor, double gray) {
+    const double value = factor * gray;
+    return value > 255.0 ? 255 : Truncate(value);
+}
+
+int Saturated(int channel, int gray, int amount) {
+    const long long factor = static_cast<long long>(amount) + 255;
+    const long long distance = (channel - gray) * factor;
+    return Limit(gray + distance / 255);
+}
+
+} // namespace
+
+Picture Invert(const Picture &source, Rectangle rectangle, Picture before) {
+    return MapArea(source, AreaOfInversion(source, rectangle), std::move(before), [](Rgb p) {
+        return Rgb{255 - p.red, 255 - p.green, 255 - p.blue};
+    });
+}
+
+Picture InvertGray(const Picture &source, Rectangle rectangle, Picture before) {
+    return MapArea(source, AreaOf(source, rectangle), std::move(before), [](Rgb p) {
+        if (p.red == p.green && p.green == p.blue)
+            return Rgb{255 - p.red, 255 - p.red, 255 - p.red};
+        return p;
+    });
+}
+
+Picture Contrast(const Picture &source, PerChannel contrast) {
+    return MapAll(source, [&](Rgb p) {
+        return Rgb{Byte(Contrasted(p.red, contrast.red)), Byte(Contrasted(p.green, contrast.green)),
+                   Byte(Contrasted(p.blue, contrast.blue))};
+    });
+}
+
+Picture LinearBrightness(const Picture &source, PerChannel brightness) {
+    return MapAll(source, [&](Rgb p) {
+        return Rgb{Byte(Brightened(p.red, brightness.red)), Byte(Brightened(p.green, brightness.green)),
+                   Byte(Brightened(p.blue, brightness.blue))};
+    });
+}
+
+Picture AbsoluteBrightness(const Picture &source, PerChannel brightness) {
+    return MapAll(source, [&](Rgb p) {
+        return Rgb{Byte(p.red + brightness.red), Byte(p.green + brightness.green), Byte(p.blue + brightness.blue)};
+    });
+}
+
+Picture ContrastLinearBrightness(const Picture &source, PerChannel contrast, PerChannel brightness) {
+    return MapAll(source, [&](Rgb p) {
+        return Rgb{Byte(Brightened(Contrasted(p.red, contrast.red), brightness.red)),
+                   Byte(Brightened(Contrasted(p.green, contrast.green), brightness.green)),
+                   Byte(Brightened(Contrasted(p.blue, contrast.blue), brightness.blue))};
+    });
+}
+
+Picture ContrastAbsoluteBrightness(const Picture &source, PerChannel contrast, PerChannel brightness) {
+    return MapAll(source, [&](Rgb p) {
+        return Rgb{Byte(Contrasted(p.red, contrast.red) + brightness.red),
+                   Byte(Contrasted(p.green, contrast.green) + brightness.green),
+                   Byte(Contrasted(p.blue, contrast.blue) + brightness.blue)};
+    });
+}
+
+Picture CustomTransform(const Picture &source, double a, double b) {
+    return MapAll(source, [&](Rgb p) { return Rgb{Byte(p.red * a + b), Byte(p.green * a + b), Byte(p.blue * a + b)}; });
+}
+
+Picture Saturation(const Picture &source, int amount) {
+    return MapAll(source, [&](Rgb p) {
+        const int gray = (p.red + p.blue + 2 * p.green) / 4;
+        return Rgb{Saturated(p.red, gray, amount), Saturated(p.green, gray, amount), Saturated(p.blue, gray, amount)};
+    });
+}
+
+Picture Tint(const Picture &source, std::uint32_t greyBase, std::uint32_t sepiaBase) {
+    const double gR = Part(greyBase, 16);
+    const double gG = Part(greyBase, 8);
+    const double gB = Part(greyBase, 0);
+    const double sR = Part(sepiaBase, 16);
+    const double sG = Part(sepiaBase, 8);
+    const double sB = Part(sepiaBase, 0);
+    return MapAll(source, [&](Rgb p) {
+        const double gray = (p.red * gR + p.green * gG) + p.blue * gB;
+        return Rgb{Tinted(sR, gray), Tinted(sG, gray), Tinted(sB, gray)};
+    });
+}
+
+Picture Sepia(const Picture &source, const SepiaSettings &settings, Picture before) {
+    const long long weightR = Truncate(settings.weights.red * 1024.0);
+    const long long weightG = Truncate(settings.weights.green * 1024.0);
+    const long long weightB = Truncate(settings.weights.blue * 1024.0);
+    return MapArea(source, AreaOf(source, settings.bounds), std::move(before), [&](Rgb p) {
+        const long long sum = p.red * weightR + p.green * weightG + p.blue * weightB;
+        const long long gray = sum / 1024;
+        return Rgb{Limit(gray + settings.red), Limit(gray + settings.green), Limit(gray + settings.blue)};
+    });
+}
+
+} // namespace expected
