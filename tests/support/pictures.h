@@ -119,6 +119,14 @@ inline testing::AssertionResult Shows(const standin::Result &result, const expec
 
 #define EXPECT_PICTURE(actual, wanted) EXPECT_TRUE(Shows(actual, wanted))
 
+/// Sets what a class's instance processes.
+inline void SetBounds(standin::Host &host, const standin::Ref &instance, expected::Bounds bounds) {
+    host.Set(instance, "MinX", bounds.minX);
+    host.Set(instance, "MinY", bounds.minY);
+    host.Set(instance, "MaxX", bounds.maxX);
+    host.Set(instance, "MaxY", bounds.maxY);
+}
+
 /// One kind of host and one level to run the module at.
 struct Way {
     const char *name;
@@ -223,9 +231,9 @@ struct Trial {
 
 struct Operation {
     const char *method;
-    Trial (*any)(expected::Random &random, int width, int height); ///< with arguments of chance
-    bool keepsAlphaChannel = true;                                 ///< the result has one when the source has
-    bool global = false;                                           ///< the source is the first argument
+    Trial (*any)(expected::Random &random, const expected::Picture &source); ///< with arguments of chance
+    bool keepsAlphaChannel = true;                                           ///< the result has one when the source has
+    bool global = false;                                                     ///< the source is the first argument
 };
 
 inline std::string TextOf(const std::vector<standin::Value> &arguments) {
@@ -244,7 +252,7 @@ class EveryOperation : public EveryWay {
         for (const auto &[width, height] : OddSizes()) {
             const expected::Picture picture = expected::Noise(width, height, random.Next());
             const standin::Ref source = MakeAnyhow(picture);
-            Trial trial = operation.any(random, width, height);
+            Trial trial = operation.any(random, picture);
             SCOPED_TRACE(fmt::format("{} x {}: {}{}", width, height, operation.method, TextOf(trial.arguments)));
             if (operation.global)
                 trial.arguments.insert(trial.arguments.begin(), source);

@@ -15,11 +15,12 @@ PerChannel Any(Random &random, double useful) {
 }
 
 /// The one-value and the per-channel form of an adjustment with one parameter a channel.
-template <Picture (*adjust)(const Picture &, PerChannel), int useful> Trial OneValue(Random &random, int, int) {
+template <Picture (*adjust)(const Picture &, PerChannel), int useful> Trial OneValue(Random &random, const Picture &) {
     const double value = AnyDouble(random, useful);
     return {{value}, [=](const Picture &source, const Picture &) { return adjust(source, Each(value)); }};
 }
-template <Picture (*adjust)(const Picture &, PerChannel), int useful> Trial ThreeValues(Random &random, int, int) {
+template <Picture (*adjust)(const Picture &, PerChannel), int useful>
+Trial ThreeValues(Random &random, const Picture &) {
     const PerChannel value = Any(random, useful);
     return {{value.red, value.green, value.blue},
             [=](const Picture &source, const Picture &) { return adjust(source, value); }};
@@ -27,40 +28,40 @@ template <Picture (*adjust)(const Picture &, PerChannel), int useful> Trial Thre
 
 /// The same for contrast followed by brightness.
 using AdjustBoth = Picture (*)(const Picture &, PerChannel, PerChannel);
-template <AdjustBoth adjust> Trial TwoValues(Random &random, int, int) {
+template <AdjustBoth adjust> Trial TwoValues(Random &random, const Picture &) {
     const double contrast = AnyDouble(random, 3);
     const double brightness = AnyDouble(random, 255);
     return {{contrast, brightness},
             [=](const Picture &source, const Picture &) { return adjust(source, Each(contrast), Each(brightness)); }};
 }
-template <AdjustBoth adjust> Trial SixValues(Random &random, int, int) {
+template <AdjustBoth adjust> Trial SixValues(Random &random, const Picture &) {
     const PerChannel contrast = Any(random, 3);
     const PerChannel brightness = Any(random, 255);
     return {{contrast.red, contrast.green, contrast.blue, brightness.red, brightness.green, brightness.blue},
             [=](const Picture &source, const Picture &) { return adjust(source, contrast, brightness); }};
 }
 
-template <Picture (*invert)(const Picture &, Rectangle, Picture)> Trial InArea(Random &random, int width, int height) {
-    const Rectangle area = AnyRectangle(random, width, height);
+template <Picture (*invert)(const Picture &, Rectangle, Picture)> Trial InArea(Random &random, const Picture &picture) {
+    const Rectangle area = AnyRectangle(random, picture.width, picture.height);
     return {{area.left, area.top, area.width, area.height},
             [=](const Picture &source, const Picture &fresh) { return invert(source, area, fresh); }};
 }
-template <Picture (*invert)(const Picture &, Rectangle, Picture)> Trial Whole(Random &, int, int) {
+template <Picture (*invert)(const Picture &, Rectangle, Picture)> Trial Whole(Random &, const Picture &) {
     return {{}, [](const Picture &source, const Picture &fresh) { return invert(source, {}, fresh); }};
 }
 
-Trial AnyCustom(Random &random, int, int) {
+Trial AnyCustom(Random &random, const Picture &) {
     const double a = AnyDouble(random, 3);
     const double b = AnyDouble(random, 255);
     return {{a, b}, [=](const Picture &source, const Picture &) { return CustomTransform(source, a, b); }};
 }
 
-Trial AnySaturation(Random &random, int, int) {
+Trial AnySaturation(Random &random, const Picture &) {
     const int amount = AnyInteger(random, 600);
     return {{amount}, [=](const Picture &source, const Picture &) { return Saturation(source, amount); }};
 }
 
-Trial AnyTint(Random &random, int, int) {
+Trial AnyTint(Random &random, const Picture &) {
     const std::uint32_t grey = random.Next();
     const std::uint32_t sepia = random.Next();
     return {{grey, sepia}, [=](const Picture &source, const Picture &) { return Tint(source, grey, sepia); }};
