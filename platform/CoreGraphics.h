@@ -1,5 +1,7 @@
 #pragma once
 
+#include "platform/export.h"
+
 #include <cstddef>
 #include <cstdint>
 
@@ -18,8 +20,6 @@ struct CGContext {
                               ///< 4 first, 5 none and the last byte skipped, 6 none and the first byte skipped
 };
 using CGContextRef = CGContext *;
-
-#define KVT_PLATFORM [[gnu::visibility("default")]]
 
 extern "C" {
 KVT_PLATFORM void *CGBitmapContextGetData(CGContextRef context);

@@ -1,8 +1,29 @@
 #include "platform/CoreGraphics.h"
 
-void *CGBitmapContextGetData(CGContextRef context) { return context ? context->data : nullptr; }
-std::size_t CGBitmapContextGetBitsPerPixel(CGContextRef context) { return context ? context->bitsPerPixel : 0; }
-std::size_t CGBitmapContextGetWidth(CGContextRef context) { return context ? context->width : 0; }
-std::size_t CGBitmapContextGetHeight(CGContextRef context) { return context ? context->height : 0; }
-std::size_t CGBitmapContextGetBytesPerRow(CGContextRef context) { return context ? context->bytesPerRow : 0; }
-std::uint32_t CGBitmapContextGetAlphaInfo(CGContextRef context) { return context ? context->alphaInfo : 0; }
+#include "platform/internal.h"
+
+namespace {
+
+/// The field of a living context; zero without one and when the function is made to fail.
+template <class Value> Value Field(const char *function, CGContextRef context, Value CGContext::*field) {
+    return kvt::platform::Works(function) && context ? context->*field : Value{};
+}
+
+} // namespace
+
+void *CGBitmapContextGetData(CGContextRef context) { return Field(__func__, context, &CGContext::data); }
+
+std::size_t CGBitmapContextGetBitsPerPixel(CGContextRef context) {
+    return Field(__func__, context, &CGContext::bitsPerPixel);
+}
+
+std::size_t CGBitmapContextGetWidth(CGContextRef context) { return Field(__func__, context, &CGContext::width); }
+std::size_t CGBitmapContextGetHeight(CGContextRef context) { return Field(__func__, context, &CGContext::height); }
+
+std::size_t CGBitmapContextGetBytesPerRow(CGContextRef context) {
+    return Field(__func__, context, &CGContext::bytesPerRow);
+}
+
+std::uint32_t CGBitmapContextGetAlphaInfo(CGContextRef context) {
+    return Field(__func__, context, &CGContext::alphaInfo);
+}

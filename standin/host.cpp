@@ -453,6 +453,8 @@ void Host::Set(const Ref &ref, std::string_view name, const Value &value) {
     }
 }
 
+void Host::MakeNewPicturesAs(std::uint32_t alphaInfo) { state_->description.newPictureAlphaInfo = alphaInfo; }
+
 void Host::MayChange(const Ref &object) { state_->mayChange.insert(object.object()); }
 
 const std::vector<RegisteredMethod> &Host::GlobalMethods() const { return state_->globalMethods; }

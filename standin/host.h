@@ -186,6 +186,9 @@ class Host {
     Value Get(const Ref &instance, std::string_view property);
     void Set(const Ref &instance, std::string_view property, const Value &value);
 
+    /// From now on, bitmaps without alpha channel are made with this alpha info.
+    void MakeNewPicturesAs(std::uint32_t alphaInfo);
+
     /// Lets the next call change an object's pixels or bytes.
     void MayChange(const Ref &object);
 

@@ -92,12 +92,11 @@ void Picture::Build(const PictureDescription &wanted, Guard side, std::uint32_t 
         const int slot = wanted.form == Form::Console ? Slot(y, height) : y;
         trueRows.push_back(memory.data() + slot * pitch);
     }
-    for (int y = 0; y < height; ++y)
+    for (int y = 0; y < height; ++y) {
+        const bool fresh = !wanted.word && !wanted.color;
         for (int x = 0; x < width; ++x)
-            SetWord(x, y,
-                    wanted.word    ? wanted.word(x, y)
-                    : wanted.color ? OpaqueWord(layout, wanted.color(x, y))
-                                   : freshWord);
+            SetWord(x, y, fresh ? freshWord : wanted.word ? wanted.word(x, y) : OpaqueWord(layout, wanted.color(x, y)));
+    }
 
     rowTable = trueRows;
     if (wanted.nullRow >= 0 && wanted.nullRow < height)

@@ -1,13 +1,18 @@
 #include "plugin/interface.h"
 
+#include "analysis/find_picture.h"
 #include "analysis/picture_tests.h"
+#include "analysis/scrolling.h"
 #include "color/channels.h"
 #include "color/counting.h"
 #include "color/embedded_mask.h"
 #include "color/lut3d_class.h"
 #include "color/merging.h"
+#include "color/rectangle_mask.h"
 #include "color/replacement.h"
 #include "color/transformation.h"
+#include "output/binary_string.h"
+#include "output/waveform.h"
 #include "plugin/console_flags.h"
 #include "tone/contrast_brightness.h"
 #include "tone/custom_saturation.h"
@@ -30,9 +35,10 @@ constexpr std::uint32_t kHostConsoleClass = 4; // class records carry the host's
 
 // clang-format off
 
-/// A property that the host reads and writes itself at its place in the instance data.
+/// A property that the host reads and writes itself at its place in the instance data. The accessors are literals: an
+/// expression there would have the table built by an initialiser.
 #define STANDARD(name, type, flags, field) \
-    {0, name, type, flags, Entry(~std::uintptr_t{0}), Entry(~std::uintptr_t{0}), offsetof(Data, field), {}}
+    {0, name, type, flags, Entry(UINTPTR_MAX), Entry(UINTPTR_MAX), offsetof(Data, field), {}}
 
 namespace lut3d {
 using Data = Lut3DClassData;
@@ -79,6 +85,9 @@ REALmethodDefinition gMethods[] = {
 
 REALmethodDefinition gPictureMethods[] = {
     {Entry(ColornessKVT),                     nullptr, "ColornessKVT(threshold as integer = 10) as double", 0},
+    {Entry(ScrollVerticalKVT),                nullptr, "ScrollVerticalKVT(delta as integer, wrap as boolean, scrollmask as boolean) as boolean", 0},
+    {Entry(ScrollHorizontalKVT),              nullptr, "ScrollHorizontalKVT(delta as integer, wrap as boolean, scrollmask as boolean) as boolean", 0},
+    {Entry(ScrollKVT),                        nullptr, "ScrollKVT(deltaX as integer, deltaY as integer, wrap as boolean, scrollmask as boolean) as boolean", 0},
     {Entry(PictureHasMask),                   nullptr, "HasMaskKVT as boolean", kConsoleSafe},
     {Entry(ContrastAbsBrightnessPicture3),    nullptr, "ChangeContrastBrightnessAbsoluteKVT(ContrastRed as double, ContrastGreen as double, ContrastBlue as double, BrightnessRed as double, BrightnessGreen as double, BrightnessBlue as double) as picture", kConsoleSafe},
     {Entry(ContrastLinBrightnessPicture3),    nullptr, "ChangeContrastBrightnessLinearKVT(ContrastRed as double, ContrastGreen as double, ContrastBlue as double, BrightnessRed as double, BrightnessGreen as double, BrightnessBlue as double) as picture", kConsoleSafe},
@@ -95,6 +104,8 @@ REALmethodDefinition gPictureMethods[] = {
     {Entry(InvertPicture2),                   nullptr, "InvertKVT as picture", kConsoleSafe},
     {Entry(InvertGrayPicture),                nullptr, "InvertGrayKVT(left as integer,top as integer,width as integer,height as integer) as picture", kConsoleSafe},
     {Entry(InvertGrayPicture2),               nullptr, "InvertGrayKVT as picture", kConsoleSafe},
+    {Entry(ExtractColorRectangleMaskKVT),     nullptr, "ExtractColorRectangleMaskKVT(left as integer,top as integer,width as integer,height as integer) as picture", kConsoleSafe},
+    {Entry(ExtractColorRectangleMaskKVT2),    nullptr, "ExtractColorRectangleMaskKVT as picture", kConsoleSafe},
     {Entry(GetEmbededMask),                   Entry(SetEmbededMask), "EmbeddedMaskKVT(swap as boolean) as picture", kConsoleSafe},
     {Entry(CountColorKVT),                    nullptr, "CountColorKVT(col as color) as integer", kConsoleSafe},
     {Entry(CountColorsKVT),                   nullptr, "CountColorsKVT(byref red as memoryblock, byref blue as memoryblock, byref green as memoryblock, byref count as integer)", 0},
@@ -105,6 +116,7 @@ REALmethodDefinition gPictureMethods[] = {
     {Entry(ReplaceRedChannel),                nullptr, "ReplaceRedChannelKVT(RedChannel as picture) as picture", kConsoleSafe},
     {Entry(ReplaceGreenChannel),              nullptr, "ReplaceGreenChannelKVT(GreenChannel as picture) as picture", kConsoleSafe},
     {Entry(ReplaceBlueChannel),               nullptr, "ReplaceBlueChannelKVT(BlueChannel as picture) as picture", kConsoleSafe},
+    {Entry(FindPicture),                      nullptr, "FindPicture(pic as picture, byref x as integer, byref y as integer) as boolean", kConsoleSafe},
     {Entry(isWhite2),                         nullptr, "isWhiteKVT as boolean", kConsoleSafe},
     {Entry(isWhite),                          nullptr, "isWhiteKVT(left as integer,top as integer,width as integer,height as integer) as boolean", kConsoleSafe},
     {Entry(isBlack2),                         nullptr, "isBlackKVT as boolean", kConsoleSafe},
@@ -114,9 +126,12 @@ REALmethodDefinition gPictureMethods[] = {
 };
 
 REALmethodDefinition gGlobalMethods[] = {
+    {Entry(BinaryStringtoPicture),            nullptr, "BinaryStringtoPictureKVT(data as String) as Picture", kConsoleSafe},
+    {Entry(PicturetoBinaryString),            nullptr, "PicturetoBinaryStringKVT(p as picture) as string", kConsoleSafe},
     {Entry(CombinePicturesKVT),               nullptr, "CombinePicturesKVT(red as picture, blue as picture, green as picture) as picture", kConsoleSafe},
     {Entry(MergePicture),                     nullptr, "MergePictureKVT(source1 as picture, source2 as picture) as picture", kConsoleSafe},
     {Entry(TintPicture),                      nullptr, "TintPictureKVT(source as picture, GreyBase as color, SepiaBase as color) as picture", kConsoleSafe},
+    {Entry(RenderSamples),                    nullptr, "RenderSamplesKVT(Samples as memoryblock, SampleCount as integer, Smooth as integer, Width as integer, Height as integer, outlinewidth as integer, BackColor as color=&c88B5C4, ForeColor as color=&c274C5A, OutLineColor as color=&c203F4E, Bits as Integer = 8, AutoScale as boolean = false) as Picture", kConsoleSafe},
 };
 
 // clang-format on

@@ -27,7 +27,7 @@ double Brightened(double value, double brightness) {
 
 int Byte(double value) { return Limit(Truncate(value)); }
 
-double Part(std::uint32_t color, int shift) { return static_cast<double>((color >> shift) & 0xFF) / 255.0; }
+double Share(std::uint32_t color, int shift) { return static_cast<double>((color >> shift) & 0xFF) / 255.0; }
 
 int Tinted(double factor, double gray) {
     const double value = factor * gray;
@@ -104,12 +104,12 @@ Picture Saturation(const Picture &source, int amount) {
 }
 
 Picture Tint(const Picture &source, std::uint32_t greyBase, std::uint32_t sepiaBase) {
-    const double gR = Part(greyBase, 16);
-    const double gG = Part(greyBase, 8);
-    const double gB = Part(greyBase, 0);
-    const double sR = Part(sepiaBase, 16);
-    const double sG = Part(sepiaBase, 8);
-    const double sB = Part(sepiaBase, 0);
+    const double gR = Share(greyBase, 16);
+    const double gG = Share(greyBase, 8);
+    const double gB = Share(greyBase, 0);
+    const double sR = Share(sepiaBase, 16);
+    const double sG = Share(sepiaBase, 8);
+    const double sB = Share(sepiaBase, 0);
     return MapAll(source, [&](Rgb p) {
         const double gray = (p.red * gR + p.green * gG) + p.blue * gB;
         return Rgb{Tinted(sR, gray), Tinted(sG, gray), Tinted(sB, gray)};

@@ -53,6 +53,7 @@ inline void InFreshProcess(const std::function<void()> &body) {
     ASSERT_GE(child, 0);
     if (child == 0) {
         kvt::gResolver = Resolve;
+        kvt::rbversion_rbversion = 0.0;
         body();
         std::fflush(nullptr);
         _exit(testing::Test::HasFailure() ? 1 : 0);

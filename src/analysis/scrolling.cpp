@@ -1,0 +1,91 @@
+#include "analysis/scrolling.h"
+
+#include "analysis/legacy_drawing.h"
+#include "host/entries.h"
+#include "pixels/open.h"
+#include "pixels/rotate.h"
+
+#include <algorithm>
+
+namespace kvt {
+namespace {
+
+using Scroll = unsigned char(REALpictureStruct *, std::int32_t, signed char, signed char);
+using Rotate = bool(const PictureEditor &, std::int32_t);
+
+/// True as well when there is no mask.
+bool ScrollMask(Scroll *scroll, REALpictureStruct *picture, std::int32_t delta, signed char wrap) {
+    REALpictureStruct *mask = picture ? REALGetPictureMask(picture, 0) : nullptr;
+    if (!mask)
+        return true;
+    const bool scrolled = scroll(mask, delta, wrap, 0);
+    REALUnlockObject(mask);
+    return scrolled;
+}
+
+bool WrapAround(Rotate *rotate, REALpictureStruct *picture, std::int32_t delta) {
+    const OpenEditor editor{picture};
+    return editor && rotate(*editor, delta);
+}
+
+/// Drawing coordinates have 16 bits.
+std::int16_t Coordinate(std::int32_t value) {
+    return static_cast<std::int16_t>(std::clamp<std::int32_t>(value, INT16_MIN, INT16_MAX));
+}
+
+/// Scrolls in the current drawing port's place, which comes back afterwards.
+void ScrollGraphicsWorld(const REALpictureDescription &description, std::int32_t dh, std::int32_t dv) {
+    CGrafPtr port = nullptr;
+    GDHandle device = nullptr;
+    GetGWorld(&port, &device);
+    SetGWorld(static_cast<CGrafPtr>(description.data), nullptr);
+    RgnHandle uncovered = NewRgn();
+    Rect whole;
+    SetRect(&whole, 0, 0, Coordinate(description.width), Coordinate(description.height));
+    ScrollRect(&whole, Coordinate(dh), Coordinate(dv), uncovered);
+    DisposeRgn(uncovered);
+    SetGWorld(port, device);
+}
+
+/// False when the picture is none that the platform can scroll.
+bool ScrollByPlatform(REALpictureStruct *picture, std::int32_t dh, std::int32_t dv) {
+    if (!picture)
+        return false;
+    REALpictureDescription description = {};
+    REALLockPictureDescription(picture, &description);
+    const bool isGraphicsWorld = description.type == kGraphicsWorldDescription;
+    if (isGraphicsWorld)
+        ScrollGraphicsWorld(description, dh, dv);
+    REALUnlockPictureDescription(picture);
+    return isGraphicsWorld;
+}
+
+} // namespace
+
+unsigned char ScrollVerticalKVT(REALpictureStruct *picture, std::int32_t delta, signed char wrap,
+                                signed char scrollmask) {
+    if (scrollmask && !ScrollMask(ScrollVerticalKVT, picture, delta, wrap))
+        return 0;
+    if (delta == 0)
+        return 1;
+    return wrap ? WrapAround(RotateRows, picture, delta) : ScrollByPlatform(picture, 0, delta);
+}
+
+unsigned char ScrollHorizontalKVT(REALpictureStruct *picture, std::int32_t delta, signed char wrap,
+                                  signed char scrollmask) {
+    if (scrollmask)
+        ScrollMask(ScrollHorizontalKVT, picture, delta, wrap);
+    if (delta != 0 && wrap)
+        WrapAround(RotateColumns, picture, delta);
+    else if (delta != 0)
+        ScrollByPlatform(picture, delta, 0);
+    return 1;
+}
+
+unsigned char ScrollKVT(REALpictureStruct *picture, std::int32_t deltaX, std::int32_t deltaY, signed char wrap,
+                        signed char scrollmask) {
+    ScrollHorizontalKVT(picture, deltaX, wrap, scrollmask);
+    return ScrollVerticalKVT(picture, deltaY, wrap, scrollmask);
+}
+
+} // namespace kvt

@@ -1,0 +1,134 @@
+#include "color/rectangle_mask.h"
+
+#include "pixels/open.h"
+
+namespace kvt {
+namespace {
+
+constexpr std::int32_t kWordBits = 32;
+
+/// A column's word of marks with the one of the pixel's row added.
+struct MarkIfColored {
+    std::uint32_t mark;
+    KVT_INLINE std::uint32_t operator()(std::uint32_t marks, Rgb pixel) const {
+        return marks | (IsGray(pixel) ? 0 : mark);
+    }
+};
+
+void Shade(unsigned char *shades, const std::int32_t *blackRows, std::int32_t width, std::int32_t row) {
+    KVT_INDEPENDENT_ITERATIONS
+    for (std::int32_t x = 0; x < width; ++x)
+        shades[x] = blackRows[x] > row ? 0 : 255;
+}
+
+} // namespace
+
+ColorRectangles::ColorRectangles(const PictureEditor &source, Area area)
+    : columns_(source.width, source.height), rows_(source.height, source.width), blackRows_(source.width),
+      shades_(source.width) {
+    if (!*this || area.Empty())
+        return;
+    for (std::int32_t y = area.top; y < area.bottom; ++y) {
+        const MarkIfColored op{std::uint32_t{1} << y % kWordBits};
+        FoldColumns(source, area.left, area.right, &columns_.Word(0, y / kWordBits), op, y);
+    }
+    Transpose(columns_, rows_);
+}
+
+/// The smallest box around a mark that has no marks directly beside it. It is the same whichever side moves first,
+/// since a move never takes away the reason for another; so a mark beside the box takes the whole run behind it along.
+/// The seed is the first mark left in reading order: none lies above it.
+Area ColorRectangles::Grow(Point seed) const {
+    Area box{seed.x, seed.y, seed.x + 1, seed.y + 1};
+    for (bool grown = true; grown;) {
+        grown = false;
+        while (box.right < columns_.Lines()) {
+            const std::int32_t y = columns_.Next(box.right, box.top, box.bottom);
+            if (y >= box.bottom)
+                break;
+            box.right += rows_.RunFrom(y, box.right);
+            grown = true;
+        }
+        while (box.left > 0) {
+            const std::int32_t y = columns_.Next(box.left - 1, box.top, box.bottom);
+            if (y >= box.bottom)
+                break;
+            box.left -= rows_.RunBefore(y, box.left);
+            grown = true;
+        }
+        while (box.bottom < rows_.Lines()) {
+            const std::int32_t x = rows_.Next(box.bottom, box.left, box.right);
+            if (x >= box.right)
+                break;
+            box.bottom += columns_.RunFrom(x, box.bottom);
+            grown = true;
+        }
+    }
+    return box;
+}
+
+/// Every row and every column of a box holds a mark that is cleared here, so that the time of all boxes together is
+/// bounded by the number of marks, however much the boxes overlap.
+void ColorRectangles::Take(const Area &box) {
+    for (std::int32_t y = box.top; y < box.bottom; ++y)
+        rows_.Clear(y, box.left, box.right);
+    for (std::int32_t x = box.left; x < box.right; ++x) {
+        columns_.Clear(x, box.top, box.bottom);
+        blackRows_[x] = std::max(blackRows_[x], box.bottom);
+    }
+}
+
+/// Takes the marks of a word that are boxes of one pixel, up to the first that has others beside it: what may be half
+/// of all pixels is thus taken without growing. The marks before this word have all been taken.
+void ColorRectangles::TakeSingles(std::int32_t y, std::int32_t word) {
+    std::uint32_t &marks = rows_.Word(y, word);
+    const std::uint32_t right = word + 1 < rows_.LineWords() ? rows_.Word(y, word + 1) : 0;
+    const std::uint32_t below = y + 1 < rows_.Lines() ? rows_.Word(y + 1, word) : 0;
+    const std::uint32_t others = marks & (marks << 1 | marks >> 1 | right << (kWordBits - 1) | below);
+    std::uint32_t singles = marks & ~others & ((others & -others) - 1);
+    marks ^= singles;
+    for (; singles; singles &= singles - 1) {
+        const std::int32_t x = word * kWordBits + std::countr_zero(singles);
+        columns_.Clear(x, y, y + 1);
+        blackRows_[x] = std::max(blackRows_[x], y + 1);
+    }
+}
+
+/// Boxes are found in the order of their top rows, so a row is finished once it has no marks left: of the boxes that
+/// begin at or above it, those that reach it make it black.
+void ColorRectangles::Draw(const PictureEditor &target) {
+    const std::int32_t width = columns_.Lines();
+    unsigned char *shades = shades_.data();
+    for (std::int32_t y = 0; y < rows_.Lines(); ++y) {
+        for (std::int32_t word = 0; word < rows_.LineWords(); ++word) {
+            while (rows_.Word(y, word)) {
+                TakeSingles(y, word);
+                if (const std::uint32_t marks = rows_.Word(y, word))
+                    Take(Grow({word * kWordBits + std::countr_zero(marks), y}));
+            }
+        }
+        Shade(shades, blackRows_.data(), width, y);
+        ReadRows<GrayByte>(Rows{shades, 0, nullptr}, target, {0, y, width, y + 1});
+    }
+}
+
+REALpictureStruct *ExtractColorRectangleMaskKVT(REALpictureStruct *picture, std::int32_t left, std::int32_t top,
+                                                std::int32_t width, std::int32_t height) {
+    const OpenReader source{picture};
+    if (!source)
+        return nullptr;
+    ColorRectangles rectangles{*source, AreaOf(*source, Rectangle{left, top, width, height})};
+    if (!rectangles)
+        return nullptr;
+    OpenWriter result{*source, NewPicture::SameSize};
+    if (!result)
+        return nullptr;
+    rectangles.Draw(*result);
+    return result.Render();
+}
+
+REALpictureStruct *ExtractColorRectangleMaskKVT2(REALpictureStruct *picture) {
+    return ExtractColorRectangleMaskKVT(picture, 0, 0, -1, -1);
+}
+
+} // namespace kvt

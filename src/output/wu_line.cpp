@@ -1,0 +1,99 @@
+#include "output/wu_line.h"
+
+#include "pixels/paint.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace kvt {
+
+std::int32_t gOutLineColorR;
+std::int32_t gOutLineColorG;
+std::int32_t gOutLineColorB;
+
+namespace {
+
+/// The steps of a line from `first` up to and including `last`; step 0 is its start.
+struct Steps {
+    std::int64_t first;
+    std::int64_t last;
+};
+
+/// Those steps at which start + step * direction lies in 0..size - 1.
+Steps Inside(Steps steps, std::int64_t start, std::int32_t direction, std::int64_t size) {
+    if (direction == 0)
+        return start >= 0 && start < size ? steps : Steps{0, -1};
+    const Steps inside = direction > 0 ? Steps{-start, size - 1 - start} : Steps{start - (size - 1), start};
+    return {std::max(steps.first, inside.first), std::min(steps.last, inside.last)};
+}
+
+/// Hands the steps' numbers to `draw`.
+template <class Draw> void ForEachStep(Steps steps, Draw draw) {
+    for (std::int64_t step = steps.first; step <= steps.last; ++step)
+        draw(static_cast<std::int32_t>(step));
+}
+
+/// How far a line is off its start across its main direction, in 65536ths of a pixel: the 16-bit accumulator of the
+/// error and, above it, how often it has wrapped. `Slope` is 1..65535 and there are less than 65536 steps, so that the
+/// product is exact and the accumulator wraps just when it comes out not above its old value. That makes every step
+/// known without those before it.
+struct Slope {
+    /// A line of `across` pixels on `along` pixels, 0 < across < along < 65536.
+    Slope(std::int32_t across, std::int32_t along)
+        : perStep((static_cast<std::uint32_t>(across) << 16) / static_cast<std::uint32_t>(along)) {}
+    std::int32_t Pixels(std::int32_t step) const { return static_cast<std::int32_t>(Offset(step) >> 16); }
+    std::int32_t Intensity(std::int32_t step) const { return static_cast<std::int32_t>(Offset(step) >> 8 & 255); }
+    std::uint32_t Offset(std::int32_t step) const { return static_cast<std::uint32_t>(step) * perStep; }
+    std::uint32_t perStep;
+};
+
+} // namespace
+
+void DrawPixel(const PictureEditor &editor, std::int32_t x, std::int32_t y, std::int32_t intensity) {
+    ChangePixel(editor, x, y, [=](Rgb old) KVT_INLINE_LAMBDA {
+        const auto blended = [=](std::int32_t level, std::int32_t outline) {
+            return (level * intensity + outline * (255 - intensity)) / 255;
+        };
+        return Rgb{blended(old.red, gOutLineColorR), blended(old.green, gOutLineColorG),
+                   blended(old.blue, gOutLineColorB)};
+    });
+}
+
+void DrawWuLine(const PictureEditor &editor, std::int16_t x0, std::int16_t y0, std::int16_t x1, std::int16_t y1) {
+    if (y0 > y1) {
+        std::swap(x0, x1);
+        std::swap(y0, y1);
+    }
+    const std::int32_t xDirection = x1 < x0 ? -1 : 1;
+    const std::int32_t dx = (x1 - x0) * xDirection;
+    const std::int32_t dy = y1 - y0;
+    DrawPixel(editor, x0, y0, 0);
+    if (dx == 0 || dy == 0 || dx == dy) {
+        const std::int32_t xStep = dx == 0 ? 0 : xDirection;
+        const std::int32_t yStep = dy == 0 ? 0 : 1;
+        const Steps columns = Inside({1, std::max(dx, dy)}, x0, xStep, editor.width);
+        ForEachStep(Inside(columns, y0, yStep, editor.height),
+                    [&](std::int32_t step) { DrawPixel(editor, x0 + step * xStep, y0 + step * yStep, 0); });
+        return;
+    }
+    if (dy > dx) {
+        const Slope slope(dx, dy);
+        ForEachStep(Inside({1, dy - 1}, y0, 1, editor.height), [&](std::int32_t step) {
+            const std::int32_t x = x0 + slope.Pixels(step) * xDirection;
+            const std::int32_t intensity = slope.Intensity(step);
+            DrawPixel(editor, x, y0 + step, intensity);
+            DrawPixel(editor, x + xDirection, y0 + step, intensity ^ 255);
+        });
+    } else {
+        const Slope slope(dy, dx);
+        ForEachStep(Inside({1, dx - 1}, x0, xDirection, editor.width), [&](std::int32_t step) {
+            const std::int32_t y = y0 + slope.Pixels(step);
+            const std::int32_t intensity = slope.Intensity(step);
+            DrawPixel(editor, x0 + step * xDirection, y, intensity);
+            DrawPixel(editor, x0 + step * xDirection, y + 1, intensity ^ 255);
+        });
+    }
+    DrawPixel(editor, x1, y1, 0);
+}
+
+} // namespace kvt

@@ -1,0 +1,69 @@
+#include "pixels/rotate.h"
+
+#include "pixels/area.h"
+#include "pixels/rows.h"
+#include "support/memory.h"
+
+#include <cstddef>
+#include <cstring>
+
+namespace kvt {
+namespace {
+
+/// The shift 0..extent - 1 with the same effect; 0 when there is nothing to move.
+std::int32_t ShiftWithin(const PictureEditor &editor, std::int32_t delta, std::int32_t extent) {
+    if (AreaOf(editor, kWholePicture).Empty())
+        return 0;
+    const std::int32_t shift = delta % extent;
+    return shift < 0 ? shift + extent : shift;
+}
+
+} // namespace
+
+bool RotateRows(const PictureEditor &editor, std::int32_t delta) {
+    const std::int32_t shift = ShiftWithin(editor, delta, editor.height);
+    if (shift == 0)
+        return true;
+    const auto rowBytes = static_cast<std::size_t>(editor.rowBytes);
+    const ClearBuffer<unsigned char> spare(editor.rowBytes);
+    if (!spare)
+        return false;
+    const Rows rows = RowsOf(editor);
+    // Every row takes what the row `shift` above it held. Following that rule from one row leads back to it sooner or
+    // later; the cycles that start in the first rows reach each row once, so every row is copied once and no more.
+    std::int32_t left = editor.height;
+    for (std::int32_t start = 0; left > 0; ++start) {
+        std::memcpy(spare.data(), rows[start], rowBytes);
+        std::int32_t row = start;
+        for (--left;; --left) {
+            const std::int32_t source = row >= shift ? row - shift : row - shift + editor.height;
+            if (source == start)
+                break;
+            std::memcpy(rows[row], rows[source], rowBytes);
+            row = source;
+        }
+        std::memcpy(rows[row], spare.data(), rowBytes);
+    }
+    return true;
+}
+
+bool RotateColumns(const PictureEditor &editor, std::int32_t delta) {
+    const std::int32_t shift = ShiftWithin(editor, delta, editor.width);
+    if (shift == 0)
+        return true;
+    const auto rowBytes = static_cast<std::size_t>(editor.width) * 4;
+    const std::size_t head = static_cast<std::size_t>(shift) * 4; // comes from the row's end
+    const ClearBuffer<unsigned char> spare(editor.width * 4LL);
+    if (!spare)
+        return false;
+    const Rows rows = RowsOf(editor);
+    for (std::int32_t row = 0; row < editor.height; ++row) {
+        unsigned char *pixels = rows[row];
+        std::memcpy(spare.data(), pixels, rowBytes);
+        std::memcpy(pixels, spare.data() + (rowBytes - head), head);
+        std::memcpy(pixels + head, spare.data(), rowBytes - head);
+    }
+    return true;
+}
+
+} // namespace kvt

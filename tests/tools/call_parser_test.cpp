@@ -1,0 +1,93 @@
+#include "tools/call_parser.h"
+
+#include <gtest/gtest.h>
+
+namespace tools {
+namespace {
+
+using Form = Argument::Form;
+
+constexpr struct {
+    const char *what;
+    const char *call;
+    Form form;
+    const char *name;
+    const char *text;
+} kValues[] = {
+    {"number", "M(-12.5)", Form::Bare, "", "-12.5"},
+    {"color", "M( &cFFF0C0 )", Form::Bare, "", "&cFFF0C0"},
+    {"bare path", "M(some/mask-2.png)", Form::Bare, "", "some/mask-2.png"},
+    {"quoted path keeps spaces, commas and signs", "M(\"a, b)=c.png\")", Form::Quoted, "", "a, b)=c.png"},
+    {"a quote inside is written twice", "M(\"say \"\"no\"\"\")", Form::Quoted, "", "say \"no\""},
+    {"empty string", "M(\"\")", Form::Quoted, "", ""},
+    {"nil in quotes is text", "M(\"nil\")", Form::Quoted, "", "nil"},
+    {"bytes of a file", "M(@in.ppic)", Form::FileBytes, "", "in.ppic"},
+    {"bytes of a quoted file", "M(@\"my in.ppic\")", Form::FileBytes, "", "my in.ppic"},
+    {"property", "M(SepiaRed=40)", Form::Bare, "SepiaRed", "40"},
+    {"property with spaces", "M( Table = \"a=b.cube\" )", Form::Quoted, "Table", "a=b.cube"},
+};
+
+TEST(CallParser, ReadsValues) {
+    for (const auto &row : kValues) {
+        SCOPED_TRACE(row.what);
+        const Call call = ParseCall(row.call);
+        ASSERT_EQ(call.arguments.size(), 1u);
+        EXPECT_EQ(call.arguments[0].form, row.form);
+        EXPECT_EQ(call.arguments[0].name, row.name);
+        EXPECT_EQ(call.arguments[0].text, row.text);
+    }
+}
+
+TEST(CallParser, ReadsTheShapesOfCalls) {
+    EXPECT_TRUE(ParseCall(" InvertKVT ").arguments.empty());
+    EXPECT_TRUE(ParseCall("InvertKVT()").arguments.empty());
+
+    const Call plain = ParseCall("InvertKVT (10,20 , 200,100)");
+    EXPECT_EQ(plain.name, "InvertKVT");
+    ASSERT_EQ(plain.arguments.size(), 4u);
+    EXPECT_EQ(plain.arguments[3].text, "100");
+    EXPECT_EQ(plain.arguments[1].place.at, 14u);
+    EXPECT_EQ(plain.arguments[1].place.length, 2u);
+
+    const Call setter = ParseCall("EmbeddedMaskKVT(false) = mask.png");
+    ASSERT_TRUE(setter.assigned);
+    EXPECT_EQ(setter.assigned->text, "mask.png");
+
+    const Call member = ParseCall("PictureSepiaKVT(SepiaRed=40, SepiaBlue=-20).Run");
+    EXPECT_EQ(member.arguments[1].name, "SepiaBlue");
+    EXPECT_EQ(member.member, "Run");
+    EXPECT_EQ(ParseCall("PictureSepiaKVT.Run").member, "Run");
+}
+
+constexpr struct {
+    const char *call;
+    const char *error;
+} kWrongCalls[] = {
+    {"", "expected the name of a method or class at the end\n  \n  ^"},
+    {"(1)", "expected the name of a method or class, not \"(\"\n  (1)\n  ^"},
+    {"InvertKVT(10, 20 200)", "expected \",\" or \")\", not \"200\"\n  InvertKVT(10, 20 200)\n                   ^^^"},
+    {"InvertKVT(10", "expected \",\" or \")\" at the end\n  InvertKVT(10\n              ^"},
+    {"InvertKVT(1,,2)", "expected a value, not \",\"\n  InvertKVT(1,,2)\n              ^"},
+    {"InvertKVT(1,)", "expected a value, not \")\"\n  InvertKVT(1,)\n              ^"},
+    {"M(\"open)", "a string has no closing double quote\n  M(\"open)\n    ^^^^^^"},
+    {"M(@)", "expected a value, not \")\"\n  M(@)\n     ^"},
+    {"M(1) x", "expected the end, not \"x\"\n  M(1) x\n       ^"},
+    {"M(1).", "expected the name of a member at the end\n  M(1).\n       ^"},
+    {"M(1) =", "expected a value at the end\n  M(1) =\n        ^"},
+    {"M(1) = a b", "expected the end, not \"b\"\n  M(1) = a b\n           ^"},
+};
+
+TEST(CallParser, SaysWhatWasExpectedAndWhere) {
+    for (const auto &row : kWrongCalls) {
+        SCOPED_TRACE(row.call);
+        try {
+            ParseCall(row.call);
+            ADD_FAILURE() << "accepted";
+        } catch (const CallError &error) {
+            EXPECT_STREQ(error.what(), row.error);
+        }
+    }
+}
+
+} // namespace
+} // namespace tools

@@ -1,0 +1,247 @@
+#include "tools/apply.h"
+
+#include "tools/bound_call.h"
+#include "tools/picture_files.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <fmt/format.h>
+#include <map>
+
+namespace tools {
+namespace {
+
+using standin::Kind;
+using standin::Ref;
+using standin::Result;
+using standin::SameName;
+using standin::Type;
+using standin::Value;
+using Target = BoundCall::Target;
+
+/// A call that came to nothing.
+struct CallFailed : std::runtime_error {
+    using runtime_error::runtime_error;
+};
+
+/// What is to be saved once all went well.
+struct Harvest {
+    std::optional<Image> picture;
+    std::optional<Bytes> text;          ///< the bytes of the last call's string
+    std::map<std::string, Bytes> files; ///< content of blocks by path
+};
+
+struct SavedBlock {
+    std::string name;
+    std::string path;
+};
+
+Bytes Copy(std::span<const unsigned char> bytes) { return {bytes.begin(), bytes.end()}; }
+
+std::span<const unsigned char> BytesOf(const standin::MemoryBlock &block) {
+    return {block.memory.data(), block.memory.size()};
+}
+
+std::string Shown(const Value &value) {
+    if (value.Is<bool>())
+        return value.AsBoolean() ? "true" : "false";
+    if (value.Is<double>())
+        return fmt::format("{}", value.AsDouble());
+    if (value.Is<std::int64_t>())
+        return fmt::format("{}", value.AsInteger());
+    if (!value.Is<Ref>())
+        return "nil";
+    switch (value.AsRef().object()->kind) {
+    case Kind::Picture:
+        return fmt::format("picture of {} x {}", value.AsPicture().width, value.AsPicture().height);
+    case Kind::String:
+        return fmt::format("string of {} bytes", value.AsRef().text().bytes().size());
+    case Kind::MemoryBlock:
+        return fmt::format("memory block of {} bytes", BytesOf(value.AsRef().block()).size());
+    default:
+        return value.AsRef().object()->Describe();
+    }
+}
+
+std::vector<SavedBlock> ParseSavedBlocks(const std::vector<std::string> &options, const std::vector<BoundCall> &calls) {
+    std::vector<SavedBlock> saved;
+    for (const std::string &option : options) {
+        const std::size_t sign = option.find('=');
+        if (sign == option.npos || sign == 0 || sign + 1 == option.size())
+            throw UserError(fmt::format("--save-block {}: expected NAME=FILE", option));
+        const std::string name = option.substr(0, sign);
+        const auto names = [&](const standin::Parameter &parameter) {
+            return parameter.byref && parameter.type == Type::MemoryBlock && SameName(parameter.name, name);
+        };
+        if (std::none_of(calls.begin(), calls.end(), [&](const BoundCall &call) {
+                const auto &parameters = call.method->declaration.parameters;
+                return std::any_of(parameters.begin(), parameters.end(), names);
+            }))
+            throw UserError(fmt::format("--save-block {}: no call has a byref memory block \"{}\"", option, name));
+        saved.push_back({name, option.substr(sign + 1)});
+    }
+    return saved;
+}
+
+void CheckOutput(const std::string &output, const std::vector<BoundCall> &calls, bool hasPicture) {
+    if (output.empty())
+        return;
+    if (IsPicturePath(output) && !hasPicture)
+        throw UserError(fmt::format("{}: there is no picture to save, for no call makes one", output));
+    if (!IsPicturePath(output) && (calls.empty() || !calls.back().YieldsString()))
+        throw UserError(fmt::format("{}: pictures are saved as .png, .jpg, .jpeg or .bmp; a file of another name takes "
+                                    "the string that the last call returns, and there is none",
+                                    output));
+}
+
+/// A chain of calls while it runs.
+class Chain {
+  public:
+    Chain(standin::Host &host, Ref picture) : host_(host), picture_(std::move(picture)) {}
+
+    void Run(const BoundCall &call) {
+        last_ = Value();
+        byref_.clear();
+        if (call.target == Target::Class)
+            return RunClass(call);
+        std::vector<Value> arguments;
+        for (const Slot &slot : call.arguments)
+            arguments.push_back(Fill(slot));
+        const Result result = call.assigned ? RunAssignment(call, std::move(arguments))
+                                            : host_.CallRecord(*call.method, call.target == Target::GlobalMethod,
+                                                               picture_, std::move(arguments));
+        if (result.raised)
+            throw CallFailed(
+                fmt::format("{} raised {}: {}", call.name, result.raised->className, result.raised->message));
+        const bool yieldsObject = call.YieldsPicture() || call.YieldsString();
+        if (yieldsObject && result.value.IsNil())
+            throw CallFailed(call.name + " returned nil" + (call.hint.empty() ? "" : "\n" + call.hint));
+        if (call.YieldsPicture())
+            picture_ = result.value.AsRef();
+        else if (!call.assigned && call.method->declaration.result != Type::Nothing)
+            fmt::print("{} = {}\n", call.name, Shown(result.value));
+        for (const auto &[name, value] : result.byref)
+            fmt::print("{} = {}\n", name, Shown(value));
+        last_ = result.value;
+        byref_ = result.byref;
+    }
+
+    const Ref &picture() const { return picture_; }
+    const Value &last() const { return last_; }                                        ///< what the last call returned
+    const std::vector<std::pair<std::string, Value>> &byref() const { return byref_; } ///< the last call's variables
+
+  private:
+    Value Fill(const Slot &slot) const {
+        return std::holds_alternative<CurrentPicture>(slot) ? Value(picture_) : std::get<Value>(slot);
+    }
+
+    /// The module stores alpha alone. Colors that are premultiplied follow it, as the host's pictures demand.
+    Result RunAssignment(const BoundCall &call, std::vector<Value> arguments) {
+        const Value assigned = Fill(*call.assigned);
+        const Image before = ImageOf(picture_.picture());
+        Result result = host_.CallRecord(*call.method, false, picture_, std::move(arguments), &assigned);
+        SetColors(picture_.picture(), before);
+        return result;
+    }
+
+    void RunClass(const BoundCall &call) {
+        const Ref instance = host_.New(call.name);
+        for (const auto &[name, slot] : call.properties)
+            host_.Set(instance, name, Fill(slot));
+        if (call.table)
+            FillTable(instance, *call.table);
+        const Result result = host_.CallRecord(*call.method, false, instance, {});
+        if (!result.value.AsBoolean())
+            throw CallFailed(fmt::format("{}.{} returned false", call.name, call.method->declaration.name));
+        const Value destination = host_.Get(instance, "DestinationPicture");
+        if (destination.IsNil())
+            throw CallFailed(fmt::format("{}.{} left no DestinationPicture", call.name, call.method->declaration.name));
+        picture_ = destination.AsRef();
+    }
+
+    void FillTable(const Ref &instance, const CubeTable &table) {
+        for (int red = 0; red < kGridPoints; ++red)
+            for (int green = 0; green < kGridPoints; ++green)
+                for (int blue = 0; blue < kGridPoints; ++blue) {
+                    const Triple entry = GridEntry(table, red, green, blue);
+                    for (int channel = 0; channel < 3; ++channel)
+                        host_.Assign(instance, "Table", {red, green, blue, channel},
+                                     entry[static_cast<std::size_t>(channel)]);
+                }
+    }
+
+    standin::Host &host_;
+    Ref picture_;
+    Value last_;
+    std::vector<std::pair<std::string, Value>> byref_;
+};
+
+Image ReadInput(const ApplyRequest &request) {
+    Image image = ReadImage(*request.input);
+    image.hasAlpha = image.hasAlpha || request.addAlpha;
+    return image;
+}
+
+Harvest RunAll(standin::Host &host, const ApplyRequest &request) {
+    Ref picture;
+    if (request.input)
+        picture = MakePicture(host, ReadInput(request));
+    bool hasPicture = static_cast<bool>(picture);
+    std::vector<BoundCall> calls;
+    for (const std::string &text : request.calls) {
+        calls.push_back(Bind(host, ParseCall(text), hasPicture));
+        hasPicture = hasPicture || calls.back().YieldsPicture();
+    }
+    const std::vector<SavedBlock> savedBlocks = ParseSavedBlocks(request.savedBlocks, calls);
+    CheckOutput(request.output, calls, hasPicture);
+
+    Harvest harvest;
+    Chain chain(host, std::move(picture));
+    for (const BoundCall &call : calls) {
+        chain.Run(call);
+        for (const auto &[name, value] : chain.byref())
+            for (const SavedBlock &saved : savedBlocks)
+                if (SameName(saved.name, name) && value.Is<Ref>())
+                    harvest.files[saved.path] = Copy(BytesOf(value.AsRef().block()));
+    }
+    if (IsPicturePath(request.output))
+        harvest.picture = ImageOf(chain.picture().picture());
+    else if (!request.output.empty())
+        harvest.text = Copy(AsBytes(chain.last().AsRef().text().bytes()));
+    return harvest;
+}
+
+void Save(const Harvest &harvest, const std::string &output) {
+    if (harvest.picture)
+        WriteImage(output, *harvest.picture);
+    if (harvest.text)
+        WriteBytes(output, *harvest.text);
+    for (const auto &[path, bytes] : harvest.files)
+        WriteBytes(path, bytes);
+}
+
+} // namespace
+
+Outcome Apply(standin::Host &host, const ApplyRequest &request) {
+    std::optional<Harvest> harvest;
+    std::string failure;
+    try {
+        harvest = RunAll(host, request);
+    } catch (const CallFailed &failed) {
+        failure = failed.what();
+    }
+    // By now nothing of the host's is held here any more: what is still out, the module kept.
+    const std::vector<std::string> violations = host.TakeViolations();
+    for (const std::string &violation : violations)
+        fmt::print(stderr, "kvt: violation: {}\n", violation);
+    if (!failure.empty())
+        fmt::print(stderr, "kvt: {}\n", failure);
+    if (!violations.empty())
+        return Violated;
+    if (!harvest)
+        return Failed;
+    Save(*harvest, request.output);
+    return Done;
+}
+
+} // namespace tools

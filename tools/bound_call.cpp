@@ -1,0 +1,327 @@
+#include "tools/bound_call.h"
+
+#include "tools/picture_files.h"
+#include "tools/wav_file.h"
+
+#include <algorithm>
+#include <cctype>
+#include <cmath>
+#include <filesystem>
+#include <fmt/format.h>
+#include <limits>
+#include <numeric>
+
+namespace tools {
+namespace {
+
+using standin::NameOf;
+using standin::Parameter;
+using standin::RegisteredClass;
+using standin::RegisteredMethod;
+using standin::SameName;
+using standin::Type;
+using standin::Value;
+using Form = Argument::Form;
+using Target = BoundCall::Target;
+
+constexpr std::uint32_t kBinaryString = 0xFFFF;
+constexpr std::string_view kTable = "Table"; ///< written like a property, its value a .cube file
+
+struct Candidate {
+    Target target;
+    const RegisteredMethod *method;
+};
+
+bool IsWord(const Argument &argument, std::string_view word) {
+    return argument.form == Form::Bare && SameName(argument.text, word);
+}
+
+const RegisteredMethod *MethodNamed(const RegisteredClass &definition, std::string_view name) {
+    for (const RegisteredMethod &method : definition.methods)
+        if (SameName(method.declaration.name, name))
+            return &method;
+    return nullptr;
+}
+
+bool HasTable(const RegisteredClass &definition) {
+    const RegisteredMethod *table = MethodNamed(definition, kTable);
+    return table && table->record.setter;
+}
+
+bool StartsWith(std::string_view text, std::string_view start) {
+    return text.size() >= start.size() && SameName(text.substr(0, start.size()), start);
+}
+
+/// How many letters must be inserted, left out or replaced to make one name the other.
+std::size_t Distance(std::string_view a, std::string_view b) {
+    std::vector<std::size_t> row(b.size() + 1);
+    std::iota(row.begin(), row.end(), std::size_t{0});
+    for (std::size_t i = 1; i <= a.size(); ++i) {
+        std::size_t diagonal = std::exchange(row[0], i);
+        for (std::size_t j = 1; j <= b.size(); ++j) {
+            const std::size_t replaced = diagonal + (SameName(a.substr(i - 1, 1), b.substr(j - 1, 1)) ? 0 : 1);
+            diagonal = row[j];
+            row[j] = std::min({row[j] + 1, row[j - 1] + 1, replaced});
+        }
+    }
+    return row.back();
+}
+
+/// Binds one call; what it fails with shows the call and the declarations that it could have meant.
+class Binder {
+  public:
+    Binder(standin::Host &host, const Call &call, bool hasPicture)
+        : host_(host), call_(call), hasPicture_(hasPicture) {}
+
+    BoundCall Run() {
+        for (const auto &definition : host_.Classes())
+            if (SameName(definition->name, call_.name))
+                return BindClass(*definition);
+        std::vector<Candidate> candidates;
+        for (const RegisteredMethod &method : host_.PictureMethods())
+            if (SameName(method.declaration.name, call_.name))
+                candidates.push_back({Target::PictureMethod, &method});
+        for (const RegisteredMethod &method : host_.GlobalMethods())
+            if (SameName(method.declaration.name, call_.name))
+                candidates.push_back({Target::GlobalMethod, &method});
+        if (candidates.empty())
+            FailUnknown();
+        return BindMethod(candidates);
+    }
+
+  private:
+    [[noreturn]] void Fail(std::string_view message, Place place) const {
+        throw CallError(message, call_.text, place, declared_);
+    }
+    [[noreturn]] void FailUnknown() const {
+        std::vector<std::string_view> names;
+        for (const RegisteredMethod &method : host_.PictureMethods())
+            names.push_back(method.declaration.name);
+        for (const RegisteredMethod &method : host_.GlobalMethods())
+            names.push_back(method.declaration.name);
+        for (const auto &definition : host_.Classes())
+            names.push_back(definition->name);
+        const std::string_view nearest = NearestName(call_.name, names);
+        Fail(fmt::format("there is no method or class \"{}\"{}", call_.name,
+                         nearest.empty() ? "; kvt list shows what there is"
+                                         : fmt::format("; did you mean \"{}\"?", nearest)),
+             call_.namePlace);
+    }
+    void ShowDeclared(std::string_view line) {
+        declared_ += fmt::format("{}  {}", declared_.empty() ? "declared:\n" : "\n", line);
+    }
+
+    BoundCall BindMethod(const std::vector<Candidate> &candidates) {
+        for (const Candidate &candidate : candidates)
+            ShowDeclared(candidate.method->declaration.text);
+        const auto fits = [&](const Candidate &candidate) {
+            const standin::Declaration &declaration = candidate.method->declaration;
+            return call_.arguments.size() >= declaration.Required() &&
+                   call_.arguments.size() <= declaration.parameters.size();
+        };
+        const auto chosen = std::find_if(candidates.begin(), candidates.end(), fits);
+        if (chosen == candidates.end())
+            Fail(fmt::format("no {} takes {} argument{}", candidates[0].method->declaration.name,
+                             call_.arguments.size(), call_.arguments.size() == 1 ? "" : "s"),
+                 call_.namePlace);
+        const standin::Declaration &declaration = chosen->method->declaration;
+        if (!call_.member.empty())
+            Fail(fmt::format("{} is a method: it has no member \"{}\"", declaration.name, call_.member),
+                 call_.memberPlace);
+        if (call_.assigned && !chosen->method->record.setter)
+            Fail(fmt::format("{} cannot be assigned to", declaration.name), call_.assigned->place);
+        if (chosen->target == Target::PictureMethod && !hasPicture_)
+            FailWithoutPicture(call_.namePlace);
+
+        BoundCall bound;
+        bound.target = chosen->target;
+        bound.name = declaration.name;
+        bound.method = chosen->method;
+        for (std::size_t i = 0; i < declaration.parameters.size(); ++i) {
+            const Parameter &parameter = declaration.parameters[i];
+            if (i >= call_.arguments.size()) {
+                bound.arguments.push_back(ValueOf(parameter, {{}, Form::Bare, *parameter.defaultText, {}}));
+                continue;
+            }
+            const Argument &argument = call_.arguments[i];
+            if (!argument.name.empty())
+                Fail(fmt::format("{} takes its arguments by their order, without names", declaration.name),
+                     argument.place);
+            bound.arguments.push_back(ValueOf(parameter, argument));
+        }
+        if (call_.assigned)
+            bound.assigned = ValueOf({"the assigned value", declaration.result, false, {}}, *call_.assigned);
+        CheckBits(bound);
+        bound.hint = hint_;
+        return bound;
+    }
+
+    BoundCall BindClass(const RegisteredClass &definition) {
+        for (const auto &property : definition.properties)
+            ShowDeclared(fmt::format("{}.{} as {}", definition.name, property.name, NameOf(property.type)));
+        for (const RegisteredMethod &method : definition.methods)
+            ShowDeclared(fmt::format("{}.{}", definition.name, method.declaration.text));
+        if (call_.assigned)
+            Fail(fmt::format("{} is a class: it cannot be assigned to", definition.name), call_.assigned->place);
+        const RegisteredMethod *member = MethodNamed(definition, call_.member);
+        if (!member || member->declaration.result != Type::Boolean || !member->declaration.parameters.empty())
+            Fail(fmt::format("{} is a class: expected \".Run\" behind it", definition.name),
+                 call_.member.empty() ? Place{call_.text.size(), 1} : call_.memberPlace);
+
+        BoundCall bound;
+        bound.target = Target::Class;
+        bound.name = definition.name;
+        bound.method = member;
+        bound.definition = &definition;
+        bool hasSource = false;
+        for (const Argument &argument : call_.arguments) {
+            if (HasTable(definition) && (argument.name.empty() || SameName(argument.name, kTable))) {
+                bound.table = ParseCube(AsText(ReadBytes(argument.text)), argument.text);
+                continue;
+            }
+            const auto property = std::find_if(definition.properties.begin(), definition.properties.end(),
+                                               [&](const auto &known) { return SameName(known.name, argument.name); });
+            if (argument.name.empty())
+                Fail(fmt::format("{} takes properties by name, as in MinX=10", definition.name), argument.place);
+            if (property == definition.properties.end())
+                Fail(fmt::format("{} has no property \"{}\"", definition.name, argument.name), argument.place);
+            hasSource = hasSource || SameName(property->name, "SourcePicture");
+            bound.properties.emplace_back(property->name,
+                                          ValueOf({property->name, property->type, false, {}}, argument));
+        }
+        if (!hasSource) {
+            if (!hasPicture_)
+                FailWithoutPicture(call_.namePlace);
+            bound.properties.emplace_back("SourcePicture", CurrentPicture{});
+        }
+        return bound;
+    }
+
+    [[noreturn]] void FailWithoutPicture(Place place) const {
+        Fail("there is no picture yet: a call that makes one must come first", place);
+    }
+
+    Slot ValueOf(const Parameter &parameter, const Argument &argument) {
+        const auto misfit = [&](std::string_view expected) {
+            Fail(fmt::format("{} as {}: expected {}, not \"{}\"", parameter.name, NameOf(parameter.type), expected,
+                             argument.text),
+                 argument.place);
+        };
+        const std::optional<double> number =
+            argument.form == Form::Bare ? standin::ParseNumber(argument.text) : std::nullopt;
+        switch (parameter.type) {
+        case Type::Integer:
+        case Type::UInt32: {
+            const bool isSigned = parameter.type == Type::Integer;
+            const double least = isSigned ? std::numeric_limits<std::int32_t>::min() : 0;
+            const double most =
+                isSigned ? std::numeric_limits<std::int32_t>::max() : std::numeric_limits<std::uint32_t>::max();
+            if (!number || *number != std::trunc(*number) || *number < least || *number > most)
+                misfit(isSigned ? "a whole number of 32 bits" : "a whole number from 0 on");
+            return Value(static_cast<std::int64_t>(*number));
+        }
+        case Type::Color:
+            if (argument.form != Form::Bare || !standin::ParseColor(argument.text))
+                misfit("a color such as &cFF8000");
+            return Value(*standin::ParseColor(argument.text));
+        case Type::Boolean:
+            if (!IsWord(argument, "true") && !IsWord(argument, "false"))
+                misfit("true or false");
+            return Value(IsWord(argument, "true"));
+        case Type::Double:
+            if (!number)
+                misfit("a number");
+            return Value(*number);
+        case Type::String:
+            if (IsWord(argument, "nil"))
+                return Value();
+            if (argument.form == Form::Bare)
+                misfit("a text in double quotes, or @ and a file whose bytes it is");
+            return Value(StringOf(argument));
+        case Type::Picture:
+            if (IsWord(argument, "nil"))
+                return Value();
+            if (IsWord(argument, "me")) {
+                if (!hasPicture_)
+                    FailWithoutPicture(argument.place);
+                return CurrentPicture{};
+            }
+            if (argument.form == Form::FileBytes)
+                misfit("nil, me or a picture file, without @");
+            return Value(MakePicture(host_, ReadImage(argument.text)));
+        case Type::MemoryBlock:
+            if (IsWord(argument, "nil"))
+                return Value();
+            return Value(BlockOf(argument));
+        case Type::Nothing:
+            break;
+        }
+        misfit("nothing");
+        return {};
+    }
+
+    standin::Ref StringOf(const Argument &argument) {
+        if (argument.form == Form::FileBytes)
+            return host_.MakeString(AsText(ReadBytes(argument.text)), kBinaryString);
+        if (std::filesystem::exists(argument.text))
+            hint_ = fmt::format("a file is called so: @\"{}\" stands for its bytes", argument.text);
+        return host_.MakeString(argument.text);
+    }
+
+    standin::Ref BlockOf(const Argument &argument) {
+        Bytes bytes = ReadBytes(argument.text);
+        if (IsWav(bytes)) {
+            Sound sound = ReadWav(bytes, argument.text);
+            bits_ = sound.Bits();
+            soundPlace_ = argument.place;
+            bytes = std::move(sound.samples);
+        }
+        return host_.MakeBlock(bytes.size(), bytes);
+    }
+
+    /// Samples of a sound file are read as the parameter called Bits says.
+    void CheckBits(const BoundCall &bound) const {
+        const auto &parameters = bound.method->declaration.parameters;
+        for (std::size_t i = 0; bits_ && i < parameters.size(); ++i)
+            if (SameName(parameters[i].name, "Bits") && std::get<Value>(bound.arguments[i]).AsInteger() != *bits_)
+                Fail(fmt::format("this sound file holds {}: {} must be {}, not {}",
+                                 *bits_ == 8 ? "unsigned samples of 8 bits" : "signed samples of 16 bits",
+                                 parameters[i].name, *bits_, std::get<Value>(bound.arguments[i]).AsInteger()),
+                     i < call_.arguments.size() ? call_.arguments[i].place : soundPlace_);
+    }
+
+    standin::Host &host_;
+    const Call &call_;
+    bool hasPicture_;
+    std::string declared_;
+    std::string hint_;
+    std::optional<int> bits_; ///< of the sound among the arguments
+    Place soundPlace_;
+};
+
+} // namespace
+
+bool BoundCall::YieldsPicture() const {
+    return target == Target::Class || (!assigned && method->declaration.result == Type::Picture);
+}
+
+bool BoundCall::YieldsString() const {
+    return target != Target::Class && !assigned && method->declaration.result == Type::String;
+}
+
+BoundCall Bind(standin::Host &host, const Call &call, bool hasPicture) { return Binder(host, call, hasPicture).Run(); }
+
+std::string_view NearestName(std::string_view written, const std::vector<std::string_view> &names) {
+    std::string_view nearest;
+    std::size_t least = std::max<std::size_t>(2, written.size() / 3) + 1;
+    for (const std::string_view name : names) {
+        const std::size_t distance = StartsWith(name, written) ? 1 : Distance(written, name);
+        if (distance < least) {
+            least = distance;
+            nearest = name;
+        }
+    }
+    return nearest;
+}
+
+} // namespace tools

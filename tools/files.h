@@ -1,0 +1,31 @@
+#pragma once
+
+#include <span>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace tools {
+
+using Bytes = std::vector<unsigned char>;
+
+/// What the user gave cannot be used: a call, a file or an option. The text says what was expected, and where.
+struct UserError : std::runtime_error {
+    using runtime_error::runtime_error;
+};
+
+/// All bytes of a file. Throws UserError, with the path and the reason.
+Bytes ReadBytes(const std::string &path);
+
+/// Writes a file whole or not at all: the bytes go to a new file in the same folder, which then takes the name. Throws
+/// UserError and leaves what was there untouched.
+void WriteBytes(const std::string &path, std::span<const unsigned char> bytes);
+
+std::string_view AsText(std::span<const unsigned char> bytes);
+std::span<const unsigned char> AsBytes(std::string_view text);
+
+/// The part of the name from its last dot on, in small letters; empty when there is none.
+std::string EndingOf(std::string_view path);
+
+} // namespace tools

@@ -1,0 +1,65 @@
+#include "tools/host_options.h"
+
+#include "tools/files.h"
+
+#include <fmt/format.h>
+#include <string_view>
+
+namespace tools {
+namespace {
+
+/// How a desktop host stores pictures, by the alpha info of their bitmaps. Pictures with an alpha channel are always
+/// premultiplied.
+constexpr struct {
+    std::string_view name;
+    std::uint32_t opaque;
+    std::uint32_t withAlpha;
+} kLayouts[] = {
+    {"alpha-low", 6, 2},          {"alpha-high", 5, 1},     {"premultiplied-first", 2, 2},
+    {"premultiplied-last", 1, 1}, {"straight-first", 4, 2}, {"straight-last", 3, 1},
+};
+constexpr std::string_view kRowTable = "row-table"; ///< the one layout of a console host
+
+void ChooseLayout(standin::HostDescription &host, std::string_view name) {
+    const bool console = host.application == standin::Application::Console;
+    if (name.empty() || (console && name == kRowTable))
+        return;
+    for (const auto &layout : kLayouts)
+        if (layout.name == name && !console) {
+            host.newPictureAlphaInfo = layout.opaque;
+            host.newAlphaPictureAlphaInfo = layout.withAlpha;
+            return;
+        }
+    throw UserError(fmt::format("--layout {}: a {} host has {}", name, console ? "console" : "desktop",
+                                console ? std::string(kRowTable) : LayoutNames()));
+}
+
+} // namespace
+
+standin::HostDescription DescribeHost(const HostOptions &options) {
+    standin::HostDescription host;
+    if (options.host == "console")
+        host.application = standin::Application::Console;
+    else if (options.host != "desktop")
+        throw UserError(fmt::format("--host {}: expected desktop or console", options.host));
+    ChooseLayout(host, options.layout);
+    if (standin::SameName(options.version, "none"))
+        host.version.reset();
+    else if (const auto version = standin::ParseNumber(options.version); version && *version > 0)
+        host.version = version;
+    else
+        throw UserError(fmt::format("--host-version {}: expected a number such as 2019.03, or none", options.version));
+    host.freshWord = host.application == standin::Application::Console ? 0x00FFFFFF : 0xFFFFFFFF;
+    host.watchesInputs = false;
+    host.module = options.module;
+    return host;
+}
+
+std::string LayoutNames() {
+    std::string names;
+    for (const auto &layout : kLayouts)
+        names += fmt::format("{}{}", names.empty() ? "" : ", ", layout.name);
+    return names;
+}
+
+} // namespace tools

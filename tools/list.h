@@ -1,0 +1,14 @@
+#pragma once
+
+#include "standin/host.h"
+
+#include <string>
+#include <string_view>
+
+namespace tools {
+
+/// The interface as the host received it, a line each: global methods, methods of Picture, classes with their members.
+/// With a filter, those whose name contains it; a class whose name does is listed whole.
+std::string ListInterface(const standin::Host &host, std::string_view filter);
+
+} // namespace tools

@@ -1,0 +1,26 @@
+#pragma once
+
+#include "tools/cube_file.h"
+#include "tools/picture_files.h"
+#include "tools/wav_file.h"
+
+#include <string_view>
+#include <utility>
+
+namespace tools {
+
+/// "640x480". Throws UserError for anything else, and for sides outside 1..32767.
+std::pair<int, int> ParseSize(std::string_view text);
+
+/// A scene with something for every operation: a sky that runs from blue to pale, clouds, a sun, two ranges of hills, a
+/// meadow of fine texture, and below them a ramp of skin tones, a ramp of grays and saturated patches. With alpha, the
+/// right edge fades out along a wavy line. The same pixels on every machine; width and height at least 1.
+Image SamplePicture(int width, int height, bool withAlpha);
+
+/// Two seconds that sound a little like speech: syllables of a gliding voice with pauses between. 16 bits.
+Sound SampleSound();
+
+/// The look of a film: soft contrast, warm lights, cool shadows.
+CubeTable SampleTable();
+
+} // namespace tools

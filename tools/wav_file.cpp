@@ -1,0 +1,104 @@
+#include "tools/wav_file.h"
+
+#include <algorithm>
+#include <fmt/format.h>
+#include <optional>
+
+namespace tools {
+namespace {
+
+constexpr std::size_t kRiffHeader = 12;
+constexpr std::uint32_t kChunkHeader = 8;
+constexpr std::uint32_t kFormatBytes = 16;
+constexpr std::size_t kSubformatAt = 24; ///< in the longer form of the format chunk
+constexpr std::uint32_t kPcm = 1;
+constexpr std::uint32_t kExtensible = 0xFFFE;
+
+std::uint32_t Number(std::span<const unsigned char> bytes, std::size_t at, std::size_t count) {
+    std::uint32_t number = 0;
+    for (std::size_t i = count; i-- > 0;)
+        number = number << 8 | bytes[at + i];
+    return number;
+}
+
+void Append(Bytes &bytes, std::string_view text) { bytes.insert(bytes.end(), text.begin(), text.end()); }
+void Append(Bytes &bytes, std::uint32_t number, int count) {
+    for (int i = 0; i < count; ++i)
+        bytes.push_back(static_cast<unsigned char>(number >> 8 * i));
+}
+
+bool HasTag(std::span<const unsigned char> bytes, std::size_t at, std::string_view tag) {
+    return at + tag.size() <= bytes.size() && AsText(bytes.subspan(at, tag.size())) == tag;
+}
+
+/// What lies in the first chunk of that tag, as far as the file goes.
+std::optional<std::span<const unsigned char>> Chunk(std::span<const unsigned char> file, std::string_view tag) {
+    std::size_t at = kRiffHeader;
+    while (file.size() - at >= kChunkHeader) {
+        const std::size_t content = at + kChunkHeader;
+        const std::size_t held = std::min<std::size_t>(Number(file, at + 4, 4), file.size() - content);
+        if (HasTag(file, at, tag))
+            return file.subspan(content, held);
+        at = content + std::min(held + held % 2, file.size() - content);
+    }
+    return std::nullopt;
+}
+
+} // namespace
+
+bool IsWav(std::span<const unsigned char> file) { return HasTag(file, 0, "RIFF") && HasTag(file, 8, "WAVE"); }
+
+Sound ReadWav(std::span<const unsigned char> file, std::string_view name) {
+    const auto fail = [&](std::string_view why) { throw UserError(fmt::format("{}: {}", name, why)); };
+    if (!IsWav(file))
+        fail("is no WAV file");
+    const auto format = Chunk(file, "fmt ");
+    if (!format || format->size() < kFormatBytes)
+        fail("the WAV file does not say how its samples are stored");
+    std::uint32_t coding = Number(*format, 0, 2);
+    if (coding == kExtensible && format->size() >= kSubformatAt + 2)
+        coding = Number(*format, kSubformatAt, 2);
+    const std::uint32_t channels = Number(*format, 2, 2);
+    const std::uint32_t frameBytes = Number(*format, 12, 2);
+    const std::uint32_t bits = Number(*format, 14, 2);
+    if (coding != kPcm || (bits != 8 && bits != 16))
+        fail(fmt::format("only uncompressed samples of 8 or 16 bits can be used, not {} bits of coding {}", bits,
+                         coding));
+    const std::uint32_t sampleBytes = bits / 8;
+    if (channels == 0 || frameBytes != channels * sampleBytes)
+        fail(fmt::format("the WAV file contradicts itself: {} channels of {} bits in {} bytes", channels, bits,
+                         frameBytes));
+    const auto data = Chunk(file, "data");
+    if (!data || data->size() < frameBytes)
+        fail("the WAV file holds no samples");
+    Sound sound{static_cast<int>(bits), Number(*format, 4, 4), {}};
+    sound.samples.reserve(data->size() / channels);
+    for (std::size_t at = 0; at + frameBytes <= data->size(); at += frameBytes)
+        sound.samples.insert(sound.samples.end(), data->begin() + static_cast<std::ptrdiff_t>(at),
+                             data->begin() + static_cast<std::ptrdiff_t>(at + sampleBytes));
+    return sound;
+}
+
+Bytes WavOf(const Sound &sound) {
+    const auto size = static_cast<std::uint32_t>(sound.samples.size());
+    const auto sampleBytes = static_cast<std::uint32_t>(sound.bitsPerSample / 8);
+    Bytes file;
+    Append(file, "RIFF");
+    Append(file, 4 + kChunkHeader + kFormatBytes + kChunkHeader + size + size % 2, 4);
+    Append(file, "WAVEfmt ");
+    Append(file, kFormatBytes, 4);
+    Append(file, kPcm, 2);
+    Append(file, 1, 2);
+    Append(file, sound.rate, 4);
+    Append(file, sound.rate * sampleBytes, 4);
+    Append(file, sampleBytes, 2);
+    Append(file, static_cast<std::uint32_t>(sound.bitsPerSample), 2);
+    Append(file, "data");
+    Append(file, size, 4);
+    file.insert(file.end(), sound.samples.begin(), sound.samples.end());
+    if (size % 2 != 0)
+        file.push_back(0);
+    return file;
+}
+
+} // namespace tools
