@@ -140,6 +140,8 @@ struct Way {
 
 inline constexpr const char *kLevelNames[] = {"Baseline", "Avx2", "Avx512"};
 
+inline void PrintTo(const Way &way, std::ostream *out) { *out << way.name << ' ' << kLevelNames[way.level]; }
+
 /// The highest level of this processor, found without the module's help.
 inline int BestLevel() {
 #if defined(__x86_64__) || defined(__i386__)
