@@ -1,0 +1,150 @@
+#include "expected/analysis.h"
+#include "support/pictures.h"
+
+#include <limits>
+
+namespace {
+
+using namespace expected;
+using standin::Ref;
+using standin::Value;
+
+/// Words move as a whole, so their halves travel as two channels through the plain computation.
+template <Picture (*wrap)(const Picture &, int)> StoredPicture Wrapped(StoredPicture picture, int delta) {
+    Picture halves{picture.width, picture.height, {}};
+    for (const std::uint32_t word : picture.words)
+        halves.pixels.push_back({static_cast<int>(word & 0xFFFF), static_cast<int>(word >> 16), 0});
+    halves = wrap(halves, delta);
+    for (std::size_t i = 0; i < picture.words.size(); ++i)
+        picture.words[i] = static_cast<std::uint32_t>(halves.pixels[i].red | halves.pixels[i].green << 16);
+    return picture;
+}
+
+StoredPicture Down(const StoredPicture &picture, int delta) { return Wrapped<WrapVertically>(picture, delta); }
+StoredPicture Right(const StoredPicture &picture, int delta) { return Wrapped<WrapHorizontally>(picture, delta); }
+
+bool Scroll(TestHost &host, const Value &picture, const char *method, std::vector<Value> arguments) {
+    if (picture.Is<Ref>()) {
+        host.MayChange(picture.AsRef());
+        if (standin::Picture *mask = picture.AsPicture().mask)
+            host.MayChange(Ref(mask));
+    }
+    return host.CallWith(picture, method, std::move(arguments)).value.AsBoolean();
+}
+
+using EveryScrolling = EveryWay;
+
+TEST_P(EveryScrolling, MovesWholeWords) {
+    for (const auto &[width, height] : OddSizes()) {
+        for (int round = 0; round < 3; ++round) {
+            const Ref picture = MakeAnyhow(Noise(width, height + 4, random.Next()));
+            const Ref mask = MakeAnyhow(Noise(width + random.Below(2), height, random.Next()));
+            if (round > 0)
+                host.AttachMask(picture, mask);
+            const bool scrollsMask = round == 1;
+            const std::vector<void *> table = picture.picture().rowTable;
+            StoredPicture words = WordsOf(picture.picture());
+            StoredPicture maskWords = WordsOf(mask.picture());
+            const int across = AnyInteger(random, 2 * width);
+            const int down = AnyInteger(random, 2 * height);
+            SCOPED_TRACE(fmt::format("{} x {}, by {} and {}, mask {}", width, height + 4, across, down, round));
+
+            EXPECT_TRUE(Scroll(host, picture, "ScrollVerticalKVT", {down, true, scrollsMask}));
+            words = Down(words, down);
+            EXPECT_PICTURE(picture.picture(), words);
+            EXPECT_TRUE(Scroll(host, picture, "ScrollHorizontalKVT", {across, true, scrollsMask}));
+            words = Right(words, across);
+            EXPECT_PICTURE(picture.picture(), words);
+            EXPECT_TRUE(Scroll(host, picture, "ScrollKVT", {across, down, true, scrollsMask}));
+            EXPECT_PICTURE(picture.picture(), Down(Right(words, across), down));
+            if (scrollsMask)
+                for (int twice = 0; twice < 2; ++twice)
+                    maskWords = Down(Right(maskWords, across), down);
+            EXPECT_PICTURE(mask.picture(), maskWords);
+            EXPECT_EQ(picture.picture().rowTable, table) << "the addresses are the host's";
+        }
+    }
+}
+
+IN_EVERY_WAY(EveryScrolling);
+
+TEST(Scrolling, ByRowsAndColumns) {
+    constexpr Rgb a{1, 0, 0};
+    constexpr Rgb b{2, 0, 0};
+    constexpr Rgb c{3, 0, 0};
+    const struct {
+        const char *method;
+        int width, height, delta;
+        std::vector<Rgb> wanted;
+    } kShifts[] = {
+        {"ScrollVerticalKVT", 1, 3, 1, {c, a, b}},    {"ScrollVerticalKVT", 1, 3, -1, {b, c, a}},
+        {"ScrollVerticalKVT", 1, 3, 3, {a, b, c}},    {"ScrollVerticalKVT", 1, 3, -6, {a, b, c}},
+        {"ScrollVerticalKVT", 1, 3, 7, {c, a, b}},    {"ScrollVerticalKVT", 3, 1, 1, {a, b, c}},
+        {"ScrollHorizontalKVT", 3, 1, 2, {b, c, a}},  {"ScrollHorizontalKVT", 3, 1, -2, {c, a, b}},
+        {"ScrollHorizontalKVT", 3, 1, -9, {a, b, c}}, {"ScrollHorizontalKVT", 1, 3, 1, {a, b, c}},
+    };
+    TestHost host;
+    for (const auto &row : kShifts) {
+        const Ref picture = MakePicture(host, {row.width, row.height, {a, b, c}}, {.opaque = true});
+        EXPECT_TRUE(Scroll(host, picture, row.method, {row.delta, true, false}));
+        EXPECT_PICTURE(picture.picture(), (Picture{row.width, row.height, row.wanted}))
+            << row.method << " by " << row.delta;
+    }
+}
+
+/// Where nothing can be scrolled, vertical scrolling says so and horizontal scrolling does not.
+TEST(Scrolling, ResultsOfWhatCannotBeScrolled) {
+    TestHost host;
+    const Value bitmap = MakePicture(host, Noise(5, 4, 1));
+    const Value unlockable = MakePicture(host, Noise(5, 4, 2), {.lockable = false});
+    const Value unreadable = host.Make({.width = 5, .height = 4, .bitsPerPixel = 24});
+    const Value empty = host.Make({.width = 0, .height = 4});
+    const Value nil;
+    const struct {
+        const char *what;
+        const Value &picture;
+        int delta;
+        bool wrap;
+        bool vertical;
+    } kCases[] = {
+        {"nil", nil, 1, false, false},
+        {"nil", nil, 1, true, false},
+        {"nil by nothing", nil, 0, true, true},
+        {"a bitmap without wrap", bitmap, 1, false, false},
+        {"a bitmap by nothing", bitmap, 0, false, true},
+        {"an unlockable one", unlockable, 1, true, false},
+        {"an unlockable one without wrap", unlockable, 1, false, false},
+        {"an unreadable one", unreadable, -1, true, false},
+        {"an unreadable one by nothing", unreadable, 0, true, true},
+        {"no pixels", empty, std::numeric_limits<int>::min(), true, true},
+    };
+    for (const auto &row : kCases) {
+        for (const bool scrollsMask : {false, true}) {
+            SCOPED_TRACE(row.what);
+            // No MayChange: the host reports a picture that changes.
+            const auto answer = [&](const char *method, std::vector<Value> arguments) {
+                arguments.insert(arguments.end(), {row.wrap, scrollsMask});
+                return host.CallWith(row.picture, method, arguments).value.AsBoolean();
+            };
+            EXPECT_EQ(answer("ScrollVerticalKVT", {row.delta}), row.vertical);
+            EXPECT_TRUE(answer("ScrollHorizontalKVT", {row.delta}));
+            EXPECT_EQ(answer("ScrollKVT", {row.delta, row.delta}), row.vertical) << "the vertical result";
+            EXPECT_TRUE(answer("ScrollKVT", {row.delta, 0}));
+        }
+    }
+}
+
+TEST(Scrolling, OfAMaskThatCannotBeScrolled) {
+    TestHost host;
+    const Ref picture = MakePicture(host, Noise(5, 4, 1));
+    host.AttachMask(picture, MakePicture(host, Noise(5, 4, 2), {.lockable = false}));
+    const StoredPicture before = WordsOf(picture.picture());
+    EXPECT_FALSE(host.Call(picture, "ScrollVerticalKVT", 1, true, true).value.AsBoolean());
+    EXPECT_PICTURE(picture.picture(), before);
+    EXPECT_TRUE(Scroll(host, picture, "ScrollHorizontalKVT", {1, true, true}));
+    EXPECT_PICTURE(picture.picture(), Right(before, 1)) << "the mask's result is ignored";
+    EXPECT_TRUE(Scroll(host, picture, "ScrollVerticalKVT", {1, true, false}));
+    EXPECT_PICTURE(picture.picture(), Down(Right(before, 1), 1)) << "the mask is not asked";
+}
+
+} // namespace
