@@ -102,6 +102,7 @@ void MeasurePair(const Options &options, const LayoutPair &pair) {
     description.application = pair.application;
     description.newPictureAlphaInfo = pair.sourceAlphaInfo ? pair.sourceAlphaInfo : description.newPictureAlphaInfo;
     description.watchesInputs = false;
+    description.scattersRows = false;
     standin::Host host(description);
     const bench::Inputs inputs = bench::MakeInputs(host, options.width, options.height);
     if (pair.resultAlphaInfo)

@@ -112,7 +112,7 @@ void *CFBundleGetFunctionPointerForName(CFBundleRef bundle, CFStringRef name) {
 }
 
 void CFRelease(CFTypeRef object) {
-    Works(__func__);
+    kvt::platform::CountCall(__func__);
     const auto isString = [object](const auto &entry) { return &entry.second == object; };
     if (const auto url = Urls().find(static_cast<CFURLRef>(object)); url != Urls().end()) {
         delete *url;

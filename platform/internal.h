@@ -9,10 +9,13 @@
 /// What the parts of the stand-in platform share.
 namespace kvt::platform {
 
-/// Counts a call of the function; false when it is to fail.
-KVT_PLATFORM bool Works(const char *function);
+KVT_PLATFORM void CountCall(const char *function);
 
-/// As above, for a function of a bundle that is being looked up: nothing is counted.
+/// Counts a call; false when it is to fail.
+bool Works(const char *function);
+
+/// Whether a bundle's function that is being looked up is not made to fail. Functions without controls always are
+/// found.
 bool CanBeFound(const char *function);
 
 /// Keeps the sentence if it is the first.

@@ -7,9 +7,9 @@
 #include <cstddef>
 #include <cstring>
 
+using kvt::platform::CountCall;
 using kvt::platform::CurrentDrawingPort;
 using kvt::platform::LivingRegions;
-using kvt::platform::Works;
 
 namespace {
 
@@ -72,25 +72,25 @@ Rect Uncovered(Rect rect, int dh, int dv) {
 extern "C" {
 
 KVT_PLATFORM void GetGWorld(CGrafPtr *port, GDHandle *device) {
-    Works(__func__);
+    CountCall(__func__);
     *port = CurrentDrawingPort().port;
     *device = CurrentDrawingPort().device;
 }
 
 KVT_PLATFORM void SetGWorld(CGrafPtr port, GDHandle device) {
-    Works(__func__);
+    CountCall(__func__);
     CurrentDrawingPort() = {port, device};
 }
 
 KVT_PLATFORM RgnHandle NewRgn() {
-    Works(__func__);
+    CountCall(__func__);
     auto *block = new RegionBlock{};
     block->region = &block->data;
     return *LivingRegions().insert(&block->region).first;
 }
 
 KVT_PLATFORM void DisposeRgn(RgnHandle region) {
-    Works(__func__);
+    CountCall(__func__);
     if (!region)
         return;
     if (LivingRegions().erase(region))
@@ -100,16 +100,17 @@ KVT_PLATFORM void DisposeRgn(RgnHandle region) {
 }
 
 KVT_PLATFORM void ScrollRect(const Rect *rect, std::int16_t dh, std::int16_t dv, RgnHandle updateRegion) {
-    Works(__func__);
-    const bool regionIsAlive = updateRegion && LivingRegions().count(updateRegion);
-    if (updateRegion && !regionIsAlive)
-        kvt::platform::ReportMisuse("ScrollRect was given a region that is not alive");
+    CountCall(__func__);
     const GraphicsWorld *world = CurrentDrawingPort().port;
     const Rect inside = world ? Intersection(*rect, world->bounds) : Rect{};
     const bool scrolls = !IsEmpty(inside);
     if (scrolls)
         Scroll(*world, inside, dh, dv);
-    if (regionIsAlive)
+    if (!updateRegion)
+        return;
+    if (LivingRegions().count(updateRegion))
         (*updateRegion)->bounds = scrolls ? Uncovered(inside, dh, dv) : Rect{};
+    else
+        kvt::platform::ReportMisuse("ScrollRect was given a region that is not alive");
 }
 }

@@ -131,7 +131,7 @@ void ConstructPicture(REALobjectStruct *handle, std::int32_t width, std::int32_t
     wanted.height = height;
     wanted.lockable = true;
     wanted.rowPadding = gHost->description.newPicturePadding;
-    picture->Build(wanted, gHost->description.guard, gHost->description.freshWord);
+    picture->Build(wanted, gHost->description.guard, gHost->description.scattersRows, gHost->description.freshWord);
 }
 
 void DrawPictureMethod(REALgraphicsStruct *surface, REALpictureStruct *source, std::int32_t x, std::int32_t y,

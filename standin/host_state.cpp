@@ -60,7 +60,7 @@ Picture &HostState::NewPicture(PictureDescription wanted) {
         wanted.alphaInfo =
             wanted.hasAlphaChannel ? description.newAlphaPictureAlphaInfo : description.newPictureAlphaInfo;
     auto picture = std::make_unique<Picture>();
-    picture->Build(wanted, description.guard, description.freshWord);
+    picture->Build(wanted, description.guard, description.scattersRows, description.freshWord);
     return Adopt(std::move(picture), OpaqueHandle());
 }
 

@@ -18,8 +18,8 @@ Layout LayoutOf(Form form, std::uint32_t alphaInfo) {
     return form == Form::Console ? Layout::RowTable : alphaInfo % 2 == 1 ? Layout::AlphaHigh : Layout::AlphaLow;
 }
 
-/// Console rows lie in another order than their numbers, so that nobody reaches one from another: the slot of a row.
-int Slot(int row, int height) { return row % 2 == 0 ? height - 1 - row / 2 : row / 2; }
+/// Where a row lies among the others when rows are scattered, so that nobody reaches one from another.
+int ScatteredSlot(int row, int height) { return row % 2 == 0 ? height - 1 - row / 2 : row / 2; }
 
 std::uint64_t Mix(std::uint64_t sum, const unsigned char *bytes, std::size_t count) {
     constexpr std::uint64_t kPrime = 0x9E3779B97F4A7C15;
@@ -77,7 +77,7 @@ void Picture::SetWord(int x, int y, std::uint32_t word) {
     std::memcpy(Row(y) + std::ptrdiff_t{x} * kPixelBytes, &word, sizeof word);
 }
 
-void Picture::Build(const PictureDescription &wanted, Guard side, std::uint32_t freshWord) {
+void Picture::Build(const PictureDescription &wanted, Guard side, bool scatterRows, std::uint32_t freshWord) {
     description = wanted;
     width = wanted.width;
     height = wanted.height;
@@ -89,7 +89,7 @@ void Picture::Build(const PictureDescription &wanted, Guard side, std::uint32_t 
     std::memset(memory.data(), kBorder, bytes);
     trueRows.clear();
     for (int y = 0; y < height; ++y) {
-        const int slot = wanted.form == Form::Console ? Slot(y, height) : y;
+        const int slot = wanted.form == Form::Console && scatterRows ? ScatteredSlot(y, height) : y;
         trueRows.push_back(memory.data() + slot * pitch);
     }
     for (int y = 0; y < height; ++y) {

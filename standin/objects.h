@@ -85,8 +85,9 @@ struct Picture : Object {
     unsigned ExtraAt(int x, int y) const { return ExtraOf(layout, Word(x, y)); }
     bool Inside(int x, int y) const { return x >= 0 && y >= 0 && x < width && y < height; }
 
-    /// Lays the pixels out as the description says. Without a color or word, every pixel is `freshWord`.
-    void Build(const PictureDescription &wanted, Guard side, std::uint32_t freshWord);
+    /// Lays the pixels out as the description says; console rows in any order when they are to be scattered. Without a
+    /// color or word, every pixel is `freshWord`.
+    void Build(const PictureDescription &wanted, Guard side, bool scatterRows, std::uint32_t freshWord);
     /// Fills in a lock's description.
     void DescribePixels(REALpictureDescription &out);
     /// Whether the bytes between and around rows are as they were made.

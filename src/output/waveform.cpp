@@ -84,7 +84,8 @@ Sums SumOf(const Samples &samples, std::int64_t first, std::int64_t count) {
                                     : SumOf<std::uint16_t>(bytes, count, samples.kind->flip);
 }
 
-/// The two level series, one entry a column: first mean levels, then rows below the center row.
+/// The two level series, one entry a column: first mean levels, then rows below the center row. An average that
+/// overshoots (a smoothing of 0) may carry either across 0.
 struct Envelopes {
     explicit Envelopes(std::int32_t width) : columns(width), negative(width), positive(width) {}
     explicit operator bool() const { return negative && positive; }

@@ -47,19 +47,11 @@ struct Slope {
     std::uint32_t perStep;
 };
 
-} // namespace
-
-void DrawPixel(const PictureEditor &editor, std::int32_t x, std::int32_t y, std::int32_t intensity) {
-    ChangePixel(editor, x, y, [=](Rgb old) KVT_INLINE_LAMBDA {
-        const auto blended = [=](std::int32_t level, std::int32_t outline) {
-            return (level * intensity + outline * (255 - intensity)) / 255;
-        };
-        return Rgb{blended(old.red, gOutLineColorR), blended(old.green, gOutLineColorG),
-                   blended(old.blue, gOutLineColorB)};
-    });
-}
-
-void DrawWuLine(const PictureEditor &editor, std::int16_t x0, std::int16_t y0, std::int16_t x1, std::int16_t y1) {
+/// Hands the points of the line to `plot`, as x, y and intensity, leaving out steps outside `width` and `height`. A
+/// step's second point may lie outside all the same.
+template <class Plot>
+void TraceWuLine(std::int32_t width, std::int32_t height, std::int16_t x0, std::int16_t y0, std::int16_t x1,
+                 std::int16_t y1, Plot plot) {
     if (y0 > y1) {
         std::swap(x0, x1);
         std::swap(y0, y1);
@@ -67,33 +59,62 @@ void DrawWuLine(const PictureEditor &editor, std::int16_t x0, std::int16_t y0, s
     const std::int32_t xDirection = x1 < x0 ? -1 : 1;
     const std::int32_t dx = (x1 - x0) * xDirection;
     const std::int32_t dy = y1 - y0;
-    DrawPixel(editor, x0, y0, 0);
+    plot(x0, y0, 0);
     if (dx == 0 || dy == 0 || dx == dy) {
         const std::int32_t xStep = dx == 0 ? 0 : xDirection;
         const std::int32_t yStep = dy == 0 ? 0 : 1;
-        const Steps columns = Inside({1, std::max(dx, dy)}, x0, xStep, editor.width);
-        ForEachStep(Inside(columns, y0, yStep, editor.height),
-                    [&](std::int32_t step) { DrawPixel(editor, x0 + step * xStep, y0 + step * yStep, 0); });
+        const Steps columns = Inside({1, std::max(dx, dy)}, x0, xStep, width);
+        ForEachStep(Inside(columns, y0, yStep, height),
+                    [&](std::int32_t step) { plot(x0 + step * xStep, y0 + step * yStep, 0); });
         return;
     }
     if (dy > dx) {
         const Slope slope(dx, dy);
-        ForEachStep(Inside({1, dy - 1}, y0, 1, editor.height), [&](std::int32_t step) {
+        ForEachStep(Inside({1, dy - 1}, y0, 1, height), [&](std::int32_t step) {
             const std::int32_t x = x0 + slope.Pixels(step) * xDirection;
             const std::int32_t intensity = slope.Intensity(step);
-            DrawPixel(editor, x, y0 + step, intensity);
-            DrawPixel(editor, x + xDirection, y0 + step, intensity ^ 255);
+            plot(x, y0 + step, intensity);
+            plot(x + xDirection, y0 + step, intensity ^ 255);
         });
     } else {
         const Slope slope(dy, dx);
-        ForEachStep(Inside({1, dx - 1}, x0, xDirection, editor.width), [&](std::int32_t step) {
+        ForEachStep(Inside({1, dx - 1}, x0, xDirection, width), [&](std::int32_t step) {
             const std::int32_t y = y0 + slope.Pixels(step);
             const std::int32_t intensity = slope.Intensity(step);
-            DrawPixel(editor, x0 + step * xDirection, y, intensity);
-            DrawPixel(editor, x0 + step * xDirection, y + 1, intensity ^ 255);
+            plot(x0 + step * xDirection, y, intensity);
+            plot(x0 + step * xDirection, y + 1, intensity ^ 255);
         });
     }
-    DrawPixel(editor, x1, y1, 0);
+    plot(x1, y1, 0);
+}
+
+/// Draws the points that are plotted into the picture of that layout.
+template <class Layout> struct Plotter {
+    explicit Plotter(const PictureEditor &picture)
+        : editor(picture), outline{gOutLineColorR, gOutLineColorG, gOutLineColorB} {}
+    KVT_INLINE void operator()(std::int32_t x, std::int32_t y, std::int32_t intensity) const {
+        ChangePixel<Layout>(editor, x, y, [=, this](Rgb old) KVT_INLINE_LAMBDA {
+            return Rgb{Blend(old.red, outline.red, intensity), Blend(old.green, outline.green, intensity),
+                       Blend(old.blue, outline.blue, intensity)};
+        });
+    }
+    KVT_INLINE static std::int32_t Blend(std::int32_t old, std::int32_t outline, std::int32_t intensity) {
+        return (old * intensity + outline * (255 - intensity)) / 255;
+    }
+    const PictureEditor &editor;
+    Rgb outline;
+};
+
+} // namespace
+
+void DrawPixel(const PictureEditor &editor, std::int32_t x, std::int32_t y, std::int32_t intensity) {
+    WithLayout(editor, [&](auto layout) { Plotter<decltype(layout)>{editor}(x, y, intensity); });
+}
+
+void DrawWuLine(const PictureEditor &editor, std::int16_t x0, std::int16_t y0, std::int16_t x1, std::int16_t y1) {
+    WithLayout(editor, [&](auto layout) {
+        TraceWuLine(editor.width, editor.height, x0, y0, x1, y1, Plotter<decltype(layout)>{editor});
+    });
 }
 
 } // namespace kvt

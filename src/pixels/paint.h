@@ -32,15 +32,14 @@ template <class Test> void Paint(const PictureEditor &target, Area area, Rgb bac
     });
 }
 
-/// pixel = op(pixel) for the one pixel at (x, y), which becomes opaque; nothing outside the picture.
-template <class Op> void ChangePixel(const PictureEditor &editor, std::int32_t x, std::int32_t y, Op op) {
+/// pixel = op(pixel) for the one pixel at (x, y), which becomes opaque; nothing outside the picture. `Layout` is the
+/// picture's, found once for all pixels of a shape.
+template <class Layout, class Op>
+KVT_INLINE void ChangePixel(const PictureEditor &editor, std::int32_t x, std::int32_t y, Op op) {
     if (x < 0 || y < 0 || x >= editor.width || y >= editor.height)
         return;
-    WithLayout(editor, [&](auto layout) {
-        using Layout = decltype(layout);
-        unsigned char *pixel = RowsOf(editor)[y] + std::ptrdiff_t{x} * Layout::kBytes;
-        Layout::Store(pixel, op(Layout::Load(pixel)));
-    });
+    unsigned char *pixel = RowsOf(editor)[y] + std::ptrdiff_t{x} * Layout::kBytes;
+    Layout::Store(pixel, op(Layout::Load(pixel)));
 }
 
 } // namespace kvt

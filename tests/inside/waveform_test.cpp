@@ -3,6 +3,7 @@
 #include "expected/waveform.h"
 #include "output/waveform.h"
 #include "output/wu_line.h"
+#include "pixels/instruction_set.h"
 #include "platform/CoreGraphics.h"
 
 #include <algorithm>
@@ -269,20 +270,25 @@ Picture *Render(const std::vector<unsigned char> &content, const expected::Wavef
                                                 with.bits, with.autoScale));
 }
 
-/// Runs `body` once on a desktop of either channel order and once on the console.
+/// Runs `body` on a desktop of either channel order and on the console, at every level that the processor offers.
 void OnEveryHost(const std::function<void()> &body) {
     for (const int format : {1, 2, 8}) {
-        SCOPED_TRACE(format);
-        InFreshProcess([&] {
-            gFormat = format;
-            OfferHost();
-            body();
-            for (const auto &picture : gMade) {
-                EXPECT_EQ(picture->references, 1);
-                EXPECT_EQ(picture->locks, 0);
-            }
-            EXPECT_EQ(gSurfaceReferences, 0);
-        });
+        for (const int level : {0, 1, 2}) {
+            SCOPED_TRACE("format " + std::to_string(format) + ", level " + std::to_string(level));
+            InFreshProcess([&] {
+                gForcedLevel = level;
+                if (ActiveInstructionSet() != static_cast<InstructionSet>(level))
+                    return;
+                gFormat = format;
+                OfferHost();
+                body();
+                for (const auto &picture : gMade) {
+                    EXPECT_EQ(picture->references, 1);
+                    EXPECT_EQ(picture->locks, 0);
+                }
+                EXPECT_EQ(gSurfaceReferences, 0);
+            });
+        }
     }
 }
 
@@ -383,6 +389,12 @@ TEST(Waveform, OfPlainSignals) {
         picture = Render(std::vector<unsigned char>(300000, 0), {.width = 1, .height = 100, .bits = 16});
         ASSERT_NE(picture, nullptr);
         EXPECT_EQ(BarOf(*picture, 0), std::pair(0, 50)) << "the lowest level, in sums beyond 32 bits";
+        picture = Render({0x4E, 0xEE}, {.height = 217, .bits = 15});
+        ASSERT_NE(picture, nullptr);
+        EXPECT_EQ(BarOf(*picture, 0), std::pair(48, 108)) << "-4530 is 60 rows when its product is formed first";
+        picture = Render(std::vector<unsigned char>(4, 25), {.smooth = 23, .height = 127, .bits = 7});
+        ASSERT_NE(picture, nullptr);
+        EXPECT_EQ(BarOf(*picture, 3), std::pair(63, 113)) << "50 rows: the scale is averaged as the levels are";
         picture = Render({0, 2, 254, 0}, {.height = 101, .bits = 7, .autoScale = true});
         ASSERT_NE(picture, nullptr);
         EXPECT_EQ(BarOf(*picture, 1), std::pair(50, 100)) << "the loudest column reaches the edge";

@@ -42,9 +42,14 @@ TEST_F(Platform, FailsStepByStepAsOftenAsItIsTold) {
 TEST_F(Platform, HidesAFunctionOfTheBundle) {
     CFBundleRef bundle = LoadBundle();
     ASSERT_NE(bundle, nullptr);
-    platform::Fail("NewRgn", 1);
-    EXPECT_EQ(FunctionOf<void()>(bundle, "NewRgn"), nullptr);
-    EXPECT_NE(FunctionOf<void()>(bundle, "NewRgn"), nullptr);
+    auto *getGWorld = FunctionOf<void(CGrafPtr *, GDHandle *)>(bundle, "GetGWorld");
+    platform::Fail("GetGWorld", 1);
+    CGrafPtr port = nullptr;
+    GDHandle device = nullptr;
+    getGWorld(&port, &device); // found before
+    EXPECT_EQ(FunctionOf<void()>(bundle, "GetGWorld"), nullptr);
+    EXPECT_NE(FunctionOf<void()>(bundle, "GetGWorld"), nullptr);
+    EXPECT_EQ(platform::Calls("GetGWorld"), 1);
     platform::Fail("CFBundleGetFunctionPointerForName");
     EXPECT_EQ(FunctionOf<void()>(bundle, "ScrollRect"), nullptr);
     CFRelease(bundle);
