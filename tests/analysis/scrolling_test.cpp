@@ -147,4 +147,47 @@ TEST(Scrolling, OfAMaskThatCannotBeScrolled) {
     EXPECT_PICTURE(picture.picture(), Down(Right(before, 1), 1)) << "the mask is not asked";
 }
 
+/// The platform fills what it uncovers with the port's background, and what leaves an edge is lost.
+TEST(Scrolling, OfGraphicsWorldsWithoutWrap) {
+    constexpr int kMost = std::numeric_limits<int>::max();
+    constexpr int kLeast = std::numeric_limits<int>::min();
+    for (const auto &[across, down] : {std::pair(0, 1), std::pair(0, -3), std::pair(2, 0), std::pair(-4, 0),
+                                       std::pair(3, -2), std::pair(0x10001, 0), std::pair(kMost, kLeast)}) {
+        for (const bool scrollsMask : {false, true}) {
+            SCOPED_TRACE(fmt::format("by {} and {}, mask {}", across, down, scrollsMask));
+            TestHost host;
+            const auto world = [&](std::uint32_t seed) {
+                return MakePicture(host, Noise(7, 5, seed), {.form = standin::Form::GraphicsWorld});
+            };
+            const Ref picture = world(1);
+            const Ref mask = world(2);
+            host.AttachMask(picture, mask);
+            const auto scrolled = [&](const StoredPicture &before) {
+                StoredPicture after = before;
+                for (int y = 0; y < 5; ++y)
+                    for (int x = 0; x < 7; ++x) {
+                        const std::int64_t fromX = std::int64_t{x} - across;
+                        const std::int64_t fromY = std::int64_t{y} - down;
+                        const bool inside = fromX >= 0 && fromX < 7 && fromY >= 0 && fromY < 5;
+                        after.words[static_cast<std::size_t>(y * 7 + x)] =
+                            inside ? before.words[static_cast<std::size_t>(fromY * 7 + fromX)]
+                                   : OpaqueWord({255, 255, 255}, before.layout);
+                    }
+                return after;
+            };
+            const StoredPicture wanted = scrolled(WordsOf(picture.picture()));
+            const StoredPicture wantedMask = scrollsMask ? scrolled(WordsOf(mask.picture())) : WordsOf(mask.picture());
+            if (across == 0 || down == 0)
+                EXPECT_TRUE(Scroll(host, picture, down == 0 ? "ScrollHorizontalKVT" : "ScrollVerticalKVT",
+                                   {across + down, false, scrollsMask}));
+            else
+                EXPECT_TRUE(Scroll(host, picture, "ScrollKVT", {across, down, false, scrollsMask}));
+            EXPECT_PICTURE(picture.picture(), wanted);
+            EXPECT_PICTURE(mask.picture(), wantedMask);
+            EXPECT_FALSE(host.Call(picture, "ScrollVerticalKVT", 1, true, false).value.AsBoolean())
+                << "cannot be opened, so does not wrap";
+        }
+    }
+}
+
 } // namespace

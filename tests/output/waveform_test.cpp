@@ -67,8 +67,13 @@ void ExpectWaveform(TestHost &host, const std::vector<unsigned char> &bytes, con
     std::vector<standin::DrawnLine> lines;
     for (const Segment &segment : wanted.segments)
         lines.push_back({static_cast<int>(segment.x0), static_cast<int>(segment.y0), static_cast<int>(segment.x1),
-                         static_cast<int>(segment.y1), with.outlineWidth, with.outlineWidth, with.outlineColor});
-    EXPECT_EQ(result.picture().lines == lines, true) << lines.size() << " lines expected";
+                         static_cast<int>(segment.y1), with.outlineWidth, with.outlineWidth,
+                         with.outlineColor & 0xFFFFFF});
+    const auto &drawnLines = result.picture().lines;
+    ASSERT_EQ(drawnLines.size(), lines.size());
+    EXPECT_TRUE(drawnLines == lines) << "the first that differs is number "
+                                     << std::mismatch(lines.begin(), lines.end(), drawnLines.begin()).first -
+                                            lines.begin();
     EXPECT_FALSE(result.picture().description.hasAlphaChannel);
     const Ref drawn = MakePicture(host, wanted.picture, {.opaque = true});
     standin::Graphics pen;
@@ -87,7 +92,7 @@ TEST_P(EveryWaveform, IsExact) {
         const char *what;
         WaveformArguments with;
     } kShapes[] = {
-        {"a column a sample", {}},
+        {"a column a sample", {.height = 90}},
         {"many samples a column", {.smooth = 4, .width = 65, .height = 33}},
         {"more columns than samples", {.sampleCount = 41, .width = 130, .height = 64}},
         {"without smoothing", {.smooth = -2, .width = 31, .height = 1}},
