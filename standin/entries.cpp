@@ -2,7 +2,6 @@
 #include "standin/host_state.h"
 
 #include <algorithm>
-#include <cstdlib>
 #include <cstring>
 #include <fmt/format.h>
 #include <unordered_map>
@@ -12,10 +11,32 @@ namespace standin {
 namespace {
 
 constexpr std::uint32_t kUtf16 = 0x0100;
+constexpr std::uint32_t kAsStored = 0xFFFF;
 
 template <class Handle> Handle *HandleOf(Object &object) { return static_cast<Handle *>(object.handle); }
 
 bool Is(const char *text, std::string_view name) { return text && text == name; }
+
+/// While the host itself works on a picture its pixels can be touched, locked or not.
+class HostAccess {
+  public:
+    explicit HostAccess(Picture &picture) : memory_(picture.memory), sealed_(memory_.sealed()) { memory_.Open(); }
+    ~HostAccess() {
+        if (sealed_)
+            memory_.Seal();
+    }
+    HostAccess(const HostAccess &) = delete;
+    HostAccess &operator=(const HostAccess &) = delete;
+
+  private:
+    GuardedMemory &memory_;
+    bool sealed_;
+};
+
+void SealUnlocked(Picture &picture) {
+    if (gHost->description.sealsPictures && picture.locks == 0)
+        picture.memory.Seal();
+}
 
 // Start-up and registration.
 
@@ -30,13 +51,15 @@ double GetRBVersion() {
     if (scope.fails())
         return 0.0;
     gHost->startUpLog.push_back("REALGetRBVersion");
-    return *gHost->description.version;
+    return *(gHost->toldVersion = gHost->description.version);
 }
 
 void RegisterClass(REALclassDefinition *definition) {
     const EntryScope scope("PluginRegisterClass");
     if (scope.fails())
         return;
+    if (definition->dataOffset != 0)
+        gHost->Violation(fmt::format("the record of class {} has a data offset already", definition->name));
     definition->dataOffset = gHost->description.dataOffset;
     auto registered = std::make_unique<RegisteredClass>();
     ReadClass(*registered, *definition);
@@ -132,6 +155,7 @@ void ConstructPicture(REALobjectStruct *handle, std::int32_t width, std::int32_t
     wanted.lockable = true;
     wanted.rowPadding = gHost->description.newPicturePadding;
     picture->Build(wanted, gHost->description.guard, gHost->description.scattersRows, gHost->description.freshWord);
+    SealUnlocked(*picture);
 }
 
 void DrawPictureMethod(REALgraphicsStruct *surface, REALpictureStruct *source, std::int32_t x, std::int32_t y,
@@ -141,9 +165,12 @@ void DrawPictureMethod(REALgraphicsStruct *surface, REALpictureStruct *source, s
     if (scope.fails())
         return;
     const auto *graphics = gHost->Find<Graphics>(surface, Kind::Graphics, "Graphics.DrawPicture");
-    const auto *picture = gHost->Find<Picture>(source, Kind::Picture, "Graphics.DrawPicture");
-    if (graphics && picture)
-        DrawPicture(*graphics->picture, *picture, x, y, width, height, sourceX, sourceY, sourceWidth, sourceHeight);
+    auto *picture = gHost->Find<Picture>(source, Kind::Picture, "Graphics.DrawPicture");
+    if (!graphics || !picture)
+        return;
+    const HostAccess toTarget(*graphics->picture);
+    const HostAccess toSource(*picture);
+    DrawPicture(*graphics->picture, *picture, x, y, width, height, sourceX, sourceY, sourceWidth, sourceHeight);
 }
 
 std::int32_t LenB(REALstringStruct *handle) {
@@ -189,21 +216,20 @@ void *LoadGlobalMethod(REALobjectStruct *none, const char *declaration) {
 
 std::uint32_t GetPropValueInt(REALobjectStruct *handle, const char *property, std::int32_t *value) {
     const EntryScope scope("REALGetPropValueInt");
-    const Object *object = scope.fails() ? nullptr : gHost->FindObject(handle, "REALGetPropValueInt");
+    const auto *picture = scope.fails() ? nullptr : gHost->Find<Picture>(handle, Kind::Picture, "REALGetPropValueInt");
     const bool isWidth = Is(property, "Width");
-    if (!object || object->kind != Kind::Picture || !(isWidth || Is(property, "Height")))
+    if (!picture || !(isWidth || Is(property, "Height")))
         return scope.Answer(false);
-    const auto &picture = static_cast<const Picture &>(*object);
-    *value = isWidth ? picture.width : picture.height;
+    *value = isWidth ? picture->width : picture->height;
     return scope.Answer(true);
 }
 
 std::uint32_t GetPropValueBool(REALobjectStruct *handle, const char *property, unsigned char *value) {
     const EntryScope scope("REALGetPropValueBool");
-    const Object *object = scope.fails() ? nullptr : gHost->FindObject(handle, "REALGetPropValueBool");
-    if (!object || object->kind != Kind::Picture || !Is(property, "HasAlphaChannel"))
+    const auto *picture = scope.fails() ? nullptr : gHost->Find<Picture>(handle, Kind::Picture, "REALGetPropValueBool");
+    if (!picture || !Is(property, "HasAlphaChannel"))
         return scope.Answer(false);
-    *value = static_cast<const Picture &>(*object).description.hasAlphaChannel;
+    *value = picture->description.hasAlphaChannel;
     return scope.Answer(true);
 }
 
@@ -295,13 +321,14 @@ void UnlockDescription(REALpictureStruct *handle) {
         --gHost->strayLocks;
     else
         gHost->Violation(fmt::format("unlockPictureDescription: {} is not locked", picture->Describe()));
-    if (picture->locks > 0)
+    if (picture->locks > 0 || picture->memory.sealed())
         return;
+    if (!picture->RowTableIntact())
+        gHost->Violation(fmt::format("unlockPictureDescription: the row table of {} was changed", picture->Describe()));
     if (!picture->BordersIntact())
         gHost->Violation(
             fmt::format("unlockPictureDescription: the rows of {} were written past their end", picture->Describe()));
-    if (gHost->description.sealsPictures)
-        picture->memory.Seal();
+    SealUnlocked(*picture);
 }
 
 void PictureClearCache(REALpictureStruct *handle) {
@@ -321,7 +348,9 @@ REALpictureStruct *NewPicture(std::int32_t width, std::int32_t height, std::int3
     wanted.width = width;
     wanted.height = height;
     wanted.rowPadding = gHost->description.newPicturePadding;
-    return HandleOf<REALpictureStruct>(gHost->NewPicture(wanted));
+    Picture &made = gHost->NewPicture(wanted);
+    SealUnlocked(made);
+    return HandleOf<REALpictureStruct>(made);
 }
 
 REALgraphicsStruct *PictureGraphics(REALpictureStruct *handle) {
@@ -345,8 +374,10 @@ REALpictureStruct *PictureMask(REALpictureStruct *handle, signed char create) {
 void GraphicsDrawLine(REALgraphicsStruct *handle, std::int32_t x1, std::int32_t y1, std::int32_t x2, std::int32_t y2) {
     const EntryScope scope("RuntimeGraphicsDrawLine");
     if (auto *graphics =
-            scope.fails() ? nullptr : gHost->Find<Graphics>(handle, Kind::Graphics, "RuntimeGraphicsDrawLine"))
+            scope.fails() ? nullptr : gHost->Find<Graphics>(handle, Kind::Graphics, "RuntimeGraphicsDrawLine")) {
+        const HostAccess toTarget(*graphics->picture);
         DrawLine(*graphics, x1, y1, x2, y2);
+    }
 }
 
 // Memory blocks.
@@ -429,11 +460,11 @@ std::uint32_t GetStringData(REALstringStruct *handle, std::uint32_t encoding, RE
     if (!text)
         return scope.Answer(false);
     const std::string_view bytes = text->bytes();
-    auto *copy = static_cast<char *>(std::malloc(bytes.size() + 1));
-    std::copy(bytes.begin(), bytes.end(), copy);
-    copy[bytes.size()] = '\0';
-    ++text->copies;
-    *out = {copy, text->record.length, encoding == 0xFFFF ? text->encoding : encoding, text, nullptr};
+    text->copies.emplace_back(bytes.size() + 1, gHost->description.guard);
+    unsigned char *copy = text->copies.back().data();
+    std::copy(bytes.begin(), bytes.end(), copy); // the zero behind them is there already
+    *out = {reinterpret_cast<const char *>(copy), text->record.length,
+            encoding == kAsStored ? text->encoding : encoding, text, nullptr};
     return scope.Answer(true);
 }
 
@@ -441,14 +472,16 @@ void DisposeStringData(REALstringData *data) {
     const EntryScope scope("PluginDisposeStringData");
     if (scope.fails())
         return;
-    const auto *owner = static_cast<const Text *>(data->maker);
-    const auto found = owner ? gHost->objects.find(&owner->record) : gHost->objects.end();
-    if (found == gHost->objects.end() || static_cast<Text &>(*found->second).copies < 1) {
-        gHost->Violation("PluginDisposeStringData: no copy of this host's, or given back already");
-        return;
+    for (const auto &[handle, object] : gHost->objects) {
+        if (object->kind != Kind::String || object.get() != data->maker)
+            continue;
+        const auto isIt = [&](const GuardedMemory &copy) {
+            return static_cast<const void *>(copy.data()) == data->bytes;
+        };
+        if (std::erase_if(static_cast<Text &>(*object).copies, isIt) > 0)
+            return;
     }
-    --static_cast<Text &>(*found->second).copies;
-    std::free(const_cast<char *>(data->bytes));
+    gHost->Violation("PluginDisposeStringData: no copy of this host's, or given back already");
 }
 
 const char *StringGetCString(REALstringStruct *handle) {

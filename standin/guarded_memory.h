@@ -22,6 +22,7 @@ class GuardedMemory {
 
     unsigned char *data() const { return data_; } ///< aligned to 4 bytes at the least when the size is a multiple of 4
     std::size_t size() const { return size_; }
+    bool sealed() const { return sealed_; }
     void Seal();
     void Open();
 

@@ -200,10 +200,11 @@ class InputWatch {
     static std::optional<std::uint64_t> Sum(const Object &object) {
         if (object.kind == Kind::Picture)
             return static_cast<const Picture &>(object).Checksum();
-        if (object.kind != Kind::MemoryBlock)
+        if (object.kind != Kind::MemoryBlock && object.kind != Kind::String)
             return std::nullopt;
-        const GuardedMemory &memory = static_cast<const MemoryBlock &>(object).memory;
-        std::uint64_t sum = 0;
+        const auto *text = object.kind == Kind::String ? &static_cast<const Text &>(object) : nullptr;
+        const GuardedMemory &memory = text ? text->storage : static_cast<const MemoryBlock &>(object).memory;
+        std::uint64_t sum = text ? text->encoding : 0;
         for (std::size_t i = 0; i < memory.size(); ++i)
             sum = (sum ^ memory.data()[i]) * 0x9E3779B97F4A7C15u;
         return sum;
@@ -265,8 +266,8 @@ Host::Host(HostDescription description) : state_(std::make_unique<HostState>(std
 
 void Host::Finish() {
     state_->Audit();
-    for (const auto &[handle, object] : std::exchange(state_->objects, {}))
-        if (!object->dead)
+    for (const auto &[handle, object] : state_->objects)
+        if (!std::exchange(object->dead, true))
             state_->Violation(fmt::format("{} outlives the host", object->Describe()));
 }
 
@@ -300,11 +301,9 @@ Ref Host::New(std::string_view className) {
         throw WrongCall(fmt::format("no class is called \"{}\"", className));
     Instance &instance = state_->NewInstance(*definition);
     Ref ref = Ref::Adopt(&instance);
-    if (const REALroutine constructor = definition->record.constructor) {
-        state_->running = "the constructor of " + definition->name;
-        reinterpret_cast<void (*)(void *)>(constructor)(instance.handle);
-        state_->running.clear();
-    }
+    if (const REALroutine constructor = definition->record.constructor)
+        RunRoutine("the constructor of " + definition->name,
+                   [&](Result &) { reinterpret_cast<void (*)(void *)>(constructor)(instance.handle); });
     return ref;
 }
 

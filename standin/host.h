@@ -48,7 +48,7 @@ struct HostDescription {
     std::vector<Fault> faults = {};
     std::vector<std::string> unknownExceptions = {}; ///< exception classes that this host lacks
     Guard guard = Guard::After;
-    bool watchesInputs = true;  ///< after every call, reports pictures and blocks that changed and were not to
+    bool watchesInputs = true;  ///< after every call, reports pictures, blocks and strings that changed and were not to
     bool scattersRows = true;   ///< of console pictures; rows in order are what a benchmark wants
     bool sealsPictures = false; ///< pixels are inaccessible while they are not locked
     std::string module = {};    ///< the module's file; empty: the one beside the program

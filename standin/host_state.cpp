@@ -176,7 +176,7 @@ void HostState::Hold(Object &object) {
 void HostState::Release(Object &object) {
     --object.held;
     --object.references;
-    if (object.references <= 0 && object.held <= 0)
+    if (object.references <= 0 && object.held <= 0 && !object.dead)
         Die(object);
 }
 
@@ -186,6 +186,8 @@ void HostState::Die(Object &object) {
         auto &picture = static_cast<Picture &>(object);
         if (picture.locks > 0 && !Missed("unlockPictureDescription"))
             Violation(fmt::format("{} dies with its pixels locked", picture.Describe()));
+        else
+            locksOfDead += picture.locks;
         picture.memory = {};
         if (picture.mask)
             Release(*std::exchange(picture.mask, nullptr));
@@ -195,12 +197,19 @@ void HostState::Die(Object &object) {
         static_cast<MemoryBlock &>(object).memory = {};
     } else if (object.kind == Kind::Instance) {
         auto &instance = static_cast<Instance &>(object);
-        if (const REALroutine destructor = instance.definition->record.destructor)
+        if (const REALroutine destructor = instance.definition->record.destructor) {
+            const std::string outer = std::exchange(running, "the destructor of " + instance.definition->name);
             reinterpret_cast<void (*)(void *)>(destructor)(instance.handle);
+            running = outer;
+        }
         instance.memory.Seal(); // stays mapped, so that its handle is not used again
     } else if (object.kind == Kind::String) {
-        if (static_cast<Text &>(object).copies > 0 && !Missed("PluginDisposeStringData"))
+        auto &copies = static_cast<Text &>(object).copies;
+        if (!copies.empty() && !Missed("PluginDisposeStringData"))
             Violation(fmt::format("{} dies with a copy of its bytes not given back", object.Describe()));
+        else
+            copiesOfDead += static_cast<int>(copies.size());
+        copies.clear();
     }
 }
 
@@ -235,8 +244,8 @@ void HostState::Audit() {
     const int neverUnlocked = entries["unlockPictureDescription"].missed;
     const int neverDisposed = entries["PluginDisposeStringData"].missed;
     int references = 0;
-    int locks = strayLocks;
-    int copies = 0;
+    int locks = strayLocks + locksOfDead;
+    int copies = copiesOfDead;
     std::vector<Object *> living;
     for (const auto &[handle, object] : objects)
         if (!object->dead)
@@ -255,17 +264,18 @@ void HostState::Audit() {
                 Violation(fmt::format("{} was left locked {} time(s)", picture.Describe(), picture.locks));
         }
         if (object->kind == Kind::String)
-            copies += static_cast<Text &>(*object).copies;
+            copies += static_cast<int>(static_cast<Text &>(*object).copies.size());
     }
     if ((neverTaken > 0 || neverDropped > 0) && references != neverDropped - neverTaken)
         Violation(fmt::format("{} reference(s) remain where {} could not be dropped and {} could not be taken",
                               references, neverDropped, neverTaken));
     if ((neverUnlocked > 0 || strayLocks > 0) && locks != neverUnlocked)
         Violation(fmt::format("{} pixel lock(s) remain where {} could not be given back", locks, neverUnlocked));
-    if (copies != 0 && neverDisposed == 0)
-        Violation(fmt::format("{} copies of string bytes were not given back", copies));
+    if (copies != neverDisposed)
+        Violation(
+            fmt::format("{} copies of string bytes remain where {} could not be given back", copies, neverDisposed));
 
-    strayLocks = 0;
+    strayLocks = locksOfDead = copiesOfDead = 0;
     for (auto &[name, entry] : entries)
         entry.missed = 0;
     for (Object *object : living) {
@@ -273,7 +283,7 @@ void HostState::Audit() {
         if (object->kind == Kind::Picture)
             static_cast<Picture &>(*object).locks = 0;
         if (object->kind == Kind::String)
-            static_cast<Text &>(*object).copies = 0;
+            static_cast<Text &>(*object).copies.clear();
     }
     for (Object *object : living)
         if (object->references <= 0 && !object->dead)

@@ -31,10 +31,13 @@ struct HostState {
     RegisteredClass pictureExtension;
     std::vector<std::unique_ptr<RegisteredClass>> classes;
     std::vector<std::string> startUpLog;
+    std::optional<double> toldVersion;
 
     Exception *pending = nullptr; ///< holds a reference
     std::set<const Object *> mayChange;
-    int strayLocks = 0; ///< pixel locks that were attempted in vain and will be given back all the same
+    int strayLocks = 0;  ///< pixel locks that were attempted in vain and will be given back all the same
+    int locksOfDead = 0; ///< of pictures that died while locks could not be given back; the same for strings' copies
+    int copiesOfDead = 0;
     std::chrono::nanoseconds timeInEntries = {};
     int depth = 0; ///< of entries within entries
 
@@ -62,8 +65,9 @@ struct HostState {
     // Faults.
     bool Missed(std::string_view entry) const;
     const Fault *FaultOf(std::string_view entry) const;
-    /// Whether a failed typed lock leaves a lock behind, as hosts before 2012.0 do.
-    bool LeavesFailedLocks() const { return !description.version || *description.version < 2012.0; }
+    /// Whether a failed typed lock leaves a lock behind, as hosts before 2012.0 do. The module goes by the version that
+    /// it was told, so this host does too.
+    bool LeavesFailedLocks() const { return !toldVersion || *toldVersion < 2012.0; }
 
     /// Compares what is out with what the host's side holds, reports what does not fit, and squares it.
     void Audit();

@@ -3,6 +3,7 @@
 #include "standin/host.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <cstring>
 #include <fmt/format.h>
 
@@ -108,6 +109,12 @@ void Picture::Build(const PictureDescription &wanted, Guard side, bool scatterRo
                static_cast<std::size_t>(height),
                wanted.bytesPerRow.value_or(static_cast<std::size_t>(pitch)),
                wanted.alphaInfo};
+    constexpr int kLargest = INT16_MAX; // drawing coordinates have 16 bits
+    world = {memory.data(),
+             static_cast<std::int32_t>(pitch),
+             {0, 0, static_cast<std::int16_t>(std::min(height, kLargest)),
+              static_cast<std::int16_t>(std::min(width, kLargest))},
+             OpaqueWord(layout, wanted.background)};
     REALconsolePicture record = {};
     record.paletteRows = wanted.paletteRows;
     record.width = static_cast<std::uint32_t>(width);
@@ -125,7 +132,7 @@ void Picture::DescribePixels(REALpictureDescription &out) {
     if (description.form == Form::Console)
         out = {10, consoleRecord.data(), width, height, {unread, unread}};
     if (description.form == Form::GraphicsWorld)
-        out = {4, graphicsWorld.data(), width, height, {unread, unread}};
+        out = {4, &world, width, height, {unread, unread}};
     if (description.describedType)
         out.type = *description.describedType;
     if (description.withoutData)
@@ -142,7 +149,41 @@ bool Picture::BordersIntact() const {
     });
 }
 
+bool Picture::RowTableIntact() const {
+    for (std::size_t row = 0; row < trueRows.size(); ++row)
+        if (rowTable[row] != (description.nullRow == static_cast<int>(row) ? nullptr : trueRows[row]))
+            return false;
+    return true;
+}
+
 std::uint64_t Picture::Checksum() const { return Mix(0, memory.data(), memory.size()); }
+
+namespace {
+
+/// The steps of a line at which its pen reaches the picture. Of every line of any length these are few: along its
+/// longer side it moves by a whole pixel a step.
+struct Steps {
+    std::int64_t first;
+    std::int64_t last;
+};
+
+Steps StepsInside(std::int64_t from, std::int64_t to, int pen, int extent) {
+    const std::int64_t least = 1 - std::int64_t{pen}; // positions from which the pen reaches in
+    const std::int64_t most = std::int64_t{extent} - 1;
+    const std::int64_t length = std::abs(to - from);
+    return to >= from ? Steps{std::max<std::int64_t>(least - from, 0), std::min(most - from, length)}
+                      : Steps{std::max<std::int64_t>(from - most, 0), std::min(from - least, length)};
+}
+
+/// `from` moved by `step` of `steps` parts of the way to `to`, toward `from`. Both are 32-bit, so that products stay
+/// within 64 bits.
+std::int64_t Between(std::int64_t from, std::int64_t to, std::uint64_t step, std::uint64_t steps) {
+    const auto distance = static_cast<std::uint64_t>(std::abs(to - from));
+    const auto moved = static_cast<std::int64_t>(distance * step / steps);
+    return to >= from ? from + moved : from - moved;
+}
+
+} // namespace
 
 void DrawLine(Graphics &graphics, int x1, int y1, int x2, int y2) {
     Picture &picture = *graphics.picture;
@@ -150,12 +191,12 @@ void DrawLine(Graphics &graphics, int x1, int y1, int x2, int y2) {
     const std::uint32_t word = OpaqueWord(picture.layout, graphics.foreColor);
     const std::int64_t stepsX = std::abs(std::int64_t{x2} - x1);
     const std::int64_t stepsY = std::abs(std::int64_t{y2} - y1);
-    // Clipped to what a pen of any size can reach from outside, so that a wild line ends.
-    const std::int64_t steps = std::max<std::int64_t>({stepsX, stepsY, 1});
-    constexpr std::int64_t kLongest = 1 << 20;
-    for (std::int64_t step = 0; step <= std::min(steps, kLongest); ++step) {
-        const std::int64_t x = x1 + (std::int64_t{x2} - x1) * step / steps;
-        const std::int64_t y = y1 + (std::int64_t{y2} - y1) * step / steps;
+    const auto steps = static_cast<std::uint64_t>(std::max<std::int64_t>({stepsX, stepsY, 1}));
+    const Steps inside = stepsX >= stepsY ? StepsInside(x1, x2, graphics.penWidth, picture.width)
+                                          : StepsInside(y1, y2, graphics.penHeight, picture.height);
+    for (std::int64_t step = inside.first; step <= inside.last; ++step) {
+        const std::int64_t x = Between(x1, x2, static_cast<std::uint64_t>(step), steps);
+        const std::int64_t y = Between(y1, y2, static_cast<std::uint64_t>(step), steps);
         const std::int64_t right = std::min<std::int64_t>(x + graphics.penWidth, picture.width);
         const std::int64_t bottom = std::min<std::int64_t>(y + graphics.penHeight, picture.height);
         for (std::int64_t row = std::max<std::int64_t>(y, 0); row < bottom; ++row)

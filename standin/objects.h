@@ -2,6 +2,7 @@
 
 #include "host/records.h"
 #include "platform/CoreGraphics.h"
+#include "platform/QuickDraw.h"
 #include "standin/guarded_memory.h"
 #include "standin/pixel_layout.h"
 
@@ -92,6 +93,7 @@ struct Picture : Object {
     void DescribePixels(REALpictureDescription &out);
     /// Whether the bytes between and around rows are as they were made.
     bool BordersIntact() const;
+    bool RowTableIntact() const;    ///< likewise the addresses that the module was handed
     std::uint64_t Checksum() const; ///< of all pixels and borders
 
     PictureDescription description;
@@ -104,7 +106,7 @@ struct Picture : Object {
     std::vector<void *> trueRows; ///< where rows really lie
     CGContext context = {};
     std::vector<unsigned char> consoleRecord;
-    std::vector<unsigned char> graphicsWorld;
+    ::GraphicsWorld world = {};
     Picture *mask = nullptr; ///< holds a reference
     int locks = 0;
     int cacheClears = 0;          ///< how often the host was told to forget what it cached
@@ -134,7 +136,7 @@ struct Text : Object {
     std::uint32_t encoding = 0;
     GuardedMemory storage; ///< one byte, then the text
     REALolderString record = {};
-    int copies = 0; ///< handed out and not yet given back
+    std::vector<GuardedMemory> copies; ///< of the bytes, with a zero behind them: handed out, not yet given back
 };
 
 struct RaisedException {

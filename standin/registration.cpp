@@ -14,7 +14,14 @@ void ReadTable(std::vector<Out> &out, const Record *records, std::int32_t count,
         out.push_back(read(records[i]));
 }
 
-Type TypeNamed(std::string_view name) { return ParseDeclaration("property as " + std::string(name)).result; }
+Type TypeNamed(std::string_view name) {
+    try {
+        return ParseDeclaration("property as " + std::string(name)).result;
+    } catch (const std::invalid_argument &problem) {
+        gHost->Violation(problem.what());
+        return Type::Nothing;
+    }
+}
 
 RegisteredProperty ReadProperty(const REALpropertyDefinition &record) {
     const auto &unused = record.unused7to9;

@@ -230,7 +230,7 @@ Outcome Apply(standin::Host &host, const ApplyRequest &request) {
     } catch (const CallFailed &failed) {
         failure = failed.what();
     }
-    // By now nothing of the host's is held here any more: what is still out, the module kept.
+    host.Finish(); // by now nothing of the host's is held here any more: what is still out, the module kept
     const std::vector<std::string> violations = host.TakeViolations();
     for (const std::string &violation : violations)
         fmt::print(stderr, "kvt: violation: {}\n", violation);

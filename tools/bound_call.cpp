@@ -67,6 +67,11 @@ std::size_t Distance(std::string_view a, std::string_view b) {
     return row.back();
 }
 
+std::string Suggestion(std::string_view written, const std::vector<std::string_view> &names) {
+    const std::string_view nearest = NearestName(written, names);
+    return nearest.empty() ? "" : fmt::format("; did you mean \"{}\"?", nearest);
+}
+
 /// Binds one call; what it fails with shows the call and the declarations that it could have meant.
 class Binder {
   public:
@@ -101,11 +106,18 @@ class Binder {
             names.push_back(method.declaration.name);
         for (const auto &definition : host_.Classes())
             names.push_back(definition->name);
-        const std::string_view nearest = NearestName(call_.name, names);
+        const std::string suggestion = Suggestion(call_.name, names);
         Fail(fmt::format("there is no method or class \"{}\"{}", call_.name,
-                         nearest.empty() ? "; kvt list shows what there is"
-                                         : fmt::format("; did you mean \"{}\"?", nearest)),
+                         suggestion.empty() ? "; kvt list shows what there is" : suggestion),
              call_.namePlace);
+    }
+    [[noreturn]] void FailUnknownProperty(const RegisteredClass &definition, const Argument &argument) const {
+        std::vector<std::string_view> names;
+        for (const auto &property : definition.properties)
+            names.push_back(property.name);
+        Fail(fmt::format("{} has no property \"{}\"{}", definition.name, argument.name,
+                         Suggestion(argument.name, names)),
+             argument.namePlace);
     }
     void ShowDeclared(std::string_view line) {
         declared_ += fmt::format("{}  {}", declared_.empty() ? "declared:\n" : "\n", line);
@@ -140,13 +152,13 @@ class Binder {
         for (std::size_t i = 0; i < declaration.parameters.size(); ++i) {
             const Parameter &parameter = declaration.parameters[i];
             if (i >= call_.arguments.size()) {
-                bound.arguments.push_back(ValueOf(parameter, {{}, Form::Bare, *parameter.defaultText, {}}));
+                bound.arguments.push_back(ValueOf(parameter, {{}, Form::Bare, *parameter.defaultText, {}, {}}));
                 continue;
             }
             const Argument &argument = call_.arguments[i];
             if (!argument.name.empty())
                 Fail(fmt::format("{} takes its arguments by their order, without names", declaration.name),
-                     argument.place);
+                     argument.namePlace);
             bound.arguments.push_back(ValueOf(parameter, argument));
         }
         if (call_.assigned)
@@ -184,7 +196,7 @@ class Binder {
             if (argument.name.empty())
                 Fail(fmt::format("{} takes properties by name, as in MinX=10", definition.name), argument.place);
             if (property == definition.properties.end())
-                Fail(fmt::format("{} has no property \"{}\"", definition.name, argument.name), argument.place);
+                FailUnknownProperty(definition, argument);
             hasSource = hasSource || SameName(property->name, "SourcePicture");
             bound.properties.emplace_back(property->name,
                                           ValueOf({property->name, property->type, false, {}}, argument));

@@ -19,7 +19,9 @@ class Reader {
     [[noreturn]] void Fail(std::string_view expected) {
         SkipSpaces();
         std::size_t end = at_;
-        while (end < text_.size() && !IsSpace(text_[end]) && (end == at_ || !IsDelimiter(text_[end])))
+        while (end < text_.size() && !IsSpace(text_[end]) && !IsDelimiter(text_[end]))
+            ++end;
+        if (end == at_ && end < text_.size())
             ++end;
         const std::string_view found = text_.substr(at_, end - at_);
         throw CallError(found.empty() ? fmt::format("expected {} at the end", expected)
@@ -53,7 +55,7 @@ class Reader {
     /// A value, and the name before it when there is one.
     Argument Value() {
         Argument argument;
-        argument.name = PropertyName();
+        argument.name = PropertyName(argument.namePlace);
         SkipSpaces();
         const std::size_t start = at_;
         if (Take('@'))
@@ -72,7 +74,8 @@ class Reader {
   private:
     static bool IsDelimiter(char c) { return c == ',' || c == '(' || c == ')' || c == '='; }
 
-    std::string PropertyName() {
+    /// The name before a sign of equality; empty, and nothing read, when none stands here.
+    std::string PropertyName(Place &place) {
         SkipSpaces();
         std::size_t end = at_;
         while (end < text_.size() && IsNameCharacter(text_[end]))
@@ -82,9 +85,9 @@ class Reader {
             ++sign;
         if (end == at_ || sign == text_.size() || text_[sign] != '=')
             return {};
-        const std::string_view name = text_.substr(at_, end - at_);
+        place = {at_, end - at_};
         at_ = sign + 1;
-        return std::string(name);
+        return std::string(text_.substr(place.at, place.length));
     }
     std::string Quoted() {
         const std::size_t start = at_++;

@@ -27,6 +27,7 @@ struct Argument {
     Form form = Form::Bare;
     std::string text; ///< without quotes and @
     Place place;      ///< of the value as written
+    Place namePlace;
 };
 
 /// A call as a script writes it: Name, Name(argument, ...), Name(argument, ...) = value, Class(Property=value).Member.

@@ -9,9 +9,9 @@ namespace tools {
 /// The host that the user wants, as options say it.
 struct HostOptions {
     std::string host = "desktop";    ///< or console
-    std::string layout;              ///< empty: the host's usual one
+    std::string layout = {};         ///< empty: the host's usual one
     std::string version = "2019.03"; ///< or none
-    std::string module;              ///< a file; empty: the one beside the program
+    std::string module = {};         ///< a file; empty: the one beside the program
 };
 
 /// Throws UserError. New pictures of that host are opaque white.

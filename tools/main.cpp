@@ -92,8 +92,11 @@ int RunSample(const std::string &output, const std::string &size, bool opaque) {
 int main(int argc, char **argv) {
     CLI::App app("Calls the picture-processing module's methods from the command line.", "kvt");
     app.set_version_flag("--version", "kvt " KVT_VERSION);
-    app.require_subcommand(1);
+    app.require_subcommand(0, 1);
     app.footer(kExamples);
+    app.failure_message([](const CLI::App *, const CLI::Error &error) {
+        return fmt::format("kvt: {}; kvt --help shows what there is\n", error.what());
+    });
 
     tools::HostOptions host;
     std::string filter;
@@ -133,7 +136,9 @@ int main(int argc, char **argv) {
             return RunSample(output, size, opaque);
         if (*apply)
             request.input = input;
-        return RunApply(host, request);
+        if (*apply || *make)
+            return RunApply(host, request);
+        fmt::print(stderr, "{}", app.help());
     } catch (const CLI::ParseError &error) {
         return app.exit(error) == 0 ? tools::Done : tools::Wrong;
     } catch (const std::bad_alloc &) {

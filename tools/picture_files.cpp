@@ -94,6 +94,8 @@ Image ReadImage(const std::string &path) {
 }
 
 void WriteImage(const std::string &path, const Image &image) {
+    if (image.pixels.empty())
+        throw UserError(fmt::format("{}: a picture of {} x {} cannot be saved", path, image.width, image.height));
     Bytes file;
     int written = 0;
     const FileKind kind = KindOf(path);
@@ -116,7 +118,7 @@ void WriteImage(const std::string &path, const Image &image) {
         throw UserError(fmt::format("{}: a picture's name ends in .png, .jpg, .jpeg or .bmp", path));
     }
     if (!written)
-        throw UserError(fmt::format("{}: a picture of {} x {} cannot be written so", path, image.width, image.height));
+        throw UserError(fmt::format("{}: a picture of {} x {} cannot be saved so", path, image.width, image.height));
     WriteBytes(path, file);
 }
 

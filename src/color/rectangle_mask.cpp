@@ -1,6 +1,7 @@
 #include "color/rectangle_mask.h"
 
 #include "pixels/open.h"
+#include "pixels/paint.h"
 
 namespace kvt {
 namespace {
@@ -15,17 +16,16 @@ struct MarkIfColored {
     }
 };
 
-void Shade(unsigned char *shades, const std::int32_t *blackRows, std::int32_t width, std::int32_t row) {
-    KVT_INDEPENDENT_ITERATIONS
-    for (std::int32_t x = 0; x < width; ++x)
-        shades[x] = blackRows[x] > row ? 0 : 255;
-}
+/// Whether a row of a column lies above the end of the lowest box that has taken in the column so far.
+struct IsBlack {
+    const std::int32_t *blackRows;
+    KVT_INLINE bool operator()(std::ptrdiff_t x, std::int32_t y) const { return y < blackRows[x]; }
+};
 
 } // namespace
 
 ColorRectangles::ColorRectangles(const PictureEditor &source, Area area)
-    : columns_(source.width, source.height), rows_(source.height, source.width), blackRows_(source.width),
-      shades_(source.width) {
+    : columns_(source.width, source.height), rows_(source.height, source.width), blackRows_(source.width) {
     if (!*this || area.Empty())
         return;
     for (std::int32_t y = area.top; y < area.bottom; ++y) {
@@ -36,40 +36,41 @@ ColorRectangles::ColorRectangles(const PictureEditor &source, Area area)
 }
 
 /// The smallest box around a mark that has no marks directly beside it. It is the same whichever side moves first,
-/// since a move never takes away the reason for another; so a mark beside the box takes the whole run behind it along.
-/// The seed is the first mark left in reading order: none lies above it.
-Area ColorRectangles::Grow(Point seed) const {
+/// since a move never takes away the reason for another; so a mark beside the box takes the run behind it along. The
+/// seed is the first mark left in reading order: none lies above it.
+KVT_INLINE Area ColorRectangles::Grow(Point seed) const {
     Area box{seed.x, seed.y, seed.x + 1, seed.y + 1};
-    for (bool grown = true; grown;) {
-        grown = false;
+    for (std::int32_t height = 0;;) {
+        while (box.bottom < rows_.Lines()) {
+            const std::int32_t x = rows_.Next(box.bottom, box.left, box.right);
+            if (x >= box.right)
+                break;
+            box.bottom += columns_.RunFrom(x, box.bottom);
+        }
+        if (box.bottom - box.top == height) // nothing can be new beside it
+            return box;
+        height = box.bottom - box.top;
+        const std::int32_t width = box.right - box.left;
         while (box.right < columns_.Lines()) {
             const std::int32_t y = columns_.Next(box.right, box.top, box.bottom);
             if (y >= box.bottom)
                 break;
             box.right += rows_.RunFrom(y, box.right);
-            grown = true;
         }
         while (box.left > 0) {
             const std::int32_t y = columns_.Next(box.left - 1, box.top, box.bottom);
             if (y >= box.bottom)
                 break;
             box.left -= rows_.RunBefore(y, box.left);
-            grown = true;
         }
-        while (box.bottom < rows_.Lines()) {
-            const std::int32_t x = rows_.Next(box.bottom, box.left, box.right);
-            if (x >= box.right)
-                break;
-            box.bottom += columns_.RunFrom(x, box.bottom);
-            grown = true;
-        }
+        if (box.right - box.left == width) // nothing can be new below it
+            return box;
     }
-    return box;
 }
 
 /// Every row and every column of a box holds a mark that is cleared here, so that the time of all boxes together is
 /// bounded by the number of marks, however much the boxes overlap.
-void ColorRectangles::Take(const Area &box) {
+KVT_INLINE void ColorRectangles::Take(const Area &box) {
     for (std::int32_t y = box.top; y < box.bottom; ++y)
         rows_.Clear(y, box.left, box.right);
     for (std::int32_t x = box.left; x < box.right; ++x) {
@@ -80,7 +81,7 @@ void ColorRectangles::Take(const Area &box) {
 
 /// Takes the marks of a word that are boxes of one pixel, up to the first that has others beside it: what may be half
 /// of all pixels is thus taken without growing. The marks before this word have all been taken.
-void ColorRectangles::TakeSingles(std::int32_t y, std::int32_t word) {
+KVT_INLINE void ColorRectangles::TakeSingles(std::int32_t y, std::int32_t word) {
     std::uint32_t &marks = rows_.Word(y, word);
     const std::uint32_t right = word + 1 < rows_.LineWords() ? rows_.Word(y, word + 1) : 0;
     const std::uint32_t below = y + 1 < rows_.Lines() ? rows_.Word(y + 1, word) : 0;
@@ -98,7 +99,6 @@ void ColorRectangles::TakeSingles(std::int32_t y, std::int32_t word) {
 /// begin at or above it, those that reach it make it black.
 void ColorRectangles::Draw(const PictureEditor &target) {
     const std::int32_t width = columns_.Lines();
-    unsigned char *shades = shades_.data();
     for (std::int32_t y = 0; y < rows_.Lines(); ++y) {
         for (std::int32_t word = 0; word < rows_.LineWords(); ++word) {
             while (rows_.Word(y, word)) {
@@ -107,8 +107,7 @@ void ColorRectangles::Draw(const PictureEditor &target) {
                     Take(Grow({word * kWordBits + std::countr_zero(marks), y}));
             }
         }
-        Shade(shades, blackRows_.data(), width, y);
-        ReadRows<GrayByte>(Rows{shades, 0, nullptr}, target, {0, y, width, y + 1});
+        Paint(target, {0, y, width, y + 1}, GrayLevel(255), GrayLevel(0), IsBlack{blackRows_.data()});
     }
 }
 

@@ -21,7 +21,7 @@ class ColorRectangles {
     /// Notes which pixels of the area are colored. Converts to false when the memory for that is refused or the picture
     /// has no pixels.
     ColorRectangles(const PictureEditor &source, Area area);
-    explicit operator bool() const { return columns_ && rows_ && blackRows_ && shades_; }
+    explicit operator bool() const { return columns_ && rows_ && blackRows_; }
 
     /// Draws the mask into a picture of the source's size; once, for it uses the notes up.
     void Draw(const PictureEditor &target);
@@ -35,7 +35,6 @@ class ColorRectangles {
         columns_; ///< the colored pixels that no box has taken yet, as lines from top to bottom
     BitLines<WordOrder::LineByLine> rows_; ///< the same, as lines from left to right
     ClearBuffer<std::int32_t> blackRows_;  ///< of each column: where the lowest box found so far ends
-    ClearBuffer<unsigned char> shades_;    ///< one row of the mask, a gray a pixel
 };
 
 } // namespace kvt

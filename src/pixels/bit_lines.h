@@ -82,12 +82,12 @@ template <WordOrder Order> class BitLines {
     }
 
     /// The first set bit in the words behind one; at the end of all words when there is none.
-    std::int32_t NextBehind(std::int32_t line, std::int32_t word) const {
+    [[gnu::noinline]] std::int32_t NextBehind(std::int32_t line, std::int32_t word) const {
         const std::int32_t used = NextUsed(line, word + 1);
         return used * kWordBits + (used < lineWords_ ? std::countr_zero(Word(line, used)) : 0);
     }
 
-    void ClearWords(std::int32_t line, std::int32_t first, std::int32_t end) const {
+    [[gnu::noinline]] void ClearWords(std::int32_t line, std::int32_t first, std::int32_t end) const {
         const std::int32_t last = WordOf(end - 1);
         Word(line, WordOf(first)) &= ~From(first);
         std::int32_t word = NextUsed(line, WordOf(first) + 1);

@@ -1,6 +1,7 @@
 #include "expected/rectangle_mask.h"
 
-#include <algorithm>
+#include <cstddef>
+#include <vector>
 
 namespace expected {
 
@@ -44,17 +45,14 @@ bool FindMark(const Picture &picture, Grid &marks, int &x, int &y) {
 
 } // namespace
 
-Picture ColorRectangleMask(const Picture &picture, int left, int top, int width, int height) {
+Picture ColorRectangleMask(const Picture &picture, Rectangle rectangle) {
     Grid marks(picture);
     Grid boxes(picture);
-    const long long endColumn =
-        std::min<long long>(static_cast<long long>(left) + (width < 0 ? picture.width : width), picture.width);
-    const long long endRow =
-        std::min<long long>(static_cast<long long>(top) + (height < 0 ? picture.height : height), picture.height);
-    for (int y = std::max(top, 0); y < endRow; ++y) {
-        for (int x = std::max(left, 0); x < endColumn; ++x) {
+    const Area area = AreaOf(picture, rectangle);
+    for (int y = 0; y < picture.height; ++y) {
+        for (int x = 0; x < picture.width; ++x) {
             const Rgb &pixel = picture.At(x, y);
-            marks.At(x, y) = pixel.red != pixel.green || pixel.green != pixel.blue;
+            marks.At(x, y) = area.Contains(x, y) && (pixel.red != pixel.green || pixel.green != pixel.blue);
         }
     }
     int seedX = 0;

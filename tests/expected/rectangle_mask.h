@@ -1,11 +1,12 @@
 #pragma once
 
+#include "expected/area.h"
 #include "expected/picture.h"
 
 namespace expected {
 
-/// Black where the boxes around colored areas of a rectangle lie, else white. A negative width or height stands for the
-/// whole picture's. Boxes grow side by side and are looked for from the top after each, as slowly as it sounds.
-Picture ColorRectangleMask(const Picture &picture, int left, int top, int width, int height);
+/// Black where the boxes around colored areas of a rectangle lie, else white. Boxes grow side by side, and after each
+/// one the next is looked for from the top, as slowly as it sounds.
+Picture ColorRectangleMask(const Picture &picture, Rectangle rectangle);
 
 } // namespace expected

@@ -1,6 +1,7 @@
 #include "analysis/find_picture.h"
 
 #include "expected/find_picture.h"
+#include "expected/noise.h"
 #include "inside/heap.h"
 #include "inside/plain_picture.h"
 #include "pixels/instruction_set.h"
@@ -8,7 +9,6 @@
 #include <gtest/gtest.h>
 
 #include <optional>
-#include <random>
 #include <utility>
 
 namespace {
@@ -19,10 +19,10 @@ using Place = std::optional<std::pair<int, int>>;
 
 Place Find(const expected::Picture &haystack, const expected::Picture &needle, std::int32_t haystackFormat,
            std::int32_t needleFormat) {
-    plain::Memory in(haystack, haystackFormat);
-    plain::Memory of(needle, needleFormat);
+    const PlainPicture in(haystack, haystackFormat);
+    const PlainPicture of(needle, needleFormat);
     Point hit{-1, -1};
-    if (FindNeedle(in.Open(), of.Open(), hit))
+    if (FindNeedle(*in, *of, hit))
         return std::pair{hit.x, hit.y};
     EXPECT_EQ(hit.x, -1) << "a miss leaves the place alone";
     return std::nullopt;
@@ -108,23 +108,24 @@ class SearchedPictures : public testing::TestWithParam<int> {};
 
 TEST_P(SearchedPictures, AreSearchedAsByThePlainForm) {
     gForcedLevel = GetParam();
-    std::mt19937 random(11);
-    const auto below = [&](int count) { return static_cast<int>(random() % static_cast<unsigned>(count)); };
+    expected::Random random(11);
     int found = 0;
     for (int round = 0; round < 3000; ++round) {
-        const int colors = 1 + below(3);
-        const int often = 1 + below(30);
-        const auto color = [&](int, int) { return below(often) ? Rgb{0, 0, 7} : Rgb{below(colors), 0, 7}; };
-        const auto haystack = Make(1 + below(round % 8 ? 24 : 300), 1 + below(24), color);
-        const int width = 1 + below(haystack.width);
-        const int height = 1 + below(haystack.height);
-        auto needle =
-            Part(haystack, below(haystack.width - width + 1), below(haystack.height - height + 1), width, height);
-        for (int changes = below(2); changes > 0; --changes)
-            needle.At(below(width), below(height)) = color(0, 0);
+        const int colors = 1 + random.Below(3);
+        const int often = 1 + random.Below(30);
+        const auto color = [&](int, int) {
+            return random.Below(often) ? Rgb{0, 0, 7} : Rgb{random.Below(colors), 0, 7};
+        };
+        const auto haystack = Make(1 + random.Below(round % 8 ? 24 : 300), 1 + random.Below(24), color);
+        const int width = 1 + random.Below(haystack.width);
+        const int height = 1 + random.Below(haystack.height);
+        auto needle = Part(haystack, random.Below(haystack.width - width + 1),
+                           random.Below(haystack.height - height + 1), width, height);
+        for (int changes = random.Below(2); changes > 0; --changes)
+            needle.At(random.Below(width), random.Below(height)) = color(0, 0);
         const Place place = expected::FindPicture(haystack, needle);
         found += place.has_value();
-        ASSERT_EQ(Find(haystack, needle, plain::kFormats[below(3)], plain::kFormats[below(3)]), place)
+        ASSERT_EQ(Find(haystack, needle, kFormats[random.Below(3)], kFormats[random.Below(3)]), place)
             << "round " << round << ": " << width << " x " << height << " in " << haystack.width << " x "
             << haystack.height;
     }

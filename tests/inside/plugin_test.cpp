@@ -71,7 +71,8 @@ TEST(Registration, RoundsInstanceSizesUpTo16) {
     fake::InFreshProcess([] {
         static std::uint32_t registered;
         registered = 99;
-        fake::Offer("PluginRegisterClass", +[](REALclassDefinition *definition) { registered = definition->instanceSize; });
+        fake::Offer(
+            "PluginRegisterClass", +[](REALclassDefinition *definition) { registered = definition->instanceSize; });
         constexpr std::uint32_t kSizes[][2] = {{139992, 140000}, {64, 64}, {0, 0}, {1, 16}, {17, 32}};
         for (const auto &[size, rounded] : kSizes) {
             REALclassDefinition definition = {.instanceSize = size};
@@ -94,9 +95,10 @@ TEST(Entries, AreAskedForAgainWhileMissing) {
     fake::InFreshProcess([] {
         EXPECT_EQ(REALNewPicture(1, 1, 32), nullptr);
         static REALpictureStruct picture;
-        fake::Offer("newPicture", +[](std::int32_t width, std::int32_t height, std::int32_t depth) {
-            return width == 3 && height == 4 && depth == 32 ? &picture : nullptr;
-        });
+        fake::Offer(
+            "newPicture", +[](std::int32_t width, std::int32_t height, std::int32_t depth) {
+                return width == 3 && height == 4 && depth == 32 ? &picture : nullptr;
+            });
         EXPECT_EQ(REALNewPicture(3, 4, 32), &picture);
         fake::entries.clear();
         EXPECT_EQ(REALNewPicture(3, 4, 32), &picture) << "an address once found is kept";
@@ -106,7 +108,8 @@ TEST(Entries, AreAskedForAgainWhileMissing) {
 TEST(Entries, OfABooleanOnlyTheLowByteCounts) {
     fake::InFreshProcess([] {
         static std::uint32_t answer;
-        fake::Offer("REALGetPropValueInt", +[](REALobjectStruct *, const char *, std::int32_t *) { return answer; });
+        fake::Offer(
+            "REALGetPropValueInt", +[](REALobjectStruct *, const char *, std::int32_t *) { return answer; });
         std::int32_t value = 0;
         answer = 0x100;
         EXPECT_FALSE(REALGetPropValueInt32(nullptr, "Width", &value));

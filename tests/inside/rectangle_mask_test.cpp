@@ -1,5 +1,7 @@
 #include "color/rectangle_mask.h"
 
+#include "expected/noise.h"
+#include "expected/print.h"
 #include "expected/rectangle_mask.h"
 #include "inside/heap.h"
 #include "inside/plain_picture.h"
@@ -7,7 +9,6 @@
 
 #include <gtest/gtest.h>
 
-#include <random>
 #include <string>
 
 namespace {
@@ -15,26 +16,20 @@ namespace {
 using namespace kvt;
 using expected::Rgb;
 
-struct Arguments {
-    int left = 0;
-    int top = 0;
-    int width = -1;
-    int height = -1;
-};
-
-expected::Picture MaskOf(const expected::Picture &picture, Arguments arguments, std::int32_t from, std::int32_t to) {
-    plain::Memory source(picture, from);
-    plain::Memory target(
-        expected::Picture{picture.width, picture.height, std::vector<Rgb>(picture.pixels.size(), {1, 2, 3})}, to);
-    const PictureEditor reader = source.Open();
-    const Area area = AreaOf(reader, Rectangle{arguments.left, arguments.top, arguments.width, arguments.height});
-    ColorRectangles rectangles(reader, area);
+expected::Picture MaskOf(const expected::Picture &picture, expected::Rectangle rectangle, std::int32_t from,
+                         std::int32_t to) {
+    PlainPicture source(picture, from);
+    PlainPicture target(expected::Filled(picture.width, picture.height, {1, 2, 3}), to);
+    const expected::StoredPicture before = source.Stored();
+    const Area area = AreaOf(*source, Rectangle{rectangle.left, rectangle.top, rectangle.width, rectangle.height});
+    ColorRectangles rectangles(*source, area);
     EXPECT_TRUE(rectangles);
-    rectangles.Draw(target.Open());
-    EXPECT_EQ(source.Picture(), picture);
-    EXPECT_TRUE(target.IsOpaque());
+    rectangles.Draw(*target);
+    EXPECT_EQ(source.Stored(), before);
     EXPECT_TRUE(target.GuardsStand());
-    return target.Picture();
+    const expected::StoredPicture mask = target.Stored();
+    EXPECT_EQ(mask, expected::Store(expected::Load(mask), mask.layout)) << "all opaque";
+    return expected::Load(mask);
 }
 
 /// Rows of text: a dot is gray, anything else colored; in a mask, a dot is white and # black.
@@ -62,7 +57,7 @@ const struct {
     const char *what;
     const char *picture;
     const char *mask;
-    Arguments arguments = {};
+    expected::Rectangle rectangle = {};
 } kShapes[] = {
     {"all gray is all white", "...\n...\n", "...\n...\n"},
     {"all colored is all black", "xxx\nxxx\n", "###\n###\n"},
@@ -80,10 +75,9 @@ const struct {
 TEST(ColorRectangles, BoxWhatBelongsTogether) {
     for (const auto &row : kShapes) {
         SCOPED_TRACE(row.what);
-        const auto &a = row.arguments;
         const expected::Picture picture = FromText(row.picture);
-        EXPECT_EQ(Drawn(MaskOf(picture, a, plain::kAlphaHigh, plain::kAlphaLow)), row.mask);
-        EXPECT_EQ(Drawn(expected::ColorRectangleMask(picture, a.left, a.top, a.width, a.height)), row.mask);
+        EXPECT_EQ(Drawn(MaskOf(picture, row.rectangle, 1, 2)), row.mask);
+        EXPECT_EQ(Drawn(expected::ColorRectangleMask(picture, row.rectangle)), row.mask);
     }
 }
 
@@ -91,30 +85,28 @@ class MaskedPictures : public testing::TestWithParam<int> {};
 
 TEST_P(MaskedPictures, GiveTheMaskOfThePlainForm) {
     gForcedLevel = GetParam();
-    std::mt19937 random(7);
-    const auto below = [&](int count) { return static_cast<int>(random() % static_cast<unsigned>(count)); };
+    expected::Random random(7);
     constexpr int kPerMille[] = {1, 10, 50, 100, 150, 250, 400, 600, 900, 990};
     for (int round = 0; round < 600; ++round) {
-        const int density = kPerMille[below(10)];
-        const bool lines = below(3) == 0; // strokes instead of single pixels
-        expected::Picture picture{1 + below(round % 4 ? 40 : 150), 1 + below(round % 5 ? 40 : 150), {}};
-        for (int i = 0; i < picture.width * picture.height; ++i) {
-            const int gray = below(256);
-            picture.pixels.push_back(below(1000) < density && !lines ? Rgb{gray, gray ^ 1, gray}
-                                                                     : Rgb{gray, gray, gray});
+        const int density = kPerMille[random.Below(10)];
+        const bool lines = random.Below(3) == 0; // strokes instead of single pixels
+        expected::Picture picture =
+            expected::Filled(random.Between(1, round % 4 ? 40 : 150), random.Between(1, round % 5 ? 40 : 150), {});
+        for (Rgb &pixel : picture.pixels) {
+            const int gray = random.Below(256);
+            pixel = {gray, random.Below(1000) < density && !lines ? gray ^ 1 : gray, gray};
         }
-        for (int stroke = lines ? below(12) : 0; stroke > 0; --stroke) {
-            const bool down = below(2);
-            int x = below(picture.width);
-            int y = below(picture.height);
-            for (int length = below(80); length > 0 && x < picture.width && y < picture.height; --length)
+        for (int stroke = lines ? random.Below(12) : 0; stroke > 0; --stroke) {
+            const bool down = random.Below(2);
+            int x = random.Below(picture.width);
+            int y = random.Below(picture.height);
+            for (int length = random.Below(80); length > 0 && x < picture.width && y < picture.height; --length)
                 picture.At(down ? x : x++, down ? y++ : y).blue ^= 3;
         }
-        Arguments a;
-        if (below(2))
-            a = {below(60) - 20, below(60) - 20, below(80) - 10, below(80) - 10};
-        ASSERT_EQ(MaskOf(picture, a, plain::kFormats[below(3)], plain::kFormats[below(3)]),
-                  expected::ColorRectangleMask(picture, a.left, a.top, a.width, a.height))
+        const expected::Rectangle rectangle =
+            random.Below(2) ? expected::AnyRectangle(random, picture.width, picture.height) : expected::Rectangle{};
+        ASSERT_EQ(MaskOf(picture, rectangle, kFormats[random.Below(3)], kFormats[random.Below(3)]),
+                  expected::ColorRectangleMask(picture, rectangle))
             << "round " << round << ": " << picture.width << " x " << picture.height << ", density " << density;
     }
     gForcedLevel = -1;
@@ -123,19 +115,18 @@ TEST_P(MaskedPictures, GiveTheMaskOfThePlainForm) {
 INSTANTIATE_TEST_SUITE_P(AtEveryLevel, MaskedPictures, testing::Values(0, 1, 2));
 
 TEST(ColorRectangles, RefuseWithoutMemoryOrPixels) {
-    plain::Memory source(FromText("x.x\n"), plain::kAlphaHigh);
-    const PictureEditor reader = source.Open();
+    const PlainPicture source(FromText("x.x\n"), 1);
     int granted = 0;
     for (bool made = false; !made; ++granted) {
         ASSERT_LT(granted, 20);
         heap::granted = granted;
-        const ColorRectangles rectangles(reader, {0, 0, 3, 1});
+        const ColorRectangles rectangles(*source, {0, 0, 3, 1});
         made = static_cast<bool>(rectangles);
         EXPECT_TRUE(made || heap::granted == 0);
     }
     heap::granted = -1;
     EXPECT_GT(granted, 1) << "the first grant of none was refused";
-    PictureEditor empty = reader;
+    PictureEditor empty = *source;
     empty.height = 0;
     EXPECT_FALSE(ColorRectangles(empty, {0, 0, 0, 0}));
 }

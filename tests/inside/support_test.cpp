@@ -18,28 +18,36 @@ std::string BytesOf(const rbData &view) {
 }
 
 void OfferStrings() {
-    Offer("REALLockString", +[](REALstringStruct *string) { ++fake::Of(string).references; });
-    Offer("REALUnlockString", +[](REALstringStruct *string) { --fake::Of(string).references; });
-    Offer("REALBuildString", +[](const char *bytes, std::int32_t length) {
-        return fake::NewString(std::string(bytes, static_cast<std::size_t>(length)), 0);
-    });
-    Offer("REALSetStringEncoding",
-          +[](REALstringStruct *string, std::uint32_t encoding) { fake::Of(string).encoding = encoding; });
-    Offer("REALGetStringEncoding", +[](REALstringStruct *string) { return fake::Of(string).encoding; });
-    Offer("REALConvertString", +[](REALstringStruct *string, std::uint32_t encoding) {
-        fake::log.push_back("convert from " + std::to_string(fake::Of(string).encoding));
-        return fake::NewString("<" + fake::Of(string).bytes + ">", encoding);
-    });
+    Offer(
+        "REALLockString", +[](REALstringStruct *string) { ++fake::Of(string).references; });
+    Offer(
+        "REALUnlockString", +[](REALstringStruct *string) { --fake::Of(string).references; });
+    Offer(
+        "REALBuildString", +[](const char *bytes, std::int32_t length) {
+            return fake::NewString(std::string(bytes, static_cast<std::size_t>(length)), 0);
+        });
+    Offer(
+        "REALSetStringEncoding",
+        +[](REALstringStruct *string, std::uint32_t encoding) { fake::Of(string).encoding = encoding; });
+    Offer(
+        "REALGetStringEncoding", +[](REALstringStruct *string) { return fake::Of(string).encoding; });
+    Offer(
+        "REALConvertString", +[](REALstringStruct *string, std::uint32_t encoding) {
+            fake::log.push_back("convert from " + std::to_string(fake::Of(string).encoding));
+            return fake::NewString("<" + fake::Of(string).bytes + ">", encoding);
+        });
 }
 
 void OfferFallback() {
-    Offer("StringGetCString", +[](REALstringStruct *string) { return fake::Of(string).bytes.c_str(); });
-    Offer("REALLoadGlobalMethod", +[](REALobjectStruct *none, const char *declaration) -> void * {
-        EXPECT_EQ(none, nullptr);
-        EXPECT_STREQ(declaration, "LenB( s as string ) as integer");
-        return reinterpret_cast<void *>(
-            +[](REALstringStruct *string) { return static_cast<std::int32_t>(fake::Of(string).bytes.size()); });
-    });
+    Offer(
+        "StringGetCString", +[](REALstringStruct *string) { return fake::Of(string).bytes.c_str(); });
+    Offer(
+        "REALLoadGlobalMethod", +[](REALobjectStruct *none, const char *declaration) -> void * {
+            EXPECT_EQ(none, nullptr);
+            EXPECT_STREQ(declaration, "LenB( s as string ) as integer");
+            return reinterpret_cast<void *>(
+                +[](REALstringStruct *string) { return static_cast<std::int32_t>(fake::Of(string).bytes.size()); });
+        });
 }
 
 TEST(Memory, RefusesSizesOutsideItsRange) {
@@ -95,13 +103,15 @@ TEST(View, OfANewerHostsStringGivesTheCopyBackToTheHost) {
     InFreshProcess([] {
         rbversion_rbversion = 2013.0;
         static std::uint32_t answer;
-        Offer("PluginGetStringData", +[](REALstringStruct *string, std::uint32_t encoding, REALstringData *out) {
-            EXPECT_EQ(encoding, 0xFFFFu);
-            const std::string &bytes = fake::Of(string).bytes;
-            *out = {bytes.data(), static_cast<std::int32_t>(bytes.size()), encoding, nullptr, nullptr};
-            return answer;
-        });
-        Offer("PluginDisposeStringData", +[](REALstringData *data) { fake::log.push_back(data->bytes); });
+        Offer(
+            "PluginGetStringData", +[](REALstringStruct *string, std::uint32_t encoding, REALstringData *out) {
+                EXPECT_EQ(encoding, 0xFFFFu);
+                const std::string &bytes = fake::Of(string).bytes;
+                *out = {bytes.data(), static_cast<std::int32_t>(bytes.size()), encoding, nullptr, nullptr};
+                return answer;
+            });
+        Offer(
+            "PluginDisposeStringData", +[](REALstringData *data) { fake::log.push_back(data->bytes); });
         REALstringStruct *string = fake::NewString("stored");
         answer = 1;
         EXPECT_EQ(BytesOf(rbData(string)), "stored");
@@ -118,10 +128,14 @@ TEST(View, OfABlockHoldsAReference) {
         static int references;
         static void *address = bytes;
         references = 1;
-        Offer("REALLockObject", +[](REALobjectStruct *) { ++references; });
-        Offer("REALUnlockObject", +[](REALobjectStruct *) { --references; });
-        Offer("memoryBlockGetPtr", +[](REALmemoryBlockStruct *) { return address; });
-        Offer("memoryBlockGetSize", +[](REALmemoryBlockStruct *) { return std::int32_t{16}; });
+        Offer(
+            "REALLockObject", +[](REALobjectStruct *) { ++references; });
+        Offer(
+            "REALUnlockObject", +[](REALobjectStruct *) { --references; });
+        Offer(
+            "memoryBlockGetPtr", +[](REALmemoryBlockStruct *) { return address; });
+        Offer(
+            "memoryBlockGetSize", +[](REALmemoryBlockStruct *) { return std::int32_t{16}; });
         REALmemoryBlockStruct block;
         {
             const rbData part(&block, 8, 4);
@@ -155,7 +169,8 @@ TEST(StringData, IsCopiedByTheModuleWhereTheHostCannot) {
         EXPECT_EQ(data.length, 3);
         EXPECT_EQ(data.encoding, kEncodingNone);
         // A disposer that appears later never receives the module's own copy.
-        Offer("PluginDisposeStringData", +[](REALstringData *) { fake::log.push_back("disposed by the host"); });
+        Offer(
+            "PluginDisposeStringData", +[](REALstringData *) { fake::log.push_back("disposed by the host"); });
         REALDisposeStringData(&data);
         EXPECT_TRUE(fake::log.empty());
 
@@ -236,15 +251,19 @@ Exception *gException;
 int gMessageReferences;
 
 void OfferExceptions() {
-    Offer("REALSetPropValueString", +[](REALobjectStruct *object, const char *property, REALstringStruct *value) {
-        EXPECT_STREQ(property, "Message");
-        if (value)
-            static_cast<Exception *>(object)->message = fake::Of(value).bytes;
-        return 1u;
-    });
-    Offer("RuntimeRaiseException", +[](REALobjectStruct *object) { static_cast<Exception *>(object)->raised = true; });
-    Offer("REALUnlockObject", +[](REALobjectStruct *object) { --static_cast<Exception *>(object)->references; });
-    Offer("REALUnlockString", +[](REALstringStruct *string) { gMessageReferences = --fake::Of(string).references; });
+    Offer(
+        "REALSetPropValueString", +[](REALobjectStruct *object, const char *property, REALstringStruct *value) {
+            EXPECT_STREQ(property, "Message");
+            if (value)
+                static_cast<Exception *>(object)->message = fake::Of(value).bytes;
+            return 1u;
+        });
+    Offer(
+        "RuntimeRaiseException", +[](REALobjectStruct *object) { static_cast<Exception *>(object)->raised = true; });
+    Offer(
+        "REALUnlockObject", +[](REALobjectStruct *object) { --static_cast<Exception *>(object)->references; });
+    Offer(
+        "REALUnlockString", +[](REALstringStruct *string) { gMessageReferences = --fake::Of(string).references; });
 }
 
 constexpr struct {
@@ -269,13 +288,14 @@ TEST(Exceptions, AreRaisedWithTheirMessageAndLeaveNothingBehind) {
             OfferStrings();
             OfferExceptions();
             gMessageReferences = row.message ? -1 : 0;
-            Offer("PluginNewInstance", +[](const char *className) -> REALobjectStruct * {
-                if (std::strcmp(className, known) != 0)
-                    return nullptr;
-                gException = new Exception;
-                gException->className = className;
-                return gException;
-            });
+            Offer(
+                "PluginNewInstance", +[](const char *className) -> REALobjectStruct * {
+                    if (std::strcmp(className, known) != 0)
+                        return nullptr;
+                    gException = new Exception;
+                    gException->className = className;
+                    return gException;
+                });
             RaiseException("NilObjectException", row.message, 0x0600);
             EXPECT_EQ(gMessageReferences, 0);
             ASSERT_EQ(gException != nullptr, row.raisedClass != nullptr);

@@ -1,0 +1,281 @@
+#include "host/handles.h"
+#include "host/records.h"
+
+#include <cstdint>
+
+/// A module that breaks the rules of its host, one rule a method, to show that the stand-in host notices.
+namespace {
+
+void *(*gResolver)(const char *name);
+
+template <class Function> Function *Entry(const char *name) { return reinterpret_cast<Function *>(gResolver(name)); }
+
+using Picture = REALpictureStruct *;
+using Block = REALmemoryBlockStruct *;
+using String = REALstringStruct *;
+
+void AddReference(void *object) { Entry<void(void *)>("REALLockObject")(object); }
+void DropReference(void *object) { Entry<void(void *)>("REALUnlockObject")(object); }
+void Unlock(Picture picture) { Entry<void(Picture)>("unlockPictureDescription")(picture); }
+void ClearCache(void *picture) { Entry<void(void *)>("REALPictureClearCache")(picture); }
+Picture NewPicture() { return Entry<Picture(int, int, int)>("newPicture")(5, 3, 32); }
+
+/// The first pixel of the row, locked; the picture is a console picture.
+std::uint32_t *LockedRow(Picture picture, int row) {
+    REALpictureDescription description = {};
+    constexpr int kConsole = 10;
+    Entry<unsigned char(Picture, REALpictureDescription *, int)>("REALLockPictureDescription")(picture, &description,
+                                                                                               kConsole);
+    return static_cast<std::uint32_t *>(static_cast<REALconsolePicture *>(description.data)->rows[row]);
+}
+
+void DoubleUnlock(Picture picture) {
+    LockedRow(picture, 0);
+    Unlock(picture);
+    Unlock(picture);
+}
+
+void LeaveLocked(Picture picture) { LockedRow(picture, 0); }
+void LeakReference(Picture picture) { AddReference(picture); }
+void DropTooOften(Picture picture) { DropReference(picture); }
+void LeakPicture(Picture) { NewPicture(); }
+
+void DropLocked(Picture) {
+    const Picture made = NewPicture();
+    LockedRow(made, 0);
+    DropReference(made);
+}
+
+void UseAfterDeath(Picture) {
+    const Picture made = NewPicture();
+    DropReference(made);
+    ClearCache(made);
+}
+
+void WrongKind(Picture, Block block) { ClearCache(block); }
+void StringAsObject(Picture, String string) { AddReference(string); }
+void PictureAsString(Picture picture) { Entry<void(void *)>("REALLockString")(picture); }
+void NullObject(Picture) { AddReference(nullptr); }
+void ForeignObject(Picture) { AddReference(&gResolver); }
+
+void WritePastRow(Picture picture) {
+    LockedRow(picture, 1)[5] = 0;
+    Unlock(picture);
+}
+
+void ChangeRowTable(Picture picture) {
+    REALpictureDescription description = {};
+    Entry<void(Picture, REALpictureDescription *)>("lockPictureDescription")(picture, &description);
+    void **rows = static_cast<REALconsolePicture *>(description.data)->rows;
+    rows[0] = rows[1];
+    Unlock(picture);
+}
+
+void ChangePicture(Picture picture) {
+    LockedRow(picture, 0)[0] ^= 1;
+    Unlock(picture);
+}
+
+unsigned char *BytesOf(Block block) { return Entry<unsigned char *(Block)>("memoryBlockGetPtr")(block); }
+
+void ChangeBlock(Picture, Block block) { BytesOf(block)[0] = 77; }
+void ChangeString(Picture, String string) { Entry<void(String, std::uint32_t)>("REALSetStringEncoding")(string, 7); }
+
+void RaiseTwice(Picture) {
+    for (int i = 0; i < 2; ++i) {
+        void *exception = Entry<void *(const char *)>("PluginNewInstance")("NilObjectException");
+        Entry<void(void *)>("RuntimeRaiseException")(exception);
+        DropReference(exception);
+    }
+}
+
+REALstringData CopyOf(String string) {
+    REALstringData data = {};
+    Entry<unsigned char(String, std::uint32_t, REALstringData *)>("PluginGetStringData")(string, 0xFFFF, &data);
+    return data;
+}
+
+void Dispose(REALstringData &data) { Entry<void(REALstringData *)>("PluginDisposeStringData")(&data); }
+
+void KeepCopy(Picture, String string) { CopyOf(string); }
+
+void GiveBackTwice(Picture, String string) {
+    REALstringData data = CopyOf(string);
+    Dispose(data);
+    Dispose(data);
+}
+
+void GiveBackOwnBytes(Picture, String string) {
+    REALstringData data = CopyOf(string);
+    const char *theirs = data.bytes;
+    data.bytes = "mine";
+    Dispose(data);
+    data.bytes = theirs;
+    Dispose(data);
+}
+
+void AskForNonsense(Picture) { gResolver("REALMakeCoffee"); }
+void CreateMask(Picture picture) { Entry<Picture(Picture, signed char)>("REALGetPictureMask")(picture, 1); }
+void AskForEightBits(Picture) { DropReference(Entry<Picture(int, int, int)>("newPicture")(5, 3, 8)); }
+void LoadNonsense(Picture picture) {
+    Entry<void *(void *, const char *)>("REALLoadObjectMethod")(picture, "Paint(x as integer)");
+}
+
+Picture YieldDead(Picture) {
+    const Picture made = NewPicture();
+    DropReference(made);
+    return made;
+}
+
+Picture YieldForeign(Picture) { return reinterpret_cast<Picture>(&gResolver); }
+void *YieldBlock(Picture, Block block) { return block; }
+Picture YieldUncounted(Picture picture) { return picture; }
+
+void Overwrite(Picture, Block *block) { *block = Entry<Block(int)>("newMemoryBlock")(4); }
+
+// What no host survives.
+int ReadPastEnd(Picture, Block block) { return BytesOf(block)[4]; }
+int ReadBeforeStart(Picture, Block block) { return BytesOf(block)[-1]; }
+int WritePastEnd(Picture, Block block) { return BytesOf(block)[4] = 1; }
+int ReadPastCopy(Picture, String string) {
+    REALstringData data = CopyOf(string);
+    const int read = data.bytes[data.length + 1];
+    Dispose(data);
+    return read;
+}
+int ReadCopyGivenBack(Picture, String string) {
+    REALstringData data = CopyOf(string);
+    Dispose(data);
+    return data.bytes[0];
+}
+int ReadUnlocked(Picture picture) {
+    const std::uint32_t *row = LockedRow(picture, 0);
+    Unlock(picture);
+    return static_cast<int>(row[0]);
+}
+int ReadUnlockedResult(Picture) {
+    const Picture made = NewPicture();
+    const int read = ReadUnlocked(made);
+    DropReference(made);
+    return read;
+}
+int ReadHandle(Picture picture) { return *reinterpret_cast<const volatile int *>(picture); }
+
+// What is no misuse, for the host to play its part in.
+
+/// Locks as a bitmap and then unlocks, whether the lock succeeded or not.
+unsigned char LockAndUnlock(Picture picture, signed char unlocks) {
+    REALpictureDescription description = {};
+    constexpr int kBitmap = 8;
+    auto *lock = Entry<unsigned char(Picture, REALpictureDescription *, int)>("REALLockPictureDescription");
+    const unsigned char locked = lock ? lock(picture, &description, kBitmap) : 0;
+    if (auto *unlock = unlocks ? Entry<void(Picture)>("unlockPictureDescription") : nullptr)
+        unlock(picture);
+    return locked;
+}
+
+/// Takes a reference and, if `balanced`, drops it.
+void TakeAndDrop(Picture picture, signed char balanced) {
+    if (auto *take = Entry<void(Picture)>("REALLockObject"))
+        take(picture);
+    if (auto *drop = balanced ? Entry<void(Picture)>("REALUnlockObject") : nullptr)
+        drop(picture);
+}
+
+unsigned char HasWidth(Picture picture) {
+    std::int32_t width = 0;
+    auto *get = Entry<unsigned char(Picture, const char *, std::int32_t *)>("REALGetPropValueInt");
+    return get ? get(picture, "Width", &width) : 0;
+}
+
+int Which(Picture, std::int32_t) { return 1; }
+int WhichOther(Picture, double, signed char) { return 2; }
+void Store(Picture, std::int32_t value, std::int32_t *integer, double *number, signed char *boolean) {
+    *integer += value;
+    *number = value * 0.5;
+    *boolean = value > 0;
+}
+std::uint32_t gStored;
+std::uint32_t Stored(Picture, std::uint32_t index) { return gStored + index; }
+void Assign(Picture, std::uint32_t index, std::uint32_t value) { gStored = value - index; }
+
+using Routine = REALroutine;
+
+REALmethodDefinition gMethods[] = {
+    {Routine(DoubleUnlock), nullptr, "DoubleUnlock"},
+    {Routine(LeaveLocked), nullptr, "LeaveLocked"},
+    {Routine(LeakReference), nullptr, "LeakReference"},
+    {Routine(DropTooOften), nullptr, "DropTooOften"},
+    {Routine(LeakPicture), nullptr, "LeakPicture"},
+    {Routine(DropLocked), nullptr, "DropLocked"},
+    {Routine(UseAfterDeath), nullptr, "UseAfterDeath"},
+    {Routine(WrongKind), nullptr, "WrongKind(b as memoryblock)"},
+    {Routine(StringAsObject), nullptr, "StringAsObject(s as string)"},
+    {Routine(PictureAsString), nullptr, "PictureAsString"},
+    {Routine(NullObject), nullptr, "NullObject"},
+    {Routine(ForeignObject), nullptr, "ForeignObject"},
+    {Routine(WritePastRow), nullptr, "WritePastRow"},
+    {Routine(ChangeRowTable), nullptr, "ChangeRowTable"},
+    {Routine(ChangePicture), nullptr, "ChangePicture"},
+    {Routine(ChangeBlock), nullptr, "ChangeBlock(b as memoryblock)"},
+    {Routine(ChangeString), nullptr, "ChangeString(s as string)"},
+    {Routine(RaiseTwice), nullptr, "RaiseTwice"},
+    {Routine(KeepCopy), nullptr, "KeepCopy(s as string)"},
+    {Routine(GiveBackTwice), nullptr, "GiveBackTwice(s as string)"},
+    {Routine(GiveBackOwnBytes), nullptr, "GiveBackOwnBytes(s as string)"},
+    {Routine(AskForNonsense), nullptr, "AskForNonsense"},
+    {Routine(CreateMask), nullptr, "CreateMask"},
+    {Routine(AskForEightBits), nullptr, "AskForEightBits"},
+    {Routine(LoadNonsense), nullptr, "LoadNonsense"},
+    {Routine(YieldDead), nullptr, "YieldDead as picture"},
+    {Routine(YieldForeign), nullptr, "YieldForeign as picture"},
+    {Routine(YieldBlock), nullptr, "YieldBlock(b as memoryblock) as picture"},
+    {Routine(YieldUncounted), nullptr, "YieldUncounted as picture"},
+    {Routine(Overwrite), nullptr, "Overwrite(byref b as memoryblock)"},
+    {Routine(ReadPastEnd), nullptr, "ReadPastEnd(b as memoryblock) as integer"},
+    {Routine(ReadBeforeStart), nullptr, "ReadBeforeStart(b as memoryblock) as integer"},
+    {Routine(WritePastEnd), nullptr, "WritePastEnd(b as memoryblock) as integer"},
+    {Routine(ReadPastCopy), nullptr, "ReadPastCopy(s as string) as integer"},
+    {Routine(ReadCopyGivenBack), nullptr, "ReadCopyGivenBack(s as string) as integer"},
+    {Routine(ReadUnlocked), nullptr, "ReadUnlocked as integer"},
+    {Routine(ReadUnlockedResult), nullptr, "ReadUnlockedResult as integer"},
+    {Routine(ReadHandle), nullptr, "ReadHandle as integer"},
+    {Routine(LockAndUnlock), nullptr, "LockAndUnlock(unlocks as boolean = true) as boolean"},
+    {Routine(TakeAndDrop), nullptr, "TakeAndDrop(balanced as boolean = true)"},
+    {Routine(HasWidth), nullptr, "HasWidth as boolean"},
+    {Routine(Which), nullptr, "Which(a as integer) as integer"},
+    {Routine(WhichOther), nullptr, "Which(a as double, b as boolean = true) as integer"},
+    {Routine(Store), nullptr, "Store(value as integer, byref i as integer, byref d as double, byref b as boolean)"},
+    {Routine(Stored), Routine(Assign), "Stored(index as UInt32 = 0) as color"},
+    {Routine(LeakPicture), nullptr, "Broken(x as nothing)"},
+};
+
+REALclassDefinition gExtension = {
+    .version = 9, .name = "Picture", .methods = gMethods, .methodCount = sizeof gMethods / sizeof *gMethods};
+
+REALpropertyDefinition gProperties[] = {
+    {.unused0 = 1,
+     .name = "Wrong",
+     .type = "Integer",
+     .getter = Routine(~std::uintptr_t{0}),
+     .setter = Routine(~std::uintptr_t{0})},
+    {.name = "Odd", .type = "Oddity", .getter = Routine(~std::uintptr_t{0}), .setter = Routine(~std::uintptr_t{0})},
+};
+REALclassDefinition gClass = {.version = 9,
+                              .name = "Bad",
+                              .instanceSize = 16,
+                              .dataOffset = 4,
+                              .constructor = Routine(LeakPicture),
+                              .properties = gProperties,
+                              .propertyCount = 2,
+                              .unused11to19 = {0, 0, 5}};
+
+} // namespace
+
+extern "C" [[gnu::visibility("default")]] void REALPluginMain(void *(*resolver)(const char *)) {
+    gResolver = resolver;
+    if (auto *version = Entry<double()>("REALGetRBVersion"))
+        version();
+    Entry<void(REALclassDefinition *)>("PluginRegisterClass")(&gClass);
+    Entry<void(REALclassDefinition *)>("PluginRegisterClassExtension")(&gExtension);
+}

@@ -1,0 +1,183 @@
+#include "support/bad_host.h"
+
+#include <fmt/format.h>
+
+/// How scripts call what was registered, and how a module is loaded.
+namespace {
+
+using namespace standin;
+
+template <class Body> std::string MessageOf(Body body) {
+    try {
+        body();
+    } catch (const std::exception &problem) {
+        return problem.what();
+    }
+    return "nothing was wrong";
+}
+
+constexpr struct {
+    const char *text;
+    const char *message;
+} kNoDeclarations[] = {
+    {"", "expected a name at character 1 of \"\""},
+    {"(a as integer)", "expected a name at character 1 of \"(a as integer)\""},
+    {"F(", "expected a parameter's name at character 3 of \"F(\""},
+    {"F(a)", "expected \"as\" at character 4 of \"F(a)\""},
+    {"F(a as)", "expected a type at character 7 of \"F(a as)\""},
+    {"F(a as int)", "expected a known type at character 8 of \"F(a as int)\""},
+    {"F(a assume integer)", "expected \"as\" at character 5 of \"F(a assume integer)\""},
+    {"F(a as integer = )", "expected a default value at character 18 of \"F(a as integer = )\""},
+    {"F(a as integer b as integer)", "expected \",\" or \")\" at character 16 of \"F(a as integer b as integer)\""},
+    {"F(a as integer,)", "expected a parameter's name at character 16 of \"F(a as integer,)\""},
+    {"F as", "expected a type at character 5 of \"F as\""},
+    {"F() nonsense", "expected \"as\" at character 5 of \"F() nonsense\""},
+    {"F as picture twice", "expected the end at character 14 of \"F as picture twice\""},
+};
+
+TEST(Declarations, SayWhatIsWrongAndWhere) {
+    for (const auto &row : kNoDeclarations)
+        EXPECT_EQ(MessageOf([&] { ParseDeclaration(row.text); }), std::string("not a declaration: ") + row.message);
+}
+
+TEST(Declarations, AreReadWhateverTheirCaseAndSpaces) {
+    const Declaration read =
+        ParseDeclaration("Mix(BYREF a AS Picture,b as color=&cFF8001 , c as Boolean = True) as double");
+    EXPECT_EQ(read.name, "Mix");
+    EXPECT_EQ(read.result, Type::Double);
+    ASSERT_EQ(read.parameters.size(), 3u);
+    EXPECT_TRUE(read.parameters[0].byref && read.parameters[0].type == Type::Picture);
+    EXPECT_FALSE(read.parameters[0].defaultText);
+    EXPECT_EQ(read.parameters[1].defaultText, "&cFF8001");
+    EXPECT_EQ(read.parameters[2].defaultText, "True");
+    EXPECT_EQ(read.Required(), 1u);
+    EXPECT_EQ(ParseDeclaration("Close").result, Type::Nothing);
+}
+
+TEST(Numbers, AreReadInEveryNotation) {
+    constexpr struct {
+        const char *text;
+        std::optional<double> value;
+    } kNumbers[] = {{"10", 10.0},    {"-10000", -10000.0}, {"0.5", 0.5},  {"&c203F4E", 0x203F4E},
+                    {"&hFF", 255.0}, {"&c", {}},           {"&cGG", {}},  {"1x", {}},
+                    {"", {}},        {" 1", {}},           {"&c12x", {}}, {"&c123456789", {}},
+                    {"nil", {}}};
+    for (const auto &row : kNumbers)
+        EXPECT_EQ(ParseNumber(row.text), row.value) << row.text;
+}
+
+TEST(Calls, ChooseTheFirstOverloadThatFits) {
+    BadHost host;
+    const Ref picture = host.Make(kFiveByThree);
+    EXPECT_EQ(host.Call(picture, "Which", 7).value.AsInteger(), 1);
+    EXPECT_EQ(host.Call(picture, "which", 7.5).value.AsInteger(), 2);
+    EXPECT_EQ(host.Call(picture, "WHICH", 7, false).value.AsInteger(), 2);
+    EXPECT_EQ(host.Call(picture, "Which", std::int64_t{1} << 31).value.AsInteger(), 2);
+}
+
+TEST(Calls, GiveVariablesBackAndTakeAssignments) {
+    BadHost host;
+    const Ref picture = host.Make(kFiveByThree);
+    const Result result = host.Call(picture, "Store", -5, 100, 0.0, true);
+    ASSERT_EQ(result.byref.size(), 3u);
+    EXPECT_EQ(result.byref[0].first, "i");
+    EXPECT_EQ(result.byref[0].second.AsInteger(), 95);
+    EXPECT_EQ(result.byref[1].second.AsDouble(), -2.5);
+    EXPECT_FALSE(result.byref[2].second.AsBoolean());
+    host.Assign(picture, "Stored", {3}, 0xFFFFFFFFu);
+    EXPECT_EQ(host.Call(picture, "Stored", 2).value.AsInteger(), 0xFFFFFFFE) << "unsigned, and the index is left out";
+    EXPECT_EQ(host.Call(picture, "Stored").value.AsInteger(), 0xFFFFFFFC);
+    EXPECT_EQ(host.TakeViolations(), std::vector<std::string>());
+}
+
+TEST(Calls, ThatDoNotFitSayWhy) {
+    BadHost host;
+    const Ref picture = host.Make(kFiveByThree);
+    const Ref block = host.MakeBlock(4);
+    const struct {
+        const char *method;
+        std::vector<Value> arguments;
+        const char *message; ///< for the last overload
+    } kWrong[] = {
+        {"Nothing", {}, "no method is called \"Nothing\""},
+        {"Which", {}, "1 to 2 argument(s) expected, 0 given"},
+        {"Which", {1, true, 3}, "1 to 2 argument(s) expected, 3 given"},
+        {"DoubleUnlock", {1}, "0 argument(s) expected, 1 given"},
+        {"Which", {nullptr}, "a is Double, not nil"},
+        {"Which", {picture}, "a is Double, not picture #1 (5 x 3, first byte skipped)"},
+        {"Which", {true}, "a is Double, not a boolean"},
+        {"Which", {1.5, 1}, "b is Boolean, not a number"},
+        {"Stored", {1.5}, "index is UInt32, not a double"},
+        {"Stored", {-1}, "index is UInt32, not -1, which has too many bits"},
+        {"Stored", {std::int64_t{1} << 32}, "index is UInt32, not 4294967296, which has too many bits"},
+        {"WrongKind", {5}, "b is MemoryBlock, not a number"},
+        {"WrongKind", {picture}, "b is MemoryBlock, not picture #1 (5 x 3, first byte skipped)"},
+        {"WrongKind", {NoVariable{}}, "b is MemoryBlock, not a variable"},
+        {"Store", {1, block, 0.0, true}, "i is Integer, not memory block #2 (4 bytes)"},
+    };
+    for (const auto &row : kWrong) {
+        const std::string message = MessageOf([&] { host.CallWith(picture, row.method, row.arguments); });
+        EXPECT_TRUE(message.ends_with(row.message)) << message;
+    }
+    EXPECT_EQ(MessageOf([&] { host.Assign(picture, "Which", {1}, 1); }), "Which cannot be assigned to");
+    EXPECT_EQ(MessageOf([&] { host.Assign(picture, "Stored", {1}, -1); }),
+              "the assigned value is Color, not -1, which has too many bits");
+    EXPECT_EQ(MessageOf([&] { host.New("Nowhere"); }), "no class is called \"Nowhere\"");
+    EXPECT_EQ(host.TakeViolations(), std::vector<std::string>()) << "nothing was called";
+}
+
+TEST(Properties, LieInTheInstanceWhereverItsDataBegins) {
+    for (const std::uint32_t dataOffset : {0u, 4u, 20u, 64u}) {
+        TestHost host({.dataOffset = dataOffset});
+        const Ref picture = host.Make(kFiveByThree);
+        const Ref sepia = host.New("picturesepiakvt");
+        EXPECT_EQ(host.Get(sepia, "FactorRed").AsDouble(), 0.299);
+        host.Set(sepia, "FactorRed", 7);
+        host.Set(sepia, "sepiared", -40);
+        host.Set(sepia, "SourcePicture", picture);
+        EXPECT_EQ(host.Get(sepia, "factorred").AsDouble(), 7.0);
+        EXPECT_EQ(host.Get(sepia, "SepiaRed").AsInteger(), -40);
+        EXPECT_EQ(host.Get(sepia, "SourcePicture").AsRef(), picture);
+        EXPECT_TRUE(host.Get(sepia, "DestinationPicture").IsNil());
+        host.Set(sepia, "SourcePicture", nullptr);
+        EXPECT_TRUE(host.Get(sepia, "SourcePicture").IsNil());
+        EXPECT_EQ(MessageOf([&] { host.Get(sepia, "Nothing"); }), "PictureSepiaKVT has no property \"Nothing\"");
+        EXPECT_EQ(MessageOf([&] { host.Set(sepia, "MinX", 0.5); }), "MinX is Integer, not a double");
+    }
+}
+
+TEST(Modules, ThatCannotPlayTheirPartAreRefused) {
+    const auto load = [](std::string file) { return MessageOf([&] { Host host({.module = std::move(file)}); }); };
+    EXPECT_TRUE(load("/nowhere.so").starts_with("the module cannot be loaded: "));
+    const std::string beside = std::filesystem::path(BadModule()).parent_path().string();
+    EXPECT_TRUE(load(beside + "/Frameworks/ApplicationServices.framework/ApplicationServices")
+                    .ends_with("exports no REALPluginMain"));
+    const BadHost host;
+    EXPECT_EQ(load(""), "one host lives at a time");
+    EXPECT_TRUE(MessageOf([] { ModuleFile{BadModule()}; }).ends_with(" is still loaded, so it would not start afresh"));
+}
+
+TEST(Modules, StartAfreshWithEveryHost) {
+    for (const Application application : {Application::Desktop, Application::Console, Application::Desktop}) {
+        TestHost host({.application = application});
+        const Ref picture = host.Make(kFiveByThree);
+        EXPECT_TRUE(host.Call(picture, "InvertKVT").value.Is<Ref>())
+            << "the kind of the application before is forgotten";
+    }
+}
+
+TEST(InstructionSets, ThatAreForcedAreActive) {
+    const bool has[] = {true, __builtin_cpu_supports("avx2") > 0,
+                        __builtin_cpu_supports("avx512vbmi") > 0 && __builtin_cpu_supports("avx512vl") > 0};
+    TestHost host;
+    for (int level = 0; level < 3; ++level) {
+        EXPECT_EQ(host.ForceLevel(level), has[level]) << level;
+        if (has[level]) {
+            EXPECT_EQ(host.ActiveLevel(), level);
+        }
+    }
+    EXPECT_TRUE(host.ForceLevel(-1));
+    EXPECT_EQ(host.ActiveLevel(), has[2] ? 2 : has[1] ? 1 : 0);
+}
+
+} // namespace

@@ -1,0 +1,203 @@
+#!/usr/bin/env bash
+# Drives the command-line program as a user does.
+# usage: kvt_command_test.sh KVT BROKEN_MODULE
+set -uo pipefail
+kvt=$(realpath "$1")
+broken=$(realpath "$2")
+folder=$(mktemp -d)
+trap 'rm -rf "$folder"' EXIT
+cd "$folder" || exit 1
+checks=0
+failed=0
+
+Fail() { # WHAT
+    printf 'FAILED: %s\n  call: kvt %s\n' "$1" "$call"
+    sed 's/^/  out: /' out
+    sed 's/^/  err: /' err
+    failed=$((failed + 1))
+}
+Run() { # STATUS ARGUMENT...: runs kvt, whose status must be STATUS
+    local expected=$1 status
+    shift
+    call="$*"
+    "$kvt" "$@" >out 2>err
+    status=$?
+    checks=$((checks + 1))
+    [ "$status" = "$expected" ] || Fail "status $status instead of $expected"
+    [ "$status" != 0 ] || [ ! -s err ] || Fail "a message in spite of status 0"
+}
+Prints() { # LINE: whole, on standard output
+    checks=$((checks + 1))
+    grep -qxF -- "$1" out || Fail "expected the line \"$1\""
+}
+Says() { # TEXT: within a line of the messages
+    checks=$((checks + 1))
+    grep -qF -- "$1" err || Fail "expected the message \"$1\""
+}
+Same() { # FILE FILE
+    checks=$((checks + 1))
+    cmp -s "$1" "$2" || Fail "$1 and $2 differ"
+}
+Equal() { # WHAT EXPECTED ACTUAL
+    checks=$((checks + 1))
+    [ "$2" = "$3" ] || Fail "$1: expected $2, found $3"
+}
+Results() { sed 's/.* = //' out | tr '\n' ' ' | sed 's/ $//'; }        # what the calls returned, on one line
+Numbers() { od -An -v -w4 -tu4 "$1" | tr -d ' '; }                 # 32-bit words of a file, one a line
+Pixels() { tail -c +55 "$1" | od -An -v -w1 -tu1 | tr -d ' '; }    # bytes behind a bitmap file's header, one a line
+
+Run 0 sample s.png
+Run 0 sample s.bmp --opaque --size 40x25
+Run 0 sample alpha.png --size 40x25
+Run 0 sample voice.wav
+Run 0 sample film.cube
+
+# What is listed is what was registered.
+Run 0 list
+Equal "lines of global methods" 6 "$(sed -n '/^Global methods (6)/,/^$/p' out | grep -c '^  ')"
+Equal "lines of methods of Picture" 39 "$(sed -n '/^Methods of Picture (39)/,/^$/p' out | grep -c '^  ')"
+Prints "  InvertKVT as picture  [console]"
+Prints "  EmbeddedMaskKVT(swap as boolean) as picture  [console, assignable]"
+Prints "  CombinePicturesKVT(red as picture, blue as picture, green as picture) as picture  [console]"
+Prints "  FactorRed as Double  [own accessors]"
+Prints "Class PictureLut3DKVT (140000 bytes of instance data)  [console]"
+Run 0 list --host-version none invertkvt
+Prints "  InvertKVT as picture"
+Equal "lines about InvertKVT" 3 "$(grep -c . out)"
+Run 2 list nothing-is-called-so
+
+# Results.
+Run 0 apply s.bmp InvertKVT -o inverted.bmp
+Equal "bytes that are 255 minus the original" 3000 \
+    "$(paste <(Pixels s.bmp) <(Pixels inverted.bmp) | awk '$1 + $2 == 255' | wc -l)"
+Run 0 apply s.bmp InvertKVT InvertKVT -o twice.bmp
+Same s.bmp twice.bmp
+Run 0 apply s.bmp 'InvertKVT(10, 5, 7, 3)' 'isWhiteKVT(0, 0, 40, 5)' 'isWhiteKVT(10, 5, 7, 3)'
+Equal "new pictures are white, but for the area" "true false" "$(Results)"
+for host in "--layout alpha-high" "--layout premultiplied-first" "--layout straight-last" "--host console" \
+    "--host console --layout row-table" "--host-version 2010.02"; do
+    # shellcheck disable=SC2086 # several words
+    Run 0 apply s.bmp InvertKVT -o other.bmp $host
+    Same inverted.bmp other.bmp
+done
+
+Run 0 apply s.bmp isWhiteKVT 'isGrayKVT(0, 0, 21, 40, 2)' 'CountColorKVT(&cFF0000)' HasMaskKVT
+Prints "isWhiteKVT = false"
+Prints "isGrayKVT = true"
+Prints "CountColorKVT = 10"
+Run 0 apply s.bmp 'FindPicture("s.bmp", -1, -1)'
+Prints "FindPicture = true"
+Prints "x = 0"
+Run 0 apply s.bmp 'ScrollKVT(3, 0, true, false)' 'ScrollKVT(-3, 0, true, false)' -o scrolled.bmp
+Prints "ScrollKVT = true"
+Same s.bmp scrolled.bmp
+
+Run 0 apply s.bmp 'CountColorsKVT(nil, nil, nil, 0)' --save-block red=red.bin --save-block Blue=blue.bin
+Prints "red = memory block of 1024 bytes"
+Prints "count = 1000"
+Equal "pixels in the saved histogram" 1000 "$(Numbers red.bin | awk '{ sum += $1 } END { print sum }')"
+Run 0 apply s.bmp 'CountColorsKVT(red.bin, nil, nil, 0)' --save-block red=red.bin # counters go on
+Equal "pixels in the saved histogram" 2000 "$(Numbers red.bin | awk '{ sum += $1 } END { print sum }')"
+
+# Global methods, declared defaults, strings and sounds.
+Run 0 apply s.bmp 'MergePictureKVT(me, me)' -o merged.bmp
+Run 0 apply s.bmp 'PicturetoBinaryStringKVT(me)'
+Prints "PicturetoBinaryStringKVT = string of 3040 bytes"
+Run 0 apply s.bmp 'PicturetoBinaryStringKVT(me)' -o s.ppic
+Equal "bytes of the saved string" 3040 "$(wc -c <s.ppic)"
+Run 0 make 'BinaryStringtoPictureKVT(@s.ppic)' -o back.bmp
+Same s.bmp back.bmp
+Run 1 make 'BinaryStringtoPictureKVT("s.ppic")' -o none.bmp
+Says 'BinaryStringtoPictureKVT returned nil'
+Says '@"s.ppic" stands for its bytes'
+Run 0 make 'RenderSamplesKVT("voice.wav", 0, 1, 80, 20, 1, &c88B5C4, &c274C5A, &c203F4E, 15)' \
+    'CountColorKVT(&c88B5C4)' -o wave.png
+Run 2 make 'RenderSamplesKVT(voice.wav, 0, 1, 80, 20, 1)' -o none.png
+Says "this sound file holds signed samples of 16 bits: Bits must be 15, not 8"
+
+# Classes. A table that exchanges red and blue shows which index is which.
+Run 0 apply s.bmp 'PictureSepiaKVT(SepiaRed=40, SepiaGreen=20, SepiaBlue=-20).Run' 'CountColorKVT(&c7460)' -o sepia.png
+Run 0 apply s.bmp 'PictureSepiaKVT(FactorRed=1, FactorBlue=0, FactorGreen=0).Run' 'isGrayKVT(0)' 'CountColorKVT(&cFFFFFF)'
+Prints "isGrayKVT = true"
+printf 'LUT_3D_SIZE 2\n%s\n' "0 0 0
+0 0 1
+0 1 0
+0 1 1
+1 0 0
+1 0 1
+1 1 0
+1 1 1" >exchange.cube
+Run 0 apply s.bmp 'CountColorKVT(&cFF8000)' 'PictureLut3DKVT("exchange.cube").Run' 'CountColorKVT(&cFF0000)' \
+    'CountColorKVT(&c0080FF)' 'CountColorKVT(&cFF8000)'
+Equal "pixels of four colors" "10 10 10 0" "$(Results)"
+Run 0 apply s.bmp 'PictureLut3DKVT(Table=film.cube, MaxX=20).Run' -o film.png
+printf 'LUT_3D_SIZE 2\n0 0 x\n' >broken.cube
+Run 2 apply s.bmp 'PictureLut3DKVT("broken.cube").Run' -o none.png
+Says 'broken.cube, line 2: expected a number, not "x"'
+
+# Alpha: what a mask wrote is read back, colors stay, and results are opaque.
+for host in desktop console; do
+    Run 0 apply alpha.png 'EmbeddedMaskKVT(false)' -o mask.bmp --host $host
+    Run 0 apply s.bmp 'EmbeddedMaskKVT(false) = mask.bmp' --alpha -o cut.png --host $host
+    Run 0 apply cut.png 'EmbeddedMaskKVT(false)' -o mask2.bmp --host $host
+    Same mask.bmp mask2.bmp
+    Run 0 apply cut.png -o cut.bmp --host $host
+    Run 0 apply cut.png InvertKVT 'EmbeddedMaskKVT(false)' 'ColornessKVT(0)' --host $host
+    Prints "ColornessKVT = 0"
+done
+Run 0 apply alpha.png 'EmbeddedMaskKVT(false)' 'isWhiteKVT(0, 0, 20, 25)' isWhiteKVT
+Equal "white left half, white mask" "true false" "$(Results)"
+
+# Wrong calls say what was expected and where; nothing is written.
+before=$(ls)
+Run 2 apply s.bmp InvertKVT 'InvertKVT(10, 5 200)' -o none.png
+Says '  InvertKVT(10, 5 200)'
+Says '                  ^^^'
+Run 2 apply s.bmp InvertKVTT -o none.png
+Says 'there is no method or class "InvertKVTT"; did you mean "InvertKVT"?'
+Run 2 apply s.bmp 'InvertKVT(1, 2)' -o none.png
+Says 'no InvertKVT takes 2 arguments'
+Says '  InvertKVT(left as integer,top as integer,width as integer,height as integer) as picture'
+Run 2 apply s.bmp 'InvertKVT(1, 2, 3.5, 4)' -o none.png
+Says 'width as Integer: expected a whole number of 32 bits, not "3.5"'
+Run 2 apply s.bmp 'TintPictureKVT(me, &cGG, &c0)' -o none.png
+Says 'GreyBase as Color: expected a color'
+Run 2 apply s.bmp 'EmbeddedMaskKVT(0)' -o none.png
+Says 'swap as Boolean: expected true or false, not "0"'
+Run 2 apply s.bmp 'InvertKVT = s.bmp' -o none.png
+Says 'InvertKVT cannot be assigned to'
+Run 2 apply s.bmp 'PictureSepiaKVT(SepiaRod=4).Run' -o none.png
+Says 'PictureSepiaKVT has no property "SepiaRod"; did you mean "SepiaRed"?'
+Run 2 apply s.bmp 'PictureSepiaKVT(SepiaRed=4)' -o none.png
+Says 'expected ".Run"'
+Run 2 make 'InvertKVT' -o none.png
+Says 'there is no picture yet'
+Run 2 apply s.bmp 'ReplaceRedChannelKVT(missing.png)' -o none.png
+Says 'missing.png: cannot be opened'
+Run 2 apply s.bmp InvertKVT -o none.ppic
+Says 'none.ppic: pictures are saved as'
+Run 2 apply s.bmp 'CountColorsKVT(nil, nil, nil, 0)' --save-block cyan=none.bin
+Says 'no call has a byref memory block "cyan"'
+Run 2 apply s.bmp InvertKVT -o none.png --host console --layout alpha-high
+Says 'a console host has row-table'
+Run 2 apply s.bmp InvertKVT -o none.png --module missing.so
+Run 2 apply s.bmp InvertKVT -o missing/none.png
+Run 2 frobnicate
+Says 'frobnicate'
+
+# Calls that come to nothing, and a module that breaks the rules.
+Run 1 apply s.bmp InvertKVT 'TintPictureKVT(nil, &c555555, &cFFF0C0)' -o none.png
+Says 'TintPictureKVT returned nil'
+Run 1 apply s.bmp 'ReplaceRedChannelKVT(nil)' -o none.png
+Says 'ReplaceRedChannelKVT raised NilObjectException: The channel picture is nil.'
+Run 3 apply s.bmp BorrowKVT -o none.png --module "$broken"
+Says 'violation: '
+Equal "files after all that failed" "$before" "$(ls)"
+
+# An existing result stays until there is a new one.
+cp inverted.bmp kept.bmp
+Run 1 apply s.bmp 'TintPictureKVT(nil, &c555555, &cFFF0C0)' -o kept.bmp
+Same inverted.bmp kept.bmp
+
+echo "$checks checks, $failed failed"
+[ "$failed" = 0 ]

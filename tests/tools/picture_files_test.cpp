@@ -1,0 +1,165 @@
+#include "tests/support/test_host.h"
+#include "tools/host_options.h"
+#include "tools/picture_files.h"
+#include "tools/samples.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <filesystem>
+#include <gtest/gtest.h>
+
+namespace tools {
+namespace {
+
+class Files : public testing::Test {
+  protected:
+    void SetUp() override {
+        std::string pattern = (std::filesystem::temp_directory_path() / "kvt-XXXXXX").string();
+        ASSERT_TRUE(mkdtemp(pattern.data()));
+        folder_ = pattern;
+    }
+    void TearDown() override { std::filesystem::remove_all(folder_); }
+    std::string Path(const std::string &name) const { return (folder_ / name).string(); }
+    std::size_t Count() const {
+        return static_cast<std::size_t>(std::distance(std::filesystem::directory_iterator(folder_), {}));
+    }
+
+  private:
+    std::filesystem::path folder_;
+};
+
+/// Every alpha in every column, every level in some row.
+Image AllAlphas() {
+    Image image = MakeImage(256, 64, true);
+    for (int y = 0; y < image.height; ++y)
+        for (int x = 0; x < image.width; ++x) {
+            unsigned char *pixel = image.At(x, y);
+            pixel[0] = static_cast<unsigned char>(4 * y + 3);
+            pixel[1] = static_cast<unsigned char>(255 - 4 * y);
+            pixel[2] = static_cast<unsigned char>(x);
+            pixel[3] = static_cast<unsigned char>(x);
+        }
+    return image;
+}
+
+TEST_F(Files, LosslessKindsKeepEveryByte) {
+    for (const char *name : {"a.png", "a.BMP"})
+        for (const bool alpha : {false, true}) {
+            SCOPED_TRACE(std::string(name) + (alpha ? " with alpha" : ""));
+            const Image image = SamplePicture(37, 23, alpha);
+            WriteImage(Path(name), image);
+            const Image back = ReadImage(Path(name));
+            EXPECT_EQ(back.width, 37);
+            EXPECT_EQ(back.height, 23);
+            EXPECT_EQ(back.hasAlpha, alpha);
+            EXPECT_TRUE(back.pixels == image.pixels);
+        }
+}
+
+TEST_F(Files, JpegLiesOnWhite) {
+    Image image = MakeImage(16, 16, true); // clear black
+    WriteImage(Path("a.jpg"), image);
+    const Image back = ReadImage(Path("a.jpg"));
+    EXPECT_FALSE(back.hasAlpha);
+    EXPECT_TRUE(std::all_of(back.pixels.begin(), back.pixels.end(), [](int byte) { return byte >= 253; }));
+}
+
+TEST_F(Files, AFileIsWrittenWholeOrNotAtAll) {
+    const Bytes old = {1, 2, 3};
+    WriteBytes(Path("a.png"), old);
+    std::filesystem::create_directory(Path("folder.png"));
+    const Image image = SamplePicture(8, 8, false);
+    EXPECT_THROW(WriteImage(Path("folder.png"), image), UserError);      // the name cannot be taken
+    EXPECT_THROW(WriteImage(Path("a.gif"), image), UserError);           // no such kind
+    EXPECT_THROW(WriteImage(Path("no/a.png"), image), UserError);        // no such folder
+    EXPECT_THROW(WriteImage(Path("b.png"), MakeImage(0, 0)), UserError); // no pixels
+    EXPECT_EQ(ReadBytes(Path("a.png")), old);
+    EXPECT_EQ(Count(), 2u) << "something was left behind";
+}
+
+TEST_F(Files, WhatIsNoPictureIsRefused) {
+    EXPECT_THROW(ReadImage(Path("missing.png")), UserError);
+    for (const char *content : {"", "\x89PNG\r\n\x1a\n", "BM", "\xFF\xD8\xFF", "GIF89a"}) {
+        WriteBytes(Path("a.png"), AsBytes(content));
+        EXPECT_THROW(ReadImage(Path("a.png")), UserError) << content;
+    }
+}
+
+TEST(HostPictures, OpaquePicturesComeBackFromEveryLayout) {
+    const Image image = SamplePicture(20, 16, false);
+    for (const char *layout : {"alpha-low", "alpha-high", "premultiplied-first", "premultiplied-last", "straight-first",
+                               "straight-last", "row-table"}) {
+        SCOPED_TRACE(layout);
+        const bool console = std::string_view(layout) == "row-table";
+        TestHost host(DescribeHost({.host = console ? "console" : "desktop", .layout = layout}));
+        const standin::Ref picture = MakePicture(host, image);
+        EXPECT_EQ(picture.picture().ColorAt(1, 15), 0xFF0000u); // a saturated patch
+        EXPECT_TRUE(ImageOf(picture.picture()).pixels == image.pixels);
+    }
+}
+
+TEST(HostPictures, AlphaIsPremultipliedAndRestored) {
+    const Image image = AllAlphas();
+    for (const char *layout : {"alpha-low", "alpha-high"}) {
+        SCOPED_TRACE(layout);
+        TestHost host(DescribeHost({.layout = layout}));
+        const standin::Ref picture = MakePicture(host, image);
+        EXPECT_EQ(picture.picture().ExtraAt(128, 0), 128u);
+        EXPECT_EQ(picture.picture().ColorAt(128, 0), standin::MakeColor(2, 128, 64)); // 3, 255, 128 of 128/255
+        const Image back = ImageOf(picture.picture());
+        EXPECT_TRUE(back.hasAlpha);
+        for (int y = 0; y < image.height; ++y)
+            for (int x = 0; x < image.width; ++x) {
+                const unsigned char *was = image.At(x, y);
+                const unsigned char *is = back.At(x, y);
+                ASSERT_EQ(is[3], was[3]);
+                // A premultiplied level stands for all levels within half a step of 255 / alpha.
+                for (int channel = 0; channel < 3; ++channel)
+                    ASSERT_LE(2 * x * std::abs(is[channel] - was[channel]), 255 + x) << x << ", " << y;
+            }
+    }
+}
+
+TEST(HostPictures, ConsolePicturesKeepColorsAndSevenBitsOfAlpha) {
+    const Image image = AllAlphas();
+    TestHost host(DescribeHost({.host = "console"}));
+    const standin::Ref picture = MakePicture(host, image);
+    EXPECT_EQ(picture.picture().Word(255, 0), standin::MakeColor(3, 255, 255));
+    EXPECT_EQ(picture.picture().Word(0, 0), 127u << 24 | standin::MakeColor(3, 255, 0));
+    const Image back = ImageOf(picture.picture());
+    for (int x = 0; x < 256; ++x) {
+        EXPECT_EQ(back.At(x, 5)[0], image.At(x, 5)[0]);
+        EXPECT_NEAR(back.At(x, 5)[3], x, 1) << x;
+    }
+}
+
+TEST(HostPictures, NewAlphaKeepsTheColors) {
+    TestHost host(DescribeHost({}));
+    Image image = MakeImage(1, 1, true);
+    const unsigned char color[] = {200, 100, 40, 255};
+    std::copy_n(color, 4, image.At(0, 0));
+    const standin::Ref picture = MakePicture(host, image);
+    picture.picture().SetWord(0, 0,
+                              standin::WordOf(standin::Layout::AlphaLow, 0xC86428, 51)); // alpha alone was written
+    SetColors(picture.picture(), image);
+    EXPECT_EQ(picture.picture().ColorAt(0, 0), standin::MakeColor(40, 20, 8));
+    EXPECT_EQ(ImageOf(picture.picture()).At(0, 0)[0], 200);
+}
+
+TEST(Samples, HoldWhatTheyPromise) {
+    const Image image = SamplePicture(256, 100, true);
+    for (int x = 0; x < 200; ++x) {
+        EXPECT_EQ(image.At(x, 88)[0], x); // the ramp of grays
+        EXPECT_EQ(image.At(x, 88)[2], x);
+        EXPECT_EQ(image.At(x, 88)[3], 255);
+    }
+    for (int y = 0; y < 100; ++y)
+        EXPECT_LT(image.At(255, y)[3], 40) << "the right edge fades out";
+    EXPECT_TRUE(SamplePicture(1, 1, false).pixels.size() == 4);
+    EXPECT_EQ(ParseSize("640x480"), std::pair(640, 480));
+    for (const char *wrong : {"", "640", "640x", "x480", "640x480x2", "0x9", "9x32768", "-1x9", "640 x 480"})
+        EXPECT_THROW(ParseSize(wrong), UserError) << wrong;
+}
+
+} // namespace
+} // namespace tools

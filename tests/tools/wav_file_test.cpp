@@ -1,0 +1,103 @@
+#include "tools/samples.h"
+#include "tools/wav_file.h"
+
+#include <gtest/gtest.h>
+#include <string>
+
+namespace tools {
+namespace {
+
+std::string Little(std::uint32_t number, int bytes) {
+    std::string text;
+    for (int i = 0; i < bytes; ++i)
+        text += static_cast<char>(number >> 8 * i & 255);
+    return text;
+}
+
+std::string Chunk(std::string_view tag, std::string_view content) {
+    return std::string(tag) + Little(static_cast<std::uint32_t>(content.size()), 4) + std::string(content) +
+           (content.size() % 2 == 0 ? "" : std::string(1, '\0'));
+}
+
+std::string Format(unsigned coding, unsigned channels, unsigned bits) {
+    const unsigned frame = channels * bits / 8;
+    return Chunk("fmt ", Little(coding, 2) + Little(channels, 2) + Little(8000, 4) + Little(8000 * frame, 4) +
+                             Little(frame, 2) + Little(bits, 2));
+}
+
+std::string Wav(const std::string &chunks) { return "RIFF" + Little(0, 4) + "WAVE" + chunks; }
+
+Sound Read(std::string_view file) {
+    // A copy of just that size, so that a sanitizer sees any byte read beyond it.
+    const Bytes exact(file.begin(), file.end());
+    return ReadWav(exact, "f.wav");
+}
+
+TEST(WavFile, TakesTheFirstChannel) {
+    const Sound mono = Read(Wav(Format(1, 1, 8) + Chunk("data", "abc")));
+    EXPECT_EQ(mono.Bits(), 8);
+    EXPECT_EQ(mono.rate, 8000u);
+    EXPECT_EQ(AsText(mono.samples), "abc");
+
+    const Sound stereo = Read(Wav(Format(1, 2, 16) + Chunk("data", "ABxyCDxy")));
+    EXPECT_EQ(stereo.Bits(), 15);
+    EXPECT_EQ(AsText(stereo.samples), "ABCD");
+}
+
+TEST(WavFile, SkipsOtherChunksAndReadsTheLongFormat) {
+    const std::string extensible = Chunk("fmt ", Little(0xFFFE, 2) + Little(1, 2) + Little(8000, 4) + Little(8000, 4) +
+                                                     Little(1, 2) + Little(8, 2) + Little(22, 2) + Little(8, 2) +
+                                                     Little(4, 4) + Little(1, 2) + std::string(14, 'g'));
+    const Sound sound = Read(Wav(Chunk("LIST", "odd") + extensible + Chunk("cue ", "") + Chunk("data", "abcd")));
+    EXPECT_EQ(AsText(sound.samples), "abcd");
+}
+
+TEST(WavFile, ACutFileGivesItsWholeFrames) {
+    EXPECT_EQ(AsText(Read(Wav(Format(1, 2, 16) + "data" + Little(0xFFFFFFFF, 4) + "ABxyCDxyEF")).samples), "ABCD");
+}
+
+TEST(WavFile, ReadsBackWhatItWrites) {
+    for (const Sound &sound : {SampleSound(), Sound{8, 8000, {1, 2, 3}}}) {
+        const Sound back = ReadWav(WavOf(sound), "sample.wav");
+        EXPECT_EQ(back.bitsPerSample, sound.bitsPerSample);
+        EXPECT_EQ(back.rate, sound.rate);
+        EXPECT_EQ(back.samples, sound.samples);
+    }
+}
+
+TEST(WavFile, RefusesWhatItCannotUse) {
+    const struct {
+        const char *what;
+        std::string file;
+        const char *error;
+    } rows[] = {
+        {"nothing", "", "f.wav: is no WAV file"},
+        {"another kind of RIFF", "RIFF....AVI ", "f.wav: is no WAV file"},
+        {"header alone", Wav(""), "f.wav: the WAV file does not say how its samples are stored"},
+        {"cut inside a chunk's header", Wav("fmt \x10"), "f.wav: the WAV file does not say how its samples are stored"},
+        {"short format", Wav(Chunk("fmt ", "123456") + Chunk("data", "ab")),
+         "f.wav: the WAV file does not say how its samples are stored"},
+        {"a chunk that claims 4 GB before the format", Wav("junk" + Little(0xFFFFFFFF, 4) + Format(1, 1, 8)),
+         "f.wav: the WAV file does not say how its samples are stored"},
+        {"floating point", Wav(Format(3, 1, 32) + Chunk("data", "abcd")),
+         "f.wav: only uncompressed samples of 8 or 16 bits can be used, not 32 bits of coding 3"},
+        {"24 bits", Wav(Format(1, 1, 24) + Chunk("data", "abc")),
+         "f.wav: only uncompressed samples of 8 or 16 bits can be used, not 24 bits of coding 1"},
+        {"no channels", Wav(Format(1, 0, 8) + Chunk("data", "abc")),
+         "f.wav: the WAV file contradicts itself: 0 channels of 8 bits in 0 bytes"},
+        {"no data", Wav(Format(1, 1, 8)), "f.wav: the WAV file holds no samples"},
+        {"less than a frame", Wav(Format(1, 2, 16) + Chunk("data", "ab")), "f.wav: the WAV file holds no samples"},
+    };
+    for (const auto &row : rows) {
+        SCOPED_TRACE(row.what);
+        try {
+            Read(row.file);
+            ADD_FAILURE() << "accepted";
+        } catch (const UserError &error) {
+            EXPECT_STREQ(error.what(), row.error);
+        }
+    }
+}
+
+} // namespace
+} // namespace tools
