@@ -65,29 +65,6 @@ TEST_P(EverySearch, IsExact) {
 
 IN_EVERY_WAY(EverySearch);
 
-TEST(Search, TakesTheTopmostThenTheLeftmostAndGoesOnAfterABeginning) {
-    TestHost host;
-    Picture picture = Filled(12, 9, {50, 50, 50});
-    const Picture needle = {2, 2, {{1, 1, 1}, {2, 2, 2}, {3, 3, 3}, {4, 4, 4}}};
-    const auto put = [&](int left, int top) {
-        for (int i = 0; i < 4; ++i)
-            picture.At(left + i % 2, top + i / 2) = needle.At(i % 2, i / 2);
-    };
-    const Ref sought = MakePicture(host, needle);
-    const auto search = [&] { return Find(host, MakePicture(host, picture), sought); };
-    put(0, 0);
-    picture.At(1, 1) = {4, 4, 5}; // a beginning that does not continue
-    picture.At(11, 2) = {1, 1, 1};
-    EXPECT_TRUE(Missed(search()));
-    put(9, 7);
-    EXPECT_TRUE(Found(search(), 9, 7));
-    put(10, 4);
-    EXPECT_TRUE(Found(search(), 10, 4));
-    put(3, 4);
-    EXPECT_TRUE(Found(search(), 3, 4));
-    EXPECT_TRUE(Found(Find(host, sought, sought), 0, 0)) << "itself";
-}
-
 TEST(Search, WithNothingToFind) {
     TestHost host;
     const Value picture = MakePicture(host, Filled(5, 4, {1, 2, 3}));

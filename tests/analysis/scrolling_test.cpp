@@ -68,30 +68,6 @@ TEST_P(EveryScrolling, MovesWholeWords) {
 
 IN_EVERY_WAY(EveryScrolling);
 
-TEST(Scrolling, ByRowsAndColumns) {
-    constexpr Rgb a{1, 0, 0};
-    constexpr Rgb b{2, 0, 0};
-    constexpr Rgb c{3, 0, 0};
-    const struct {
-        const char *method;
-        int width, height, delta;
-        std::vector<Rgb> wanted;
-    } kShifts[] = {
-        {"ScrollVerticalKVT", 1, 3, 1, {c, a, b}},    {"ScrollVerticalKVT", 1, 3, -1, {b, c, a}},
-        {"ScrollVerticalKVT", 1, 3, 3, {a, b, c}},    {"ScrollVerticalKVT", 1, 3, -6, {a, b, c}},
-        {"ScrollVerticalKVT", 1, 3, 7, {c, a, b}},    {"ScrollVerticalKVT", 3, 1, 1, {a, b, c}},
-        {"ScrollHorizontalKVT", 3, 1, 2, {b, c, a}},  {"ScrollHorizontalKVT", 3, 1, -2, {c, a, b}},
-        {"ScrollHorizontalKVT", 3, 1, -9, {a, b, c}}, {"ScrollHorizontalKVT", 1, 3, 1, {a, b, c}},
-    };
-    TestHost host;
-    for (const auto &row : kShifts) {
-        const Ref picture = MakePicture(host, {row.width, row.height, {a, b, c}}, {.opaque = true});
-        EXPECT_TRUE(Scroll(host, picture, row.method, {row.delta, true, false}));
-        EXPECT_PICTURE(picture.picture(), (Picture{row.width, row.height, row.wanted}))
-            << row.method << " by " << row.delta;
-    }
-}
-
 /// Where nothing can be scrolled, vertical scrolling says so and horizontal scrolling does not.
 TEST(Scrolling, ResultsOfWhatCannotBeScrolled) {
     TestHost host;

@@ -45,25 +45,6 @@ TEST_P(EveryLut3D, IsExact) {
 
 IN_EVERY_WAY(EveryLut3D);
 
-TEST(Lut3D, OfIdentityTruncates) {
-    TestHost host;
-    const Ref lut = host.New("PictureLut3DKVT");
-    ColorCube cube;
-    for (int red = 0; red < 18; ++red)
-        for (int green = 0; green < 18; ++green)
-            for (int blue = 0; blue < 18; ++blue) {
-                cube.At(red, green, blue, 0) = 17 * red;
-                cube.At(red, green, blue, 1) = 17 * green;
-                cube.At(red, green, blue, 2) = 17 * blue;
-            }
-    SetTable(host, lut, cube);
-    const Picture from = {5, 1, {{57, 57, 57}, {108, 0, 0}, {51, 51, 51}, {255, 255, 255}, {17, 34, 255}}};
-    const Picture to = {5, 1, {{56, 56, 56}, {107, 0, 0}, {51, 51, 51}, {255, 255, 255}, {17, 34, 255}}};
-    host.Set(lut, "SourcePicture", MakePicture(host, from));
-    EXPECT_TRUE(host.Call(lut, "Run").value.AsBoolean());
-    EXPECT_PICTURE(host.Get(lut, "DestinationPicture"), to);
-}
-
 TEST(Lut3D, TableHasEighteenPlacesAnAxis) {
     TestHost host;
     const Ref lut = host.New("PictureLut3DKVT");

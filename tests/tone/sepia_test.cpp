@@ -57,29 +57,6 @@ TEST(SepiaClass, ExchangesTheNamesOfGreenAndBlue) {
     EXPECT_PICTURE(host.Get(sepia, "DestinationPicture"), Filled(1, 1, {89, 89, 89}));
 }
 
-TEST(SepiaClass, WeighsInWholeParts) {
-    constexpr struct {
-        Rgb from;
-        int red, green, blue;
-        Rgb to;
-    } kPixels[] = {
-        {{200, 100, 50}, 0, 0, 0, {124, 124, 124}},
-        {{255, 255, 255}, 0, 0, 0, {254, 254, 254}},
-        {{0, 0, 255}, 0, 0, 0, {28, 28, 28}},
-        {{200, 100, 50}, 40, 20, -20, {164, 144, 104}},
-        {{255, 255, 255}, 40, 20, -20, {255, 255, 234}},
-        {{0, 0, 0}, 40, 20, -20, {40, 20, 0}},
-    };
-    TestHost host;
-    const Ref sepia = host.New("PictureSepiaKVT");
-    for (const auto &row : kPixels) {
-        SetAll(host, sepia, {.red = row.red, .green = row.green, .blue = row.blue});
-        host.Set(sepia, "SourcePicture", MakePicture(host, Filled(1, 1, row.from)));
-        EXPECT_TRUE(host.Call(sepia, "Run").value.AsBoolean());
-        EXPECT_PICTURE(host.Get(sepia, "DestinationPicture"), Filled(1, 1, row.to));
-    }
-}
-
 TEST(SepiaClass, OwnsItsPictures) {
     TestHost host;
     const Ref sepia = host.New("PictureSepiaKVT");

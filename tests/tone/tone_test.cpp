@@ -116,37 +116,6 @@ TEST_P(EveryToneOperation, TakesEveryLevel) {
 
 IN_EVERY_WAY(EveryToneOperation);
 
-TEST(Tone, WritesNothingOutsideTheArea) {
-    TestHost host;
-    const Picture picture = Noise(23, 9, 1);
-    const Ref source = MakePicture(host, picture);
-    constexpr struct {
-        const char *what;
-        const char *method;
-        Rectangle area;
-        int left, top, right, bottom; // what is written
-    } kAreas[] = {
-        {"zeros are the whole picture", "InvertKVT", {0, 0, 0, 0}, 0, 0, 23, 9},
-        {"zeros are nothing to the gray inversion", "InvertGrayKVT", {0, 0, 0, 0}, 0, 0, 0, 0},
-        {"from a corner on", "InvertKVT", {10, 4, 0, 0}, 10, 4, 23, 9},
-        {"a negative start shortens", "InvertKVT", {-10, -4, 0, 0}, 0, 0, 13, 5},
-        {"a negative start shortens", "InvertGrayKVT", {-10, -4, -1, -1}, 0, 0, 13, 5},
-        {"a negative start shortens what is given", "InvertGrayKVT", {-5, -1, 8, 3}, 0, 0, 3, 2},
-        {"beyond the right edge", "InvertKVT", {23, 0, 5, 5}, 0, 0, 0, 0},
-        {"ends before the left edge", "InvertKVT", {-8, 0, 5, 5}, 0, 0, 0, 0},
-        {"larger than the picture", "InvertGrayKVT", {2, 3, 2147483647, 2147483647}, 2, 3, 23, 9},
-    };
-    for (const auto &row : kAreas) {
-        SCOPED_TRACE(row.what);
-        const auto result = host.Call(source, row.method, row.area.left, row.area.top, row.area.width, row.area.height);
-        for (int y = 0; y < picture.height; ++y)
-            for (int x = 0; x < picture.width; ++x) {
-                const bool inside = x >= row.left && x < row.right && y >= row.top && y < row.bottom;
-                EXPECT_EQ(result.picture().Word(x, y) != kFreshWord, inside) << x << ", " << y;
-            }
-    }
-}
-
 TEST(Tone, OfNoPictureIsNil) {
     TestHost host;
     const Ref empty = host.Make({.width = 0, .height = 5});
