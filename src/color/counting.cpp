@@ -39,7 +39,7 @@ struct Block {
 
 /// Counters are the host's memory and may lie at any address.
 void Add(unsigned char *counters, const std::uint32_t (&counts)[256]) {
-    for (int level = 0; level < 256; ++level) {
+    for (std::ptrdiff_t level = 0; level < 256; ++level) {
         std::uint32_t counter;
         std::memcpy(&counter, counters + level * 4, sizeof counter);
         counter += counts[level];
