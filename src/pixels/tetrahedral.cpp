@@ -114,26 +114,24 @@ template <class To> bool Repack(const ColorGrid &grid, Corner *corners) {
     return tame;
 }
 
-/// The weights of a tetrahedron's corners by the fractions, in seventeenths, that they are the differences of.
+/// The weights of two corners that follow each other.
+using WeightPair [[gnu::vector_size(16)]] = double;
+
+/// The weights by the fractions, in seventeenths, that they are the differences of.
 struct CornerWeights {
-    struct Pair {
-        double nearer;
-        double farther;
-    };
-    Pair low[kSpacing][kSpacing];  ///< of the lowest and the second corner, by the largest and the middle fraction
-    Pair high[kSpacing][kSpacing]; ///< of the third and the highest corner, by the middle and the smallest fraction
+    WeightPair low[kSpacing][kSpacing];  ///< lowest and second corner, by the largest and the middle fraction
+    WeightPair high[kSpacing][kSpacing]; ///< third and highest corner, by the middle and the smallest fraction
 };
 constexpr CornerWeights kWeights = [] {
     CornerWeights weights = {};
     for (int a = 0; a < kSpacing; ++a) {
         for (int b = 0; b < kSpacing; ++b) {
-            weights.low[a][b] = {1.0 - a / 17.0, a / 17.0 - b / 17.0};
-            weights.high[a][b] = {a / 17.0 - b / 17.0, b / 17.0};
+            weights.low[a][b] = WeightPair{1.0 - a / 17.0, a / 17.0 - b / 17.0};
+            weights.high[a][b] = WeightPair{a / 17.0 - b / 17.0, b / 17.0};
         }
     }
     return weights;
 }();
-constexpr std::ptrdiff_t kHighWeights = sizeof kWeights.low / sizeof(double);
 
 constexpr std::int32_t kBlock = 64;
 
@@ -208,27 +206,38 @@ KVT_INLINE void StoreLimited(unsigned char *pixels, Sums first, Sums second, Sum
 #endif
 }
 
-KVT_INLINE const Corner &CornerAt(const double *first) { return *reinterpret_cast<const Corner *>(first); }
+/// The vector that begins at a double.
+template <class Vector> KVT_INLINE const Vector &At(const double *first) {
+    return *reinterpret_cast<const Vector *>(first);
+}
 
 /// The first `count` pixels of a block, in fours: up to three more are written.
 KVT_INLINE void StoreBlock(unsigned char *pixels, const Block &block, std::ptrdiff_t count, const Corner *corners) {
     const auto *grid = reinterpret_cast<const double *>(corners);
-    const double *weights = &kWeights.low[0][0].nearer;
+    const auto *lowWeights = reinterpret_cast<const double *>(&kWeights);
+    const double *highWeights = lowWeights + sizeof kWeights.low / sizeof(double);
     const auto sums = [&](std::ptrdiff_t i) KVT_INLINE_LAMBDA {
         // One pixel's places are loaded after another's sum: those of all four would not fit the registers.
         std::atomic_signal_fence(std::memory_order_acq_rel);
         const double *lowest = grid + block.lowest[i];
-        const double *low = weights + block.low[i];
-        const double *high = weights + kHighWeights + block.high[i];
-        const Corner sum = low[0] * CornerAt(lowest) + low[1] * CornerAt(grid + block.second[i]) +
-                           high[0] * CornerAt(grid + block.third[i]) + high[1] * CornerAt(lowest + kToHighest * 4);
+        const WeightPair &lowPair = At<WeightPair>(lowWeights + block.low[i]);
+        const WeightPair &highPair = At<WeightPair>(highWeights + block.high[i]);
+        // Loading a pair once and shuffling it twice takes less than loading each weight into four places.
+        const Corner low = __builtin_shufflevector(lowPair, lowPair, 0, 1, 0, 1);
+        const Corner high = __builtin_shufflevector(highPair, highPair, 0, 1, 0, 1);
+        const Corner weight1 = __builtin_shufflevector(low, low, 0, 0, 2, 2);
+        const Corner weight2 = __builtin_shufflevector(low, low, 1, 1, 3, 3);
+        const Corner weight3 = __builtin_shufflevector(high, high, 0, 0, 2, 2);
+        const Corner weight4 = __builtin_shufflevector(high, high, 1, 1, 3, 3);
+        const Corner sum = weight1 * At<Corner>(lowest) + weight2 * At<Corner>(grid + block.second[i]) +
+                           weight3 * At<Corner>(grid + block.third[i]) + weight4 * At<Corner>(lowest + kToHighest * 4);
         return __builtin_convertvector(sum, Sums);
     };
     for (std::ptrdiff_t i = 0; i < count; i += 4) {
-        const Sums first = sums(i);
-        const Sums second = sums(i + 1);
-        const Sums third = sums(i + 2);
-        StoreLimited(pixels + i * 4, first, second, third, sums(i + 3));
+        const Sums pixel1 = sums(i);
+        const Sums pixel2 = sums(i + 1);
+        const Sums pixel3 = sums(i + 2);
+        StoreLimited(pixels + i * 4, pixel1, pixel2, pixel3, sums(i + 3));
     }
 }
 
