@@ -128,8 +128,11 @@ TEST_P(ColorsThroughAGrid, AreThePlainFormsWhateverTheEntry) {
     for (const auto &row : kEntries) {
         SCOPED_TRACE(row.what);
         expected::ColorCube cube = AnyCube(3);
-        for (int channel = 0; channel < 3; ++channel)
-            cube.At(0, 0, 0, channel) = cube.At(15, 15, 15, channel) = cube.At(7, 8, 9, channel) = row.entry;
+        for (int channel = 0; channel < 3; ++channel) {
+            cube.At(0, 0, 0, channel) = cube.At(15, 15, 15, channel) = row.entry;
+            // Corners that grays meet with a weight of 0, or do not meet.
+            cube.At(8, 7, 7, channel) = cube.At(3, 3, 4, channel) = cube.At(11, 12, 11, channel) = row.entry;
+        }
         for (const std::int32_t format : plain::kFormats)
             ExpectAsPlain(expected::Noise(128, 64, 5), cube, {0, 0, 0, 0}, format, format);
     }
