@@ -2,11 +2,14 @@
 
 #include "pixels/channel_tables.h"
 
+#include <cstdlib>
+
 namespace kvt {
 namespace {
 
+/// In 255ths of the distance from gray, which may be many times the distance.
 struct Saturation {
-    std::int32_t factor; ///< 255ths of the distance from gray
+    std::int32_t factor;
     KVT_INLINE Rgb operator()(Rgb pixel) const {
         const std::int32_t gray = (pixel.red + pixel.blue + 2 * pixel.green) / 4;
         return {Stretch(gray, pixel.red), Stretch(gray, pixel.green), Stretch(gray, pixel.blue)};
@@ -14,6 +17,36 @@ struct Saturation {
     KVT_INLINE std::int32_t Stretch(std::int32_t gray, std::int32_t level) const {
         return ToByte(gray + (level - gray) * factor / 255);
     }
+};
+
+/// The same in 16-bit integers. The product of a distance d and the factor's fractional part is a product's upper half:
+/// part / 255 is rounded up to 65536ths, by so little that |d| < 256 never carries into the next whole number, and a
+/// negative product, which the shift rounds away from zero, is one less than the truncated one.
+class ModerateSaturation {
+  public:
+    static constexpr std::int32_t kLargestFactor = 125 * 255 - 1; ///< of either sign; beyond, sums could overflow
+
+    explicit ModerateSaturation(std::int32_t factor) : sign_(static_cast<std::int16_t>(factor < 0 ? -1 : 1)) {
+        const std::int32_t scaled = factor * sign_ / 255 * 65536 + factor * sign_ % 255 * 257 + 1;
+        part_ = static_cast<std::int16_t>(scaled);
+        whole_ = static_cast<std::int16_t>((scaled - part_) / 65536);
+    }
+    KVT_INLINE RgbBytes operator()(RgbBytes pixel) const {
+        const auto gray = static_cast<std::int16_t>((pixel.red + pixel.blue + 2 * pixel.green) / 4);
+        return {Stretch(gray, pixel.red), Stretch(gray, pixel.green), Stretch(gray, pixel.blue)};
+    }
+
+  private:
+    KVT_INLINE std::uint8_t Stretch(std::int16_t gray, std::int16_t level) const {
+        const auto distance = static_cast<std::int16_t>(level * sign_ - gray * sign_);
+        const auto stretched =
+            static_cast<std::int16_t>(gray + distance * whole_ + (distance * part_ >> 16) - (distance >> 15));
+        return static_cast<std::uint8_t>(ToByte(stretched));
+    }
+
+    std::int16_t sign_;
+    std::int16_t whole_;
+    std::int16_t part_; ///< in 65536ths; negative where the whole part is rounded up
 };
 
 } // namespace
@@ -26,8 +59,11 @@ REALpictureStruct *SaturationPicture(REALpictureStruct *picture, std::int32_t am
     // From 256 times the distance on, every channel but gray itself ends at 0 or 255, so a larger factor changes
     // nothing and the products stay small.
     constexpr std::int64_t kLargestFactor = 256 * 255;
-    const std::int64_t factor = std::clamp(std::int64_t{amount} + 255, -kLargestFactor, kLargestFactor);
-    return MapPicture(picture, NewPicture::LikeSource, kWholePicture, Saturation{static_cast<std::int32_t>(factor)});
+    const auto factor =
+        static_cast<std::int32_t>(std::clamp(std::int64_t{amount} + 255, -kLargestFactor, kLargestFactor));
+    if (std::abs(factor) <= ModerateSaturation::kLargestFactor)
+        return MapPicture(picture, NewPicture::LikeSource, kWholePicture, ModerateSaturation(factor));
+    return MapPicture(picture, NewPicture::LikeSource, kWholePicture, Saturation{factor});
 }
 
 } // namespace kvt
