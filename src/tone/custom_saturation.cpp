@@ -19,9 +19,9 @@ struct Saturation {
     }
 };
 
-/// The same in 16-bit integers. The product of a distance d and the factor's fractional part is a product's upper half:
-/// part / 255 is rounded up to 65536ths, by so little that |d| < 256 never carries into the next whole number, and a
-/// negative product, which the shift rounds away from zero, is one less than the truncated one.
+/// The same in 16-bit integers. What the factor's part below 255 does to a distance d is the upper half of a product:
+/// with part / 255 rounded up to 65536ths, by so little that |d| < 256 never carries into the next whole number. Upper
+/// halves are rounded down, so that those of negative distances are one less than the truncated quotient.
 class ModerateSaturation {
   public:
     static constexpr std::int32_t kLargestFactor = 125 * 255 - 1; ///< of either sign; beyond, sums could overflow
