@@ -32,8 +32,11 @@ void MapWords(const PictureEditor &source, const PictureEditor &target, Area are
             for (std::int32_t row = area.top; row < area.bottom; ++row) {
                 const unsigned char *pixel = RowsOf(source)[row];
                 unsigned char *result = RowsOf(target)[row];
+                KVT_UNROLLED
                 for (std::ptrdiff_t x = area.left; x < area.right; ++x) {
-                    const Rgb levels = From::Load(pixel + x * From::kBytes);
+                    std::uint32_t word = LoadWord(pixel + x * From::kBytes);
+                    KVT_OPAQUE(word); // as vectors, the words would be taken apart again for the look-ups
+                    const Rgb levels = From::Channels(word);
                     StoreWord(result + x * To::kBytes,
                               words.red[levels.red] | words.green[levels.green] | words.blue[levels.blue]);
                 }
