@@ -2,7 +2,8 @@
 
 #include "pixels/channel_tables.h"
 
-#include <cstdlib>
+#include <algorithm>
+#include <cstdint>
 
 namespace kvt {
 namespace {
@@ -22,12 +23,13 @@ struct Saturation {
 /// The same in 16-bit integers. What the factor's part below 255 does to a distance d is the upper half of a product:
 /// with part / 255 rounded up to 65536ths, by so little that |d| < 256 never carries into the next whole number. Upper
 /// halves are rounded down, so that those of negative distances are one less than the truncated quotient.
-class ModerateSaturation {
+template <int Sign> class ModerateSaturation {
   public:
-    static constexpr std::int32_t kLargestFactor = 125 * 255 - 1; ///< of either sign; beyond, sums could overflow
+    static constexpr std::int32_t kLargestFactor = 125 * 255; ///< beyond it, sums could overflow
 
-    explicit ModerateSaturation(std::int32_t factor) : sign_(static_cast<std::int16_t>(factor < 0 ? -1 : 1)) {
-        const std::int32_t scaled = factor * sign_ / 255 * 65536 + factor * sign_ % 255 * 257 + 1;
+    /// For `Sign` times the factor, which is 0 or more.
+    explicit ModerateSaturation(std::int32_t factor) {
+        const std::int32_t scaled = factor / 255 * 65536 + factor % 255 * 257 + 1;
         part_ = static_cast<std::int16_t>(scaled);
         whole_ = static_cast<std::int16_t>((scaled - part_) / 65536);
     }
@@ -38,16 +40,19 @@ class ModerateSaturation {
 
   private:
     KVT_INLINE std::uint8_t Stretch(std::int16_t gray, std::int16_t level) const {
-        const auto distance = static_cast<std::int16_t>(level * sign_ - gray * sign_);
-        const auto stretched =
-            static_cast<std::int16_t>(gray + distance * whole_ + (distance * part_ >> 16) - (distance >> 15));
-        return static_cast<std::uint8_t>(ToByte(stretched));
+        const auto distance = static_cast<std::int16_t>(Sign * (level - gray));
+        const std::int32_t stretched = distance * whole_ + (distance * part_ >> 16) - (distance >> 15);
+        return static_cast<std::uint8_t>(ToByte(static_cast<std::int16_t>(gray + stretched)));
     }
 
-    std::int16_t sign_;
     std::int16_t whole_;
     std::int16_t part_; ///< in 65536ths; negative where the whole part is rounded up
 };
+
+/// A new picture with an operation's result for every pixel.
+template <class Op> REALpictureStruct *MapWhole(REALpictureStruct *picture, Op op) {
+    return MapPicture(picture, NewPicture::LikeSource, kWholePicture, op);
+}
 
 } // namespace
 
@@ -61,9 +66,11 @@ REALpictureStruct *SaturationPicture(REALpictureStruct *picture, std::int32_t am
     constexpr std::int64_t kLargestFactor = 256 * 255;
     const auto factor =
         static_cast<std::int32_t>(std::clamp(std::int64_t{amount} + 255, -kLargestFactor, kLargestFactor));
-    if (std::abs(factor) <= ModerateSaturation::kLargestFactor)
-        return MapPicture(picture, NewPicture::LikeSource, kWholePicture, ModerateSaturation(factor));
-    return MapPicture(picture, NewPicture::LikeSource, kWholePicture, Saturation{factor});
+    if (factor >= 0 && factor <= ModerateSaturation<1>::kLargestFactor)
+        return MapWhole(picture, ModerateSaturation<1>(factor));
+    if (factor < 0 && -factor <= ModerateSaturation<-1>::kLargestFactor)
+        return MapWhole(picture, ModerateSaturation<-1>(-factor));
+    return MapWhole(picture, Saturation{factor});
 }
 
 } // namespace kvt
