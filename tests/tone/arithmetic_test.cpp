@@ -55,6 +55,7 @@ expected::Picture EveryDistance() {
     for (int y = 0; y < 256; ++y)
         for (int x = 0; x < 256; ++x)
             picture.pixels.push_back({x, (x * 31 + y * 17) % 256, y});
+    picture.pixels.back() = {255, 255, 255}; // the largest sum
     return picture;
 }
 
@@ -105,7 +106,8 @@ constexpr struct {
     {"the narrow form's largest sum", 1350, 1325, 1325, -700},
     {"the narrow form's largest remainders", 1343, 1327, 1327, 0},
     {"one channel alone", 0, 4000, 0, -900},
-    {"beyond the narrow form", 1335, 1335, 1331, -700},
+    {"one more than the narrow form serves", 1335, 1335, 1331, -900},
+    {"sums beyond 16 bits", 1376, 1376, 1376, -900},
     {"a negative weight", -1024, 1024, 1500, 100},
     {"nothing counts", 0, 0, 0, 77},
     {"an offset that always shows", 306, 601, 116, kEdge},
