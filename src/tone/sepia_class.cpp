@@ -18,17 +18,22 @@ struct Channels {
     std::int32_t blue;
 };
 
-/// Weights in 1024ths.
-struct Sepia {
+bool AreSmall(Channels channels) {
+    const auto isSmall = [](std::int32_t value) { return value > -2'000'000 && value < 2'000'000; };
+    return isSmall(channels.red) && isSmall(channels.green) && isSmall(channels.blue);
+}
+
+/// Weights in 1024ths; `Integer` is wide enough for the weighted sum and for gray + offset.
+template <class Integer> struct Sepia {
     Channels weights;
     Channels offsets;
     KVT_INLINE Rgb operator()(Rgb pixel) const {
-        const std::int64_t gray = (std::int64_t{pixel.red} * weights.red + std::int64_t{pixel.green} * weights.green +
-                                   std::int64_t{pixel.blue} * weights.blue) /
-                                  1024;
+        const Integer gray = (Integer{pixel.red} * weights.red + Integer{pixel.green} * weights.green +
+                              Integer{pixel.blue} * weights.blue) /
+                             1024;
         return {Toned(gray + offsets.red), Toned(gray + offsets.green), Toned(gray + offsets.blue)};
     }
-    KVT_INLINE static std::int32_t Toned(std::int64_t level) {
+    KVT_INLINE static std::int32_t Toned(Integer level) {
         return static_cast<std::int32_t>(level < 0 ? 0 : level > 255 ? 255 : level);
     }
 };
@@ -64,7 +69,7 @@ class ModerateSepia {
               offset(static_cast<std::int16_t>(std::clamp(anyOffset, -2000, 2000))) {}
         std::uint16_t weight;    ///< in 64ths
         std::uint16_t remainder; ///< in 1024ths
-        std::int16_t offset;     ///< of twice the largest gray where it is more
+        std::int16_t offset;     ///< limited to where every gray ends at 0 or 255
     };
 
     KVT_INLINE static std::uint8_t Toned(std::int16_t gray, std::int16_t offset) {
@@ -81,6 +86,20 @@ std::int32_t Fixed(double weight) {
     if (scaled != scaled)
         return 0;
     return static_cast<std::int32_t>(std::clamp(scaled, -2147483648.0, 2147483647.0));
+}
+
+REALpictureStruct *NewToned(const PictureSepiaData &data) {
+    const Channels weights{Fixed(data.redWeight), Fixed(data.greenWeight), Fixed(data.blueWeight)};
+    const Channels offsets{data.sepiaRed, data.sepiaGreen, data.sepiaBlue};
+    const auto map = [&](auto op) {
+        const Bounds bounds{data.minX, data.minY, data.maxX, data.maxY};
+        return MapPicture(data.sourcePicture, NewPicture::SameSize, bounds, op);
+    };
+    if (ModerateSepia::Serves(weights))
+        return map(ModerateSepia(weights, offsets));
+    if (AreSmall(weights) && AreSmall(offsets))
+        return map(Sepia<std::int32_t>{weights, offsets});
+    return map(Sepia<std::int64_t>{weights, offsets});
 }
 
 } // namespace
@@ -100,13 +119,7 @@ void PictureSepiaClassDestructor(REALobjectStruct *instance) {
 
 unsigned char PictureSepiaRun(REALobjectStruct *instance) {
     PictureSepiaData &data = DataOf(instance);
-    const Channels weights{Fixed(data.redWeight), Fixed(data.greenWeight), Fixed(data.blueWeight)};
-    const Channels offsets{data.sepiaRed, data.sepiaGreen, data.sepiaBlue};
-    const Bounds bounds{data.minX, data.minY, data.maxX, data.maxY};
-    REALpictureStruct *result =
-        ModerateSepia::Serves(weights)
-            ? MapPicture(data.sourcePicture, NewPicture::SameSize, bounds, ModerateSepia(weights, offsets))
-            : MapPicture(data.sourcePicture, NewPicture::SameSize, bounds, Sepia{weights, offsets});
+    REALpictureStruct *result = NewToned(data);
     if (!result)
         return 0;
     ReleasePicture(data.destinationPicture);
