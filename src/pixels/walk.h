@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <cstring>
 #include <type_traits>
 #include <utility>
 
@@ -80,27 +81,30 @@ void MapPlanes(const PictureEditor &source, const PictureEditor &target, Area ar
     });
 }
 
+/// A change of planes that takes one place after the other. Whole steps leave no rest to the vectors.
+template <class Op> struct ChangeEach {
+    Op op;
+    KVT_INLINE void operator()(std::uint8_t *red, std::uint8_t *green, std::uint8_t *blue, std::ptrdiff_t count) const {
+        for (std::ptrdiff_t step = 0; step < count; step += kPlaneStep) {
+            KVT_INDEPENDENT_ITERATIONS
+            for (std::ptrdiff_t i = step; i < step + kPlaneStep; ++i) {
+                const RgbBytes result = op(RgbBytes{red[i], green[i], blue[i]});
+                red[i] = result.red;
+                green[i] = result.green;
+                blue[i] = result.blue;
+            }
+        }
+    }
+};
+
 /// target(x, y) = op(source(x, y)) for every pixel of the area. `op` takes and yields an Rgb, or RgbBytes: then it runs
 /// on planes, which is faster where its arithmetic stays within bytes and 16-bit integers, and slower where it is
-/// trivial.
+/// trivial or rows are shorter than a step.
 template <class Op> void Map(const PictureEditor &source, const PictureEditor &target, Area area, Op op) {
-    if constexpr (std::is_invocable_v<Op, Rgb>) {
+    if constexpr (std::is_invocable_v<Op, Rgb>)
         MapAs<ColorOf, ColorOf>(source, target, area, op);
-    } else {
-        const auto change = [=](std::uint8_t *red, std::uint8_t *green, std::uint8_t *blue, std::ptrdiff_t count)
-                                KVT_INLINE_LAMBDA {
-                                    for (std::ptrdiff_t step = 0; step < count; step += kPlaneStep) {
-                                        KVT_INDEPENDENT_ITERATIONS
-                                        for (std::ptrdiff_t i = step; i < step + kPlaneStep; ++i) {
-                                            const RgbBytes result = op(RgbBytes{red[i], green[i], blue[i]});
-                                            red[i] = result.red;
-                                            green[i] = result.green;
-                                            blue[i] = result.blue;
-                                        }
-                                    }
-                                };
-        MapPlanes(source, target, area, change);
-    }
+    else
+        MapPlanes(source, target, area, ChangeEach<Op>{op});
 }
 
 /// The same, reading the source's mask values as grays.
