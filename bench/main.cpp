@@ -1,4 +1,5 @@
 #include "bench/operations.h"
+#include "tools/samples.h"
 
 #include <CLI/CLI.hpp>
 
@@ -7,6 +8,7 @@
 #include <cstring>
 #include <fmt/format.h>
 #include <string>
+#include <tuple>
 #include <vector>
 
 /// Times every operation against the C library's memcpy of the picture's bytes, in the same process and run. Time
@@ -41,6 +43,10 @@ struct Options {
     bool json = false;
     bool checkRows = false;
 };
+
+std::size_t BytesOf(const Options &options) {
+    return std::size_t{4} * static_cast<std::size_t>(options.width) * static_cast<std::size_t>(options.height);
+}
 
 /// Into memory that was written before, as a host's new pictures are.
 Milliseconds Memcpy(std::size_t bytes, int runs) {
@@ -94,7 +100,7 @@ void Print(const Options &options, const bench::Operation &operation, const Layo
     else
         fmt::print("{:<56} {:<12} {:<7} {:>7.2f} x memcpy {:>10.3f} ms\n", name, pair.name, level, ratio,
                    timing.own.count());
-    std::fflush(stdout);
+    static_cast<void>(std::fflush(stdout));
 }
 
 void MeasurePair(const Options &options, const LayoutPair &pair) {
@@ -131,31 +137,24 @@ int CheckRows() {
     return mismatches.empty() ? 0 : 1;
 }
 
-} // namespace
-
-int main(int argc, char **argv) {
+int Run(int argc, char **argv) {
     Options options;
-    std::string size;
+    std::string size = "4000x3000";
     CLI::App app{
         "Times operations as multiples of one memcpy of the picture's bytes. Operations, layouts and levels are\n"
         "named in full or in part; none named means all."};
     app.add_option("operation", options.names, "methods to measure, such as InvertKVT");
     app.add_option("--layout", options.layouts, "layout pairs, such as high>high or table");
     app.add_option("--level", options.levels, "instruction-set levels: sse2, avx2, avx512");
-    app.add_option("--size", size, "picture size, such as 6000x4000 (default 4000x3000)");
+    app.add_option("--size", size, "picture size: WxH in pixels")->capture_default_str();
     app.add_option("--runs", options.runs, "the best of how many runs counts (default 7)")->check(CLI::Range(1, 1000));
     app.add_flag("--json", options.json, "one JSON object a line");
     app.add_flag("--check-rows", options.checkRows, "only check that every registered method has its line here");
     CLI11_PARSE(app, argc, argv);
     if (options.checkRows)
         return CheckRows();
-    if (!size.empty() && (std::sscanf(size.c_str(), "%dx%d", &options.width, &options.height) != 2 ||
-                          options.width < 1 || options.height < 1 || options.width > 32767 || options.height > 32767)) {
-        fmt::print(stderr, "--size is WIDTHxHEIGHT, each 1 to 32767, not \"{}\"\n", size);
-        return 2;
-    }
-    const std::size_t bytes =
-        std::size_t{4} * static_cast<std::size_t>(options.width) * static_cast<std::size_t>(options.height);
+    std::tie(options.width, options.height) = tools::ParseSize(size);
+    const std::size_t bytes = BytesOf(options);
     const Milliseconds copy = Memcpy(bytes, options.runs);
     if (!options.json)
         fmt::print(
@@ -166,4 +165,15 @@ int main(int argc, char **argv) {
         if (Wanted(options.layouts, pair.name))
             MeasurePair(options, pair);
     return 0;
+}
+
+} // namespace
+
+int main(int argc, char **argv) {
+    try {
+        return Run(argc, argv);
+    } catch (const std::exception &error) {
+        static_cast<void>(std::fprintf(stderr, "kvt-bench: %s\n", error.what()));
+        return 2;
+    }
 }

@@ -13,7 +13,6 @@ namespace {
 using standin::ColorValue;
 using standin::Host;
 using standin::Ref;
-using standin::Result;
 
 constexpr int kNeedle = 64;
 

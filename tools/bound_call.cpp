@@ -184,7 +184,6 @@ class Binder {
         bound.target = Target::Class;
         bound.name = definition.name;
         bound.method = member;
-        bound.definition = &definition;
         bool hasSource = false;
         for (const Argument &argument : call_.arguments) {
             if (HasTable(definition) && (argument.name.empty() || SameName(argument.name, kTable))) {

@@ -7,6 +7,7 @@
 #include <optional>
 #include <string>
 #include <utility>
+#include <variant>
 #include <vector>
 
 namespace tools {
@@ -26,8 +27,7 @@ struct BoundCall {
     Target target = Target::PictureMethod;
     std::string name;                                  ///< as declared
     const standin::RegisteredMethod *method = nullptr; ///< of a class: the member that is called
-    const standin::RegisteredClass *definition = nullptr;
-    std::vector<Slot> arguments; ///< one for each parameter, left-out ones too
+    std::vector<Slot> arguments;                       ///< one for each parameter, left-out ones too
     std::optional<Slot> assigned;
     std::vector<std::pair<std::string, Slot>> properties; ///< of a class's instance, in the order written
     std::optional<CubeTable> table;

@@ -87,9 +87,10 @@ int RunSample(const std::string &output, const std::string &size, bool opaque) {
     return tools::Done;
 }
 
-} // namespace
+/// Throws nothing itself.
+void Report(const char *problem) { static_cast<void>(std::fprintf(stderr, "kvt: %s\n", problem)); }
 
-int main(int argc, char **argv) {
+int Run(int argc, char **argv) {
     CLI::App app("Calls the picture-processing module's methods from the command line.", "kvt");
     app.set_version_flag("--version", "kvt " KVT_VERSION);
     app.require_subcommand(0, 1);
@@ -141,10 +142,19 @@ int main(int argc, char **argv) {
         fmt::print(stderr, "{}", app.help());
     } catch (const CLI::ParseError &error) {
         return app.exit(error) == 0 ? tools::Done : tools::Wrong;
+    }
+    return tools::Wrong;
+}
+
+} // namespace
+
+int main(int argc, char **argv) {
+    try {
+        return Run(argc, argv);
     } catch (const std::bad_alloc &) {
-        fmt::print(stderr, "kvt: there is not enough memory\n");
+        Report("there is not enough memory");
     } catch (const std::exception &error) {
-        fmt::print(stderr, "kvt: {}\n", error.what());
+        Report(error.what());
     }
     return tools::Wrong;
 }

@@ -43,7 +43,7 @@ constexpr std::size_t kTurns = 4;
 
 /// Counters are the host's memory and may lie at any address.
 void Add(unsigned char *counters, const Histograms (&counts)[kTurns], std::uint32_t (Histograms::*channel)[256]) {
-    for (int level = 0; level < 256; ++level) {
+    for (std::ptrdiff_t level = 0; level < 256; ++level) {
         std::uint32_t counter;
         std::memcpy(&counter, counters + level * 4, sizeof counter);
         for (const Histograms &histograms : counts)

@@ -69,13 +69,14 @@ KVT_INLINE Area ColorRectangles::Grow(Point seed) const {
 }
 
 /// Every row and every column of a box holds a mark that is cleared here, so that the time of all boxes together is
-/// bounded by the number of marks, however much the boxes overlap.
+/// bounded by the number of marks, however much the boxes overlap. Such a mark lies below every earlier box of its
+/// column, so that the latest box is also the one that ends lowest there.
 KVT_INLINE void ColorRectangles::Take(const Area &box) {
     for (std::int32_t y = box.top; y < box.bottom; ++y)
         rows_.Clear(y, box.left, box.right);
     for (std::int32_t x = box.left; x < box.right; ++x) {
         columns_.Clear(x, box.top, box.bottom);
-        blackRows_[x] = std::max(blackRows_[x], box.bottom);
+        blackRows_[x] = box.bottom;
     }
 }
 
@@ -91,7 +92,7 @@ KVT_INLINE void ColorRectangles::TakeSingles(std::int32_t y, std::int32_t word) 
     for (; singles; singles &= singles - 1) {
         const std::int32_t x = word * kWordBits + std::countr_zero(singles);
         columns_.Clear(x, y, y + 1);
-        blackRows_[x] = std::max(blackRows_[x], y + 1);
+        blackRows_[x] = y + 1;
     }
 }
 

@@ -22,7 +22,11 @@ bool CopyRows(const REALconsolePicture *target, const REALconsolePicture *source
     if (!target || !source || target->width != source->width || target->height != source->height ||
         target->paletteRows || source->paletteRows || !target->rows || !source->rows)
         return false;
-    for (std::size_t row = 0; row < source->height; ++row)
+    const std::size_t height = source->width ? source->height : 0;
+    for (std::size_t row = 0; row < height; ++row)
+        if (!target->rows[row] || !source->rows[row])
+            return false;
+    for (std::size_t row = 0; row < height; ++row)
         std::memcpy(target->rows[row], source->rows[row], std::size_t{source->width} * 4);
     return true;
 }

@@ -6,7 +6,6 @@
 #include "color/channels.h"
 #include "color/counting.h"
 #include "color/embedded_mask.h"
-#include "color/lut3d_class.h"
 #include "color/merging.h"
 #include "color/rectangle_mask.h"
 #include "color/replacement.h"
@@ -17,7 +16,6 @@
 #include "tone/contrast_brightness.h"
 #include "tone/custom_saturation.h"
 #include "tone/inversion.h"
-#include "tone/sepia_class.h"
 #include "tone/tint.h"
 
 #include <cstddef>

@@ -1,6 +1,8 @@
 #pragma once
 
+#include "color/lut3d_class.h"
 #include "host/records.h"
+#include "tone/sepia_class.h"
 
 #include <span>
 
@@ -9,8 +11,7 @@ namespace kvt {
 // The script-visible interface. Its records are written to: before registration the flags are translated and class
 // sizes rounded up; the host then fills a class's data offset.
 
-extern REALclassDefinition gPictureSepiaClass;
-extern REALclassDefinition gPictureLut3DClass;
+// gPictureSepiaClass and gPictureLut3DClass stand in their classes' headers, for the classes find their data by them.
 extern REALclassDefinition gPictureExtension; ///< the methods added to the host's class "Picture"
 
 std::span<REALmethodDefinition> GlobalMethods();

@@ -34,7 +34,7 @@ REALstringStruct *Utf8FromUtf32(const void *bytes, std::int32_t length) {
         if (!utf16)
             return nullptr;
     }
-    for (std::int32_t unit = 0; unit < units; ++unit) {
+    for (std::ptrdiff_t unit = 0; unit < units; ++unit) {
         std::uint32_t wide;
         std::memcpy(&wide, static_cast<const char *>(bytes) + unit * 4, 4);
         const auto narrow = static_cast<std::uint16_t>(wide & 0xFFFF);

@@ -25,7 +25,7 @@ REALpictureStruct *TransformPicture(REALpictureStruct *picture, double a, double
 REALpictureStruct *SaturationPicture(REALpictureStruct *picture, std::int32_t amount) {
     // From 256 times the distance on, every channel but gray itself ends at 0 or 255, so a larger factor changes
     // nothing and the products stay small.
-    constexpr std::int64_t kLargestFactor = 256 * 255;
+    constexpr std::int64_t kLargestFactor = std::int64_t{256} * 255;
     const std::int64_t factor = std::clamp(std::int64_t{amount} + 255, -kLargestFactor, kLargestFactor);
     return MapPicture(picture, NewPicture::LikeSource, kWholePicture, Saturation{static_cast<std::int32_t>(factor)});
 }

@@ -66,6 +66,8 @@ const struct {
     {"a box grows to the left of its seed", "..x.\nxxx.\n....\n", "###.\n###.\n....\n"},
     {"what a box has taken, a later one does not see", ".x.\nx..\nxx.\n", ".#.\n##.\n##.\n"},
     {"boxes overlap", "..x.\nx.x.\nx...\nxxxx\n", "..#.\n####\n####\n####\n"},
+    {"a box begins at the border of a word", "...............................xx.\n................................x.\n",
+     "...............................##.\n...............................##.\n"},
     {"outside the rectangle nothing is seen", "xxxx\nx..x\nxxxx\n", "....\n..##\n..##\n", {2, 1, 9, 9}},
     {"a left of -2 shortens the width", "xxxx\nxxxx\n", "##..\n##..\n", {-2, 0, 4, -1}},
     {"an empty rectangle", "xxxx\n", "....\n", {0, 0, 0, 1}},
@@ -91,7 +93,7 @@ TEST_P(MaskedPictures, GiveTheMaskOfThePlainForm) {
         const int density = kPerMille[random.Below(10)];
         const bool lines = random.Below(3) == 0; // strokes instead of single pixels
         expected::Picture picture =
-            expected::Filled(random.Between(1, round % 4 ? 40 : 150), random.Between(1, round % 5 ? 40 : 150), {});
+            expected::Filled(random.Between(1, round % 4 ? 40 : 400), random.Between(1, round % 5 ? 40 : 150), {});
         for (Rgb &pixel : picture.pixels) {
             const int gray = random.Below(256);
             pixel = {gray, random.Below(1000) < density && !lines ? gray ^ 1 : gray, gray};

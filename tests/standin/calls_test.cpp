@@ -166,6 +166,26 @@ TEST(Modules, StartAfreshWithEveryHost) {
     }
 }
 
+TEST(GraphicsWorlds, AreScrolledByThePlatform) {
+    for (const std::uint32_t alphaInfo : {1u, 6u}) {
+        TestHost host({.sealsPictures = true});
+        const Ref world = host.Make({.width = 4,
+                                     .height = 3,
+                                     .form = Form::GraphicsWorld,
+                                     .alphaInfo = alphaInfo,
+                                     .rowPadding = 8,
+                                     .color = [](int x, int y) { return static_cast<ColorValue>(10 * y + x); },
+                                     .background = 0xABCDEF});
+        host.MayChange(world);
+        EXPECT_TRUE(host.Call(world, "ScrollKVT", 1, -1, false, false).value.AsBoolean());
+        for (int y = 0; y < 3; ++y)
+            for (int x = 0; x < 4; ++x)
+                EXPECT_EQ(world.picture().ColorAt(x, y),
+                          x > 0 && y < 2 ? static_cast<ColorValue>(10 * (y + 1) + x - 1) : 0xABCDEF)
+                    << x << ", " << y;
+    }
+}
+
 TEST(InstructionSets, ThatAreForcedAreActive) {
     const bool has[] = {true, __builtin_cpu_supports("avx2") > 0,
                         __builtin_cpu_supports("avx512vbmi") > 0 && __builtin_cpu_supports("avx512vl") > 0};

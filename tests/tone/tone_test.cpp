@@ -1,27 +1,130 @@
-#include "support/test_host.h"
+#include "expected/tone.h"
+
+#include "support/pictures.h"
+
 namespace {
-using namespace standin;
-TEST(Inversion, Smoke) {
-    TestHost host;
-    const Ref picture = host.Make({.width = 3, .height = 2, .color = [](int x, int y) { return MakeColor(unsigned(x), unsigned(y), 9); }});
-    const Result result = host.Call(picture, "InvertKVT");
-    EXPECT_EQ(result.picture().ColorAt(2, 1), MakeColor(253, 254, 246));
-    EXPECT_FALSE(host.Call(nullptr, "InvertKVT").value.Is<Ref>());
-    for (int l = 0; l < 3; ++l) EXPECT_TRUE(host.ForceLevel(l));
-    const Ref sepia = host.New("PictureSepiaKVT");
-    host.Set(sepia, "SourcePicture", picture);
-    EXPECT_TRUE(host.Call(sepia, "Run").value.AsBoolean());
-    EXPECT_EQ(host.Get(sepia, "FactorBlue").AsDouble(), 0.587);
-    const Result raised = host.Call(picture, "ReplaceRedChannelKVT", nullptr);
-    EXPECT_EQ(raised.raised->message, "The channel picture is nil.");
-    for (const auto &line : host.StartUpLog()) puts(line.c_str());
+
+using namespace expected;
+using standin::Ref;
+using standin::Value;
+
+using EveryToneOperation = EveryOperation;
+
+PerChannel Any(Random &random, double useful) {
+    return {AnyDouble(random, useful), AnyDouble(random, useful), AnyDouble(random, useful)};
 }
-TEST(Inversion, Console) {
-    for (int i = 0; i < 2; ++i) {
-    TestHost host({.application = Application::Console, .faults = {{"REALUnlockObject", Fault::Missing}}});
-    const Ref picture = host.Make({.width = 3, .height = 2, .color = [](int x, int y) { return MakeColor(unsigned(x), unsigned(y), 9); }});
-    const Result result = host.Call(picture, "InvertKVT");
-    EXPECT_EQ(result.picture().ColorAt(2, 1), MakeColor(253, 254, 246));
+
+/// The one-value and the per-channel form of an adjustment with one parameter a channel.
+template <Picture (*adjust)(const Picture &, PerChannel), int useful> Trial OneValue(Random &random, const Picture &) {
+    const double value = AnyDouble(random, useful);
+    return {{value}, [=](const Picture &source, const Picture &) { return adjust(source, Each(value)); }};
+}
+template <Picture (*adjust)(const Picture &, PerChannel), int useful>
+Trial ThreeValues(Random &random, const Picture &) {
+    const PerChannel value = Any(random, useful);
+    return {{value.red, value.green, value.blue},
+            [=](const Picture &source, const Picture &) { return adjust(source, value); }};
+}
+
+/// The same for contrast followed by brightness.
+using AdjustBoth = Picture (*)(const Picture &, PerChannel, PerChannel);
+template <AdjustBoth adjust> Trial TwoValues(Random &random, const Picture &) {
+    const double contrast = AnyDouble(random, 3);
+    const double brightness = AnyDouble(random, 255);
+    return {{contrast, brightness},
+            [=](const Picture &source, const Picture &) { return adjust(source, Each(contrast), Each(brightness)); }};
+}
+template <AdjustBoth adjust> Trial SixValues(Random &random, const Picture &) {
+    const PerChannel contrast = Any(random, 3);
+    const PerChannel brightness = Any(random, 255);
+    return {{contrast.red, contrast.green, contrast.blue, brightness.red, brightness.green, brightness.blue},
+            [=](const Picture &source, const Picture &) { return adjust(source, contrast, brightness); }};
+}
+
+template <Picture (*invert)(const Picture &, Rectangle, Picture)> Trial InArea(Random &random, const Picture &picture) {
+    const Rectangle area = AnyRectangle(random, picture.width, picture.height);
+    return {{area.left, area.top, area.width, area.height},
+            [=](const Picture &source, const Picture &fresh) { return invert(source, area, fresh); }};
+}
+template <Picture (*invert)(const Picture &, Rectangle, Picture)> Trial Whole(Random &, const Picture &) {
+    return {{}, [](const Picture &source, const Picture &fresh) { return invert(source, {}, fresh); }};
+}
+
+Trial AnyCustom(Random &random, const Picture &) {
+    const double a = AnyDouble(random, 3);
+    const double b = AnyDouble(random, 255);
+    return {{a, b}, [=](const Picture &source, const Picture &) { return CustomTransform(source, a, b); }};
+}
+
+Trial AnySaturation(Random &random, const Picture &) {
+    const int amount = AnyInteger(random, 600);
+    return {{amount}, [=](const Picture &source, const Picture &) { return Saturation(source, amount); }};
+}
+
+Trial AnyTint(Random &random, const Picture &) {
+    const std::uint32_t grey = random.Next();
+    const std::uint32_t sepia = random.Next();
+    return {{grey, sepia}, [=](const Picture &source, const Picture &) { return Tint(source, grey, sepia); }};
+}
+
+TEST_P(EveryToneOperation, IsExact) {
+    constexpr Operation kOperations[] = {
+        {"InvertKVT", Whole<Invert>},
+        {"InvertKVT", InArea<Invert>},
+        {"InvertGrayKVT", Whole<InvertGray>},
+        {"InvertGrayKVT", InArea<InvertGray>},
+        {"ChangeContrastKVT", OneValue<Contrast, 3>},
+        {"ChangeContrastKVT", ThreeValues<Contrast, 3>},
+        {"ChangeBrightnessLinearKVT", OneValue<LinearBrightness, 255>},
+        {"ChangeBrightnessLinearKVT", ThreeValues<LinearBrightness, 255>},
+        {"ChangeBrightnessAbsoluteKVT", OneValue<AbsoluteBrightness, 255>},
+        {"ChangeBrightnessAbsoluteKVT", ThreeValues<AbsoluteBrightness, 255>},
+        {"ChangeContrastBrightnessLinearKVT", TwoValues<ContrastLinearBrightness>},
+        {"ChangeContrastBrightnessLinearKVT", SixValues<ContrastLinearBrightness>},
+        {"ChangeContrastBrightnessAbsoluteKVT", TwoValues<ContrastAbsoluteBrightness>},
+        {"ChangeContrastBrightnessAbsoluteKVT", SixValues<ContrastAbsoluteBrightness>},
+        {"ChangeCustomKVT", AnyCustom},
+        {"ChangeSaturationKVT", AnySaturation},
+        {"TintPictureKVT", AnyTint, true, true},
+    };
+    for (const Operation &operation : kOperations)
+        Expect(operation);
+}
+
+/// Each of the 256 levels in each channel, where a table or a vector that is off by one shows.
+TEST_P(EveryToneOperation, TakesEveryLevel) {
+    Picture levels = Filled(256, 2, {});
+    for (int level = 0; level < 256; ++level) {
+        levels.At(level, 0) = {level, 255 - level, level ^ 0x55};
+        levels.At(level, 1) = {level, level, level};
+    }
+    const Ref source = Make(levels);
+    for (const double contrast : {-2.0, -0.5, 1.0 / 3.0, 1.0, 16777216.0}) {
+        EXPECT_PICTURE(host.Call(source, "ChangeContrastKVT", contrast), Contrast(levels, Each(contrast)));
+        EXPECT_PICTURE(host.Call(source, "ChangeContrastBrightnessLinearKVT", contrast, -51.7),
+                       ContrastLinearBrightness(levels, Each(contrast), Each(-51.7)));
+    }
+    for (const double brightness : {-300.0, -255.0, -0.5, -0.0, 0.9, 51.0, 255.0, 510.0}) {
+        EXPECT_PICTURE(host.Call(source, "ChangeBrightnessLinearKVT", brightness),
+                       LinearBrightness(levels, Each(brightness)));
+        EXPECT_PICTURE(host.Call(source, "ChangeBrightnessAbsoluteKVT", brightness),
+                       AbsoluteBrightness(levels, Each(brightness)));
+    }
+    for (const int amount : {-511, -510, -256, -255, -100, -1, 1, 100, 255, 8500000})
+        EXPECT_PICTURE(host.Call(source, "ChangeSaturationKVT", amount), Saturation(levels, amount));
+}
+
+IN_EVERY_WAY(EveryToneOperation);
+
+TEST(Tone, OfNoPictureIsNil) {
+    TestHost host;
+    const Ref empty = host.Make({.width = 0, .height = 5});
+    for (const Value &receiver : {Value(), Value(empty)}) {
+        EXPECT_TRUE(host.Call(receiver, "InvertKVT").value.IsNil());
+        EXPECT_TRUE(host.Call(receiver, "ChangeContrastKVT", 1.0).value.IsNil());
+        EXPECT_TRUE(host.Call(receiver, "ChangeSaturationKVT", 1).value.IsNil());
+        EXPECT_TRUE(host.CallGlobal("TintPictureKVT", receiver, 0, 0).value.IsNil());
     }
 }
-}
+
+} // namespace

@@ -1,0 +1,84 @@
+#include "expected/find_picture.h"
+
+#include "support/pictures.h"
+
+namespace {
+
+using namespace expected;
+using standin::Ref;
+using standin::Result;
+using standin::Value;
+
+/// What the script's variables hold beforehand.
+constexpr int kBefore = 77;
+
+Result Find(TestHost &host, const Value &haystack, const Value &needle) {
+    return host.Call(haystack, "FindPicture", needle, kBefore, -kBefore);
+}
+
+testing::AssertionResult Found(const Result &result, int x, int y) {
+    const std::int64_t foundX = result.byref[0].second.AsInteger();
+    const std::int64_t foundY = result.byref[1].second.AsInteger();
+    if (result.value.AsBoolean() && foundX == x && foundY == y)
+        return testing::AssertionSuccess();
+    return testing::AssertionFailure() << result.value.AsBoolean() << " at (" << foundX << ", " << foundY << "), not ("
+                                       << x << ", " << y << ')';
+}
+
+testing::AssertionResult Missed(const Result &result) {
+    const bool missed = !result.value.AsBoolean() && !result.raised && result.byref[0].second.AsInteger() == 0 &&
+                        result.byref[1].second.AsInteger() == 0;
+    return missed ? testing::AssertionSuccess() : testing::AssertionFailure() << "found, or variables not 0";
+}
+
+Picture Part(const Picture &picture, int left, int top, int width, int height) {
+    Picture part = Filled(width, height, {});
+    for (int y = 0; y < height; ++y)
+        for (int x = 0; x < width; ++x)
+            part.At(x, y) = picture.At(left + x, top + y);
+    return part;
+}
+
+using EverySearch = EveryWay;
+
+TEST_P(EverySearch, IsExact) {
+    for (const auto &[width, height] : OddSizes()) {
+        for (const int colors : {1, 2, 200}) {
+            Picture picture = Filled(width, height + 3, {});
+            for (Rgb &pixel : picture.pixels)
+                pixel = {random.Below(colors), 7, 255 * random.Below(2)};
+            const int left = random.Below(picture.width);
+            const int top = random.Below(picture.height);
+            Picture needle = Part(picture, left, top, 1 + random.Below(picture.width - left),
+                                  1 + random.Below(picture.height - top));
+            if (random.Below(3) == 0)
+                needle.pixels.back().green ^= 1 << random.Below(8);
+            SCOPED_TRACE(fmt::format("{} x {} of {} colors, needle {} x {} from ({}, {})", width, height + 3, colors,
+                                     needle.width, needle.height, left, top));
+            // The needle is stored as new pictures are, so that two layouts meet.
+            const auto wanted = FindPicture(picture, needle);
+            const Result result = Find(host, MakeAnyhow(picture), MakePicture(host, needle));
+            EXPECT_TRUE(wanted ? Found(result, wanted->first, wanted->second) : Missed(result));
+        }
+    }
+}
+
+IN_EVERY_WAY(EverySearch);
+
+TEST(Search, WithNothingToFind) {
+    TestHost host;
+    const Value picture = MakePicture(host, Filled(5, 4, {1, 2, 3}));
+    const Value nil;
+    const Value unreadable = host.Make({.bitsPerPixel = 64});
+    const Value empty = host.Make({.width = 0, .height = 0});
+    const Value wider = MakePicture(host, Filled(6, 1, {1, 2, 3}));
+    const Value higher = MakePicture(host, Filled(1, 5, {1, 2, 3}));
+    for (const Value &other : {nil, unreadable, empty})
+        EXPECT_TRUE(Missed(Find(host, other, picture)));
+    for (const Value &needle : {nil, unreadable, empty, wider, higher})
+        EXPECT_TRUE(Missed(Find(host, picture, needle)));
+    EXPECT_TRUE(
+        host.Call(picture, "FindPicture", picture, standin::NoVariable{}, standin::NoVariable{}).value.AsBoolean());
+}
+
+} // namespace

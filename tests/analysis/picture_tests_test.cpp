@@ -1,0 +1,71 @@
+#include "expected/analysis.h"
+#include "support/pictures.h"
+
+#include <cmath>
+
+namespace {
+
+using namespace expected;
+using standin::Ref;
+using standin::Value;
+
+using EveryPictureTest = EveryWay;
+
+/// One color with a single other pixel, or none.
+Picture NearlyPlain(Random &random, int width, int height) {
+    constexpr Rgb kPlain[] = {{255, 255, 255}, {0, 0, 0}, {77, 77, 77}, {100, 103, 97}};
+    constexpr Rgb kOdd[] = {{254, 255, 255}, {255, 255, 254}, {1, 0, 0}, {0, 1, 0}, {77, 80, 77}, {255, 0, 255}};
+    Picture picture = Filled(width, height, kPlain[random.Below(4)]);
+    if (random.Below(4) > 0)
+        picture.At(random.Below(width), random.Below(height)) = kOdd[random.Below(6)];
+    return picture;
+}
+
+TEST_P(EveryPictureTest, IsExact) {
+    for (const auto &[width, height] : OddSizes()) {
+        for (int round = 0; round < 8; ++round) {
+            const Picture picture = NearlyPlain(random, width, height);
+            const Rectangle area = round % 2 == 0 ? Rectangle{} : AnyRectangle(random, width, height);
+            const int tolerance = AnyInteger(random, 6);
+            const Ref tested = MakeAnyhow(picture);
+            SCOPED_TRACE(fmt::format("{} x {}, area {} {} {} {}, tolerance {}", width, height, area.left, area.top,
+                                     area.width, area.height, tolerance));
+            const auto answer = [&](const char *method, std::vector<Value> arguments) {
+                arguments.insert(arguments.end(), {area.left, area.top, area.width, area.height});
+                return host.CallWith(tested, method, arguments).value.AsBoolean();
+            };
+            EXPECT_EQ(answer("isWhiteKVT", {}), IsWhite(picture, area));
+            EXPECT_EQ(answer("isBlackKVT", {}), IsBlack(picture, area));
+            EXPECT_EQ(answer("isGrayKVT", {tolerance}), IsGray(picture, tolerance, area));
+            EXPECT_EQ(host.Call(tested, "isWhiteKVT").value.AsBoolean(), IsWhite(picture, {}));
+            EXPECT_EQ(host.Call(tested, "isBlackKVT").value.AsBoolean(), IsBlack(picture, {}));
+            EXPECT_EQ(host.Call(tested, "isGrayKVT").value.AsBoolean(), IsGray(picture, 0, {}));
+            EXPECT_EQ(host.Call(tested, "isGrayKVT", tolerance).value.AsBoolean(), IsGray(picture, tolerance, {}));
+
+            const Picture noise = Noise(width, height, random.Next());
+            const int threshold = AnyInteger(random, 260);
+            const Ref colorful = MakeAnyhow(noise);
+            EXPECT_EQ(host.Call(colorful, "ColornessKVT", threshold).value.AsDouble(), Colorness(noise, threshold))
+                << "threshold " << threshold;
+            EXPECT_EQ(host.Call(colorful, "ColornessKVT").value.AsDouble(), Colorness(noise, 10));
+        }
+    }
+}
+
+IN_EVERY_WAY(EveryPictureTest);
+
+TEST(PictureTests, OfWhatHasNoPixels) {
+    TestHost host;
+    const Value empty = host.Make({.width = 0, .height = 3});
+    const Value unreadable = host.Make({.bitsPerPixel = 24});
+    for (const char *method : {"isWhiteKVT", "isBlackKVT", "isGrayKVT"}) {
+        EXPECT_TRUE(host.Call(empty, method).value.AsBoolean());
+        EXPECT_FALSE(host.Call(unreadable, method).value.AsBoolean());
+        EXPECT_FALSE(host.Call(nullptr, method).value.AsBoolean());
+    }
+    EXPECT_TRUE(std::isnan(host.Call(empty, "ColornessKVT").value.AsDouble()));
+    EXPECT_EQ(host.Call(unreadable, "ColornessKVT").value.AsDouble(), 0.0);
+    EXPECT_EQ(host.Call(nullptr, "ColornessKVT").value.AsDouble(), 0.0);
+}
+
+} // namespace

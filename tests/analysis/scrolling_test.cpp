@@ -1,0 +1,169 @@
+#include "expected/analysis.h"
+#include "support/pictures.h"
+
+#include <limits>
+
+namespace {
+
+using namespace expected;
+using standin::Ref;
+using standin::Value;
+
+/// Words move as a whole, so their halves travel as two channels through the plain computation.
+template <Picture (*wrap)(const Picture &, int)> StoredPicture Wrapped(StoredPicture picture, int delta) {
+    Picture halves{picture.width, picture.height, {}};
+    for (const std::uint32_t word : picture.words)
+        halves.pixels.push_back({static_cast<int>(word & 0xFFFF), static_cast<int>(word >> 16), 0});
+    halves = wrap(halves, delta);
+    for (std::size_t i = 0; i < picture.words.size(); ++i)
+        picture.words[i] = static_cast<std::uint32_t>(halves.pixels[i].red | halves.pixels[i].green << 16);
+    return picture;
+}
+
+StoredPicture Down(const StoredPicture &picture, int delta) { return Wrapped<WrapVertically>(picture, delta); }
+StoredPicture Right(const StoredPicture &picture, int delta) { return Wrapped<WrapHorizontally>(picture, delta); }
+
+bool Scroll(TestHost &host, const Value &picture, const char *method, std::vector<Value> arguments) {
+    if (picture.Is<Ref>()) {
+        host.MayChange(picture.AsRef());
+        if (standin::Picture *mask = picture.AsPicture().mask)
+            host.MayChange(Ref(mask));
+    }
+    return host.CallWith(picture, method, std::move(arguments)).value.AsBoolean();
+}
+
+using EveryScrolling = EveryWay;
+
+TEST_P(EveryScrolling, MovesWholeWords) {
+    for (const auto &[width, height] : OddSizes()) {
+        for (int round = 0; round < 3; ++round) {
+            const Ref picture = MakeAnyhow(Noise(width, height + 4, random.Next()));
+            const Ref mask = MakeAnyhow(Noise(width + random.Below(2), height, random.Next()));
+            if (round > 0)
+                host.AttachMask(picture, mask);
+            const bool scrollsMask = round == 1;
+            const std::vector<void *> table = picture.picture().rowTable;
+            StoredPicture words = WordsOf(picture.picture());
+            StoredPicture maskWords = WordsOf(mask.picture());
+            const int across = AnyInteger(random, 2 * width);
+            const int down = AnyInteger(random, 2 * height);
+            SCOPED_TRACE(fmt::format("{} x {}, by {} and {}, mask {}", width, height + 4, across, down, round));
+
+            EXPECT_TRUE(Scroll(host, picture, "ScrollVerticalKVT", {down, true, scrollsMask}));
+            words = Down(words, down);
+            EXPECT_PICTURE(picture.picture(), words);
+            EXPECT_TRUE(Scroll(host, picture, "ScrollHorizontalKVT", {across, true, scrollsMask}));
+            words = Right(words, across);
+            EXPECT_PICTURE(picture.picture(), words);
+            EXPECT_TRUE(Scroll(host, picture, "ScrollKVT", {across, down, true, scrollsMask}));
+            EXPECT_PICTURE(picture.picture(), Down(Right(words, across), down));
+            if (scrollsMask)
+                for (int twice = 0; twice < 2; ++twice)
+                    maskWords = Down(Right(maskWords, across), down);
+            EXPECT_PICTURE(mask.picture(), maskWords);
+            EXPECT_EQ(picture.picture().rowTable, table) << "the addresses are the host's";
+        }
+    }
+}
+
+IN_EVERY_WAY(EveryScrolling);
+
+/// Where nothing can be scrolled, vertical scrolling says so and horizontal scrolling does not.
+TEST(Scrolling, ResultsOfWhatCannotBeScrolled) {
+    TestHost host;
+    const Value bitmap = MakePicture(host, Noise(5, 4, 1));
+    const Value unlockable = MakePicture(host, Noise(5, 4, 2), {.lockable = false});
+    const Value unreadable = host.Make({.width = 5, .height = 4, .bitsPerPixel = 24});
+    const Value empty = host.Make({.width = 0, .height = 4});
+    const Value nil;
+    const struct {
+        const char *what;
+        const Value &picture;
+        int delta;
+        bool wrap;
+        bool vertical;
+    } kCases[] = {
+        {"nil", nil, 1, false, false},
+        {"nil", nil, 1, true, false},
+        {"nil by nothing", nil, 0, true, true},
+        {"a bitmap without wrap", bitmap, 1, false, false},
+        {"a bitmap by nothing", bitmap, 0, false, true},
+        {"an unlockable one", unlockable, 1, true, false},
+        {"an unlockable one without wrap", unlockable, 1, false, false},
+        {"an unreadable one", unreadable, -1, true, false},
+        {"an unreadable one by nothing", unreadable, 0, true, true},
+        {"no pixels", empty, std::numeric_limits<int>::min(), true, true},
+    };
+    for (const auto &row : kCases) {
+        for (const bool scrollsMask : {false, true}) {
+            SCOPED_TRACE(row.what);
+            // No MayChange: the host reports a picture that changes.
+            const auto answer = [&](const char *method, std::vector<Value> arguments) {
+                arguments.insert(arguments.end(), {row.wrap, scrollsMask});
+                return host.CallWith(row.picture, method, arguments).value.AsBoolean();
+            };
+            EXPECT_EQ(answer("ScrollVerticalKVT", {row.delta}), row.vertical);
+            EXPECT_TRUE(answer("ScrollHorizontalKVT", {row.delta}));
+            EXPECT_EQ(answer("ScrollKVT", {row.delta, row.delta}), row.vertical) << "the vertical result";
+            EXPECT_TRUE(answer("ScrollKVT", {row.delta, 0}));
+        }
+    }
+}
+
+TEST(Scrolling, OfAMaskThatCannotBeScrolled) {
+    TestHost host;
+    const Ref picture = MakePicture(host, Noise(5, 4, 1));
+    host.AttachMask(picture, MakePicture(host, Noise(5, 4, 2), {.lockable = false}));
+    const StoredPicture before = WordsOf(picture.picture());
+    EXPECT_FALSE(host.Call(picture, "ScrollVerticalKVT", 1, true, true).value.AsBoolean());
+    EXPECT_PICTURE(picture.picture(), before);
+    EXPECT_TRUE(Scroll(host, picture, "ScrollHorizontalKVT", {1, true, true}));
+    EXPECT_PICTURE(picture.picture(), Right(before, 1)) << "the mask's result is ignored";
+    EXPECT_TRUE(Scroll(host, picture, "ScrollVerticalKVT", {1, true, false}));
+    EXPECT_PICTURE(picture.picture(), Down(Right(before, 1), 1)) << "the mask is not asked";
+}
+
+/// The platform fills what it uncovers with the port's background, and what leaves an edge is lost.
+TEST(Scrolling, OfGraphicsWorldsWithoutWrap) {
+    constexpr int kMost = std::numeric_limits<int>::max();
+    constexpr int kLeast = std::numeric_limits<int>::min();
+    for (const auto &[across, down] : {std::pair(0, 1), std::pair(0, -3), std::pair(2, 0), std::pair(-4, 0),
+                                       std::pair(3, -2), std::pair(0x10001, 0), std::pair(kMost, kLeast)}) {
+        for (const bool scrollsMask : {false, true}) {
+            SCOPED_TRACE(fmt::format("by {} and {}, mask {}", across, down, scrollsMask));
+            TestHost host;
+            const auto world = [&](std::uint32_t seed) {
+                return MakePicture(host, Noise(7, 5, seed), {.form = standin::Form::GraphicsWorld});
+            };
+            const Ref picture = world(1);
+            const Ref mask = world(2);
+            host.AttachMask(picture, mask);
+            const auto scrolled = [&](const StoredPicture &before) {
+                StoredPicture after = before;
+                for (int y = 0; y < 5; ++y)
+                    for (int x = 0; x < 7; ++x) {
+                        const std::int64_t fromX = std::int64_t{x} - across;
+                        const std::int64_t fromY = std::int64_t{y} - down;
+                        const bool inside = fromX >= 0 && fromX < 7 && fromY >= 0 && fromY < 5;
+                        after.words[static_cast<std::size_t>(y * 7 + x)] =
+                            inside ? before.words[static_cast<std::size_t>(fromY * 7 + fromX)]
+                                   : OpaqueWord({255, 255, 255}, before.layout);
+                    }
+                return after;
+            };
+            const StoredPicture wanted = scrolled(WordsOf(picture.picture()));
+            const StoredPicture wantedMask = scrollsMask ? scrolled(WordsOf(mask.picture())) : WordsOf(mask.picture());
+            if (across == 0 || down == 0)
+                EXPECT_TRUE(Scroll(host, picture, down == 0 ? "ScrollHorizontalKVT" : "ScrollVerticalKVT",
+                                   {across + down, false, scrollsMask}));
+            else
+                EXPECT_TRUE(Scroll(host, picture, "ScrollKVT", {across, down, false, scrollsMask}));
+            EXPECT_PICTURE(picture.picture(), wanted);
+            EXPECT_PICTURE(mask.picture(), wantedMask);
+            EXPECT_FALSE(host.Call(picture, "ScrollVerticalKVT", 1, true, false).value.AsBoolean())
+                << "cannot be opened, so does not wrap";
+        }
+    }
+}
+
+} // namespace

@@ -1,0 +1,104 @@
+#include "expected/color.h"
+#include "support/pictures.h"
+
+namespace {
+
+using namespace expected;
+using standin::Ref;
+using standin::Value;
+
+using EveryEmbeddedMask = EveryWay;
+
+TEST_P(EveryEmbeddedMask, IsReadAndAssignedExactly) {
+    for (const auto &[width, height] : OddSizes()) {
+        const bool swap = random.Below(2) == 0;
+        SCOPED_TRACE(fmt::format("{} x {}, swap {}", width, height, swap));
+        const Ref picture = MakeAnyhow(Noise(width, height, random.Next()));
+        const StoredPicture before = WordsOf(picture.picture());
+
+        const auto read = host.Call(picture, "EmbeddedMaskKVT", swap);
+        EXPECT_PICTURE(read, EmbeddedMask(before, swap));
+        EXPECT_FALSE(read.picture().description.hasAlphaChannel);
+
+        // Smaller, as large and larger masks, some of them in the layout of new pictures.
+        const Picture mask = Noise(std::max(1, width + random.Between(-1, 1)),
+                                   std::max(1, height + random.Between(-1, 1)), random.Next());
+        const Ref assigned = random.Below(2) == 0 ? MakeAnyhow(mask) : MakePicture(host, mask);
+        host.MayChange(picture);
+        host.Assign(picture, "EmbeddedMaskKVT", {swap}, assigned);
+        EXPECT_PICTURE(picture.picture(), SetEmbeddedMask(before, swap, mask));
+        EXPECT_GT(picture.picture().cacheClears, 0);
+
+        const StoredPicture now = WordsOf(picture.picture());
+        host.MayChange(picture);
+        host.Assign(picture, "EmbeddedMaskKVT", {swap}, picture);
+        EXPECT_PICTURE(picture.picture(), SetEmbeddedMask(now, swap, Load(now))) << "its own reds";
+    }
+}
+
+IN_EVERY_WAY(EveryEmbeddedMask);
+
+/// Where the value lies, written down.
+TEST(EmbeddedMask, LiesInTheAlphaByte) {
+    const struct {
+        std::uint32_t alphaInfo; ///< 0: a console picture
+        std::uint32_t word;
+        int value;
+        int assigned;
+        std::uint32_t wanted;
+    } kWords[] = {
+        {1, 0x80332211, 128, 7, 0x07332211},   {2, 0x33221180, 128, 255, 0x332211FF},
+        {3, 0xFF332211, 255, 0, 0x00332211},   {5, 0x01332211, 1, 254, 0xFE332211},
+        {6, 0x33221100, 0, 9, 0x33221109},     {0, 0x00112233, 0, 255, 0x7F112233},
+        {0, 0x40112233, 128, 1, 0x00112233},   {0, 0x7F112233, 255, 0, 0x00112233},
+        {0, 0xC0112233, 128, 200, 0x64112233}, {0, 0xFF112233, 255, 255, 0x7F112233},
+        {0, 0x01112233, 3, 129, 0x40112233},
+    };
+    for (const auto &row : kWords) {
+        SCOPED_TRACE(testing::Message() << "alpha info " << row.alphaInfo << ", value " << row.value);
+        TestHost host(
+            {.application = row.alphaInfo == 0 ? standin::Application::Console : standin::Application::Desktop});
+        const Ref picture =
+            host.Make({.hasAlphaChannel = row.alphaInfo <= 2, .alphaInfo = row.alphaInfo, .word = [&](int, int) {
+                           return row.word;
+                       }});
+        EXPECT_PICTURE(host.Call(picture, "EmbeddedMaskKVT", false), Filled(1, 1, {row.value, row.value, row.value}));
+        const int swapped = 255 - row.value;
+        EXPECT_PICTURE(host.Call(picture, "EmbeddedMaskKVT", true), Filled(1, 1, {swapped, swapped, swapped}));
+        for (const bool swap : {false, true}) {
+            host.MayChange(picture);
+            const int red = swap ? 255 - row.assigned : row.assigned;
+            host.Assign(picture, "EmbeddedMaskKVT", {swap}, MakePicture(host, Filled(1, 1, {red, 77, 78})));
+            EXPECT_EQ(picture.picture().Word(0, 0), row.wanted);
+        }
+    }
+}
+
+/// Nothing is written then: the host watches every picture.
+TEST(EmbeddedMask, IsLeftAlone) {
+    TestHost host;
+    const Ref picture = MakePicture(host, Noise(3, 2, 1));
+    const Ref locked = MakePicture(host, Noise(3, 2, 2), {.lockable = false});
+    const Ref unreadable = host.Make({.width = 3, .height = 2, .bitsPerPixel = 24});
+    host.Assign(picture, "EmbeddedMaskKVT", {false}, nullptr);
+    host.Assign(picture, "EmbeddedMaskKVT", {false}, unreadable);
+    host.Assign(unreadable, "EmbeddedMaskKVT", {false}, picture);
+    host.Assign(locked, "EmbeddedMaskKVT", {false}, picture);
+    host.Assign(nullptr, "EmbeddedMaskKVT", {false}, picture);
+    EXPECT_TRUE(host.Call(unreadable, "EmbeddedMaskKVT", false).value.IsNil());
+    EXPECT_TRUE(host.Call(nullptr, "EmbeddedMaskKVT", false).value.IsNil());
+}
+
+TEST(Mask, IsAskedForAndNotMade) {
+    for (const auto application : {standin::Application::Desktop, standin::Application::Console}) {
+        TestHost host({.application = application});
+        const Ref picture = MakePicture(host, Noise(3, 2, 1));
+        EXPECT_FALSE(host.Call(nullptr, "HasMaskKVT").value.AsBoolean());
+        EXPECT_FALSE(host.Call(picture, "HasMaskKVT").value.AsBoolean());
+        EXPECT_FALSE(picture.picture().mask);
+        host.AttachMask(picture, MakePicture(host, Noise(3, 2, 2)));
+        EXPECT_TRUE(host.Call(picture, "HasMaskKVT").value.AsBoolean());
+    }
+}
+
+} // namespace
