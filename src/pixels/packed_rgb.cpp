@@ -93,7 +93,7 @@ struct alignas(16) Shuffle {
 
 template <class Layout> constexpr Shuffle PackingShuffle() {
     Shuffle shuffle = {{-1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1}};
-    for (int pixel = 0; pixel < kStep; ++pixel) {
+    for (std::ptrdiff_t pixel = 0; pixel < kStep; ++pixel) {
         shuffle.from[pixel * 3] = static_cast<signed char>(pixel * 4 + Layout::kRedShift / 8);
         shuffle.from[pixel * 3 + 1] = static_cast<signed char>(pixel * 4 + Layout::kGreenShift / 8);
         shuffle.from[pixel * 3 + 2] = static_cast<signed char>(pixel * 4 + Layout::kBlueShift / 8);
@@ -103,7 +103,7 @@ template <class Layout> constexpr Shuffle PackingShuffle() {
 
 template <class Layout> constexpr Shuffle UnpackingShuffle() {
     Shuffle shuffle = {{-1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1}};
-    for (int pixel = 0; pixel < kStep; ++pixel) {
+    for (std::ptrdiff_t pixel = 0; pixel < kStep; ++pixel) {
         shuffle.from[pixel * 4 + Layout::kRedShift / 8] = static_cast<signed char>(pixel * 3);
         shuffle.from[pixel * 4 + Layout::kGreenShift / 8] = static_cast<signed char>(pixel * 3 + 1);
         shuffle.from[pixel * 4 + Layout::kBlueShift / 8] = static_cast<signed char>(pixel * 3 + 2);
