@@ -39,19 +39,21 @@ KVT_INLINE void Store(unsigned char *bytes, __m128i value) {
     _mm_storeu_si128(reinterpret_cast<__m128i *>(bytes), value);
 }
 
+/// The fourth bytes become 0.
 KVT_INLINE __m128i RedAndBlueSwapped(__m128i words) {
     const __m128i halves = _mm_shufflehi_epi16(_mm_shufflelo_epi16(words, 0xB1), 0xB1);
-    const __m128i green = _mm_set1_epi32(0xFF00);
-    return _mm_or_si128(_mm_and_si128(words, green), _mm_andnot_si128(green, halves));
+    return _mm_or_si128(_mm_and_si128(words, _mm_set1_epi32(0x00FF00)),
+                        _mm_and_si128(halves, _mm_set1_epi32(0xFF00FF)));
 }
 
-/// Words of a layout with the channels where AlphaHigh has them, and back. The fourth byte may be anything.
+/// Words of a layout with the channels where AlphaHigh has them, the fourth byte being anything.
 template <class Layout> KVT_INLINE __m128i ToHigh(__m128i words) {
     if constexpr (Layout::kRedShift > Layout::kBlueShift)
         return RedAndBlueSwapped(words);
     else
         return _mm_srli_epi32(words, Layout::kRedShift);
 }
+/// The way back. Fourth bytes of 0 stay 0.
 template <class Layout> KVT_INLINE __m128i FromHigh(__m128i words) {
     if constexpr (Layout::kRedShift > Layout::kBlueShift)
         return RedAndBlueSwapped(words);
@@ -75,13 +77,12 @@ template <class Layout> void PackRowBaseline(const unsigned char *from, unsigned
 template <class Layout> void UnpackRowBaseline(const unsigned char *from, unsigned char *to, std::ptrdiff_t count) {
     const __m128i even = _mm_setr_epi32(0xFFFFFF, 0, 0xFFFFFF, 0);
     const __m128i odd = _mm_slli_epi64(even, 32);
-    const __m128i colors = _mm_set1_epi32(static_cast<std::int32_t>(Layout::kColorBits));
     const __m128i opaque = _mm_set1_epi32(static_cast<std::int32_t>(Layout::kOpaqueBits));
     for (; count >= kPixelsOfStep; count -= kStep, from += kStep * kPackedBytes, to += kStep * 4) {
         const __m128i packed = Load(from);
         const __m128i pairs = _mm_unpacklo_epi64(packed, _mm_srli_si128(packed, 6));
         const __m128i words = _mm_or_si128(_mm_and_si128(pairs, even), _mm_and_si128(_mm_slli_epi64(pairs, 8), odd));
-        Store(to, _mm_or_si128(_mm_and_si128(FromHigh<Layout>(words), colors), opaque));
+        Store(to, _mm_or_si128(FromHigh<Layout>(words), opaque));
     }
     UnpackPixels<Layout>(from, to, count);
 }

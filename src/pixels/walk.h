@@ -163,6 +163,15 @@ template <std::size_t kTurns, class Visit> void ForEach(const PictureEditor &sou
     });
 }
 
+/// An opaque pixel of another layout. Channels that lie in the same order move all at once.
+template <class From, class To> KVT_INLINE std::uint32_t Converted(std::uint32_t word) {
+    constexpr int kUp = To::kRedShift - From::kRedShift;
+    if constexpr (To::kGreenShift - From::kGreenShift != kUp || To::kBlueShift - From::kBlueShift != kUp)
+        return To::Word(From::Channels(word));
+    else
+        return ((kUp < 0 ? word >> -kUp : word << kUp) & To::kColorBits) | To::kOpaqueBits;
+}
+
 /// One of several pictures that Combine reads.
 struct Operand {
     Rows rows;
@@ -184,7 +193,7 @@ KVT_INLINE const unsigned char *InLayout(const Operand &operand, std::int32_t ro
         } else {
             KVT_INDEPENDENT_ITERATIONS
             for (std::ptrdiff_t i = 0; i < count; ++i)
-                To::Store(block + i * 4, From::Load(source + i * 4));
+                StoreWord(block + i * 4, Converted<From, To>(LoadWord(source + i * 4)));
             return block;
         }
     };
