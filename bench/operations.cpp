@@ -32,6 +32,15 @@ void AddGrain(tools::Image &image) {
     }
 }
 
+/// Random colors, which no branch predictor follows.
+Ref Noise(Host &host, int width, int height) {
+    std::uint32_t state = 1;
+    return host.Make({.width = width, .height = height, .color = [&](int, int) -> ColorValue {
+                          state = state * 1664525u + 1013904223u;
+                          return (state >> 8 ^ state << 12) & 0xFFFFFFu;
+                      }});
+}
+
 /// A warm film look: no output depends on one input alone, and every tetrahedron occurs.
 void FillTable(Host &host, const Ref &lut) {
     for (int r = 0; r < 16; ++r)
@@ -75,7 +84,9 @@ const std::vector<Operation> kOperations = {
     {"TintPictureKVT", "colors that land on whole numbers",
      [](Host &host, const Inputs &in) { return host.CallGlobal("TintPictureKVT", in.photo, 0x555555, 0xFFFFFF); }},
     {"PictureSepiaKVT.Run", "", [](Host &host, const Inputs &in) { return host.Call(in.sepia, "Run"); }},
-    {"PictureLut3DKVT.Run", "", [](Host &host, const Inputs &in) { return host.Call(in.lut, "Run"); }},
+    {"PictureLut3DKVT.Run", "a photo", [](Host &host, const Inputs &in) { return host.Call(in.lut, "Run"); }},
+    {"PictureLut3DKVT.Run", "random colors",
+     [](Host &host, const Inputs &in) { return host.Call(in.lutOfNoise, "Run"); }},
     {"ReplaceColorKVT", "",
      [](Host &host, const Inputs &in) { return host.Call(in.photo, "ReplaceColorKVT", 0x808080, 0x102030); }},
     {"ExtractColorKVT", "",
@@ -177,6 +188,9 @@ Inputs MakeInputs(Host &host, int width, int height) {
     in.lut = host.New("PictureLut3DKVT");
     host.Set(in.lut, "SourcePicture", in.photo);
     FillTable(host, in.lut);
+    in.lutOfNoise = host.New("PictureLut3DKVT");
+    host.Set(in.lutOfNoise, "SourcePicture", Noise(host, width, height));
+    FillTable(host, in.lutOfNoise);
     return in;
 }
 

@@ -21,6 +21,7 @@ struct Inputs {
     standin::Ref byteString; ///< of `photo`
     standin::Ref sepia;      ///< an instance of each class, `photo` its source
     standin::Ref lut;
+    standin::Ref lutOfNoise; ///< the same with random colors as its source
 };
 
 Inputs MakeInputs(standin::Host &host, int width, int height);

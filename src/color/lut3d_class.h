@@ -2,15 +2,12 @@
 
 #include "host/handles.h"
 #include "host/records.h"
+#include "pixels/tetrahedral.h"
 
 #include <cstddef>
 #include <cstdint>
 
 namespace kvt {
-
-/// Grid points an axis that scripts can store; the first 16 stand for the input values 0, 17, ... 255 and are read.
-inline constexpr std::uint32_t kLutPoints = 18;
-inline constexpr std::uint32_t kLutChannels = 3;
 
 /// Instance data of PictureLut3DKVT. The host reads and writes all but the table itself, at these offsets. It hands out
 /// zeros: nil pictures, bounds that stand for the whole picture, a black table.
@@ -21,7 +18,7 @@ struct Lut3DClassData {
     std::int32_t minY;
     std::int32_t maxX;
     std::int32_t maxY;
-    double table[kLutPoints][kLutPoints][kLutPoints][kLutChannels]; ///< by red, green, blue; outputs 0..255
+    ColorGrid table;
 };
 
 #if __SIZEOF_POINTER__ == 4

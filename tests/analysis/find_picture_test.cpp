@@ -31,12 +31,12 @@ testing::AssertionResult Missed(const Result &result) {
     return missed ? testing::AssertionSuccess() : testing::AssertionFailure() << "found, or variables not 0";
 }
 
-Picture Part(const Picture &picture, int left, int top, int width, int height) {
-    Picture part = Filled(width, height, {});
+Picture Cut(const Picture &picture, int left, int top, int width, int height) {
+    Picture cut = Filled(width, height, {});
     for (int y = 0; y < height; ++y)
         for (int x = 0; x < width; ++x)
-            part.At(x, y) = picture.At(left + x, top + y);
-    return part;
+            cut.At(x, y) = picture.At(left + x, top + y);
+    return cut;
 }
 
 using EverySearch = EveryWay;
@@ -49,8 +49,8 @@ TEST_P(EverySearch, IsExact) {
                 pixel = {random.Below(colors), 7, 255 * random.Below(2)};
             const int left = random.Below(picture.width);
             const int top = random.Below(picture.height);
-            Picture needle = Part(picture, left, top, 1 + random.Below(picture.width - left),
-                                  1 + random.Below(picture.height - top));
+            Picture needle =
+                Cut(picture, left, top, 1 + random.Below(picture.width - left), 1 + random.Below(picture.height - top));
             if (random.Below(3) == 0)
                 needle.pixels.back().green ^= 1 << random.Below(8);
             SCOPED_TRACE(fmt::format("{} x {} of {} colors, needle {} x {} from ({}, {})", width, height + 3, colors,

@@ -39,14 +39,14 @@ inline standin::Ref MakePicture(standin::Host &host, const expected::Picture &pi
                                          .rowPadding = storage.padding,
                                          .lockable = storage.lockable});
     const expected::Layout layout = LayoutOf(made.picture());
-    const std::uint32_t extraBits =
-        ~expected::OpaqueWord({255, 255, 255}, layout) | expected::OpaqueWord({0, 0, 0}, layout);
+    const std::uint32_t colorBits =
+        expected::OpaqueWord({255, 255, 255}, layout) ^ expected::OpaqueWord({0, 0, 0}, layout);
     expected::Random extras(static_cast<std::uint32_t>(picture.width * 31 + picture.height));
     for (int y = 0; y < picture.height; ++y)
         for (int x = 0; x < picture.width; ++x) {
             const std::uint32_t word = expected::OpaqueWord(picture.At(x, y), layout);
             const std::uint32_t extra = storage.opaque ? word : extras.Next();
-            made.picture().SetWord(x, y, (word & ~extraBits) | (extra & extraBits));
+            made.picture().SetWord(x, y, (word & colorBits) | (extra & ~colorBits));
         }
     return made;
 }
