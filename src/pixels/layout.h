@@ -20,12 +20,23 @@ struct Rgb {
     }
 };
 
-/// The same in bytes. Walks offer it where many narrow numbers at once are faster than a few wide ones.
+/// Red, green and blue in single bytes, for operations that need no more.
 struct RgbBytes {
     std::uint8_t red;
     std::uint8_t green;
     std::uint8_t blue;
+
+    KVT_INLINE friend constexpr bool operator==(RgbBytes a, RgbBytes b) {
+        return ((a.red ^ b.red) | (a.green ^ b.green) | (a.blue ^ b.blue)) == 0;
+    }
 };
+
+/// condition ? a : b, without branches and without choosing between addresses, so that loops over it vectorise.
+KVT_INLINE constexpr RgbBytes Either(bool condition, RgbBytes a, RgbBytes b) {
+    const auto choose = [mask = condition ? 255 : 0](std::uint8_t first, std::uint8_t second)
+                            KVT_INLINE_LAMBDA { return static_cast<std::uint8_t>(second ^ ((first ^ second) & mask)); };
+    return {choose(a.red, b.red), choose(a.green, b.green), choose(a.blue, b.blue)};
+}
 
 /// The channels of a host color 0x00RRGGBB; the top byte does not count.
 KVT_INLINE constexpr Rgb RgbOfColor(std::uint32_t color) {
@@ -33,9 +44,15 @@ KVT_INLINE constexpr Rgb RgbOfColor(std::uint32_t color) {
             static_cast<std::int32_t>(color & 255)};
 }
 
+KVT_INLINE constexpr RgbBytes BytesOfColor(std::uint32_t color) {
+    return {static_cast<std::uint8_t>(color >> 16 & 255), static_cast<std::uint8_t>(color >> 8 & 255),
+            static_cast<std::uint8_t>(color & 255)};
+}
+
 KVT_INLINE constexpr Rgb GrayLevel(std::int32_t level) { return {level, level, level}; }
 
 KVT_INLINE constexpr bool IsGray(Rgb pixel) { return pixel == GrayLevel(pixel.green); }
+KVT_INLINE constexpr bool IsGray(RgbBytes pixel) { return pixel == RgbBytes{pixel.green, pixel.green, pixel.green}; }
 
 /// Limits to 0..255.
 KVT_INLINE constexpr std::int32_t ToByte(std::int32_t value) { return value < 0 ? 0 : value > 255 ? 255 : value; }
@@ -66,6 +83,15 @@ KVT_INLINE void StoreWord(unsigned char *pixel, std::uint32_t word) { std::memcp
 // A layout is a type that loads a pixel's channels from its bytes and stores an opaque pixel. Pixels may lie at any
 // address. Words are little-endian: the lowest bits are the first byte.
 
+/// Which of a pixel's bytes, 0 to 3, holds what, and the value of the fourth one where the pixel is opaque.
+struct ByteOrder {
+    std::uint8_t red;
+    std::uint8_t green;
+    std::uint8_t blue;
+    std::uint8_t fourth;
+    std::uint8_t opaque;
+};
+
 /// A 32-bit pixel word: where its channels begin, and what an opaque word holds beside them. The byte at `MaskShift` is
 /// the pixel's alpha.
 template <int RedShift, int GreenShift, int BlueShift, int MaskShift, std::uint32_t Opaque> struct PixelWord {
@@ -74,6 +100,8 @@ template <int RedShift, int GreenShift, int BlueShift, int MaskShift, std::uint3
     static constexpr std::int32_t kRedShift = RedShift;
     static constexpr std::int32_t kGreenShift = GreenShift;
     static constexpr std::int32_t kBlueShift = BlueShift;
+    static constexpr ByteOrder kOrder = {RedShift / 8, GreenShift / 8, BlueShift / 8, MaskShift / 8,
+                                         Opaque >> MaskShift};
     static constexpr std::uint32_t kColorBits = 255u << RedShift | 255u << GreenShift | 255u << BlueShift;
     static constexpr std::uint32_t kOpaqueBits = Opaque;
 
@@ -160,5 +188,9 @@ template <class Use> KVT_INLINE auto WithLayoutOf(std::int32_t format, Use use) 
 }
 
 template <class Use> auto WithLayout(const PictureEditor &editor, Use use) { return WithLayoutOf(editor.format, use); }
+
+inline ByteOrder OrderOf(const PictureEditor &editor) {
+    return WithLayout(editor, [](auto layout) { return decltype(layout)::kOrder; });
+}
 
 } // namespace kvt

@@ -3,6 +3,7 @@
 #include "expected/noise.h"
 #include "expected/print.h"
 
+#include "pixels/channel_tables.h"
 #include "pixels/packed_rgb.h"
 #include "pixels/walk.h"
 
@@ -153,7 +154,29 @@ INSTANTIATE_TEST_SUITE_P(Walk, EveryLevel,
                          testing::Values(InstructionSet::Baseline, InstructionSet::Avx2, InstructionSet::Avx512),
                          [](const auto &level) { return "Level" + std::to_string(static_cast<int>(level.param)); });
 
-enum class Kind { Colors, FromMask, ToMask };
+/// The same on planes of bytes.
+struct MixBytes {
+    KVT_INLINE RgbBytes operator()(RgbBytes pixel) const {
+        return {static_cast<std::uint8_t>(255 - pixel.green), pixel.blue, static_cast<std::uint8_t>(pixel.red ^ 1)};
+    }
+};
+
+/// Tables without any order.
+ChannelTables Shuffled() {
+    ChannelTables tables;
+    expected::Random random(16);
+    for (ChannelTable *table : {&tables.red, &tables.green, &tables.blue})
+        for (unsigned char &level : table->levels)
+            level = static_cast<unsigned char>(random.Below(256));
+    return tables;
+}
+const ChannelTables kShuffled = Shuffled();
+
+expected::Rgb ThroughShuffled(expected::Rgb pixel) {
+    return {kShuffled.red.levels[pixel.red], kShuffled.green.levels[pixel.green], kShuffled.blue.levels[pixel.blue]};
+}
+
+enum class Kind { Colors, FromMask, ToMask, Planes, Tables };
 
 void RunMap(Kind kind, const PictureEditor &source, const PictureEditor &target, Area area) {
     switch (kind) {
@@ -163,6 +186,10 @@ void RunMap(Kind kind, const PictureEditor &source, const PictureEditor &target,
         return MapFromMask(source, target, area, Mix{});
     case Kind::ToMask:
         return MapToMask(source, target, area, Mix{});
+    case Kind::Planes:
+        return Map(source, target, area, MixBytes{});
+    case Kind::Tables:
+        return Map(source, target, area, ThroughTables{&kShuffled});
     }
 }
 
@@ -171,7 +198,7 @@ std::uint32_t MappedWord(Kind kind, std::uint32_t source, expected::Layout from,
     expected::Rgb pixel = expected::ColorOf(source, from);
     if (kind == Kind::FromMask)
         pixel.red = pixel.green = pixel.blue = expected::MaskValue(source, from);
-    const expected::Rgb result = Mix{}(pixel);
+    const expected::Rgb result = kind == Kind::Tables ? ThroughShuffled(pixel) : Mix{}(pixel);
     return kind == Kind::ToMask ? expected::WithMaskValue(target, result.red, to) : expected::OpaqueWord(result, to);
 }
 
@@ -200,10 +227,13 @@ void ExpectMapsInPlace(Kind kind, std::int32_t from, std::int32_t to, std::int32
 }
 
 TEST_P(EveryLevel, MapsEveryPairOfLayoutsInEveryWidth) {
-    for (const Kind kind : {Kind::Colors, Kind::FromMask, Kind::ToMask})
+    std::vector<std::int32_t> counts = {kPlanePixels - 1, kPlanePixels, kPlanePixels + 1, 2 * kPlanePixels + 67};
+    for (std::int32_t count = 1; count <= kWidest; ++count)
+        counts.push_back(count);
+    for (const Kind kind : {Kind::Colors, Kind::FromMask, Kind::ToMask, Kind::Planes, Kind::Tables})
         for (const std::int32_t from : kFormats)
             for (const std::int32_t to : kFormats)
-                for (std::int32_t count = 1; count <= kWidest; ++count) {
+                for (const std::int32_t count : counts) {
                     AtLevel([&] { ExpectMaps(kind, from, to, count); });
                     AtLevel([&] { ExpectMapsInPlace(kind, from, to, count); });
                     ASSERT_FALSE(HasFailure()) << "kind " << static_cast<int>(kind) << ", format " << from << " to "
