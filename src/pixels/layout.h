@@ -63,6 +63,15 @@ KVT_INLINE constexpr std::int32_t ToByte(double value) {
     return static_cast<std::int32_t>(value > 0.0 ? value < 255.0 ? value : 255.0 : 0.0);
 }
 
+/// Arithmetic that keeps to the type of its levels, bytes or 32-bit numbers. The standard library's functions need not
+/// be inlined, and then run as baseline code.
+template <class Level> KVT_INLINE constexpr Level Higher(Level a, Level b) { return a > b ? a : b; }
+template <class Level> KVT_INLINE constexpr Level Lower(Level a, Level b) { return a < b ? a : b; }
+/// `higher` - `lower`, which is not larger.
+template <class Level> KVT_INLINE constexpr Level Difference(Level higher, Level lower) {
+    return static_cast<Level>(higher - lower);
+}
+
 KVT_INLINE std::uint32_t LoadWord(const unsigned char *pixel) {
     std::uint32_t word;
     std::memcpy(&word, pixel, sizeof word);
@@ -86,10 +95,15 @@ struct ByteOrder {
 /// A 32-bit pixel word: where its channels begin, and what an opaque word holds beside them. The byte at `MaskShift` is
 /// the pixel's alpha.
 template <int RedShift, int GreenShift, int BlueShift, int MaskShift, std::uint32_t Opaque> struct PixelWord {
+    using Level = std::int32_t; ///< what a channel is loaded as
     static constexpr std::int32_t kBytes = 4;
+    static constexpr std::int32_t kRedShift = RedShift;
+    static constexpr std::int32_t kGreenShift = GreenShift;
+    static constexpr std::int32_t kBlueShift = BlueShift;
     static constexpr ByteOrder kOrder = {RedShift / 8, GreenShift / 8, BlueShift / 8, MaskShift / 8,
                                          Opaque >> MaskShift};
     static constexpr std::uint32_t kColorBits = 255u << RedShift | 255u << GreenShift | 255u << BlueShift;
+    static constexpr std::uint32_t kOpaqueBits = Opaque;
 
     KVT_INLINE static constexpr std::uint32_t Word(Rgb pixel) {
         return static_cast<std::uint32_t>(pixel.red) << RedShift |
@@ -141,12 +155,6 @@ struct PackedRgb {
     }
 };
 
-/// One byte a pixel, read as a gray.
-struct GrayByte {
-    static constexpr std::int32_t kBytes = 1;
-    KVT_INLINE static Rgb Load(const unsigned char *pixel) { return GrayLevel(*pixel); }
-};
-
 /// A layout whose pixels are their mask values: read as grays, stored from the red channel with the colors kept.
 template <class Layout> struct MaskOf {
     static constexpr std::int32_t kBytes = Layout::kBytes;
@@ -156,6 +164,14 @@ template <class Layout> struct MaskOf {
 
 /// The layout as it is; the counterpart of MaskOf.
 template <class Layout> using ColorOf = Layout;
+
+/// A layout whose channels are loaded as bytes.
+template <class Layout> struct BytesOf : Layout {
+    using Level = std::uint8_t;
+    KVT_INLINE static RgbBytes Load(const unsigned char *pixel) {
+        return {pixel[Layout::kRedShift / 8], pixel[Layout::kGreenShift / 8], pixel[Layout::kBlueShift / 8]};
+    }
+};
 
 /// Calls `use` with a value of the layout type of a format code. An open editor's is always one of these.
 template <class Use> KVT_INLINE auto WithLayoutOf(std::int32_t format, Use use) {

@@ -4,6 +4,7 @@
 #include "expected/print.h"
 
 #include "pixels/channel_tables.h"
+#include "pixels/packed_rgb.h"
 #include "pixels/walk.h"
 
 #include <gtest/gtest.h>
@@ -254,36 +255,32 @@ TEST_P(EveryLevel, FillsEveryLayout) {
     }
 }
 
-TEST_P(EveryLevel, CopiesToAndFromPackedRows) {
+TEST_P(EveryLevel, PacksAndUnpacksEveryWidth) {
     for (const std::int32_t format : kFormats) {
         for (std::int32_t count = 1; count <= kWidest; ++count) {
-            Memory memory = PictureAround(count, format, 5);
-            const Area area = {0, 0, count, 3};
-            const std::ptrdiff_t rowBytes = std::ptrdiff_t{count} * 3;
-            std::vector<unsigned char> packed(static_cast<std::size_t>(rowBytes) * 3 + 2, 0xA5);
+            SCOPED_TRACE("format " + std::to_string(format) + ", " + std::to_string(count) + " pixels");
+            Memory memory(count, 3, format, 5);
+            std::vector<unsigned char> packed(static_cast<std::size_t>(count) * 9 + 2, 0xA5);
             std::vector<unsigned char> after = packed;
             std::size_t at = 1;
-            ForEachPixel(area, [&](std::int32_t x, std::int32_t y) {
+            ForEachPixel({0, 0, count, 3}, [&](std::int32_t x, std::int32_t y) {
                 const expected::Rgb pixel = memory.Color(x, y);
                 after[at++] = static_cast<unsigned char>(pixel.red);
                 after[at++] = static_cast<unsigned char>(pixel.green);
                 after[at++] = static_cast<unsigned char>(pixel.blue);
             });
-            AtLevel([&] { WriteRows<PackedRgb>(*Opened(memory), {&packed[1], rowBytes, nullptr}, area); });
-            ASSERT_EQ(packed, after) << "format " << format << ", " << count << " pixels";
+            AtLevel([&] { PackRgb(*Opened(memory), &packed[1]); });
+            ASSERT_EQ(packed, after);
 
-            Memory target = PictureAround(count, format, 6);
-            Memory read = target;
-            Memory gray = target;
-            ForEachPixel(area, [&](std::int32_t x, std::int32_t y) {
-                const int level = packed[1 + static_cast<std::size_t>(y * rowBytes + x)];
-                read.SetWord(x, y, expected::OpaqueWord(memory.Color(x, y), memory.layout));
-                gray.SetWord(x, y, expected::OpaqueWord({level, level, level}, memory.layout));
-            });
-            AtLevel([&] { ReadRows<PackedRgb>({&packed[1], rowBytes, nullptr}, *Opened(target), area); });
-            ASSERT_EQ(target.bytes, read.bytes) << "format " << format << ", " << count << " pixels";
-            AtLevel([&] { ReadRows<GrayByte>({&packed[1], rowBytes, nullptr}, *Opened(target), area); });
-            ASSERT_EQ(target.bytes, gray.bytes) << "format " << format << ", " << count << " pixels";
+            for (const std::int32_t smaller : {0, 1}) {
+                Memory target(count + 1 - smaller * 2, 3 - smaller, format, 6);
+                Memory read = target;
+                ForEachPixel({0, 0, std::min(count, target.width), target.height}, [&](std::int32_t x, std::int32_t y) {
+                    read.SetWord(x, y, expected::OpaqueWord(memory.Color(x, y), memory.layout));
+                });
+                AtLevel([&] { UnpackRgb(&packed[1], count, 3, *Opened(target)); });
+                ASSERT_EQ(target.bytes, read.bytes) << "a target that is " << (smaller ? "smaller" : "wider");
+            }
         }
     }
 }
@@ -302,7 +299,12 @@ struct Higher {
     }
 };
 
-/// Two pictures into a third, then all three into the first of them.
+/// The same in levels.
+struct HigherLevel {
+    KVT_INLINE std::uint8_t operator()(std::uint8_t a, std::uint8_t b) const { return a > b ? a : b; }
+};
+
+/// Two pictures into a third, in either way, then all three into the first of them.
 void ExpectCombines(std::int32_t first, std::int32_t second, std::int32_t to, std::int32_t count) {
     const Area area = InnerArea(count);
     Memory a = PictureAround(count, first, 7);
@@ -314,8 +316,11 @@ void ExpectCombines(std::int32_t first, std::int32_t second, std::int32_t to, st
     ForEachPixel(area, [&](std::int32_t x, std::int32_t y) {
         after.SetWord(x, y, expected::OpaqueWord(Higher{}(a.Color(x, y), b.Color(x, y)), target.layout));
     });
+    Memory other = target;
     Combine(*Opened(target), area, Higher{}, *Opened(a), *Opened(b));
     EXPECT_EQ(target.bytes, after.bytes);
+    CombineLevels(*Opened(other), area, HigherLevel{}, *Opened(a), *Opened(b));
+    EXPECT_EQ(other.bytes, after.bytes);
 
     after = a;
     ForEachPixel(area, [&](std::int32_t x, std::int32_t y) {
@@ -344,13 +349,16 @@ TEST_P(EveryLevel, CombinesEveryMixtureOfLayouts) {
                 }
 }
 
-/// Passes one color alone.
+/// Passes one color alone, as IsColor does.
 struct IsMark {
-    template <class Pixel> KVT_INLINE bool operator()(Pixel pixel) const { return pixel == Pixel{10, 20, 30}; }
+    template <class Pixel> KVT_INLINE bool operator()(Pixel pixel) const {
+        return ((pixel.red ^ 10) | (pixel.green ^ 20) | (pixel.blue ^ 30)) == 0;
+    }
 };
+constexpr IsColor kMark = {{10, 20, 30}};
 
 TEST_P(EveryLevel, CountsAndTestsTheAreaAlone) {
-    std::vector<std::int32_t> counts = {255, 256, 257, 513, 1000};
+    std::vector<std::int32_t> counts = {223, 224, 225, 255, 256, 257, 449, 513, 1000, 4097};
     for (std::int32_t count = 1; count <= kWidest; ++count)
         counts.push_back(count);
     for (const std::int32_t format : kFormats) {
@@ -367,29 +375,43 @@ TEST_P(EveryLevel, CountsAndTestsTheAreaAlone) {
             });
             const Opened editor(memory);
             ASSERT_EQ(AtLevel([&] { return Count(*editor, area, IsMark{}); }), marks);
+            ASSERT_EQ(AtLevel([&] { return Count(*editor, area, kMark); }), marks);
 
             ForEachPixel(area, [&](std::int32_t x, std::int32_t y) { memory.SetColor(x, y, {10, 20, 30}); });
             ASSERT_TRUE(AtLevel([&] { return All(*editor, area, IsMark{}); }));
+            ASSERT_TRUE(AtLevel([&] { return All(*editor, area, kMark); }));
             ASSERT_EQ(AtLevel([&] { return Count(*editor, area, IsMark{}); }), area.Pixels());
             for (const std::int32_t x : {area.left, random.Between(area.left, area.right - 1), area.right - 1}) {
                 const std::int32_t y = random.Between(area.top, area.bottom - 1);
                 memory.SetColor(x, y, {10, 20, 31});
                 ASSERT_FALSE(AtLevel([&] { return All(*editor, area, IsMark{}); })) << "at " << x << ", " << y;
+                ASSERT_FALSE(AtLevel([&] { return All(*editor, area, kMark); })) << "at " << x << ", " << y;
                 memory.SetColor(x, y, {10, 20, 30});
             }
         }
     }
 }
 
-TEST(Walk, VisitsInReadingOrder) {
+TEST(Walk, VisitsInReadingOrderAndInTurn) {
     for (const std::int32_t format : kFormats) {
-        Memory memory(7, 5, format, 11);
-        const Area area = {2, 1, 6, 4};
-        std::vector<expected::Rgb> colors;
-        ForEachPixel(area, [&](std::int32_t x, std::int32_t y) { colors.push_back(memory.Color(x, y)); });
-        std::vector<expected::Rgb> visited;
-        ForEach(*Opened(memory), area, [&](Rgb pixel) { visited.push_back({pixel.red, pixel.green, pixel.blue}); });
-        EXPECT_EQ(visited, colors) << "format " << format;
+        for (std::int32_t count = 1; count <= 9; ++count) {
+            Memory memory(count + 3, 5, format, 11);
+            const Area area = {2, 1, count + 2, 4};
+            std::vector<expected::Rgb> colors;
+            std::vector<std::size_t> turns;
+            ForEachPixel(area, [&](std::int32_t x, std::int32_t y) {
+                colors.push_back(memory.Color(x, y));
+                turns.push_back(static_cast<std::size_t>(x - area.left) % 3);
+            });
+            std::vector<expected::Rgb> visited;
+            std::vector<std::size_t> visitedTurns;
+            ForEach<3>(*Opened(memory), area, [&](Rgb pixel, std::size_t turn) {
+                visited.push_back({pixel.red, pixel.green, pixel.blue});
+                visitedTurns.push_back(turn);
+            });
+            EXPECT_EQ(visited, colors) << "format " << format << ", " << count << " pixels";
+            EXPECT_EQ(visitedTurns, turns) << "format " << format << ", " << count << " pixels";
+        }
     }
 }
 
@@ -423,9 +445,9 @@ TEST(Walk, KeepsInsideTheSmallerPicture) {
     }
     Memory memory(3, 4, 2, 14);
     const Opened editor(memory);
-    EXPECT_EQ(Count(*editor, {0, 0, 9, 9}, [](Rgb) { return true; }), 12);
-    EXPECT_EQ(Count(*editor, {3, 0, 9, 9}, [](Rgb) { return true; }), 0);
-    EXPECT_TRUE(All(*editor, {0, 4, 9, 9}, [](Rgb) { return false; })) << "an empty area passes";
+    EXPECT_EQ(Count(*editor, {0, 0, 9, 9}, [](auto) { return true; }), 12);
+    EXPECT_EQ(Count(*editor, {3, 0, 9, 9}, [](auto) { return true; }), 0);
+    EXPECT_TRUE(All(*editor, {0, 4, 9, 9}, [](auto) { return false; })) << "an empty area passes";
 }
 
 void ExpectSameArea(Area area, const expected::Area &rule) {

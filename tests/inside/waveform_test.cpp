@@ -124,6 +124,29 @@ TEST(DrawPixel, WeighsTheOldColorByTheIntensity) {
     }
 }
 
+/// Channels are blended two at once; none may leak into another.
+TEST(DrawPixel, BlendsEveryLevelWithEveryIntensity) {
+    const auto blended = [](int old, int outline, int intensity) {
+        return (old * intensity + outline * (255 - intensity)) / 255;
+    };
+    for (const expected::Rgb ink : {expected::Rgb{0, 255, 0}, {255, 0, 255}, {128, 127, 1}, {254, 255, 253}}) {
+        SetOutlineColor(ink);
+        for (const int format : {1, 2, 8}) {
+            Picture picture(format, 1, 1);
+            for (int old = 0; old < 256; ++old)
+                for (int intensity = 0; intensity < 256; ++intensity) {
+                    const expected::Rgb before = {old, 255 - old, old ^ 85};
+                    picture.Fill(before);
+                    DrawPixel(picture.Editor(), 0, 0, intensity);
+                    ASSERT_EQ(picture.At(0, 0), picture.Word({blended(before.red, ink.red, intensity),
+                                                              blended(before.green, ink.green, intensity),
+                                                              blended(before.blue, ink.blue, intensity)}))
+                        << "format " << format << ", " << old << " at " << intensity;
+                }
+        }
+    }
+}
+
 /// The worked line: each inner column holds a pair whose intensities add up to 255.
 TEST(WuLine, PaintsPairsBetweenItsEnds) {
     Picture picture(8, 11, 5);
