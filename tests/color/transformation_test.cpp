@@ -69,31 +69,6 @@ TEST(Transformation, MapsInTheOrderRedBlueGreen) {
                    Filled(1, 1, {10, 30, 20}));
 }
 
-/// A destination that cannot be used stays as it is, which the host watches, and a new picture is made.
-TEST(Transformation, MakesAPictureWhereTheDestinationDoesNotFit) {
-    TestHost host;
-    LookupTable identity;
-    for (std::size_t level = 0; level < 256; ++level)
-        identity[level] = static_cast<unsigned char>(level);
-    const Ref table = host.MakeBlock(256, identity);
-    const Picture picture = Noise(9, 4, 1);
-    const Ref source = MakePicture(host, picture);
-    const struct {
-        const char *what;
-        Ref destination;
-    } kUnused[] = {
-        {"too narrow", MakePicture(host, Noise(8, 4, 2))},
-        {"too low", MakePicture(host, Noise(9, 3, 2))},
-        {"not to be locked", MakePicture(host, Noise(9, 4, 2), {.lockable = false})},
-        {"alpha of another place", MakePicture(host, Noise(9, 4, 2), {.alphaChannel = true, .alphaInfo = 3})},
-    };
-    for (const auto &row : kUnused) {
-        const auto result = host.Call(source, "TransformColorsKVT", table, table, table, row.destination);
-        EXPECT_PICTURE(result, picture) << row.what;
-        EXPECT_NE(result.value.AsRef(), row.destination) << row.what;
-    }
-}
-
 TEST(Transformation, RefusesArgumentsInOrder) {
     TestHost host;
     const Value picture = MakePicture(host, Noise(3, 2, 1));
@@ -126,6 +101,17 @@ TEST(Transformation, RefusesArgumentsInOrder) {
         const std::string message = result.raised ? result.raised->message : "";
         EXPECT_EQ(message, row.message);
         EXPECT_EQ(result.raised ? result.raised->className : "", message.empty() ? "" : "NilObjectException");
+    }
+}
+
+TEST(Transformation, RaisesWhatTheHostKnows) {
+    constexpr const char *kNil = "NilObjectException";
+    constexpr const char *kRuntime = "RuntimeException";
+    for (const std::vector<std::string> &unknown : {std::vector<std::string>{kNil}, {kNil, kRuntime}}) {
+        TestHost host({.unknownExceptions = unknown});
+        const auto raised = host.Call(nullptr, "TransformColorsKVT", nullptr, nullptr, nullptr).raised;
+        EXPECT_EQ(raised.has_value(), unknown.size() == 1);
+        EXPECT_TRUE(!raised || *raised == (standin::RaisedException{kRuntime, "picture is nil"}));
     }
 }
 

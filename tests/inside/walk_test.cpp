@@ -1,15 +1,13 @@
 #include "expected/area.h"
-#include "expected/layout.h"
-#include "expected/noise.h"
 #include "expected/print.h"
-
+#include "inside/plain_picture.h"
 #include "pixels/channel_tables.h"
 #include "pixels/packed_rgb.h"
 #include "pixels/walk.h"
+#include "support/levels.h"
 
 #include <gtest/gtest.h>
 
-#include <cstring>
 #include <string>
 #include <vector>
 
@@ -17,77 +15,8 @@ namespace {
 
 using namespace kvt;
 
-/// One format code a layout.
-constexpr std::int32_t kFormats[] = {1, 2, kConsoleFormat};
-
 /// Every number of pixels up to three of the widest vectors and one more.
 constexpr std::int32_t kWidest = 3 * 64 + 1;
-
-/// The memory of a picture: guard bytes before, between and behind rows that begin at odd addresses, those of the
-/// row-table layout in descending order. Pixels and guards are noise, the pixels' fourth bytes too.
-struct Memory {
-    Memory(std::int32_t columns, std::int32_t rows, std::int32_t code, std::uint32_t seed)
-        : width(columns), height(rows), format(code), layout(expected::LayoutOf(code)),
-          bytes(kGuard + static_cast<std::size_t>(rows) * RowBytes()) {
-        expected::Random random(seed);
-        for (unsigned char &byte : bytes)
-            byte = static_cast<unsigned char>(random.Below(256));
-        const expected::Picture noise = expected::Noise(width, height, seed);
-        for (std::int32_t y = 0; y < height; ++y)
-            for (std::int32_t x = 0; x < width; ++x)
-                SetColor(x, y, noise.At(x, y));
-    }
-
-    std::size_t RowBytes() const { return static_cast<std::size_t>(width) * 4 + kGuard; }
-    std::size_t RowStart(std::int32_t y) const {
-        return kGuard + static_cast<std::size_t>(format == kConsoleFormat ? height - 1 - y : y) * RowBytes();
-    }
-    std::size_t Offset(std::int32_t x, std::int32_t y) const { return RowStart(y) + static_cast<std::size_t>(x) * 4; }
-
-    std::uint32_t Word(std::int32_t x, std::int32_t y) const {
-        std::uint32_t word = 0;
-        std::memcpy(&word, &bytes[Offset(x, y)], 4);
-        return word;
-    }
-    void SetWord(std::int32_t x, std::int32_t y, std::uint32_t word) { std::memcpy(&bytes[Offset(x, y)], &word, 4); }
-
-    expected::Rgb Color(std::int32_t x, std::int32_t y) const { return expected::ColorOf(Word(x, y), layout); }
-    /// The fourth byte stays.
-    void SetColor(std::int32_t x, std::int32_t y, expected::Rgb color) {
-        const std::uint32_t fourth = layout == expected::Layout::AlphaLow ? 0x000000FFu : 0xFF000000u;
-        SetWord(x, y, (expected::OpaqueWord(color, layout) & ~fourth) | (Word(x, y) & fourth));
-    }
-
-    static constexpr std::size_t kGuard = 37;
-    std::int32_t width;
-    std::int32_t height;
-    std::int32_t format;
-    expected::Layout layout;
-    std::vector<unsigned char> bytes;
-};
-
-/// An editor over the memory, in its own layout or in another one.
-class Opened {
-  public:
-    explicit Opened(Memory &memory) : Opened(memory, memory.format) {}
-    Opened(Memory &memory, std::int32_t format) {
-        editor_.rowBytes = static_cast<std::int32_t>(memory.RowBytes());
-        editor_.width = memory.width;
-        editor_.height = memory.height;
-        editor_.format = format;
-        editor_.firstRow = &memory.bytes[memory.RowStart(0)];
-        if (memory.format != kConsoleFormat)
-            return;
-        for (std::int32_t y = 0; y < memory.height; ++y)
-            table_.push_back(&memory.bytes[memory.RowStart(y)]);
-        editor_.rowTable = table_.data();
-    }
-    const PictureEditor &operator*() const { return editor_; }
-
-  private:
-    std::vector<void *> table_;
-    PictureEditor editor_ = {};
-};
 
 /// `count` columns of the inner rows, from a column on that varies, in a picture of count + 5 columns.
 Area InnerArea(std::int32_t count) { return {count % 4, 1, count % 4 + count, 3}; }
@@ -109,31 +38,9 @@ struct Mix {
     }
 };
 
-/// Asked of the compiler's run-time, so that a level that the module wrongly falls back from is a failure.
-bool Offers(InstructionSet level) {
-#if defined(__x86_64__) || defined(__i386__)
-    const bool avx2 = __builtin_cpu_supports("avx2");
-    switch (level) {
-    case InstructionSet::Avx512:
-        return avx2 && __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512bw") &&
-               __builtin_cpu_supports("avx512dq") && __builtin_cpu_supports("avx512vl") &&
-               __builtin_cpu_supports("avx512vbmi");
-    case InstructionSet::Avx2:
-        return avx2;
-    case InstructionSet::Baseline:
-        break;
-    }
-#endif
-    return level == InstructionSet::Baseline;
-}
-
-class EveryLevel : public testing::TestWithParam<InstructionSet> {
+class EveryLevel : public testing::TestWithParam<int> {
   protected:
-    void SetUp() override {
-        if (!Offers(GetParam()))
-            GTEST_SKIP() << "this processor does not offer the level";
-        gForcedLevel = static_cast<int>(GetParam());
-    }
+    void SetUp() override { gForcedLevel = GetParam(); }
     void TearDown() override { gForcedLevel = -1; }
 
     /// Runs a walk and makes sure that it really ran at the level.
@@ -141,18 +48,17 @@ class EveryLevel : public testing::TestWithParam<InstructionSet> {
         gActiveLevel = -1;
         if constexpr (std::is_void_v<decltype(walk())>) {
             walk();
-            EXPECT_EQ(gActiveLevel, static_cast<int>(GetParam()));
+            EXPECT_EQ(gActiveLevel, GetParam());
         } else {
             const auto result = walk();
-            EXPECT_EQ(gActiveLevel, static_cast<int>(GetParam()));
+            EXPECT_EQ(gActiveLevel, GetParam());
             return result;
         }
     }
 };
 
-INSTANTIATE_TEST_SUITE_P(Walk, EveryLevel,
-                         testing::Values(InstructionSet::Baseline, InstructionSet::Avx2, InstructionSet::Avx512),
-                         [](const auto &level) { return "Level" + std::to_string(static_cast<int>(level.param)); });
+INSTANTIATE_TEST_SUITE_P(Walk, EveryLevel, testing::ValuesIn(EveryLevelOffered()),
+                         [](const auto &level) { return kLevelNames[level.param]; });
 
 /// The same on planes of bytes.
 struct MixBytes {
@@ -239,20 +145,6 @@ TEST_P(EveryLevel, MapsEveryPairOfLayoutsInEveryWidth) {
                     ASSERT_FALSE(HasFailure()) << "kind " << static_cast<int>(kind) << ", format " << from << " to "
                                                << to << ", " << count << " pixels";
                 }
-}
-
-TEST_P(EveryLevel, FillsEveryLayout) {
-    for (const std::int32_t format : kFormats) {
-        for (std::int32_t count = 1; count <= kWidest; ++count) {
-            Memory memory = PictureAround(count, format, 4);
-            Memory after = memory;
-            ForEachPixel(InnerArea(count), [&](std::int32_t x, std::int32_t y) {
-                after.SetWord(x, y, expected::OpaqueWord({1, 2, 3}, memory.layout));
-            });
-            AtLevel([&] { Fill(*Opened(memory), InnerArea(count), {1, 2, 3}); });
-            ASSERT_EQ(memory.bytes, after.bytes) << "format " << format << ", " << count << " pixels";
-        }
-    }
 }
 
 TEST_P(EveryLevel, PacksAndUnpacksEveryWidth) {
@@ -448,32 +340,6 @@ TEST(Walk, KeepsInsideTheSmallerPicture) {
     EXPECT_EQ(Count(*editor, {0, 0, 9, 9}, [](auto) { return true; }), 12);
     EXPECT_EQ(Count(*editor, {3, 0, 9, 9}, [](auto) { return true; }), 0);
     EXPECT_TRUE(All(*editor, {0, 4, 9, 9}, [](auto) { return false; })) << "an empty area passes";
-}
-
-void ExpectSameArea(Area area, const expected::Area &rule) {
-    ASSERT_EQ(area.Empty(), rule.Empty());
-    if (!rule.Empty()) {
-        ASSERT_EQ(area.left, rule.left);
-        ASSERT_EQ(area.top, rule.top);
-        ASSERT_EQ(area.right, rule.right);
-        ASSERT_EQ(area.bottom, rule.bottom);
-    }
-}
-
-TEST(Areas, OfRectanglesAndBounds) {
-    expected::Random random(15);
-    for (int round = 0; round < 20000; ++round) {
-        const expected::Picture picture = {random.Below(20), random.Below(20), {}};
-        PictureEditor editor = {};
-        editor.width = picture.width;
-        editor.height = picture.height;
-        const expected::Rectangle r = expected::AnyRectangle(random, picture.width, picture.height);
-        SCOPED_TRACE(testing::Message() << r.left << ", " << r.top << ", " << r.width << ", " << r.height);
-        ExpectSameArea(AreaOf(editor, Rectangle{r.left, r.top, r.width, r.height}), expected::AreaOf(picture, r));
-        const expected::Bounds b = expected::AnyBounds(random, picture.width, picture.height);
-        SCOPED_TRACE(testing::Message() << b.minX << ", " << b.minY << ", " << b.maxX << ", " << b.maxY);
-        ExpectSameArea(AreaOf(editor, Bounds{b.minX, b.minY, b.maxX, b.maxY}), expected::AreaOf(picture, b));
-    }
 }
 
 } // namespace

@@ -127,19 +127,4 @@ TEST(Tone, OfNoPictureIsNil) {
     }
 }
 
-/// Such a picture is read from a copy that the host draws, unless the copy would lose its alpha channel.
-TEST(Tone, OfAPictureThatCannotBeLocked) {
-    const Picture picture = Noise(9, 4, 1);
-    for (const double version : {2011.03, 2012.0, 2019.03}) {
-        TestHost host({.version = version});
-        EXPECT_PICTURE(host.Call(MakePicture(host, picture, {.lockable = false}), "InvertKVT"),
-                       Invert(picture, {}, picture))
-            << version;
-        const Ref withAlpha = MakePicture(host, picture, {.alphaChannel = true, .lockable = false});
-        EXPECT_TRUE(host.Call(withAlpha, "InvertKVT").value.IsNil()) << version;
-    }
-    TestHost host({.application = standin::Application::Console});
-    EXPECT_TRUE(host.Call(MakePicture(host, picture, {.lockable = false}), "InvertKVT").value.IsNil());
-}
-
 } // namespace
