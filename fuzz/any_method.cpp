@@ -1,6 +1,6 @@
 #include "fuzz/run.h"
 
-#include <algorithm>
+#include <cstdlib>
 #include <fmt/format.h>
 #include <fuzzer/FuzzedDataProvider.h>
 #include <limits>
@@ -211,9 +211,9 @@ class Script {
             break;
         }
         const int value = Integer();
+        // The one routine that makes pictures of any size: small ones, and those that it refuses.
         const bool isSize = SameName(parameter.name, "width") || SameName(parameter.name, "height");
-        // The one routine that makes pictures of any size; those that are refused may be as large as they want.
-        return rendersSamples && isSize && value > kLargest && value <= 32767 ? value % kLargest : value;
+        return rendersSamples && isSize && value <= 32767 ? std::abs(value % kLargest) : value;
     }
 
     /// What the heap grants while a routine runs.

@@ -22,11 +22,16 @@ int Number(FuzzedDataProvider &input, int usual) {
     }
 }
 
-/// A size that makes a picture small, or none at all.
+/// A number above `most` is brought below it, since it costs time and shows little.
+int Limited(int number, int most) { return number > most ? number % most : number; }
+
+/// A size that makes a small picture, or none at all. The default, below 1, is large and therefore rare.
 int Size(FuzzedDataProvider &input) {
-    constexpr int kLargest = 120;
+    constexpr int kLargest = 60;
     const int size = Number(input, kLargest);
-    return size > kLargest && size <= 32767 ? size % kLargest : size;
+    if (size > 32767 || (size < 1 && input.ConsumeIntegralInRange(0, 15) == 0))
+        return size;
+    return size < 1 ? 1 - size % kLargest : Limited(size, kLargest);
 }
 
 } // namespace
@@ -42,7 +47,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     with.smooth = Number(input, 20);
     with.width = Size(input);
     with.height = Size(input);
-    with.outlineWidth = Number(input, 3);
+    const bool isLarge = with.width < 1 || with.height < 1;
+    const bool anyPen = input.ConsumeIntegralInRange(0, 15) == 0;
+    with.outlineWidth = Limited(Number(input, 3), isLarge ? 3 : anyPen ? std::numeric_limits<int>::max() : 20);
     with.backColor = input.ConsumeIntegral<std::uint32_t>();
     with.foreColor = input.ConsumeIntegral<std::uint32_t>();
     with.outlineColor = input.ConsumeIntegral<std::uint32_t>();
