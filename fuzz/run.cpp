@@ -1,0 +1,109 @@
+#include "fuzz/run.h"
+
+#include "expected/layout.h"
+#include "inside/heap.h"
+#include "pixels/instruction_set.h"
+#include "plugin/interface.h"
+
+#include <cstdlib>
+#include <filesystem>
+#include <fmt/format.h>
+#include <memory>
+#include <utility>
+
+namespace fuzz {
+namespace {
+
+using standin::Application;
+using standin::Fault;
+using standin::HostDescription;
+
+/// Dead objects stay known to their host, so it is replaced after so many runs.
+constexpr int kRunsOfHost = 64;
+
+bool gPoor;
+
+HostDescription Describe(std::string_view name) {
+    HostDescription description;
+    if (name == "console" || name == "old-console")
+        description.application = Application::Console;
+    else if (name == "poor")
+        description.faults = {{"newPicture"}, {"Picture.Constructor"}};
+    else if (name != "desktop" && name != "old-desktop")
+        Finding(fmt::format("no host is called \"{}\"", name));
+    if (name.starts_with("old-"))
+        description.version = 2011.0;
+    if (name == "poor")
+        description.guard = standin::Guard::Before;
+    description.sealsPictures = true;
+    description.newPicturePadding = 4;
+    description.module =
+        (std::filesystem::path(standin::ModuleBesideProgram()).parent_path() / "fuzz_entry.so").string();
+    return description;
+}
+
+HostDescription gDescription;
+std::unique_ptr<standin::Host> gLiving;
+
+standin::Host &HostOfRun() {
+    static int runs = 0;
+    if (runs++ % kRunsOfHost == 0)
+        gLiving.reset();
+    if (!gLiving) {
+        // Where the last host's instances kept their data; the records of a module loaded afresh do not say.
+        kvt::gPictureSepiaClass.dataOffset = kvt::gPictureLut3DClass.dataOffset = 0;
+        gLiving = std::make_unique<standin::Host>(gDescription);
+    }
+    return *gLiving;
+}
+
+} // namespace
+
+void Finding(std::string_view what) {
+    fmt::print(stderr, "finding: {}\n", what);
+    std::abort();
+}
+
+Run::Run() : host(HostOfRun()), poor(gPoor) {}
+
+Run::~Run() {
+    host.Finish(); // whatever lives now was leaked by this run
+    const std::vector<std::string> violations = host.TakeViolations();
+    if (!violations.empty())
+        Finding(fmt::format("{}", fmt::join(violations, "\n")));
+}
+
+void Run::AtLevel(int level) { kvt::gForcedLevel = level; }
+
+standin::Result Run::CallGlobal(std::string_view method, std::vector<standin::Value> arguments) {
+    const HeapGrants grants(poor ? 0 : -1);
+    return host.CallGlobalWith(method, std::move(arguments));
+}
+
+HeapGrants::HeapGrants(int allocations) { heap::granted = allocations; }
+HeapGrants::~HeapGrants() { heap::granted = -1; }
+
+void ExpectPicture(const standin::Picture &found, const expected::Picture &wanted) {
+    if (found.width != wanted.width || found.height != wanted.height)
+        Finding(fmt::format("{}, not {} x {}", found.Describe(), wanted.width, wanted.height));
+    const bool console = found.description.form == standin::Form::Console;
+    const expected::Layout layout = expected::LayoutOf(console ? 8 : static_cast<int>(found.description.alphaInfo));
+    for (int y = 0; y < wanted.height; ++y)
+        for (int x = 0; x < wanted.width; ++x)
+            if (const std::uint32_t word = expected::OpaqueWord(wanted.At(x, y), layout); found.Word(x, y) != word)
+                Finding(fmt::format("({}, {}) holds 0x{:08X}, not 0x{:08X}", x, y, found.Word(x, y), word));
+}
+
+} // namespace fuzz
+
+/// Called once by the fuzzer.
+extern "C" int LLVMFuzzerInitialize(int *count, char ***arguments) {
+    constexpr std::string_view kOption = "--host=";
+    std::string_view name = "desktop";
+    for (int i = 1; i < *count; ++i)
+        if (const std::string_view argument = (*arguments)[i]; argument.starts_with(kOption))
+            name = argument.substr(kOption.size());
+    fuzz::gPoor = name == "poor";
+    fuzz::gDescription = fuzz::Describe(name);
+    return 0;
+}
