@@ -9,20 +9,6 @@ using namespace expected;
 using standin::Ref;
 using standin::Value;
 
-/// Words move as a whole, so their halves travel as two channels through the plain computation.
-template <Picture (*wrap)(const Picture &, int)> StoredPicture Wrapped(StoredPicture picture, int delta) {
-    Picture halves{picture.width, picture.height, {}};
-    for (const std::uint32_t word : picture.words)
-        halves.pixels.push_back({static_cast<int>(word & 0xFFFF), static_cast<int>(word >> 16), 0});
-    halves = wrap(halves, delta);
-    for (std::size_t i = 0; i < picture.words.size(); ++i)
-        picture.words[i] = static_cast<std::uint32_t>(halves.pixels[i].red | halves.pixels[i].green << 16);
-    return picture;
-}
-
-StoredPicture Down(const StoredPicture &picture, int delta) { return Wrapped<WrapVertically>(picture, delta); }
-StoredPicture Right(const StoredPicture &picture, int delta) { return Wrapped<WrapHorizontally>(picture, delta); }
-
 bool Scroll(TestHost &host, const Value &picture, const char *method, std::vector<Value> arguments) {
     if (picture.Is<Ref>()) {
         host.MayChange(picture.AsRef());
@@ -50,16 +36,16 @@ TEST_P(EveryScrolling, MovesWholeWords) {
             SCOPED_TRACE(fmt::format("{} x {}, by {} and {}, mask {}", width, height + 4, across, down, round));
 
             EXPECT_TRUE(Scroll(host, picture, "ScrollVerticalKVT", {down, true, scrollsMask}));
-            words = Down(words, down);
+            words = WrapVertically(words, down);
             EXPECT_PICTURE(picture.picture(), words);
             EXPECT_TRUE(Scroll(host, picture, "ScrollHorizontalKVT", {across, true, scrollsMask}));
-            words = Right(words, across);
+            words = WrapHorizontally(words, across);
             EXPECT_PICTURE(picture.picture(), words);
             EXPECT_TRUE(Scroll(host, picture, "ScrollKVT", {across, down, true, scrollsMask}));
-            EXPECT_PICTURE(picture.picture(), Down(Right(words, across), down));
+            EXPECT_PICTURE(picture.picture(), WrapVertically(WrapHorizontally(words, across), down));
             if (scrollsMask)
                 for (int twice = 0; twice < 2; ++twice)
-                    maskWords = Down(Right(maskWords, across), down);
+                    maskWords = WrapVertically(WrapHorizontally(maskWords, across), down);
             EXPECT_PICTURE(mask.picture(), maskWords);
             EXPECT_EQ(picture.picture().rowTable, table) << "the addresses are the host's";
             EXPECT_GT(picture.picture().cacheClears, 0);
@@ -119,9 +105,9 @@ TEST(Scrolling, OfAMaskThatCannotBeScrolled) {
     EXPECT_FALSE(host.Call(picture, "ScrollVerticalKVT", 1, true, true).value.AsBoolean());
     EXPECT_PICTURE(picture.picture(), before);
     EXPECT_TRUE(Scroll(host, picture, "ScrollHorizontalKVT", {1, true, true}));
-    EXPECT_PICTURE(picture.picture(), Right(before, 1)) << "the mask's result is ignored";
+    EXPECT_PICTURE(picture.picture(), WrapHorizontally(before, 1)) << "the mask's result is ignored";
     EXPECT_TRUE(Scroll(host, picture, "ScrollVerticalKVT", {1, true, false}));
-    EXPECT_PICTURE(picture.picture(), Down(Right(before, 1), 1)) << "the mask is not asked";
+    EXPECT_PICTURE(picture.picture(), WrapVertically(WrapHorizontally(before, 1), 1)) << "the mask is not asked";
 }
 
 /// The platform fills what it uncovers with the port's background, and what leaves an edge is lost.

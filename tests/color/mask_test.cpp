@@ -39,42 +39,6 @@ TEST_P(EveryEmbeddedMask, IsReadAndAssignedExactly) {
 
 IN_EVERY_WAY(EveryEmbeddedMask);
 
-/// Where the value lies, written down.
-TEST(EmbeddedMask, LiesInTheAlphaByte) {
-    const struct {
-        std::uint32_t alphaInfo; ///< 0: a console picture
-        std::uint32_t word;
-        int value;
-        int assigned;
-        std::uint32_t wanted;
-    } kWords[] = {
-        {1, 0x80332211, 128, 7, 0x07332211},   {2, 0x33221180, 128, 255, 0x332211FF},
-        {3, 0xFF332211, 255, 0, 0x00332211},   {5, 0x01332211, 1, 254, 0xFE332211},
-        {6, 0x33221100, 0, 9, 0x33221109},     {0, 0x00112233, 0, 255, 0x7F112233},
-        {0, 0x40112233, 128, 1, 0x00112233},   {0, 0x7F112233, 255, 0, 0x00112233},
-        {0, 0xC0112233, 128, 200, 0x64112233}, {0, 0xFF112233, 255, 255, 0x7F112233},
-        {0, 0x01112233, 3, 129, 0x40112233},
-    };
-    for (const auto &row : kWords) {
-        SCOPED_TRACE(testing::Message() << "alpha info " << row.alphaInfo << ", value " << row.value);
-        TestHost host(
-            {.application = row.alphaInfo == 0 ? standin::Application::Console : standin::Application::Desktop});
-        const Ref picture =
-            host.Make({.hasAlphaChannel = row.alphaInfo <= 2, .alphaInfo = row.alphaInfo, .word = [&](int, int) {
-                           return row.word;
-                       }});
-        EXPECT_PICTURE(host.Call(picture, "EmbeddedMaskKVT", false), Filled(1, 1, {row.value, row.value, row.value}));
-        const int swapped = 255 - row.value;
-        EXPECT_PICTURE(host.Call(picture, "EmbeddedMaskKVT", true), Filled(1, 1, {swapped, swapped, swapped}));
-        for (const bool swap : {false, true}) {
-            host.MayChange(picture);
-            const int red = swap ? 255 - row.assigned : row.assigned;
-            host.Assign(picture, "EmbeddedMaskKVT", {swap}, MakePicture(host, Filled(1, 1, {red, 77, 78})));
-            EXPECT_EQ(picture.picture().Word(0, 0), row.wanted);
-        }
-    }
-}
-
 /// Nothing is written then: the host watches every picture.
 TEST(EmbeddedMask, IsLeftAlone) {
     TestHost host;

@@ -21,6 +21,18 @@ int Wrapped(int position, int delta, int count) {
     return static_cast<int>(shifted < 0 ? shifted + count : shifted);
 }
 
+/// Every word (x, y) goes where `place` says.
+template <class Place> StoredPicture Moved(const StoredPicture &picture, Place place) {
+    StoredPicture result = picture;
+    const auto at = [&](int x, int y) { return static_cast<std::size_t>(y * picture.width + x); };
+    for (int y = 0; y < picture.height; ++y)
+        for (int x = 0; x < picture.width; ++x) {
+            const auto [toX, toY] = place(x, y);
+            result.words[at(toX, toY)] = picture.words[at(x, y)];
+        }
+    return result;
+}
+
 bool StandsAt(const Picture &haystack, const Picture &needle, int left, int top) {
     for (int y = 0; y < needle.height; ++y)
         for (int x = 0; x < needle.width; ++x)
@@ -60,20 +72,12 @@ double Colorness(const Picture &picture, int threshold) {
     return static_cast<double>(colored) / (static_cast<double>(picture.width) * picture.height);
 }
 
-Picture WrapVertically(const Picture &picture, int delta) {
-    Picture result = picture;
-    for (int y = 0; y < picture.height; ++y)
-        for (int x = 0; x < picture.width; ++x)
-            result.At(x, Wrapped(y, delta, picture.height)) = picture.At(x, y);
-    return result;
+StoredPicture WrapVertically(const StoredPicture &picture, int delta) {
+    return Moved(picture, [&](int x, int y) { return std::pair(x, Wrapped(y, delta, picture.height)); });
 }
 
-Picture WrapHorizontally(const Picture &picture, int delta) {
-    Picture result = picture;
-    for (int y = 0; y < picture.height; ++y)
-        for (int x = 0; x < picture.width; ++x)
-            result.At(Wrapped(x, delta, picture.width), y) = picture.At(x, y);
-    return result;
+StoredPicture WrapHorizontally(const StoredPicture &picture, int delta) {
+    return Moved(picture, [&](int x, int y) { return std::pair(Wrapped(x, delta, picture.width), y); });
 }
 
 std::optional<std::pair<int, int>> FindPicture(const Picture &haystack, const Picture &needle) {

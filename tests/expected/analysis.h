@@ -1,6 +1,7 @@
 #pragma once
 
 #include "expected/area.h"
+#include "expected/layout.h"
 #include "expected/picture.h"
 
 #include <optional>
@@ -15,9 +16,9 @@ bool IsGray(const Picture &picture, int tolerance, Rectangle rectangle);
 /// The colored fraction, 0..1; not a number for a picture without pixels.
 double Colorness(const Picture &picture, int threshold);
 
-/// Scrolled by `delta` pixels, what leaves one edge coming in at the other; positive is down or right.
-Picture WrapVertically(const Picture &picture, int delta);
-Picture WrapHorizontally(const Picture &picture, int delta);
+/// Its words scrolled by `delta` pixels, what leaves one edge coming in at the other; positive is down or right.
+StoredPicture WrapVertically(const StoredPicture &picture, int delta);
+StoredPicture WrapHorizontally(const StoredPicture &picture, int delta);
 
 /// Column and row of the first place, row by row from the top, at which all of the needle stands in the haystack.
 std::optional<std::pair<int, int>> FindPicture(const Picture &haystack, const Picture &needle);

@@ -379,11 +379,10 @@ TEST(Tests, OfPixels) {
 }
 
 TEST(Wrap, ShiftsAround) {
-    const std::vector<Rgb> pixels = {{0, 0, 0}, {1, 1, 1}, {2, 2, 2}, {3, 3, 3}, {4, 4, 4}};
-    const std::vector<Rgb> byTwo = {{3, 3, 3}, {4, 4, 4}, {0, 0, 0}, {1, 1, 1}, {2, 2, 2}};
     for (const int delta : {2, -3, 7, kLeast}) {
-        EXPECT_EQ(WrapVertically({1, 5, pixels}, delta).pixels, byTwo) << delta;
-        EXPECT_EQ(WrapHorizontally({5, 1, pixels}, delta).pixels, byTwo) << delta;
+        const std::vector<std::uint32_t> byTwo = {3, 4, 0, 1, 2};
+        EXPECT_EQ(WrapVertically({1, 5, {}, {0, 1, 2, 3, 4}}, delta).words, byTwo) << delta;
+        EXPECT_EQ(WrapHorizontally({5, 1, {}, {0, 1, 2, 3, 4}}, delta).words, byTwo) << delta;
     }
 }
 

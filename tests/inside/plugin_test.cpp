@@ -61,22 +61,6 @@ TEST(ConsoleFlags, OfAClassReachAllItsTables) {
     EXPECT_EQ(bare.flags, 4u);
 }
 
-TEST(Registration, RoundsInstanceSizesUpTo16) {
-    fake::InFreshProcess([] {
-        static std::uint32_t registered;
-        registered = 99;
-        fake::Offer(
-            "PluginRegisterClass", +[](REALclassDefinition *definition) { registered = definition->instanceSize; });
-        constexpr std::uint32_t kSizes[][2] = {{139992, 140000}, {64, 64}, {0, 0}, {1, 16}, {17, 32}};
-        for (const auto &[size, rounded] : kSizes) {
-            REALclassDefinition definition = {.instanceSize = size};
-            MyREALRegisterClass(&definition);
-            EXPECT_EQ(registered, rounded);
-            EXPECT_EQ(definition.instanceSize, rounded) << "the record keeps the rounded size";
-        }
-    });
-}
-
 TEST(Registration, ANullResolverOrABareHostIsNoCrash) {
     fake::InFreshProcess([] {
         REALPluginMain(nullptr);
@@ -96,19 +80,6 @@ TEST(Entries, AreAskedForAgainWhileMissing) {
         EXPECT_EQ(REALNewPicture(3, 4, 32), &picture);
         fake::entries.clear();
         EXPECT_EQ(REALNewPicture(3, 4, 32), &picture) << "an address once found is kept";
-    });
-}
-
-TEST(Entries, OfABooleanOnlyTheLowByteCounts) {
-    fake::InFreshProcess([] {
-        static std::uint32_t answer;
-        fake::Offer(
-            "REALGetPropValueInt", +[](REALobjectStruct *, const char *, std::int32_t *) { return answer; });
-        std::int32_t value = 0;
-        answer = 0x100;
-        EXPECT_FALSE(REALGetPropValueInt32(nullptr, "Width", &value));
-        answer = 0xABCD0001;
-        EXPECT_TRUE(REALGetPropValueInt32(nullptr, "Width", &value));
     });
 }
 

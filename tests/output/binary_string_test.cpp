@@ -35,15 +35,8 @@ TEST_P(EveryByteString, IsExact) {
 
 IN_EVERY_WAY(EveryByteString);
 
-const std::string kOnePixel{"PPIC\0\0\0\x2B\0\0\0\1\0\0\0\1\0\0\0\x20\0\0\0\x28"
-                            "\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\x0A\x14\x1E",
-                            43};
-
-TEST(ByteString, OfOnePixel) {
+TEST(ByteString, OfNothing) {
     TestHost host;
-    const Ref picture = MakePicture(host, Filled(1, 1, {10, 20, 30}));
-    EXPECT_EQ(host.CallGlobal("PicturetoBinaryStringKVT", picture).value.AsRef().text().bytes(), kOnePixel);
-    EXPECT_PICTURE(host.CallGlobal("BinaryStringtoPictureKVT", host.MakeString(kOnePixel)), Filled(1, 1, {10, 20, 30}));
     EXPECT_TRUE(host.CallGlobal("PicturetoBinaryStringKVT", nullptr).value.IsNil());
     EXPECT_TRUE(host.CallGlobal("PicturetoBinaryStringKVT", host.Make({.bitsPerPixel = 24})).value.IsNil());
     EXPECT_TRUE(host.CallGlobal("BinaryStringtoPictureKVT", nullptr).value.IsNil());
