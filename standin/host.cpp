@@ -1,14 +1,13 @@
 #include "standin/host.h"
 
+#include "standin/arguments.h"
 #include "standin/host_state.h"
 #include "standin/routine_call.h"
 
 #include <algorithm>
-#include <cmath>
 #include <cstring>
 #include <fmt/format.h>
 #include <iterator>
-#include <limits>
 
 namespace standin {
 
@@ -31,153 +30,6 @@ Ref::~Ref() {
 }
 
 namespace {
-
-/// What a script passes when it leaves an argument out.
-Value DefaultOf(const Parameter &parameter) {
-    const std::string &text = *parameter.defaultText;
-    if (SameName(text, "nil"))
-        return nullptr;
-    if (SameName(text, "true") || SameName(text, "false"))
-        return SameName(text, "true");
-    const std::optional<double> number = ParseNumber(text);
-    if (!number)
-        throw WrongCall(fmt::format("the default \"{}\" of {} is no value", text, parameter.name));
-    return parameter.type == Type::Double ? Value(*number) : Value(static_cast<std::int64_t>(*number));
-}
-
-bool IsHandle(Type type) { return type == Type::String || type == Type::Picture || type == Type::MemoryBlock; }
-
-Kind KindOf(Type type) {
-    return type == Type::Picture ? Kind::Picture : type == Type::String ? Kind::String : Kind::MemoryBlock;
-}
-
-/// Why a value cannot be passed for a parameter; empty when it can.
-std::string Misfit(const Parameter &parameter, const Value &value) {
-    const auto misfit = [&](std::string_view got) {
-        return fmt::format("{} is {}, not {}", parameter.name, NameOf(parameter.type), got);
-    };
-    if (value.Is<NoVariable>())
-        return parameter.byref ? "" : misfit("a variable");
-    if (IsHandle(parameter.type)) {
-        if (value.IsNil())
-            return "";
-        if (!value.Is<Ref>())
-            return misfit("a number");
-        return value.AsRef().object()->kind == KindOf(parameter.type) ? "" : misfit(value.AsRef().object()->Describe());
-    }
-    if (value.IsNil())
-        return misfit("nil");
-    if (value.Is<Ref>())
-        return misfit(value.AsRef().object()->Describe());
-    if (parameter.type == Type::Boolean)
-        return value.Is<bool>() ? "" : misfit("a number");
-    if (value.Is<bool>())
-        return misfit("a boolean");
-    if (parameter.type == Type::Double)
-        return "";
-    if (value.Is<double>())
-        return misfit("a double");
-    const std::int64_t number = value.AsInteger();
-    const bool isSigned = parameter.type == Type::Integer;
-    const std::int64_t least = isSigned ? std::numeric_limits<std::int32_t>::min() : 0;
-    const std::int64_t most =
-        isSigned ? std::numeric_limits<std::int32_t>::max() : std::int64_t{std::numeric_limits<std::uint32_t>::max()};
-    return number >= least && number <= most ? "" : misfit(fmt::format("{}, which has too many bits", number));
-}
-
-std::string Misfit(const Declaration &declaration, const std::vector<Value> &arguments) {
-    const std::size_t least = declaration.Required();
-    const std::size_t most = declaration.parameters.size();
-    if (arguments.size() < least || arguments.size() > most)
-        return fmt::format("{} argument(s) expected, {} given",
-                           least == most ? fmt::format("{}", most) : fmt::format("{} to {}", least, most),
-                           arguments.size());
-    for (std::size_t i = 0; i < arguments.size(); ++i)
-        if (std::string problem = Misfit(declaration.parameters[i], arguments[i]); !problem.empty())
-            return problem;
-    return "";
-}
-
-/// The first overload that the arguments fit.
-const RegisteredMethod &Choose(const std::vector<RegisteredMethod> &methods, std::string_view name,
-                               const std::vector<Value> &arguments) {
-    std::string problems;
-    for (const RegisteredMethod &method : methods) {
-        if (!SameName(method.declaration.name, name))
-            continue;
-        const std::string problem = Misfit(method.declaration, arguments);
-        if (problem.empty())
-            return method;
-        problems += fmt::format("\n  {}: {}", method.declaration.text, problem);
-    }
-    throw WrongCall(problems.empty() ? fmt::format("no method is called \"{}\"", name)
-                                     : fmt::format("no {} takes these arguments:{}", name, problems));
-}
-
-std::int32_t Low32(std::int64_t value) { return static_cast<std::int32_t>(static_cast<std::uint32_t>(value)); }
-
-/// A word as the compiler passes it: unsigned types extended with zeros, signed ones with their sign.
-std::intptr_t WordOf(Type type, const Value &value) {
-    if (IsHandle(type))
-        return reinterpret_cast<std::intptr_t>(value.IsNil() ? nullptr : value.AsRef().handle());
-    if (type == Type::Boolean)
-        return value.AsBoolean() ? 1 : 0;
-    if (type == Type::Integer)
-        return Low32(value.AsInteger());
-    return static_cast<std::intptr_t>(static_cast<std::uint32_t>(value.AsInteger()));
-}
-
-/// The memory that a `byref` argument points to.
-union Variable {
-    void *handle;
-    std::int32_t integer;
-    double number;
-    signed char boolean;
-};
-
-Variable VariableOf(Type type, const Value &value) {
-    Variable variable = {};
-    if (IsHandle(type))
-        variable.handle = value.IsNil() ? nullptr : value.AsRef().handle();
-    else if (type == Type::Double)
-        variable.number = value.AsDouble();
-    else if (type == Type::Boolean)
-        variable.boolean = value.AsBoolean();
-    else
-        variable.integer = Low32(value.AsInteger());
-    return variable;
-}
-
-/// The living object behind a handle that the module handed back with one reference for the script.
-Ref TakeOver(const void *handle, Kind kind) {
-    if (!handle)
-        return {};
-    const auto found = gHost->objects.find(handle);
-    if (found == gHost->objects.end() || found->second->dead || found->second->kind != kind) {
-        gHost->Violation("the result is no living object of its type");
-        return {};
-    }
-    return Ref::Adopt(found->second.get());
-}
-
-Value ValueOf(Type type, std::int32_t integer) {
-    return type == Type::Integer ? Value(std::int64_t{integer}) : Value(static_cast<unsigned>(integer));
-}
-
-Value ReadBack(Type type, const Variable &variable, const Value &before) {
-    if (type == Type::Double)
-        return variable.number;
-    if (type == Type::Boolean)
-        return variable.boolean != 0;
-    if (!IsHandle(type))
-        return ValueOf(type, variable.integer);
-    const void *old = before.IsNil() ? nullptr : before.AsRef().handle();
-    if (variable.handle == old)
-        return before;
-    if (old)
-        gHost->Violation("a byref variable that held an object was given another one");
-    return TakeOver(variable.handle, KindOf(type));
-}
 
 /// What must not change in a call, with what it was before.
 class InputWatch {
@@ -246,6 +98,12 @@ template <class Body> Result RunRoutine(const std::string &declaration, Body bod
     return result;
 }
 
+/// The methods that a receiver has; those of Picture for nil, too.
+const std::vector<RegisteredMethod> &MethodsOf(const Value &receiver) {
+    const bool isInstance = receiver.Is<Ref>() && receiver.AsRef().object()->kind == Kind::Instance;
+    return isInstance ? receiver.AsRef().instance().definition->methods : gHost->pictureExtension.methods;
+}
+
 } // namespace
 
 Host::Host(HostDescription description) : state_(std::make_unique<HostState>(std::move(description))) {
@@ -308,10 +166,7 @@ Ref Host::New(std::string_view className) {
 }
 
 Result Host::CallWith(const Value &receiver, std::string_view method, std::vector<Value> arguments) {
-    const bool isInstance = receiver.Is<Ref>() && receiver.AsRef().object()->kind == Kind::Instance;
-    const auto &methods =
-        isInstance ? receiver.AsRef().instance().definition->methods : state_->pictureExtension.methods;
-    const RegisteredMethod &chosen = Choose(methods, method, arguments);
+    const RegisteredMethod &chosen = Choose(MethodsOf(receiver), method, arguments);
     return CallRecord(chosen, false, receiver, std::move(arguments));
 }
 
@@ -322,10 +177,7 @@ Result Host::CallGlobalWith(std::string_view method, std::vector<Value> argument
 
 Result Host::Assign(const Value &receiver, std::string_view method, std::vector<Value> arguments,
                     const Value &assigned) {
-    const bool isInstance = receiver.Is<Ref>() && receiver.AsRef().object()->kind == Kind::Instance;
-    const auto &methods =
-        isInstance ? receiver.AsRef().instance().definition->methods : state_->pictureExtension.methods;
-    const RegisteredMethod &chosen = Choose(methods, method, arguments);
+    const RegisteredMethod &chosen = Choose(MethodsOf(receiver), method, arguments);
     if (!chosen.record.setter)
         throw WrongCall(fmt::format("{} cannot be assigned to", chosen.declaration.name));
     const Parameter value{"the assigned value", chosen.declaration.result, false, {}};
@@ -347,7 +199,7 @@ Result Host::CallRecord(const RegisteredMethod &method, bool global, const Value
         if (type == Type::Double)
             call.Add(value.AsDouble());
         else
-            call.Add(WordOf(type, value));
+            call.Add(ArgumentWord(type, value));
     };
     std::vector<Variable> variables(arguments.size());
     for (std::size_t i = 0; i < arguments.size(); ++i) {

@@ -16,13 +16,12 @@ std::int64_t PixelsOf(const PictureEditor &editor) { return std::int64_t{editor.
 /// first one again in a needle of one color.
 Point SecondProbe(const PictureEditor &needle) {
     const Rgb first = PixelAt(needle, {0, 0});
-    const auto isFirst = [=](Rgb pixel) KVT_INLINE_LAMBDA { return pixel == first; };
     Point at{0, 0};
-    while (at.y < needle.height && All(needle, {0, at.y, needle.width, at.y + 1}, isFirst))
+    while (at.y < needle.height && All(needle, {0, at.y, needle.width, at.y + 1}, IsColor{first}))
         ++at.y;
     if (at.y == needle.height)
         return {0, 0};
-    while (isFirst(PixelAt(needle, at)))
+    while (PixelAt(needle, at) == first)
         ++at.x;
     return at;
 }

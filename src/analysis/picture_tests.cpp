@@ -3,6 +3,9 @@
 #include "pixels/open.h"
 #include "pixels/walk.h"
 
+#include <algorithm>
+#include <cstdint>
+
 namespace kvt {
 namespace {
 
@@ -11,34 +14,30 @@ template <class Test> unsigned char AllOf(REALpictureStruct *picture, Rectangle 
     return source && All(*source, AreaOf(*source, rectangle), test);
 }
 
-struct IsColor {
-    Rgb color;
-    KVT_INLINE bool operator()(Rgb pixel) const { return pixel == color; }
-};
-
-KVT_INLINE constexpr bool Within(std::int32_t difference, std::int32_t tolerance) {
-    return (difference <= tolerance) & (difference >= -tolerance);
-}
-
+/// Two channels differ by the tolerance at the most when the lowest and the highest do.
 struct GrayWithin {
-    std::int32_t tolerance;
-    KVT_INLINE bool operator()(Rgb pixel) const {
-        return Within(pixel.red - pixel.green, tolerance) & Within(pixel.red - pixel.blue, tolerance) &
-               Within(pixel.green - pixel.blue, tolerance);
+    std::uint8_t tolerance;
+    template <class Pixel> KVT_INLINE bool operator()(Pixel pixel) const {
+        const auto highest = Higher(Higher(pixel.red, pixel.green), pixel.blue);
+        const auto lowest = Lower(Lower(pixel.red, pixel.green), pixel.blue);
+        return Difference(highest, lowest) <= tolerance;
     }
 };
 
+constexpr std::uint8_t kDarkest = 30; ///< a pixel all of whose channels are below is dark
+
+/// Not dark, and red or blue at least `distance` away from green.
 struct Colored {
-    std::int32_t threshold;
-    KVT_INLINE bool operator()(Rgb pixel) const {
-        const bool dark = (pixel.red < 30) & (pixel.green < 30) & (pixel.blue < 30);
-        const bool gray = Within(pixel.green - pixel.red, threshold) & Within(pixel.green - pixel.blue, threshold);
-        return !dark & !gray;
+    std::uint8_t distance;
+    template <class Pixel> KVT_INLINE bool operator()(Pixel pixel) const {
+        const auto high = Higher(pixel.red, pixel.blue);
+        const auto low = Lower(pixel.red, pixel.blue);
+        const auto highest = Higher(high, pixel.green);
+        const auto above = Difference(highest, pixel.green);
+        const auto below = Difference(pixel.green, Lower(low, pixel.green));
+        return (highest >= kDarkest) & (Higher(above, below) >= distance);
     }
 };
-
-/// Channels differ by 255 at the most, so anything beyond 256 tests the same.
-std::int32_t LimitTolerance(std::int32_t tolerance) { return std::clamp(tolerance, -256, 256); }
 
 } // namespace
 
@@ -58,8 +57,10 @@ unsigned char isBlack2(REALpictureStruct *picture) { return isBlack(picture, 0, 
 
 unsigned char isGray(REALpictureStruct *picture, std::int32_t tolerance, std::int32_t left, std::int32_t top,
                      std::int32_t width, std::int32_t height) {
-    const std::int32_t limited = LimitTolerance(tolerance);
-    return AllOf(picture, {left, top, width, height}, GrayWithin{limited < 0 ? -limited : limited});
+    // Channels differ by 255 at the most.
+    const std::int32_t limited = std::clamp(tolerance, -255, 255);
+    const auto distance = static_cast<std::uint8_t>(limited < 0 ? -limited : limited);
+    return AllOf(picture, {left, top, width, height}, GrayWithin{distance});
 }
 
 unsigned char isGray2(REALpictureStruct *picture, std::int32_t tolerance) {
@@ -71,7 +72,9 @@ double ColornessKVT(REALpictureStruct *picture, std::int32_t threshold) {
     if (!source)
         return 0.0;
     const Area whole = AreaOf(*source, kWholePicture);
-    const std::int64_t colored = Count(*source, whole, Colored{LimitTolerance(threshold)});
+    // More than `threshold` away, which for 255 no channel is and for negative ones every channel.
+    const std::int32_t beyond = std::clamp(threshold, -1, 255) + 1;
+    const std::int64_t colored = beyond > 255 ? 0 : Count(*source, whole, Colored{static_cast<std::uint8_t>(beyond)});
     return static_cast<double>(colored) / static_cast<double>(whole.Pixels());
 }
 

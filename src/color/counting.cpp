@@ -37,12 +37,17 @@ struct Block {
     bool isNew = false;
 };
 
+/// Neighbors count in turn into histograms of their own: they often have the same levels, and a counter that was just
+/// written is read again with a delay.
+constexpr std::size_t kTurns = 4;
+
 /// Counters are the host's memory and may lie at any address.
-void Add(unsigned char *counters, const std::uint32_t (&counts)[256]) {
+void Add(unsigned char *counters, const Histograms (&counts)[kTurns], std::uint32_t (Histograms::*channel)[256]) {
     for (std::ptrdiff_t level = 0; level < 256; ++level) {
         std::uint32_t counter;
         std::memcpy(&counter, counters + level * 4, sizeof counter);
-        counter += counts[level];
+        for (const Histograms &histograms : counts)
+            counter += (histograms.*channel)[level];
         std::memcpy(counters + level * 4, &counter, sizeof counter);
     }
 }
@@ -59,15 +64,15 @@ std::int32_t AddHistograms(REALpictureStruct *picture, const Block &first, const
     if (!reds || !greens || !blues)
         return -1;
     const Area area = AreaOf(*source, kWholePicture);
-    Histograms histograms = {};
-    ForEach(*source, area, [&](Rgb pixel) {
-        ++histograms.red[pixel.red];
-        ++histograms.green[pixel.green];
-        ++histograms.blue[pixel.blue];
+    Histograms counts[kTurns] = {};
+    ForEach<kTurns>(*source, area, [&](Rgb pixel, std::size_t turn) KVT_INLINE_LAMBDA {
+        ++counts[turn].red[pixel.red];
+        ++counts[turn].green[pixel.green];
+        ++counts[turn].blue[pixel.blue];
     });
-    Add(reds, histograms.red);
-    Add(greens, histograms.green);
-    Add(blues, histograms.blue);
+    Add(reds, counts, &Histograms::red);
+    Add(greens, counts, &Histograms::green);
+    Add(blues, counts, &Histograms::blue);
     return static_cast<std::int32_t>(area.Pixels());
 }
 
@@ -77,8 +82,7 @@ std::int32_t CountColorKVT(REALpictureStruct *picture, std::uint32_t color) {
     const OpenReader source{picture};
     if (!source)
         return 0;
-    const auto hasColor = [search = RgbOfColor(color)](Rgb pixel) KVT_INLINE_LAMBDA { return pixel == search; };
-    return static_cast<std::int32_t>(Count(*source, AreaOf(*source, kWholePicture), hasColor));
+    return static_cast<std::int32_t>(Count(*source, AreaOf(*source, kWholePicture), IsColor{RgbOfColor(color)}));
 }
 
 void CountColorsKVT(REALpictureStruct *picture, REALmemoryBlockStruct **red, REALmemoryBlockStruct **blue,

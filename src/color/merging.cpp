@@ -3,15 +3,13 @@
 #include "pixels/open.h"
 #include "pixels/walk.h"
 
-#include <algorithm>
+#include <cstdint>
 
 namespace kvt {
 namespace {
 
 struct Lighter {
-    KVT_INLINE Rgb operator()(Rgb a, Rgb b) const {
-        return {std::max(a.red, b.red), std::max(a.green, b.green), std::max(a.blue, b.blue)};
-    }
+    KVT_INLINE std::uint8_t operator()(std::uint8_t a, std::uint8_t b) const { return Higher(a, b); }
 };
 
 } // namespace
@@ -28,7 +26,7 @@ REALpictureStruct *MergePicture(REALpictureStruct *source1, REALpictureStruct *s
     OpenWriter result{*first, NewPicture::SameSize};
     if (!result)
         return nullptr;
-    Combine(*result, AreaOf(*first, kWholePicture), Lighter{}, *first, *second);
+    CombineLevels(*result, AreaOf(*first, kWholePicture), Lighter{}, *first, *second);
     return result.Render();
 }
 

@@ -6,16 +6,16 @@ namespace kvt {
 namespace {
 
 struct Replace {
-    Rgb search;
-    Rgb replacement;
-    KVT_INLINE Rgb operator()(Rgb pixel) const { return pixel == search ? replacement : pixel; }
+    RgbBytes search;
+    RgbBytes replacement;
+    KVT_INLINE RgbBytes operator()(RgbBytes pixel) const { return Either(pixel == search, replacement, pixel); }
 };
 
 struct Extract {
-    Rgb search;
-    Rgb replacement;
-    Rgb background;
-    KVT_INLINE Rgb operator()(Rgb pixel) const { return pixel == search ? replacement : background; }
+    RgbBytes search;
+    RgbBytes replacement;
+    RgbBytes background;
+    KVT_INLINE RgbBytes operator()(RgbBytes pixel) const { return Either(pixel == search, replacement, background); }
 };
 
 } // namespace
@@ -23,13 +23,14 @@ struct Extract {
 REALpictureStruct *ReplaceColorKVT(REALpictureStruct *picture, std::uint32_t searchColor,
                                    std::uint32_t replaceWithColor) {
     return MapPicture(picture, NewPicture::LikeSource, kWholePicture,
-                      Replace{RgbOfColor(searchColor), RgbOfColor(replaceWithColor)});
+                      Replace{BytesOfColor(searchColor), BytesOfColor(replaceWithColor)});
 }
 
 REALpictureStruct *ExtractColorKVT(REALpictureStruct *picture, std::uint32_t searchColor,
                                    std::uint32_t replaceWithColor, std::uint32_t backGroundColor) {
-    return MapPicture(picture, NewPicture::SameSize, kWholePicture,
-                      Extract{RgbOfColor(searchColor), RgbOfColor(replaceWithColor), RgbOfColor(backGroundColor)});
+    return MapPicture(
+        picture, NewPicture::SameSize, kWholePicture,
+        Extract{BytesOfColor(searchColor), BytesOfColor(replaceWithColor), BytesOfColor(backGroundColor)});
 }
 
 } // namespace kvt

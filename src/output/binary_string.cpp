@@ -1,7 +1,8 @@
 #include "output/binary_string.h"
 
+#include "pixels/area.h"
 #include "pixels/open.h"
-#include "pixels/walk.h"
+#include "pixels/packed_rgb.h"
 #include "support/memory.h"
 #include "support/rb_data.h"
 #include "support/strings.h"
@@ -35,12 +36,7 @@ std::uint32_t LoadBigEndian(const unsigned char *bytes) {
     return value;
 }
 
-std::int64_t PixelBytes(std::int64_t width, std::int64_t height) { return width * height * PackedRgb::kBytes; }
-
-/// The string's pixels as rows of PackedRgb. The walks only read rows that they are given as a source.
-Rows PackedRows(const unsigned char *pixels, std::int32_t width) {
-    return {const_cast<unsigned char *>(pixels), std::ptrdiff_t{width} * PackedRgb::kBytes, nullptr};
-}
+std::int64_t PixelBytes(std::int64_t width, std::int64_t height) { return width * height * kPackedBytes; }
 
 } // namespace
 
@@ -59,7 +55,7 @@ REALstringStruct *PicturetoBinaryString(REALpictureStruct *picture) {
     StoreBigEndian(bytes.data() + kHeight, area.bottom);
     StoreBigEndian(bytes.data() + kDepth, 32);
     StoreBigEndian(bytes.data() + kPixelOffset, kHeaderBytes);
-    WriteRows<PackedRgb>(*source, PackedRows(bytes.data() + kHeaderBytes, area.right), area);
+    PackRgb(*source, bytes.data() + kHeaderBytes);
     return REALBuildUnicodeString(bytes.data(), static_cast<std::int32_t>(length), kEncodingNone);
 }
 
@@ -77,7 +73,7 @@ REALpictureStruct *BinaryStringtoPicture(REALstringStruct *data) {
     OpenWriter result{width, height};
     if (!result)
         return nullptr;
-    ReadRows<PackedRgb>(PackedRows(view.data + offset, width), *result, AreaOf(*result, Rectangle{0, 0, width, height}));
+    UnpackRgb(view.data + offset, width, height, *result);
     return result.Render();
 }
 

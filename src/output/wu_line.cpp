@@ -27,10 +27,11 @@ Steps Inside(Steps steps, std::int64_t start, std::int32_t direction, std::int64
     return {std::max(steps.first, inside.first), std::min(steps.last, inside.last)};
 }
 
-/// Hands the steps' numbers to `draw`.
+/// Hands the steps' numbers, which lie between those of a line, to `draw`.
 template <class Draw> void ForEachStep(Steps steps, Draw draw) {
-    for (std::int64_t step = steps.first; step <= steps.last; ++step)
-        draw(static_cast<std::int32_t>(step));
+    const auto last = static_cast<std::int32_t>(steps.last);
+    for (auto step = static_cast<std::int32_t>(steps.first); step <= last; ++step)
+        draw(step);
 }
 
 /// How far a line is off its start across its main direction, in 65536ths of a pixel: the 16-bit accumulator of the
@@ -42,7 +43,7 @@ struct Slope {
     Slope(std::int32_t across, std::int32_t along)
         : perStep((static_cast<std::uint32_t>(across) << 16) / static_cast<std::uint32_t>(along)) {}
     std::int32_t Pixels(std::int32_t step) const { return static_cast<std::int32_t>(Offset(step) >> 16); }
-    std::int32_t Intensity(std::int32_t step) const { return static_cast<std::int32_t>(Offset(step) >> 8 & 255); }
+    std::uint32_t Intensity(std::int32_t step) const { return Offset(step) >> 8 & 255; }
     std::uint32_t Offset(std::int32_t step) const { return static_cast<std::uint32_t>(step) * perStep; }
     std::uint32_t perStep;
 };
@@ -72,7 +73,7 @@ void TraceWuLine(std::int32_t width, std::int32_t height, std::int16_t x0, std::
         const Slope slope(dx, dy);
         ForEachStep(Inside({1, dy - 1}, y0, 1, height), [&](std::int32_t step) {
             const std::int32_t x = x0 + slope.Pixels(step) * xDirection;
-            const std::int32_t intensity = slope.Intensity(step);
+            const std::uint32_t intensity = slope.Intensity(step);
             plot(x, y0 + step, intensity);
             plot(x + xDirection, y0 + step, intensity ^ 255);
         });
@@ -80,7 +81,7 @@ void TraceWuLine(std::int32_t width, std::int32_t height, std::int16_t x0, std::
         const Slope slope(dy, dx);
         ForEachStep(Inside({1, dx - 1}, x0, xDirection, width), [&](std::int32_t step) {
             const std::int32_t y = y0 + slope.Pixels(step);
-            const std::int32_t intensity = slope.Intensity(step);
+            const std::uint32_t intensity = slope.Intensity(step);
             plot(x0 + step * xDirection, y, intensity);
             plot(x0 + step * xDirection, y + 1, intensity ^ 255);
         });
@@ -88,32 +89,21 @@ void TraceWuLine(std::int32_t width, std::int32_t height, std::int16_t x0, std::
     plot(x1, y1, 0);
 }
 
-/// Draws the points that are plotted into the picture of that layout.
-template <class Layout> struct Plotter {
-    explicit Plotter(const PictureEditor &picture)
-        : editor(picture), outline{gOutLineColorR, gOutLineColorG, gOutLineColorB} {}
-    KVT_INLINE void operator()(std::int32_t x, std::int32_t y, std::int32_t intensity) const {
-        ChangePixel<Layout>(editor, x, y, [=, this](Rgb old) KVT_INLINE_LAMBDA {
-            return Rgb{Blend(old.red, outline.red, intensity), Blend(old.green, outline.green, intensity),
-                       Blend(old.blue, outline.blue, intensity)};
-        });
-    }
-    KVT_INLINE static std::int32_t Blend(std::int32_t old, std::int32_t outline, std::int32_t intensity) {
-        return (old * intensity + outline * (255 - intensity)) / 255;
-    }
-    const PictureEditor &editor;
-    Rgb outline;
-};
+template <class Layout> Blender<Layout> OutlineBlender(const PictureEditor &editor) {
+    return {editor, Rgb{gOutLineColorR, gOutLineColorG, gOutLineColorB}};
+}
 
 } // namespace
 
 void DrawPixel(const PictureEditor &editor, std::int32_t x, std::int32_t y, std::int32_t intensity) {
-    WithLayout(editor, [&](auto layout) { Plotter<decltype(layout)>{editor}(x, y, intensity); });
+    WithLayout(editor, [&](auto layout) {
+        OutlineBlender<decltype(layout)>(editor)(x, y, static_cast<std::uint32_t>(intensity));
+    });
 }
 
 void DrawWuLine(const PictureEditor &editor, std::int16_t x0, std::int16_t y0, std::int16_t x1, std::int16_t y1) {
     WithLayout(editor, [&](auto layout) {
-        TraceWuLine(editor.width, editor.height, x0, y0, x1, y1, Plotter<decltype(layout)>{editor});
+        TraceWuLine(editor.width, editor.height, x0, y0, x1, y1, OutlineBlender<decltype(layout)>(editor));
     });
 }
 

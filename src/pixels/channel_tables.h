@@ -27,10 +27,10 @@ template <class Function> ChannelTable TableOf(Function function) {
 /// A pixel operation that maps every channel through its table. The tables outlive the walk.
 struct ThroughTables {
     const ChannelTables *tables;
-    KVT_INLINE Rgb operator()(Rgb pixel) const {
-        return {tables->red.levels[pixel.red], tables->green.levels[pixel.green], tables->blue.levels[pixel.blue]};
-    }
 };
+
+/// Map for this operation.
+void Map(const PictureEditor &source, const PictureEditor &target, Area area, ThroughTables op);
 
 /// MapPicture for operations whose channels each depend on their own level alone: a function a channel.
 template <class Function>

@@ -20,15 +20,39 @@ struct Rgb {
     }
 };
 
+/// Red, green and blue in single bytes, for operations that need no more.
+struct RgbBytes {
+    std::uint8_t red;
+    std::uint8_t green;
+    std::uint8_t blue;
+
+    KVT_INLINE friend constexpr bool operator==(RgbBytes a, RgbBytes b) {
+        return ((a.red ^ b.red) | (a.green ^ b.green) | (a.blue ^ b.blue)) == 0;
+    }
+};
+
+/// condition ? a : b, without branches and without choosing between addresses, so that loops over it vectorise.
+KVT_INLINE constexpr RgbBytes Either(bool condition, RgbBytes a, RgbBytes b) {
+    const auto choose = [mask = condition ? 255 : 0](std::uint8_t first, std::uint8_t second)
+                            KVT_INLINE_LAMBDA { return static_cast<std::uint8_t>(second ^ ((first ^ second) & mask)); };
+    return {choose(a.red, b.red), choose(a.green, b.green), choose(a.blue, b.blue)};
+}
+
 /// The channels of a host color 0x00RRGGBB; the top byte does not count.
 KVT_INLINE constexpr Rgb RgbOfColor(std::uint32_t color) {
     return {static_cast<std::int32_t>(color >> 16 & 255), static_cast<std::int32_t>(color >> 8 & 255),
             static_cast<std::int32_t>(color & 255)};
 }
 
+KVT_INLINE constexpr RgbBytes BytesOfColor(std::uint32_t color) {
+    return {static_cast<std::uint8_t>(color >> 16 & 255), static_cast<std::uint8_t>(color >> 8 & 255),
+            static_cast<std::uint8_t>(color & 255)};
+}
+
 KVT_INLINE constexpr Rgb GrayLevel(std::int32_t level) { return {level, level, level}; }
 
 KVT_INLINE constexpr bool IsGray(Rgb pixel) { return pixel == GrayLevel(pixel.green); }
+KVT_INLINE constexpr bool IsGray(RgbBytes pixel) { return pixel == RgbBytes{pixel.green, pixel.green, pixel.green}; }
 
 /// Limits to 0..255.
 KVT_INLINE constexpr std::int32_t ToByte(std::int32_t value) { return value < 0 ? 0 : value > 255 ? 255 : value; }
@@ -37,6 +61,15 @@ KVT_INLINE constexpr std::int32_t ToByte(std::int32_t value) { return value < 0 
 /// a number gives 0.
 KVT_INLINE constexpr std::int32_t ToByte(double value) {
     return static_cast<std::int32_t>(value > 0.0 ? value < 255.0 ? value : 255.0 : 0.0);
+}
+
+/// Arithmetic that keeps to the type of its levels, bytes or 32-bit numbers. The standard library's functions need not
+/// be inlined, and then run as baseline code.
+template <class Level> KVT_INLINE constexpr Level Higher(Level a, Level b) { return a > b ? a : b; }
+template <class Level> KVT_INLINE constexpr Level Lower(Level a, Level b) { return a < b ? a : b; }
+/// `higher` - `lower`, which is not larger.
+template <class Level> KVT_INLINE constexpr Level Difference(Level higher, Level lower) {
+    return static_cast<Level>(higher - lower);
 }
 
 KVT_INLINE std::uint32_t LoadWord(const unsigned char *pixel) {
@@ -50,11 +83,27 @@ KVT_INLINE void StoreWord(unsigned char *pixel, std::uint32_t word) { std::memcp
 // A layout is a type that loads a pixel's channels from its bytes and stores an opaque pixel. Pixels may lie at any
 // address. Words are little-endian: the lowest bits are the first byte.
 
+/// Which of a pixel's bytes, 0 to 3, holds what, and the value of the fourth one where the pixel is opaque.
+struct ByteOrder {
+    std::uint8_t red;
+    std::uint8_t green;
+    std::uint8_t blue;
+    std::uint8_t fourth;
+    std::uint8_t opaque;
+};
+
 /// A 32-bit pixel word: where its channels begin, and what an opaque word holds beside them. The byte at `MaskShift` is
 /// the pixel's alpha.
 template <int RedShift, int GreenShift, int BlueShift, int MaskShift, std::uint32_t Opaque> struct PixelWord {
+    using Level = std::int32_t; ///< what a channel is loaded as
     static constexpr std::int32_t kBytes = 4;
+    static constexpr std::int32_t kRedShift = RedShift;
+    static constexpr std::int32_t kGreenShift = GreenShift;
+    static constexpr std::int32_t kBlueShift = BlueShift;
+    static constexpr ByteOrder kOrder = {RedShift / 8, GreenShift / 8, BlueShift / 8, MaskShift / 8,
+                                         Opaque >> MaskShift};
     static constexpr std::uint32_t kColorBits = 255u << RedShift | 255u << GreenShift | 255u << BlueShift;
+    static constexpr std::uint32_t kOpaqueBits = Opaque;
 
     KVT_INLINE static constexpr std::uint32_t Word(Rgb pixel) {
         return static_cast<std::uint32_t>(pixel.red) << RedShift |
@@ -106,12 +155,6 @@ struct PackedRgb {
     }
 };
 
-/// One byte a pixel, read as a gray.
-struct GrayByte {
-    static constexpr std::int32_t kBytes = 1;
-    KVT_INLINE static Rgb Load(const unsigned char *pixel) { return GrayLevel(*pixel); }
-};
-
 /// A layout whose pixels are their mask values: read as grays, stored from the red channel with the colors kept.
 template <class Layout> struct MaskOf {
     static constexpr std::int32_t kBytes = Layout::kBytes;
@@ -121,6 +164,14 @@ template <class Layout> struct MaskOf {
 
 /// The layout as it is; the counterpart of MaskOf.
 template <class Layout> using ColorOf = Layout;
+
+/// A layout whose channels are loaded as bytes.
+template <class Layout> struct BytesOf : Layout {
+    using Level = std::uint8_t;
+    KVT_INLINE static RgbBytes Load(const unsigned char *pixel) {
+        return {pixel[Layout::kRedShift / 8], pixel[Layout::kGreenShift / 8], pixel[Layout::kBlueShift / 8]};
+    }
+};
 
 /// Calls `use` with a value of the layout type of a format code. An open editor's is always one of these.
 template <class Use> KVT_INLINE auto WithLayoutOf(std::int32_t format, Use use) {
@@ -137,5 +188,9 @@ template <class Use> KVT_INLINE auto WithLayoutOf(std::int32_t format, Use use) 
 }
 
 template <class Use> auto WithLayout(const PictureEditor &editor, Use use) { return WithLayoutOf(editor.format, use); }
+
+inline ByteOrder OrderOf(const PictureEditor &editor) {
+    return WithLayout(editor, [](auto layout) { return decltype(layout)::kOrder; });
+}
 
 } // namespace kvt

@@ -32,14 +32,45 @@ template <class Test> void Paint(const PictureEditor &target, Area area, Rgb bac
     });
 }
 
-/// pixel = op(pixel) for the one pixel at (x, y), which becomes opaque; nothing outside the picture. `Layout` is the
-/// picture's, found once for all pixels of a shape.
-template <class Layout, class Op>
-KVT_INLINE void ChangePixel(const PictureEditor &editor, std::int32_t x, std::int32_t y, Op op) {
-    if (x < 0 || y < 0 || x >= editor.width || y >= editor.height)
-        return;
-    unsigned char *pixel = RowsOf(editor)[y] + std::ptrdiff_t{x} * Layout::kBytes;
-    Layout::Store(pixel, op(Layout::Load(pixel)));
-}
+/// Blends single pixels of a picture towards a color. `Layout` is the picture's, found once for all pixels of a shape.
+template <class Layout> class Blender {
+  public:
+    Blender(const PictureEditor &target, Rgb color)
+        : rows_(RowsOf(target)), width_(static_cast<std::uint32_t>(target.width)),
+          height_(static_cast<std::uint32_t>(target.height)), even_(Layout::Word(color)),
+          odd_(Layout::Word(color) >> 8) {}
+
+    /// Each channel of the pixel at (x, y) becomes (old * weight + color * (255 - weight)) / 255 with a weight 0..255,
+    /// and the pixel opaque; nothing outside the picture.
+    KVT_INLINE void operator()(std::int32_t x, std::int32_t y, std::uint32_t weight) const {
+        if (static_cast<std::uint32_t>(x) >= width_ || static_cast<std::uint32_t>(y) >= height_)
+            return;
+        unsigned char *pixel = rows_[y] + std::ptrdiff_t{x} * Layout::kBytes;
+        const std::uint32_t old = LoadWord(pixel);
+        const std::uint32_t blended = even_.Blend(old, weight) | odd_.Blend(old >> 8, weight) << 8;
+        StoreWord(pixel, (blended & Layout::kColorBits) | Layout::kOpaqueBits);
+    }
+
+  private:
+    /// The color's part in bytes 0 and 2 of a word, which are blended at once, each in 16 bits of its own: a blend is
+    /// at most 255 * 255, and up to there n / 255 = (m + m / 256) / 256 with m = n + 1.
+    struct TwoBytes {
+        static constexpr std::uint32_t kBytes = 0x00FF00FF;
+        explicit TwoBytes(std::uint32_t word) : color(word & kBytes), base(color * 255 + 0x00010001) {}
+        /// (old - color) * weight may be negative, but the sum is not, and computing modulo 2^32 leaves it as it is.
+        KVT_INLINE std::uint32_t Blend(std::uint32_t old, std::uint32_t weight) const {
+            const std::uint32_t sums = ((old & kBytes) - color) * weight + base;
+            return (sums + (sums >> 8 & kBytes)) >> 8 & kBytes;
+        }
+        std::uint32_t color;
+        std::uint32_t base; ///< color * 255 + 1
+    };
+
+    Rows rows_;
+    std::uint32_t width_;
+    std::uint32_t height_;
+    TwoBytes even_;
+    TwoBytes odd_;
+};
 
 } // namespace kvt

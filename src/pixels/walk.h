@@ -1,12 +1,14 @@
 #pragma once
 
 #include "pixels/area.h"
+#include "pixels/channel_planes.h"
 #include "pixels/instruction_set.h"
 #include "pixels/layout.h"
 #include "pixels/rows.h"
 
 #include <algorithm>
 #include <cstdint>
+#include <cstring>
 #include <type_traits>
 #include <utility>
 
@@ -29,11 +31,6 @@ template <class From, class To, class Op> void MapRows(Rows from, Rows to, Area 
     });
 }
 
-/// An `op` that changes nothing but the layout.
-struct Unchanged {
-    KVT_INLINE Rgb operator()(Rgb pixel) const { return pixel; }
-};
-
 /// Map and its two relatives: which side is taken as it is, and which by its mask values.
 template <template <class> class Source, template <class> class Target, class Op>
 void MapAs(const PictureEditor &source, const PictureEditor &target, Area area, Op op) {
@@ -47,9 +44,62 @@ void MapAs(const PictureEditor &source, const PictureEditor &target, Area area, 
     });
 }
 
-/// target(x, y) = op(source(x, y)) for every pixel of the area. `op` takes and yields an Rgb.
+/// Maps in blocks of planes: `change` gets the channels' planes and the number of whole steps' places in them, and
+/// replaces the values.
+template <class Change>
+void MapPlanes(const PictureEditor &source, const PictureEditor &target, Area area, Change change) {
+    const Area inside = Inside(source, Inside(target, area));
+    if (inside.Empty())
+        return;
+    AtActiveLevel([=, from = RowsOf(source), to = RowsOf(target), fromOrder = OrderOf(source),
+                   toOrder = OrderOf(target)]() KVT_INLINE_LAMBDA {
+        alignas(kPlaneStep) Plane planes[4];
+        alignas(kPlaneStep) Plane opaque;
+        const std::ptrdiff_t block = std::min<std::ptrdiff_t>(inside.right - inside.left, kPlanePixels);
+        std::memset(opaque, toOrder.opaque, static_cast<std::size_t>(WholeSteps(block)));
+        std::uint8_t *red = planes[fromOrder.red];
+        std::uint8_t *green = planes[fromOrder.green];
+        std::uint8_t *blue = planes[fromOrder.blue];
+        const std::uint8_t *joined[4];
+        joined[toOrder.red] = red;
+        joined[toOrder.green] = green;
+        joined[toOrder.blue] = blue;
+        joined[toOrder.fourth] = opaque;
+        for (std::int32_t row = inside.top; row < inside.bottom; ++row) {
+            for (std::ptrdiff_t x = inside.left; x < inside.right; x += block) {
+                const std::ptrdiff_t count = std::min<std::ptrdiff_t>(inside.right - x, block);
+                TakeApart(from[row] + x * 4, count, planes);
+                change(red, green, blue, WholeSteps(count));
+                JoinPlanes(joined, to[row] + x * 4, count);
+            }
+        }
+    });
+}
+
+/// A change of planes that takes one place after the other. Whole steps leave no rest to the vectors.
+template <class Op> struct ChangeEach {
+    Op op;
+    KVT_INLINE void operator()(std::uint8_t *red, std::uint8_t *green, std::uint8_t *blue, std::ptrdiff_t count) const {
+        for (std::ptrdiff_t step = 0; step < count; step += kPlaneStep) {
+            KVT_INDEPENDENT_ITERATIONS
+            for (std::ptrdiff_t i = step; i < step + kPlaneStep; ++i) {
+                const RgbBytes result = op(RgbBytes{red[i], green[i], blue[i]});
+                red[i] = result.red;
+                green[i] = result.green;
+                blue[i] = result.blue;
+            }
+        }
+    }
+};
+
+/// target(x, y) = op(source(x, y)) for every pixel of the area. `op` takes and yields an Rgb, or RgbBytes: then it runs
+/// on planes, which is faster where its arithmetic stays within bytes and 16-bit integers, and slower where it is
+/// trivial or rows are shorter than a step.
 template <class Op> void Map(const PictureEditor &source, const PictureEditor &target, Area area, Op op) {
-    MapAs<ColorOf, ColorOf>(source, target, area, op);
+    if constexpr (std::is_invocable_v<Op, Rgb>)
+        MapAs<ColorOf, ColorOf>(source, target, area, op);
+    else
+        MapPlanes(source, target, area, ChangeEach<Op>{op});
 }
 
 /// The same, reading the source's mask values as grays.
@@ -62,40 +112,60 @@ template <class Op> void MapToMask(const PictureEditor &source, const PictureEdi
     MapAs<ColorOf, MaskOf>(source, target, area, op);
 }
 
-/// Copies the area's colors between a picture and rows of another layout, such as packed bytes. The rows count from the
-/// picture's (0, 0) and are as many and as long as the area reaches.
-template <class To> void WriteRows(const PictureEditor &source, Rows target, Area area) {
-    if (const Area inside = Inside(source, area); !inside.Empty())
-        WithLayout(source, [&](auto from) { MapRows<decltype(from), To>(RowsOf(source), target, inside, Unchanged{}); });
-}
-template <class From> void ReadRows(Rows source, const PictureEditor &target, Area area) {
-    if (const Area inside = Inside(target, area); !inside.Empty())
-        WithLayout(target, [&](auto to) { MapRows<From, decltype(to)>(source, RowsOf(target), inside, Unchanged{}); });
-}
-
 /// Sets every pixel of the area to one color.
 inline void Fill(const PictureEditor &target, Area area, Rgb color) {
     Map(target, target, area, [=](Rgb) KVT_INLINE_LAMBDA { return color; });
 }
 
-/// The number of pixels of the area that pass `test`, which takes an Rgb.
+// Count and All take a test: a callable for pixels of either channel type, Rgb and RgbBytes, or an IsColor.
+
+/// The test for one color. It compares whole words.
+struct IsColor {
+    Rgb color;
+};
+
+template <class From, class Test> KVT_INLINE bool Passes(const unsigned char *pixel, Test test) {
+    return test(From::Load(pixel));
+}
+template <class From> KVT_INLINE bool Passes(const unsigned char *pixel, IsColor test) {
+    return ((LoadWord(pixel) ^ From::Word(test.color)) & From::kColorBits) == 0;
+}
+
+/// Calls `use`, compiled for the active level, with the picture's layout in the form that tests are fastest with.
+/// Baseline vectors know the larger of two bytes, but not of two 32-bit numbers.
+template <class Test, class Use> auto WithTestedLayout(const PictureEditor &source, Use use) {
+    return WithLayout(source, [&](auto layout) {
+        using Layout = decltype(layout);
+        if constexpr (!std::is_same_v<Test, IsColor>)
+            if (ActiveInstructionSet() == InstructionSet::Baseline)
+                return use(BytesOf<Layout>{});
+        return AtActiveLevel([=]() KVT_INLINE_LAMBDA { return use(Layout{}); });
+    });
+}
+
+/// The number of pixels of the area that pass `test`.
 template <class Test> std::int64_t Count(const PictureEditor &source, Area area, Test test) {
     const Area inside = Inside(source, area);
     if (inside.Empty())
         return 0;
-    return WithLayout(source, [&](auto layout) {
+    return WithTestedLayout<Test>(source, [=, rows = RowsOf(source)](auto layout) KVT_INLINE_LAMBDA {
         using From = decltype(layout);
-        return AtActiveLevel([=, rows = RowsOf(source)]() KVT_INLINE_LAMBDA {
-            std::int64_t total = 0;
-            for (std::int32_t row = inside.top; row < inside.bottom; ++row) {
-                const unsigned char *pixel = rows[row] + std::ptrdiff_t{inside.left} * From::kBytes;
-                std::int32_t passed = 0;
-                for (std::ptrdiff_t x = 0; x < inside.right - inside.left; ++x)
-                    passed += test(From::Load(pixel + x * From::kBytes)) ? 1 : 0;
+        using Level = typename From::Level;
+        // As many as a level can count, and whole vectors.
+        constexpr std::ptrdiff_t kBlock = sizeof(Level) == 1 ? 224 : 4096;
+        std::int64_t total = 0;
+        for (std::int32_t row = inside.top; row < inside.bottom; ++row) {
+            const unsigned char *pixel = rows[row] + std::ptrdiff_t{inside.left} * From::kBytes;
+            for (std::ptrdiff_t left = inside.right - inside.left; left > 0; left -= kBlock) {
+                const std::ptrdiff_t count = Lower(left, kBlock);
+                Level passed = 0;
+                for (std::ptrdiff_t x = 0; x < count; ++x)
+                    passed = static_cast<Level>(passed + (Passes<From>(pixel + x * From::kBytes, test) ? 1 : 0));
                 total += passed;
+                pixel += kBlock * From::kBytes;
             }
-            return total;
-        });
+        }
+        return total;
     });
 }
 
@@ -104,39 +174,57 @@ template <class Test> bool All(const PictureEditor &source, Area area, Test test
     const Area inside = Inside(source, area);
     if (inside.Empty())
         return true;
-    return WithLayout(source, [&](auto layout) {
+    return WithTestedLayout<Test>(source, [=, rows = RowsOf(source)](auto layout) KVT_INLINE_LAMBDA {
         using From = decltype(layout);
-        return AtActiveLevel([=, rows = RowsOf(source)]() KVT_INLINE_LAMBDA {
-            constexpr std::ptrdiff_t kBlock = 256;
-            for (std::int32_t row = inside.top; row < inside.bottom; ++row) {
-                const unsigned char *pixel = rows[row] + std::ptrdiff_t{inside.left} * From::kBytes;
-                for (std::ptrdiff_t left = inside.right - inside.left; left > 0; left -= kBlock) {
-                    std::int32_t failed = 0;
-                    for (std::ptrdiff_t x = 0; x < std::min(left, kBlock); ++x)
-                        failed |= test(From::Load(pixel + x * From::kBytes)) ? 0 : 1;
-                    if (failed)
-                        return false;
-                    pixel += kBlock * From::kBytes;
-                }
+        using Level = typename From::Level;
+        constexpr std::ptrdiff_t kBlock = 256;
+        for (std::int32_t row = inside.top; row < inside.bottom; ++row) {
+            const unsigned char *pixel = rows[row] + std::ptrdiff_t{inside.left} * From::kBytes;
+            for (std::ptrdiff_t left = inside.right - inside.left; left > 0; left -= kBlock) {
+                const std::ptrdiff_t count = Lower(left, kBlock);
+                Level failed = 0;
+                for (std::ptrdiff_t x = 0; x < count; ++x)
+                    failed = static_cast<Level>(failed | (Passes<From>(pixel + x * From::kBytes, test) ? 0 : 1));
+                if (failed)
+                    return false;
+                pixel += kBlock * From::kBytes;
             }
-            return true;
-        });
+        }
+        return true;
     });
 }
 
-/// Hands every pixel of the area to `visit`, row by row from the top and left to right.
-template <class Visit> void ForEach(const PictureEditor &source, Area area, Visit visit) {
+/// Hands every pixel of the area to `visit` (a lambda marked KVT_INLINE_LAMBDA), row by row from the top and left to
+/// right, together with a turn that goes round 0..kTurns - 1 within a row. It is known when the visit is compiled, so
+/// that a visitor that updates memory can keep neighbors from waiting for each other.
+template <std::size_t kTurns, class Visit> void ForEach(const PictureEditor &source, Area area, Visit visit) {
     const Area inside = Inside(source, area);
     if (inside.Empty())
         return;
-    WithLayout(source, [&](auto layout) {
+    WithLayout(source, [&, rows = RowsOf(source)](auto layout) {
         using From = decltype(layout);
+        const auto round = [&]<std::size_t... Turn>(const unsigned char *pixel, std::index_sequence<Turn...>)
+            KVT_INLINE_LAMBDA {
+            (visit(From::Load(pixel + Turn * From::kBytes), Turn), ...);
+        };
         for (std::int32_t row = inside.top; row < inside.bottom; ++row) {
-            const unsigned char *pixel = RowsOf(source)[row] + std::ptrdiff_t{inside.left} * From::kBytes;
-            for (std::int32_t x = inside.left; x < inside.right; ++x, pixel += From::kBytes)
-                visit(From::Load(pixel));
+            const unsigned char *pixel = rows[row] + std::ptrdiff_t{inside.left} * From::kBytes;
+            auto left = static_cast<std::size_t>(inside.right - inside.left);
+            for (; left >= kTurns; left -= kTurns, pixel += kTurns * From::kBytes)
+                round(pixel, std::make_index_sequence<kTurns>{});
+            for (std::size_t turn = 0; turn < left; ++turn, pixel += From::kBytes)
+                visit(From::Load(pixel), turn);
         }
     });
+}
+
+/// An opaque pixel of another layout. Channels that lie in the same order move all at once.
+template <class From, class To> KVT_INLINE std::uint32_t Converted(std::uint32_t word) {
+    constexpr int kUp = To::kRedShift - From::kRedShift;
+    if constexpr (To::kGreenShift - From::kGreenShift != kUp || To::kBlueShift - From::kBlueShift != kUp)
+        return To::Word(From::Channels(word));
+    else
+        return ((kUp < 0 ? word >> -kUp : word << kUp) & To::kColorBits) | To::kOpaqueBits;
 }
 
 /// One of several pictures that Combine reads.
@@ -160,7 +248,7 @@ KVT_INLINE const unsigned char *InLayout(const Operand &operand, std::int32_t ro
         } else {
             KVT_INDEPENDENT_ITERATIONS
             for (std::ptrdiff_t i = 0; i < count; ++i)
-                To::Store(block + i * 4, From::Load(source + i * 4));
+                StoreWord(block + i * 4, Converted<From, To>(LoadWord(source + i * 4)));
             return block;
         }
     };
@@ -174,12 +262,25 @@ KVT_INLINE void CombineRow(unsigned char *target, std::ptrdiff_t count, Op op, c
         To::Store(target + x * 4, op(To::Load(sources + x * 4)...));
 }
 
+/// An operation on the levels of one channel that goes for all channels alike.
+template <class Op> struct EachLevel { Op op; };
+
+template <class To, class Op, class... Pixels>
+KVT_INLINE void CombineRow(unsigned char *target, std::ptrdiff_t count, EachLevel<Op> each, const Pixels *...sources) {
+    KVT_INDEPENDENT_ITERATIONS
+    for (std::ptrdiff_t i = 0; i < count * 4; ++i)
+        target[i] = each.op(sources[i]...);
+    KVT_INDEPENDENT_ITERATIONS
+    for (std::ptrdiff_t x = 0; x < count; ++x)
+        StoreWord(target + x * 4, (LoadWord(target + x * 4) & To::kColorBits) | To::kOpaqueBits);
+}
+
 template <class To, class Op, std::size_t... Index, class... Operands>
 KVT_INLINE void CombineRows(Rows to, Area area, Op op, std::index_sequence<Index...>, const Operands &...operands) {
     alignas(64) unsigned char blocks[sizeof...(Index)][kCombineBlock * 4];
     for (std::int32_t row = area.top; row < area.bottom; ++row) {
         for (std::int32_t x = area.left; x < area.right; x += kCombineBlock) {
-            const std::int32_t count = std::min(area.right - x, kCombineBlock);
+            const std::int32_t count = Lower(area.right - x, kCombineBlock);
             CombineRow<To>(to[row] + std::ptrdiff_t{x} * 4, count, op,
                            InLayout<To>(operands, row, x, count, blocks[Index])...);
         }
@@ -199,6 +300,13 @@ void Combine(const PictureEditor &target, Area area, Op op, const Editors &...so
                 CombineRows<decltype(layout)>(to, inside, op, std::index_sequence_for<Editors...>{}, operands...);
             });
     });
+}
+
+/// The same for an `op` that takes one level a source, as std::uint8_t, and yields one: each channel of the target is
+/// made from that channel of the sources.
+template <class Op, class... Editors>
+void CombineLevels(const PictureEditor &target, Area area, Op op, const Editors &...sources) {
+    Combine(target, area, EachLevel<Op>{op}, sources...);
 }
 
 } // namespace kvt

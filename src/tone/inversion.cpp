@@ -10,7 +10,10 @@ struct Negative {
 };
 
 struct NegativeOfGrays {
-    KVT_INLINE Rgb operator()(Rgb pixel) const { return IsGray(pixel) ? Negative{}(pixel) : pixel; }
+    KVT_INLINE RgbBytes operator()(RgbBytes pixel) const {
+        const auto level = static_cast<std::uint8_t>(255 - pixel.green);
+        return Either(IsGray(pixel), {level, level, level}, pixel);
+    }
 };
 
 std::int32_t WholeWhenZero(std::int32_t extent) { return extent > 0 ? extent : -1; }

@@ -17,9 +17,13 @@ struct Weights {
 struct Tint {
     Weights weight;
     Weights tint;
-    KVT_INLINE Rgb operator()(Rgb pixel) const {
+    KVT_INLINE RgbBytes operator()(RgbBytes pixel) const {
         const double gray = pixel.red * weight.red + pixel.green * weight.green + pixel.blue * weight.blue;
-        return {ToByte(tint.red * gray), ToByte(tint.green * gray), ToByte(tint.blue * gray)};
+        return {Tinted(tint.red * gray), Tinted(tint.green * gray), Tinted(tint.blue * gray)};
+    }
+    /// A level of 0 to 765: truncated first, which leaves the limit to 16-bit integers.
+    KVT_INLINE static std::uint8_t Tinted(double level) {
+        return static_cast<std::uint8_t>(ToByte(static_cast<std::int16_t>(level)));
     }
 };
 

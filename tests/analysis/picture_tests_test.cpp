@@ -1,6 +1,7 @@
 #include "expected/analysis.h"
 #include "support/pictures.h"
 
+#include <climits>
 #include <cmath>
 
 namespace {
@@ -49,6 +50,29 @@ TEST_P(EveryPictureTest, IsExact) {
                 << "threshold " << threshold;
             EXPECT_EQ(host.Call(colorful, "ColornessKVT").value.AsDouble(), Colorness(noise, 10));
         }
+    }
+}
+
+/// One color a row, in rows that are long enough for every vector.
+TEST_P(EveryPictureTest, ComparesExactlyAtEveryLimit) {
+    constexpr int kLevels[] = {0, 1, 29, 30, 128, 255};
+    constexpr int kLimits[] = {INT_MIN, -256, -255, -30, -1, 0, 1, 29, 98, 127, 128, 254, 255, 256, INT_MAX};
+    constexpr int kWidth = 67;
+    Picture picture = {kWidth, 0, {}};
+    for (const int red : kLevels)
+        for (const int green : kLevels)
+            for (const int blue : kLevels) {
+                picture.pixels.insert(picture.pixels.end(), kWidth, {red, green, blue});
+                ++picture.height;
+            }
+    const Ref tested = MakeAnyhow(picture);
+    for (const int limit : kLimits) {
+        for (int y = 0; y < picture.height; ++y)
+            ASSERT_EQ(host.Call(tested, "isGrayKVT", limit, 0, y, kWidth, 1).value.AsBoolean(),
+                      IsGray(picture, limit, {0, y, kWidth, 1}))
+                << "row " << y << ", tolerance " << limit;
+        EXPECT_EQ(host.Call(tested, "ColornessKVT", limit).value.AsDouble(), Colorness(picture, limit))
+            << "threshold " << limit;
     }
 }
 

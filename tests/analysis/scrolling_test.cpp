@@ -62,6 +62,7 @@ TEST_P(EveryScrolling, MovesWholeWords) {
                     maskWords = Down(Right(maskWords, across), down);
             EXPECT_PICTURE(mask.picture(), maskWords);
             EXPECT_EQ(picture.picture().rowTable, table) << "the addresses are the host's";
+            EXPECT_GT(picture.picture().cacheClears, 0);
         }
     }
 }
@@ -133,7 +134,9 @@ TEST(Scrolling, OfGraphicsWorldsWithoutWrap) {
             SCOPED_TRACE(fmt::format("by {} and {}, mask {}", across, down, scrollsMask));
             TestHost host;
             const auto world = [&](std::uint32_t seed) {
-                return MakePicture(host, Noise(7, 5, seed), {.form = standin::Form::GraphicsWorld});
+                return MakePicture(
+                    host, Noise(7, 5, seed),
+                    {.alphaInfo = scrollsMask ? 1u : 6u, .padding = 8, .form = standin::Form::GraphicsWorld});
             };
             const Ref picture = world(1);
             const Ref mask = world(2);

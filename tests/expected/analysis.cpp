@@ -21,6 +21,14 @@ int Wrapped(int position, int delta, int count) {
     return static_cast<int>(shifted < 0 ? shifted + count : shifted);
 }
 
+bool StandsAt(const Picture &haystack, const Picture &needle, int left, int top) {
+    for (int y = 0; y < needle.height; ++y)
+        for (int x = 0; x < needle.width; ++x)
+            if (haystack.At(left + x, top + y) != needle.At(x, y))
+                return false;
+    return true;
+}
+
 } // namespace
 
 bool IsWhite(const Picture &picture, Rectangle rectangle) {
@@ -66,6 +74,14 @@ Picture WrapHorizontally(const Picture &picture, int delta) {
         for (int x = 0; x < picture.width; ++x)
             result.At(Wrapped(x, delta, picture.width), y) = picture.At(x, y);
     return result;
+}
+
+std::optional<std::pair<int, int>> FindPicture(const Picture &haystack, const Picture &needle) {
+    for (int y = 0; y + needle.height <= haystack.height; ++y)
+        for (int x = 0; x + needle.width <= haystack.width; ++x)
+            if (StandsAt(haystack, needle, x, y))
+                return std::pair{x, y};
+    return std::nullopt;
 }
 
 } // namespace expected

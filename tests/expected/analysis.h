@@ -3,6 +3,9 @@
 #include "expected/area.h"
 #include "expected/picture.h"
 
+#include <optional>
+#include <utility>
+
 namespace expected {
 
 bool IsWhite(const Picture &picture, Rectangle rectangle);
@@ -15,5 +18,8 @@ double Colorness(const Picture &picture, int threshold);
 /// Scrolled by `delta` pixels, what leaves one edge coming in at the other; positive is down or right.
 Picture WrapVertically(const Picture &picture, int delta);
 Picture WrapHorizontally(const Picture &picture, int delta);
+
+/// Column and row of the first place, row by row from the top, at which all of the needle stands in the haystack.
+std::optional<std::pair<int, int>> FindPicture(const Picture &haystack, const Picture &needle);
 
 } // namespace expected

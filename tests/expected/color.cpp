@@ -1,7 +1,5 @@
 #include "expected/color.h"
 
-#include "expected/arithmetic.h"
-
 #include <algorithm>
 #include <utility>
 
@@ -54,6 +52,13 @@ int Output(const ColorCube &cube, Rgb p, int channel) {
     return Limit(Truncate(value));
 }
 
+Picture ReplaceChannel(Picture picture, const Picture &channel, int Rgb::*level) {
+    for (int y = 0; y < picture.height; ++y)
+        for (int x = 0; x < picture.width; ++x)
+            picture.At(x, y).*level = channel.At(x, y).*level;
+    return picture;
+}
+
 } // namespace
 
 Rgb RgbOf(std::uint32_t color) {
@@ -89,27 +94,13 @@ Picture ExtractColor(const Picture &source, std::uint32_t search, std::uint32_t 
 }
 
 Picture ReplaceRedChannel(const Picture &source, const Picture &channel) {
-    Picture result = source;
-    for (int y = 0; y < source.height; ++y)
-        for (int x = 0; x < source.width; ++x)
-            result.At(x, y).red = channel.At(x, y).red;
-    return result;
+    return ReplaceChannel(source, channel, &Rgb::red);
 }
-
 Picture ReplaceGreenChannel(const Picture &source, const Picture &channel) {
-    Picture result = source;
-    for (int y = 0; y < source.height; ++y)
-        for (int x = 0; x < source.width; ++x)
-            result.At(x, y).green = channel.At(x, y).green;
-    return result;
+    return ReplaceChannel(source, channel, &Rgb::green);
 }
-
 Picture ReplaceBlueChannel(const Picture &source, const Picture &channel) {
-    Picture result = source;
-    for (int y = 0; y < source.height; ++y)
-        for (int x = 0; x < source.width; ++x)
-            result.At(x, y).blue = channel.At(x, y).blue;
-    return result;
+    return ReplaceChannel(source, channel, &Rgb::blue);
 }
 
 Picture CombinePictures(const Picture &red, const Picture &green, const Picture &blue) {

@@ -4,14 +4,18 @@ namespace expected {
 
 namespace {
 
-/// The byte at bits 8 × index.
-int ByteOf(std::uint32_t word, int index) { return static_cast<int>((word >> (8 * index)) & 0xFF); }
-
-/// The word of four bytes, the lowest bits first.
-std::uint32_t WordOf(int byte0, int byte1, int byte2, int byte3) {
-    return static_cast<std::uint32_t>(byte0) + static_cast<std::uint32_t>(byte1) * 256u +
-           static_cast<std::uint32_t>(byte2) * 65536u + static_cast<std::uint32_t>(byte3) * 16777216u;
+/// Which byte, counted from the lowest bits, holds what.
+struct Places {
+    int red, green, blue, mask;
+};
+Places PlacesOf(Layout layout) {
+    return layout == Layout::AlphaHigh  ? Places{0, 1, 2, 3}
+           : layout == Layout::AlphaLow ? Places{1, 2, 3, 0}
+                                        : Places{2, 1, 0, 3};
 }
+
+int ByteAt(std::uint32_t word, int place) { return static_cast<int>((word >> (8 * place)) & 0xFF); }
+std::uint32_t AtPlace(int byte, int place) { return static_cast<std::uint32_t>(byte) << (8 * place); }
 
 } // namespace
 
@@ -22,52 +26,24 @@ Layout LayoutOf(int format) {
 }
 
 std::uint32_t OpaqueWord(Rgb pixel, Layout layout) {
-    switch (layout) {
-    case Layout::AlphaHigh:
-        return WordOf(pixel.red, pixel.green, pixel.blue, 255);
-    case Layout::AlphaLow:
-        return WordOf(255, pixel.red, pixel.green, pixel.blue);
-    case Layout::RowTable:
-        break;
-    }
-    return WordOf(pixel.blue, pixel.green, pixel.red, 0);
+    const Places at = PlacesOf(layout);
+    return AtPlace(pixel.red, at.red) | AtPlace(pixel.green, at.green) | AtPlace(pixel.blue, at.blue) |
+           AtPlace(layout == Layout::RowTable ? 0 : 255, at.mask);
 }
 
 Rgb ColorOf(std::uint32_t word, Layout layout) {
-    switch (layout) {
-    case Layout::AlphaHigh:
-        return {ByteOf(word, 0), ByteOf(word, 1), ByteOf(word, 2)};
-    case Layout::AlphaLow:
-        return {ByteOf(word, 1), ByteOf(word, 2), ByteOf(word, 3)};
-    case Layout::RowTable:
-        break;
-    }
-    return {ByteOf(word, 2), ByteOf(word, 1), ByteOf(word, 0)};
+    const Places at = PlacesOf(layout);
+    return {ByteAt(word, at.red), ByteAt(word, at.green), ByteAt(word, at.blue)};
 }
 
 int MaskValue(std::uint32_t word, Layout layout) {
-    switch (layout) {
-    case Layout::AlphaHigh:
-        return ByteOf(word, 3);
-    case Layout::AlphaLow:
-        return ByteOf(word, 0);
-    case Layout::RowTable:
-        break;
-    }
-    const int transparency = ByteOf(word, 3) % 128;
-    return transparency * 2 + transparency % 2;
+    const int byte = ByteAt(word, PlacesOf(layout).mask);
+    return layout == Layout::RowTable ? byte % 128 * 2 + byte % 2 : byte; // transparency has 7 bits
 }
 
 std::uint32_t WithMaskValue(std::uint32_t word, int value, Layout layout) {
-    switch (layout) {
-    case Layout::AlphaHigh:
-        return WordOf(ByteOf(word, 0), ByteOf(word, 1), ByteOf(word, 2), value);
-    case Layout::AlphaLow:
-        return WordOf(value, ByteOf(word, 1), ByteOf(word, 2), ByteOf(word, 3));
-    case Layout::RowTable:
-        break;
-    }
-    return WordOf(ByteOf(word, 0), ByteOf(word, 1), ByteOf(word, 2), value / 2);
+    const int place = PlacesOf(layout).mask;
+    return (word & ~AtPlace(255, place)) | AtPlace(layout == Layout::RowTable ? value / 2 : value, place);
 }
 
 StoredPicture Store(const Picture &picture, Layout layout) {

@@ -10,6 +10,7 @@ namespace {
 
 constexpr int kEdgeLevels[] = {0, 0, 1, 29, 30, 127, 128, 254, 255, 255};
 constexpr int kEdgeIntegers[] = {0, 1, -1, std::numeric_limits<int>::max(), std::numeric_limits<int>::min()};
+using Doubles = std::numeric_limits<double>;
 constexpr double kEdgeDoubles[] = {0.0,
                                    -0.0,
                                    1.0,
@@ -18,10 +19,10 @@ constexpr double kEdgeDoubles[] = {0.0,
                                    -2147483648.5,
                                    1e300,
                                    -1e300,
-                                   std::numeric_limits<double>::denorm_min(),
-                                   std::numeric_limits<double>::infinity(),
-                                   -std::numeric_limits<double>::infinity(),
-                                   std::numeric_limits<double>::quiet_NaN()};
+                                   Doubles::denorm_min(),
+                                   Doubles::infinity(),
+                                   -Doubles::infinity(),
+                                   Doubles::quiet_NaN()};
 
 template <class Table> auto OneOf(const Table &table, Random &random) {
     return table[random.Below(static_cast<int>(std::size(table)))];
@@ -54,19 +55,13 @@ Picture Noise(int width, int height, std::uint32_t seed) {
     Picture picture = Filled(width, height, {});
     Rgb pixel;
     for (Rgb &place : picture.pixels) {
-        switch (random.Below(4)) {
-        case 0:
+        const int kind = random.Below(4); // the last repeats the pixel before
+        if (kind == 0)
             pixel.red = pixel.green = pixel.blue = random.Below(256);
-            break;
-        case 1:
+        else if (kind == 1)
             pixel = {OneOf(kEdgeLevels, random), OneOf(kEdgeLevels, random), OneOf(kEdgeLevels, random)};
-            break;
-        case 2:
+        else if (kind == 2)
             pixel = {random.Below(256), random.Below(256), random.Below(256)};
-            break;
-        default:
-            break;
-        }
         place = pixel;
     }
     return picture;
@@ -77,45 +72,26 @@ Picture Filled(int width, int height, Rgb color) {
 }
 
 double AnyDouble(Random &random, double useful) {
-    switch (random.Below(8)) {
-    case 0:
+    const int kind = random.Below(8);
+    if (kind == 0)
         return OneOf(kEdgeDoubles, random);
-    case 1:
-        return Fraction(random) * useful * 100.0;
-    case 2:
-        return static_cast<double>(static_cast<int>(Fraction(random) * useful));
-    default:
-        return Fraction(random) * useful;
-    }
+    const double value = Fraction(random) * useful;
+    return kind == 1 ? value * 100.0 : kind == 2 ? static_cast<double>(static_cast<int>(value)) : value;
 }
 
 int AnyInteger(Random &random, int useful) {
-    switch (random.Below(8)) {
-    case 0:
-        return OneOf(kEdgeIntegers, random);
-    case 1:
-        return static_cast<int>(random.Next());
-    default:
-        return random.Between(-useful, useful);
-    }
+    const int kind = random.Below(8);
+    return kind == 0   ? OneOf(kEdgeIntegers, random)
+           : kind == 1 ? static_cast<int>(random.Next())
+                       : random.Between(-useful, useful);
 }
 
 Rectangle AnyRectangle(Random &random, int width, int height) {
-    Rectangle rectangle;
-    rectangle.left = AnyStart(random, width);
-    rectangle.top = AnyStart(random, height);
-    rectangle.width = AnyExtent(random, width);
-    rectangle.height = AnyExtent(random, height);
-    return rectangle;
+    return {AnyStart(random, width), AnyStart(random, height), AnyExtent(random, width), AnyExtent(random, height)};
 }
 
 Bounds AnyBounds(Random &random, int width, int height) {
-    Bounds bounds;
-    bounds.minX = AnyExtent(random, width);
-    bounds.minY = AnyExtent(random, height);
-    bounds.maxX = AnyExtent(random, width);
-    bounds.maxY = AnyExtent(random, height);
-    return bounds;
+    return {AnyExtent(random, width), AnyExtent(random, height), AnyExtent(random, width), AnyExtent(random, height)};
 }
 
 } // namespace expected

@@ -1,89 +1,53 @@
 #include "expected/rectangle_mask.h"
 
-#include <cstddef>
+#include "expected/noise.h"
+
 #include <vector>
 
 namespace expected {
 
-namespace {
-
-/// A cell a pixel, with a border of one cell around them that stays false.
-class Grid {
-  public:
-    explicit Grid(const Picture &picture)
-        : width_(picture.width + 2),
-          cells_(static_cast<std::size_t>(width_) * static_cast<std::size_t>(picture.height + 2)) {}
-    char &At(int x, int y) {
-        return cells_[static_cast<std::size_t>(y + 1) * static_cast<std::size_t>(width_) +
-                      static_cast<std::size_t>(x + 1)];
-    }
-    bool AnyInRow(int y, int left, int right) {
-        for (int x = left; x <= right; ++x)
-            if (At(x, y))
-                return true;
-        return false;
-    }
-    bool AnyInColumn(int x, int top, int bottom) {
-        for (int y = top; y <= bottom; ++y)
-            if (At(x, y))
-                return true;
-        return false;
-    }
-
-  private:
-    int width_;
-    std::vector<char> cells_;
-};
-
-bool FindMark(const Picture &picture, Grid &marks, int &x, int &y) {
-    for (y = 0; y < picture.height; ++y)
-        for (x = 0; x < picture.width; ++x)
-            if (marks.At(x, y))
-                return true;
-    return false;
-}
-
-} // namespace
-
 Picture ColorRectangleMask(const Picture &picture, Rectangle rectangle) {
-    Grid marks(picture);
-    Grid boxes(picture);
+    constexpr Rgb kBlack{0, 0, 0};
+    constexpr Rgb kWhite{255, 255, 255};
     const Area area = AreaOf(picture, rectangle);
-    for (int y = 0; y < picture.height; ++y) {
+    std::vector<bool> marks;
+    for (int y = 0; y < picture.height; ++y)
         for (int x = 0; x < picture.width; ++x) {
             const Rgb &pixel = picture.At(x, y);
-            marks.At(x, y) = area.Contains(x, y) && (pixel.red != pixel.green || pixel.green != pixel.blue);
+            marks.push_back(area.Contains(x, y) && (pixel.red != pixel.green || pixel.green != pixel.blue));
         }
-    }
-    int seedX = 0;
-    int seedY = 0;
-    while (FindMark(picture, marks, seedX, seedY)) {
-        int boxLeft = seedX;
-        int boxRight = seedX;
-        int boxTop = seedY;
-        int boxBottom = seedY;
-        for (bool moved = true; moved;) {
-            const bool up = marks.AnyInRow(boxTop - 1, boxLeft, boxRight);
-            const bool down = marks.AnyInRow(boxBottom + 1, boxLeft, boxRight);
-            boxTop -= up;
-            boxBottom += down;
-            const bool toLeft = marks.AnyInColumn(boxLeft - 1, boxTop, boxBottom);
-            const bool toRight = marks.AnyInColumn(boxRight + 1, boxTop, boxBottom);
-            boxLeft -= toLeft;
-            boxRight += toRight;
-            moved = up || down || toLeft || toRight;
-        }
-        for (int y = boxTop; y <= boxBottom; ++y) {
-            for (int x = boxLeft; x <= boxRight; ++x) {
-                marks.At(x, y) = 0;
-                boxes.At(x, y) = 1;
+    const auto place = [&](int x, int y) { return static_cast<std::size_t>(y * picture.width + x); };
+    /// Whether a column or row of marks, inside the picture or not, holds any.
+    const auto any = [&](int left, int top, int right, int bottom) {
+        for (int y = top; y <= bottom; ++y)
+            for (int x = left; x <= right; ++x)
+                if (x >= 0 && y >= 0 && x < picture.width && y < picture.height && marks[place(x, y)])
+                    return true;
+        return false;
+    };
+    Picture mask = Filled(picture.width, picture.height, kWhite);
+    for (int seedY = 0; seedY < picture.height; ++seedY)
+        for (int seedX = 0; seedX < picture.width; ++seedX) {
+            if (!marks[place(seedX, seedY)])
+                continue;
+            int left = seedX, top = seedY, right = seedX, bottom = seedY;
+            for (bool moved = true; moved;) {
+                const bool up = any(left, top - 1, right, top - 1);
+                const bool down = any(left, bottom + 1, right, bottom + 1);
+                top -= up;
+                bottom += down;
+                const bool toLeft = any(left - 1, top, left - 1, bottom);
+                const bool toRight = any(right + 1, top, right + 1, bottom);
+                left -= toLeft;
+                right += toRight;
+                moved = up || down || toLeft || toRight;
             }
+            for (int y = top; y <= bottom; ++y)
+                for (int x = left; x <= right; ++x) {
+                    marks[place(x, y)] = false;
+                    mask.At(x, y) = kBlack;
+                }
         }
-    }
-    Picture mask = picture;
-    for (int y = 0; y < picture.height; ++y)
-        for (int x = 0; x < picture.width; ++x)
-            mask.At(x, y) = boxes.At(x, y) ? Rgb{0, 0, 0} : Rgb{255, 255, 255};
     return mask;
 }
 

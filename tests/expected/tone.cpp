@@ -1,7 +1,5 @@
 #include "expected/tone.h"
 
-#include "expected/arithmetic.h"
-
 #include <utility>
 
 namespace expected {
@@ -26,6 +24,14 @@ double Brightened(double value, double brightness) {
 }
 
 int Byte(double value) { return Limit(Truncate(value)); }
+
+/// Each channel with its own two parameters.
+template <class Op> Picture MapLevels(const Picture &source, PerChannel first, PerChannel second, Op op) {
+    return MapAll(source, [&](Rgb p) {
+        return Rgb{Byte(op(p.red, first.red, second.red)), Byte(op(p.green, first.green, second.green)),
+                   Byte(op(p.blue, first.blue, second.blue))};
+    });
+}
 
 double Share(std::uint32_t color, int shift) { return static_cast<double>((color >> shift) & 0xFF) / 255.0; }
 
@@ -57,43 +63,30 @@ Picture InvertGray(const Picture &source, Rectangle rectangle, Picture before) {
 }
 
 Picture Contrast(const Picture &source, PerChannel contrast) {
-    return MapAll(source, [&](Rgb p) {
-        return Rgb{Byte(Contrasted(p.red, contrast.red)), Byte(Contrasted(p.green, contrast.green)),
-                   Byte(Contrasted(p.blue, contrast.blue))};
-    });
+    return MapLevels(source, contrast, {}, [](int level, double c, double) { return Contrasted(level, c); });
 }
 
 Picture LinearBrightness(const Picture &source, PerChannel brightness) {
-    return MapAll(source, [&](Rgb p) {
-        return Rgb{Byte(Brightened(p.red, brightness.red)), Byte(Brightened(p.green, brightness.green)),
-                   Byte(Brightened(p.blue, brightness.blue))};
-    });
+    return MapLevels(source, {}, brightness, [](int level, double, double b) { return Brightened(level, b); });
 }
 
 Picture AbsoluteBrightness(const Picture &source, PerChannel brightness) {
-    return MapAll(source, [&](Rgb p) {
-        return Rgb{Byte(p.red + brightness.red), Byte(p.green + brightness.green), Byte(p.blue + brightness.blue)};
-    });
+    return MapLevels(source, {}, brightness, [](int level, double, double b) { return level + b; });
 }
 
 Picture ContrastLinearBrightness(const Picture &source, PerChannel contrast, PerChannel brightness) {
-    return MapAll(source, [&](Rgb p) {
-        return Rgb{Byte(Brightened(Contrasted(p.red, contrast.red), brightness.red)),
-                   Byte(Brightened(Contrasted(p.green, contrast.green), brightness.green)),
-                   Byte(Brightened(Contrasted(p.blue, contrast.blue), brightness.blue))};
-    });
+    return MapLevels(source, contrast, brightness,
+                     [](int level, double c, double b) { return Brightened(Contrasted(level, c), b); });
 }
 
 Picture ContrastAbsoluteBrightness(const Picture &source, PerChannel contrast, PerChannel brightness) {
-    return MapAll(source, [&](Rgb p) {
-        return Rgb{Byte(Contrasted(p.red, contrast.red) + brightness.red),
-                   Byte(Contrasted(p.green, contrast.green) + brightness.green),
-                   Byte(Contrasted(p.blue, contrast.blue) + brightness.blue)};
-    });
+    return MapLevels(source, contrast, brightness,
+                     [](int level, double c, double b) { return Contrasted(level, c) + b; });
 }
 
 Picture CustomTransform(const Picture &source, double a, double b) {
-    return MapAll(source, [&](Rgb p) { return Rgb{Byte(p.red * a + b), Byte(p.green * a + b), Byte(p.blue * a + b)}; });
+    return MapLevels(source, Each(a), Each(b),
+                     [](int level, double factor, double sum) { return level * factor + sum; });
 }
 
 Picture Saturation(const Picture &source, int amount) {

@@ -1,5 +1,8 @@
 #include "expected/waveform.h"
 
+#include "expected/color.h"
+#include "expected/noise.h"
+
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
@@ -7,10 +10,6 @@
 
 namespace expected {
 namespace {
-
-Rgb Channels(std::uint32_t color) {
-    return {static_cast<int>(color >> 16 & 255), static_cast<int>(color >> 8 & 255), static_cast<int>(color & 255)};
-}
 
 int BytesPerSample(int bits) { return bits == 7 || bits == 8 ? 1 : 2; }
 
@@ -68,28 +67,14 @@ void DrawWuLine(Picture &picture, Rgb color, int x0, int y0, int x1, int y1) {
         std::swap(y0, y1);
     }
     DrawPixel(picture, color, x0, y0, 0);
-    int xdir = 1;
-    int dx = x1 - x0;
-    if (dx < 0) {
-        xdir = -1;
-        dx = -dx;
-    }
+    const int xdir = x1 < x0 ? -1 : 1;
+    const int dx = (x1 - x0) * xdir;
     const int dy = y1 - y0;
     int x = x0;
     int y = y0;
-    if (dy == 0) {
-        for (int step = 0; step < dx; ++step)
-            DrawPixel(picture, color, x += xdir, y, 0);
-        return;
-    }
-    if (dx == 0) {
-        for (int step = 0; step < dy; ++step)
-            DrawPixel(picture, color, x, ++y, 0);
-        return;
-    }
-    if (dx == dy) {
-        for (int step = 0; step < dy; ++step)
-            DrawPixel(picture, color, x += xdir, ++y, 0);
+    if (dy == 0 || dx == 0 || dx == dy) {
+        for (int step = 0; step < std::max(dx, dy); ++step)
+            DrawPixel(picture, color, dx == 0 ? x : x += xdir, dy == 0 ? y : ++y, 0);
         return;
     }
     std::uint16_t accumulator = 0;
@@ -101,15 +86,8 @@ void DrawWuLine(Picture &picture, Rgb color, int x0, int y0, int x1, int y1) {
         const std::uint16_t old = accumulator;
         accumulator = static_cast<std::uint16_t>(accumulator + adjustment);
         const bool wrapped = accumulator <= old;
-        if (steep) {
-            if (wrapped)
-                x += xdir;
-            ++y;
-        } else {
-            if (wrapped)
-                ++y;
-            x += xdir;
-        }
+        x += steep && !wrapped ? 0 : xdir;
+        y += steep || wrapped ? 1 : 0;
         const int weight = accumulator >> 8;
         DrawPixel(picture, color, x, y, weight);
         DrawPixel(picture, color, steep ? x + xdir : x, steep ? y : y + 1, weight ^ 255);
@@ -174,12 +152,10 @@ Waveform RenderSamples(const std::vector<unsigned char> &block, const WaveformAr
 
     Waveform result;
     result.made = true;
-    const Rgb fore = Channels(arguments.foreColor);
-    const Rgb outline = Channels(arguments.outlineColor);
+    const Rgb fore = RgbOf(arguments.foreColor);
+    const Rgb outline = RgbOf(arguments.outlineColor);
+    result.picture = Filled(static_cast<int>(width), static_cast<int>(height), RgbOf(arguments.backColor));
     Picture &picture = result.picture;
-    picture.width = static_cast<int>(width);
-    picture.height = static_cast<int>(height);
-    picture.pixels.assign(columns * static_cast<std::size_t>(height), Channels(arguments.backColor));
     const std::int64_t middle = height / 2;
     const auto mid = static_cast<double>(middle);
     for (std::size_t i = 0; i < columns; ++i) {

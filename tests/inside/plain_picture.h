@@ -1,69 +1,117 @@
 #pragma once
 
 #include "expected/layout.h"
+#include "expected/noise.h"
 #include "pixels/picture_editor.h"
 
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <vector>
 
-/// The format codes of the three layouts.
+/// Pictures that are open without a host.
+
+/// One format code a layout.
 inline constexpr std::int32_t kFormats[] = {1, 2, kvt::kConsoleFormat};
 
-/// A picture's pixels in one layout, open without a host. Their fourth bytes differ from pixel to pixel. Guard words
-/// stand behind every row; in the row-table layout the rows lie in reverse order.
+/// The memory of a picture: guard bytes before, between and behind rows that begin at odd addresses, those of the
+/// row-table layout in descending order. Pixels and guards are noise, the pixels' fourth bytes too.
+struct Memory {
+    Memory(std::int32_t columns, std::int32_t rows, std::int32_t code, std::uint32_t seed)
+        : Memory(expected::Noise(columns, rows, seed), code, seed) {}
+    Memory(const expected::Picture &colors, std::int32_t code, std::uint32_t seed)
+        : width(colors.width), height(colors.height), format(code), layout(expected::LayoutOf(code)),
+          bytes(kGuard + static_cast<std::size_t>(std::max(height, 1)) * RowBytes()) {
+        expected::Random random(seed);
+        for (unsigned char &byte : bytes)
+            byte = static_cast<unsigned char>(random.Below(256));
+        for (std::int32_t y = 0; y < height; ++y)
+            for (std::int32_t x = 0; x < width; ++x)
+                SetColor(x, y, colors.At(x, y));
+    }
+
+    std::size_t RowBytes() const { return static_cast<std::size_t>(width) * 4 + kGuard; }
+    std::size_t RowStart(std::int32_t y) const {
+        const std::int32_t row = format == kvt::kConsoleFormat ? std::max(height, 1) - 1 - y : y;
+        return kGuard + static_cast<std::size_t>(row) * RowBytes();
+    }
+    std::size_t Offset(std::int32_t x, std::int32_t y) const { return RowStart(y) + static_cast<std::size_t>(x) * 4; }
+
+    std::uint32_t Word(std::int32_t x, std::int32_t y) const {
+        std::uint32_t word = 0;
+        std::memcpy(&word, &bytes[Offset(x, y)], 4);
+        return word;
+    }
+    void SetWord(std::int32_t x, std::int32_t y, std::uint32_t word) { std::memcpy(&bytes[Offset(x, y)], &word, 4); }
+
+    expected::Rgb Color(std::int32_t x, std::int32_t y) const { return expected::ColorOf(Word(x, y), layout); }
+    /// The fourth byte stays.
+    void SetColor(std::int32_t x, std::int32_t y, expected::Rgb color) {
+        const std::uint32_t fourth = layout == expected::Layout::AlphaLow ? 0x000000FFu : 0xFF000000u;
+        SetWord(x, y, (expected::OpaqueWord(color, layout) & ~fourth) | (Word(x, y) & fourth));
+    }
+
+    static constexpr std::size_t kGuard = 37;
+    std::int32_t width;
+    std::int32_t height;
+    std::int32_t format;
+    expected::Layout layout;
+    std::vector<unsigned char> bytes;
+};
+
+/// An editor over the memory, in its own layout or in another one.
+class Opened {
+  public:
+    explicit Opened(Memory &memory) : Opened(memory, memory.format) {}
+    Opened(Memory &memory, std::int32_t format) {
+        editor_.rowBytes = static_cast<std::int32_t>(memory.RowBytes());
+        editor_.width = memory.width;
+        editor_.height = memory.height;
+        editor_.format = format;
+        editor_.firstRow = &memory.bytes[memory.RowStart(0)];
+        if (memory.format != kvt::kConsoleFormat)
+            return;
+        for (std::int32_t y = 0; y < memory.height; ++y)
+            table_.push_back(&memory.bytes[memory.RowStart(y)]);
+        editor_.rowTable = table_.data();
+    }
+    const kvt::PictureEditor &operator*() const { return editor_; }
+
+  private:
+    std::vector<void *> table_;
+    kvt::PictureEditor editor_ = {};
+};
+
+/// Memory and the editor over it.
 class PlainPicture {
   public:
     PlainPicture(const expected::Picture &colors, std::int32_t format)
-        : layout_(expected::LayoutOf(format)), rowWords_(static_cast<std::size_t>(colors.width) + 3),
-          words_(rowWords_ * static_cast<std::size_t>(std::max(colors.height, 1)), kGuard) {
-        editor_.rowBytes = static_cast<std::int32_t>(rowWords_ * 4);
-        editor_.width = colors.width;
-        editor_.height = colors.height;
-        editor_.format = format;
-        editor_.firstRow = reinterpret_cast<unsigned char *>(&Word(0, 0));
-        for (int y = 0; y < colors.height; ++y) {
-            rows_.push_back(&Word(0, y));
-            for (int x = 0; x < colors.width; ++x)
-                Word(x, y) = expected::WithMaskValue(expected::OpaqueWord(colors.At(x, y), layout_),
-                                                     (x * 7 + y * 13) & 255, layout_);
-        }
-        editor_.rowTable = format == kvt::kConsoleFormat ? rows_.data() : nullptr;
-    }
+        : memory_(colors, format, 1), before_(memory_), editor_(memory_) {}
     PlainPicture(const PlainPicture &) = delete;
     PlainPicture &operator=(const PlainPicture &) = delete;
 
-    const kvt::PictureEditor &operator*() const { return editor_; }
+    const kvt::PictureEditor &operator*() const { return *editor_; }
 
     /// The pixels as they are now.
-    expected::StoredPicture Stored() {
-        expected::StoredPicture stored{editor_.width, editor_.height, layout_, {}};
-        for (int y = 0; y < editor_.height; ++y)
-            for (int x = 0; x < editor_.width; ++x)
-                stored.words.push_back(Word(x, y));
+    expected::StoredPicture Stored() const {
+        expected::StoredPicture stored{memory_.width, memory_.height, memory_.layout, {}};
+        for (std::int32_t y = 0; y < memory_.height; ++y)
+            for (std::int32_t x = 0; x < memory_.width; ++x)
+                stored.words.push_back(memory_.Word(x, y));
         return stored;
     }
 
-    bool GuardsStand() {
-        bool stand = true;
-        for (int y = 0; y < editor_.height; ++y)
-            for (int x = editor_.width; x < static_cast<int>(rowWords_); ++x)
-                stand &= Word(x, y) == kGuard;
-        return stand;
+    bool GuardsStand() const {
+        Memory wanted = before_;
+        for (std::int32_t y = 0; y < memory_.height; ++y)
+            for (std::int32_t x = 0; x < memory_.width; ++x)
+                wanted.SetWord(x, y, memory_.Word(x, y));
+        return wanted.bytes == memory_.bytes;
     }
 
   private:
-    static constexpr std::uint32_t kGuard = 0xA5C3A5C3;
-
-    std::uint32_t &Word(int x, int y) {
-        const int row = layout_ == expected::Layout::RowTable ? std::max(editor_.height, 1) - 1 - y : y;
-        return words_[static_cast<std::size_t>(row) * rowWords_ + static_cast<std::size_t>(x)];
-    }
-
-    expected::Layout layout_;
-    std::size_t rowWords_;
-    std::vector<std::uint32_t> words_;
-    std::vector<void *> rows_;
-    kvt::PictureEditor editor_ = {};
+    Memory memory_;
+    Memory before_;
+    Opened editor_;
 };

@@ -63,21 +63,21 @@ void ExpectAsPlain(const expected::Picture &picture, const expected::ColorCube &
                    std::int32_t from, std::int32_t to) {
     const expected::Picture before = expected::Filled(picture.width, picture.height, {1, 2, 3});
     const Grid grid(cube);
-    plain::Memory source(picture, from);
-    plain::Memory target(before, to);
-    const PictureEditor reader = source.Open();
+    PlainPicture source(picture, from);
+    PlainPicture target(before, to);
+    const PictureEditor &reader = *source;
     const Area area = AreaOf(reader, Bounds{bounds.minX, bounds.minY, bounds.maxX, bounds.maxY});
-    Map(reader, target.Open(), area, grid);
-    ASSERT_EQ(source.Picture(), picture);
-    ASSERT_EQ(target.Picture(), expected::ThroughCube(picture, cube, bounds, before));
+    Map(reader, *target, area, grid);
+    ASSERT_EQ(expected::Load(source.Stored()), picture);
+    ASSERT_EQ(expected::Load(target.Stored()), expected::ThroughCube(picture, cube, bounds, before));
     ASSERT_TRUE(target.GuardsStand());
     Map(reader, reader, area, grid);
-    ASSERT_EQ(source.Picture(), expected::ThroughCube(picture, cube, bounds, picture));
+    ASSERT_EQ(expected::Load(source.Stored()), expected::ThroughCube(picture, cube, bounds, picture));
     ASSERT_TRUE(source.GuardsStand());
     const expected::Bounds whole = {0, 0, 0, 0};
-    Map(reader, target.Open(), AreaOf(reader, kWholePicture), grid);
-    ASSERT_EQ(target.Picture(), expected::ThroughCube(source.Picture(), cube, whole, before));
-    ASSERT_TRUE(target.IsOpaque());
+    Map(reader, *target, AreaOf(reader, kWholePicture), grid);
+    const expected::Picture mapped = expected::ThroughCube(expected::Load(source.Stored()), cube, whole, before);
+    ASSERT_TRUE(target.Stored() == expected::Store(mapped, expected::LayoutOf(to))) << "opaque";
 }
 
 TEST_P(ColorsThroughAGrid, AreThePlainFormsInEveryWidth) {
@@ -87,8 +87,8 @@ TEST_P(ColorsThroughAGrid, AreThePlainFormsInEveryWidth) {
         const int width = left + columns + columns % 3;
         const int height = 2 + std::max(2, 2500 / columns);
         const expected::Picture picture = expected::Noise(width, height, static_cast<std::uint32_t>(columns));
-        const std::int32_t from = plain::kFormats[columns % 3];
-        const std::int32_t to = plain::kFormats[columns / 3 % 3];
+        const std::int32_t from = kFormats[columns % 3];
+        const std::int32_t to = kFormats[columns / 3 % 3];
         ExpectAsPlain(picture, cube, {left, 1, left + columns, height - 1}, from, to);
         ASSERT_FALSE(HasFailure()) << columns << " columns, format " << from << " to " << to;
     }
@@ -102,9 +102,10 @@ TEST_P(ColorsThroughAGrid, AreThePlainFormsForEveryColor) {
         for (int green = 0; green < 256; ++green)
             for (int blue = 0; blue < 256; ++blue)
                 picture.At(blue, green) = {red, green, blue};
-        plain::Memory memory(picture, plain::kAlphaHigh);
-        Map(memory.Open(), memory.Open(), {0, 0, 256, 256}, grid);
-        ASSERT_EQ(memory.Picture(), expected::ThroughCube(picture, cube, {0, 0, 0, 0}, picture)) << "red " << red;
+        PlainPicture memory(picture, 1);
+        Map(*memory, *memory, {0, 0, 256, 256}, grid);
+        ASSERT_EQ(expected::Load(memory.Stored()), expected::ThroughCube(picture, cube, {0, 0, 0, 0}, picture))
+            << "red " << red;
     }
 }
 
@@ -133,7 +134,7 @@ TEST_P(ColorsThroughAGrid, AreThePlainFormsWhateverTheEntry) {
             // Corners that grays meet with a weight of 0, or do not meet.
             cube.At(8, 7, 7, channel) = cube.At(3, 3, 4, channel) = cube.At(11, 12, 11, channel) = row.entry;
         }
-        for (const std::int32_t format : plain::kFormats)
+        for (const std::int32_t format : kFormats)
             ExpectAsPlain(expected::Noise(128, 64, 5), cube, {0, 0, 0, 0}, format, format);
     }
 }
@@ -155,13 +156,13 @@ TEST_P(ColorsThroughAGrid, TakeMemoryOnlyWhereItPaysAndDoWithout) {
         const expected::Picture picture = expected::Noise(row.width, row.height, 6);
         const expected::Picture mapped = expected::ThroughCube(picture, cube, {0, 0, 0, 0}, picture);
         for (const int granted : {0, 1}) {
-            plain::Memory memory(picture, plain::kAlphaLow);
+            PlainPicture memory(picture, 2);
             const Grid grid(cube);
             heap::granted = granted;
-            Map(memory.Open(), memory.Open(), {0, 0, row.width, row.height}, grid);
+            Map(*memory, *memory, {0, 0, row.width, row.height}, grid);
             EXPECT_EQ(heap::granted, row.worthwhile ? 0 : granted);
             heap::granted = -1;
-            EXPECT_EQ(memory.Picture(), mapped) << granted << " granted";
+            EXPECT_EQ(expected::Load(memory.Stored()), mapped) << granted << " granted";
         }
     }
 }

@@ -107,13 +107,6 @@ TEST_P(ByteStringOfHost, IsReadToItsEndAndNoFurther) {
     ExpectRead(host, moved, "over the header");
 }
 
-TEST_P(ByteStringOfHost, IsWritten) {
-    TestHost host({.version = GetParam()});
-    const Picture picture = Noise(5, 3, 2);
-    const Result written = host.CallGlobal("PicturetoBinaryStringKVT", MakePicture(host, picture));
-    EXPECT_TRUE(written.value.AsRef().text().bytes() == BytesOf(picture));
-}
-
 INSTANTIATE_TEST_SUITE_P(, ByteStringOfHost, testing::Values(std::nullopt, 2012.02, 2013.0, 2019.03),
                          [](const auto &host) {
                              return host.param ? fmt::format("Version{:.0f}", *host.param * 1000) : "WithoutVersion";

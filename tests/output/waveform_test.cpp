@@ -3,8 +3,7 @@
 #include "support/pictures.h"
 
 #include <algorithm>
-#include <cmath>
-#include <string>
+#include <limits>
 
 namespace {
 
@@ -13,43 +12,7 @@ using standin::Ref;
 using standin::Result;
 using standin::Value;
 
-constexpr double kTurn = 6.283185307179586;
-
-/// Levels -1..1 of a sample.
-using Sound = double (*)(Random &random, int index);
-
-const struct {
-    const char *what;
-    Sound level;
-} kSounds[] = {
-    {"silence", [](Random &, int) { return 0.0; }},
-    {"the highest level", [](Random &, int) { return 1.0; }},
-    {"the lowest level", [](Random &, int) { return -1.0; }},
-    {"a sine", [](Random &, int index) { return std::sin(index * kTurn / 90.0); }},
-    {"a sine faster than columns", [](Random &, int index) { return 0.7 * std::sin(index * kTurn / 2.9); }},
-    {"noise", [](Random &random, int) { return random.Between(-1000, 1000) / 1000.0; }},
-    {"words and pauses",
-     [](Random &random, int index) {
-         const double loudness = std::max(0.0, std::sin(index * kTurn / 300.0)) * std::sin(index * kTurn / 70.0);
-         return loudness * std::sin(index * kTurn / 11.0) * random.Between(500, 1000) / 1000.0;
-     }},
-};
-
-std::vector<unsigned char> Samples(Sound level, int count, int bits) {
-    Random random(7);
-    std::vector<unsigned char> bytes;
-    const bool wide = bits > 8;
-    for (int i = 0; i < count; ++i) {
-        const double value = level(random, i);
-        const int full = wide ? 32767 : 127;
-        const int sample = static_cast<int>(std::floor(value * (value < 0 ? full + 1 : full)));
-        const int stored = bits % 2 == 0 ? sample + full + 1 : sample; // even kinds are unsigned
-        bytes.push_back(static_cast<unsigned char>(stored & 255));
-        if (wide)
-            bytes.push_back(static_cast<unsigned char>(stored >> 8 & 255));
-    }
-    return bytes;
-}
+constexpr int kMost = std::numeric_limits<int>::max();
 
 Result Render(TestHost &host, const Value &block, const WaveformArguments &with) {
     return host.CallGlobal("RenderSamplesKVT", block, with.sampleCount, with.smooth, with.width, with.height,
@@ -75,6 +38,10 @@ void ExpectWaveform(TestHost &host, const std::vector<unsigned char> &bytes, con
                                      << std::mismatch(lines.begin(), lines.end(), drawnLines.begin()).first -
                                             lines.begin();
     EXPECT_FALSE(result.picture().description.hasAlphaChannel);
+    if (lines.empty()) {
+        EXPECT_PICTURE(result.picture(), wanted.picture);
+        return;
+    }
     const Ref drawn = MakePicture(host, wanted.picture, {.opaque = true});
     standin::Graphics pen;
     pen.picture = &drawn.picture();
@@ -85,50 +52,107 @@ void ExpectWaveform(TestHost &host, const std::vector<unsigned char> &bytes, con
     EXPECT_PICTURE(result.picture(), WordsOf(drawn.picture()));
 }
 
+const struct {
+    const char *what;
+    int bytes;
+    WaveformArguments with;
+} kShapes[] = {
+    {"a column a sample", 180, {.sampleCount = 90, .height = 90}},
+    {"many samples a column", 2000, {.smooth = 4, .width = 65, .height = 33}},
+    {"ranges of uneven length", 1000, {.width = 333, .height = 20}},
+    {"more columns than samples, thrice over", 1, {.width = 3, .height = 9}},
+    {"a part of the block", 900, {.sampleCount = 311, .width = 100, .height = 31}},
+    {"more samples than the block holds", 100, {.sampleCount = kMost, .height = 31}},
+    {"a last half sample is left out", 101, {.height = 31, .bits = 16}},
+    {"no samples", 0, {.width = 12, .height = 7}},
+    {"smoothed by the largest number", 2000, {.smooth = kMost, .width = 120, .height = 64}},
+    {"overshooting", 2000, {.smooth = 0, .width = 300, .height = 64}},
+    {"no smoothing by -1", 2000, {.smooth = -1, .width = 120, .height = 64}},
+    {"no smoothing by the smallest number", 2000, {.smooth = -kMost - 1, .width = 120, .height = 64}},
+    {"a column of more samples than fit one sum of 32 bits", 300000, {.width = 2, .height = 999}},
+    {"one row", 400, {.width = 40, .height = 1}},
+    {"two rows", 400, {.width = 40, .height = 2}},
+    {"one column", 400, {.width = 1, .height = 60}},
+    {"rows beyond 16 bits", 90, {.width = 4, .height = 32767}},
+    {"the widest picture", 70000, {.width = 32767, .height = 3}},
+};
+
+/// Loud, quiet and at full scale.
+std::vector<unsigned char> Sound(Random &random, int bytes) {
+    std::vector<unsigned char> sound;
+    for (int i = 0; i < bytes; ++i)
+        sound.push_back(static_cast<unsigned char>(i / 64 % 3 == 0 ? random.Below(256) : i / 64 % 3 == 1 ? 128 : 255));
+    return sound;
+}
+
 using EveryWaveform = EveryWay;
 
 TEST_P(EveryWaveform, IsExact) {
-    const struct {
-        const char *what;
-        WaveformArguments with;
-    } kShapes[] = {
-        {"a column a sample", {.sampleCount = 90, .height = 90}},
-        {"many samples a column", {.smooth = 4, .width = 65, .height = 33}},
-        {"more columns than samples", {.sampleCount = 23, .width = 70, .height = 64}},
-        {"without smoothing", {.smooth = -2, .width = 31, .height = 1}},
-    };
-    for (const auto &sound : kSounds) {
-        for (const auto &shape : kShapes) {
-            for (const int bits : {7, 8, 15, 16}) {
-                WaveformArguments with = shape.with;
-                with.bits = bits;
-                with.outlineWidth = random.Below(3);
-                with.autoScale = random.Below(2) == 0;
-                with.backColor = random.Next();
-                with.foreColor = random.Next();
-                with.outlineColor = random.Next();
-                SCOPED_TRACE(fmt::format("{}, {}, bits {}, outline {}, auto {}", sound.what, shape.what, bits,
-                                         with.outlineWidth, with.autoScale));
-                ExpectWaveform(host, Samples(sound.level, 250, bits), with);
-            }
+    constexpr int kOutlineWidths[] = {0, 1, 2, 7};
+    random = Random(GetParam().newAlphaInfo * 3 + static_cast<unsigned>(GetParam().level));
+    for (const auto &shape : kShapes)
+        for (const int bits : {7, 8, 15, 16}) {
+            WaveformArguments with = shape.with;
+            with.bits = bits;
+            with.outlineWidth = kOutlineWidths[random.Below(shape.bytes > 10000 ? 2 : 4)]; // the host draws slowly
+            with.autoScale = random.Below(2) == 0;
+            with.backColor = random.Next();
+            with.foreColor = random.Next();
+            with.outlineColor = random.Next();
+            SCOPED_TRACE(
+                fmt::format("{}, bits {}, outline {}, auto {}", shape.what, bits, with.outlineWidth, with.autoScale));
+            ExpectWaveform(host, Sound(random, shape.bytes), with);
         }
-    }
 }
 
 IN_EVERY_WAY(EveryWaveform);
 
-/// Colors, kind of samples and scale as the declaration leaves them, written down.
+/// Written down: the rows of a column's bar.
+TEST(Waveform, OfPlainSignals) {
+    const struct {
+        const char *what;
+        std::vector<unsigned char> samples;
+        WaveformArguments with;
+        int column, top, bottom;
+    } kBars[] = {
+        {"silence is the center row", std::vector<unsigned char>(2000, 0), {.bits = 15}, 999, 250, 250},
+        {"silence stays silence", std::vector<unsigned char>(30, 128), {.height = 9, .autoScale = true}, 29, 4, 4},
+        {"full scale", std::vector<unsigned char>(30, 127), {.height = 100, .bits = 7}, 7, 50, 99},
+        {"sums beyond 32 bits",
+         std::vector<unsigned char>(300000, 0),
+         {.width = 1, .height = 100, .bits = 16},
+         0,
+         0,
+         50},
+        {"-4530 is 60 rows when its product is formed first", {0x4E, 0xEE}, {.height = 217, .bits = 15}, 0, 48, 108},
+        {"the scale is averaged as the levels are",
+         std::vector<unsigned char>(4, 25),
+         {.smooth = 23, .height = 127, .bits = 7},
+         3,
+         63,
+         113},
+        {"the loudest reaches the edge", {0, 2, 254, 0}, {.height = 101, .bits = 7, .autoScale = true}, 1, 50, 100},
+        {"50 - 50.5 is cut off to 0", {0, 2, 254, 0}, {.height = 101, .bits = 7, .autoScale = true}, 2, 0, 50},
+    };
+    for (const auto &row : kBars) {
+        TestHost host;
+        const Result result = Render(host, host.MakeBlock(row.samples.size(), row.samples), row.with);
+        ASSERT_FALSE(result.value.IsNil()) << row.what;
+        for (int y = 0; y < result.picture().height; ++y)
+            EXPECT_EQ(result.picture().ColorAt(row.column, y), y >= row.top && y <= row.bottom ? 0x274C5Au : 0x88B5C4u)
+                << row.what << ", row " << y;
+    }
+}
+
+/// Colors, kind of samples and scale as the declaration leaves them.
 TEST(Waveform, OfSilenceByDefault) {
     TestHost host;
-    constexpr Rgb kBack{0x88, 0xB5, 0xC4};
-    constexpr Rgb kFore{0x27, 0x4C, 0x5A};
-    constexpr Rgb kLine{0x20, 0x3F, 0x4E};
     const std::vector<unsigned char> silence(5, 128);
-    Picture flat = Filled(5, 500, kBack);
+    Picture flat = Filled(5, 500, {0x88, 0xB5, 0xC4});
     Picture outlined = flat;
     for (int x = 0; x < 5; ++x) {
-        flat.At(x, 250) = kFore;
-        outlined.At(x, 250) = kLine;
+        flat.At(x, 250) = {0x27, 0x4C, 0x5A};
+        outlined.At(x, 250) = {0x20, 0x3F, 0x4E};
     }
     const Ref silent = host.MakeBlock(silence.size(), silence);
     EXPECT_PICTURE(host.CallGlobal("RenderSamplesKVT", silent, 0, 1, 0, 0, 0), flat);
@@ -139,11 +163,20 @@ TEST(Waveform, OfSilenceByDefault) {
     EXPECT_TRUE(thick.picture().lines.back() == (standin::DrawnLine{-1, 248, 0, 248, 5, 5, 0x203F4E}));
 }
 
+TEST(Waveform, WithoutASurfaceHasNoThickOutline) {
+    TestHost host({.faults = {{"pluginPictureGraphicsGetter"}}});
+    const Result result = Render(host, host.MakeBlock(4), {.outlineWidth = 5});
+    EXPECT_TRUE(result.picture().lines.empty());
+}
+
 TEST(Waveform, Refused) {
     TestHost host;
     const Ref block = host.MakeBlock(40);
     const Ref nowhere = host.MakeBlock(40);
     nowhere.block().withoutAddress = true;
+    const Ref wide = host.MakeBlock(32768); // one column a sample is too wide
+    const Ref none = host.MakeBlock(0);
+    const Ref one = host.MakeBlock(1);
     const Result nil = Render(host, nullptr, {.bits = 12});
     EXPECT_TRUE(nil.value.IsNil());
     EXPECT_EQ(nil.raised, (standin::RaisedException{"NilObjectException", "memoryblock is nil"}));
@@ -153,6 +186,7 @@ TEST(Waveform, Refused) {
     } kRefused[] = {
         {block, {.bits = 12}},     {block, {.bits = 0}},       {block, {.bits = 32}},
         {block, {.width = 32768}}, {block, {.height = 32768}}, {nowhere, {.width = 5, .height = 5}},
+        {wide, {.height = 5}},     {none, {.height = 5}},      {one, {.height = 5, .bits = 16}},
     };
     for (const auto &row : kRefused) {
         const Result result = Render(host, row.block, row.with);

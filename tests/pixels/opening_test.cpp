@@ -139,84 +139,43 @@ TEST(Opening, OfNilAsksTheHostForNothing) {
 
 enum Seen { Nothing, Blank, Drawn };
 
+const std::vector<Fault> kNoDrawing = {{"Graphics.DrawPicture"}};
+const std::vector<Fault> kNoSourceLock = {{"Graphics.DrawPicture"}, {"REALLockPictureDescription", Fault::Fails, 2}};
+const std::vector<Fault> kNoCopyLock = {{"Graphics.DrawPicture"}, {"REALLockPictureDescription", Fault::Fails, 3}};
+
 const struct {
     const char *what;
-    Application application;
-    PictureDescription picture;
+    PictureDescription picture; ///< a console picture is met by a host that knows no kind of application
     std::vector<Fault> faults;
     Seen seen;
     int cacheClears; ///< asked for by the copying alone, since reading asks for none
 } kCopies[] = {
-    {"drawn", Application::Desktop, {.lockable = false}, {}, Drawn, 0},
-    {"no drawing surface", Application::Desktop, {.lockable = false}, {{"pluginPictureGraphicsGetter"}}, Blank, 0},
-    {"no methods", Application::Desktop, {.lockable = false}, {{"REALLoadObjectMethod"}}, Blank, 0},
-    {"no method to draw", Application::Desktop, {.lockable = false}, {{"Graphics.DrawPicture"}}, Blank, 0},
-    {"no new pictures", Application::Desktop, {.lockable = false}, {{"newPicture"}}, Nothing, 0},
-    {"no sizes", Application::Desktop, {.lockable = false}, {{"REALGetPropValueInt"}}, Nothing, 0},
-    {"the width alone",
-     Application::Desktop,
-     {.lockable = false},
-     {{"REALGetPropValueInt", Fault::Fails, 2}},
-     Nothing,
-     0},
-    {"a copy that cannot be locked",
-     Application::Desktop,
-     {.lockable = false},
-     {{"REALLockPictureDescription"}},
-     Nothing,
-     0},
-    {"console pictures, drawn", Application::Unknown, {.form = Form::Console}, {}, Drawn, 0},
-    {"copied row by row", Application::Unknown, {.form = Form::Console}, {{"Graphics.DrawPicture"}}, Drawn, 1},
-    {"a palette is not copied",
-     Application::Unknown,
-     {.form = Form::Console, .paletteRows = 1},
-     {{"Graphics.DrawPicture"}},
-     Blank,
-     1},
-    {"the true-color flag does not count",
-     Application::Unknown,
-     {.form = Form::Console, .trueColor = 0},
-     {{"Graphics.DrawPicture"}},
-     Drawn,
-     1},
-    {"no row table",
-     Application::Unknown,
-     {.form = Form::Console, .withoutPixels = true},
-     {{"Graphics.DrawPicture"}},
-     Blank,
-     1},
-    {"a row without address",
-     Application::Unknown,
-     {.form = Form::Console, .nullRow = 1},
-     {{"Graphics.DrawPicture"}},
-     Blank,
-     1},
-    {"no data",
-     Application::Unknown,
-     {.form = Form::Console, .withoutData = true},
-     {{"Graphics.DrawPicture"}},
-     Blank,
-     1},
-    {"the source cannot be locked",
-     Application::Unknown,
-     {.form = Form::Console},
-     {{"Graphics.DrawPicture"}, {"REALLockPictureDescription", Fault::Fails, 2}},
-     Blank,
-     0},
-    {"the copy cannot be locked",
-     Application::Unknown,
-     {.form = Form::Console},
-     {{"Graphics.DrawPicture"}, {"REALLockPictureDescription", Fault::Fails, 3}},
-     Blank,
-     1},
+    {"drawn", {.lockable = false}, {}, Drawn, 0},
+    {"no drawing surface", {.lockable = false}, {{"pluginPictureGraphicsGetter"}}, Blank, 0},
+    {"no methods", {.lockable = false}, {{"REALLoadObjectMethod"}}, Blank, 0},
+    {"no method to draw", {.lockable = false}, kNoDrawing, Blank, 0},
+    {"no new pictures", {.lockable = false}, {{"newPicture"}}, Nothing, 0},
+    {"no sizes", {.lockable = false}, {{"REALGetPropValueInt"}}, Nothing, 0},
+    {"the width alone", {.lockable = false}, {{"REALGetPropValueInt", Fault::Fails, 2}}, Nothing, 0},
+    {"a copy that cannot be locked", {.lockable = false}, {{"REALLockPictureDescription"}}, Nothing, 0},
+    {"console pictures, drawn", {.form = Form::Console}, {}, Drawn, 0},
+    {"copied row by row", {.form = Form::Console}, kNoDrawing, Drawn, 1},
+    {"a palette is not copied", {.form = Form::Console, .paletteRows = 1}, kNoDrawing, Blank, 1},
+    {"the true-color flag does not count", {.form = Form::Console, .trueColor = 0}, kNoDrawing, Drawn, 1},
+    {"no row table", {.form = Form::Console, .withoutPixels = true}, kNoDrawing, Blank, 1},
+    {"a row without address", {.form = Form::Console, .nullRow = 1}, kNoDrawing, Blank, 1},
+    {"no data", {.form = Form::Console, .withoutData = true}, kNoDrawing, Blank, 1},
+    {"the source cannot be locked", {.form = Form::Console}, kNoSourceLock, Blank, 0},
+    {"the copy cannot be locked", {.form = Form::Console}, kNoCopyLock, Blank, 1},
 };
 
 TEST(Copies, ShowWhatCouldBeDrawn) {
     for (const auto &row : kCopies)
         for (const std::optional<double> version : {std::optional(2019.03), std::optional<double>()}) {
             SCOPED_TRACE(row.what);
+            const bool isConsole = row.picture.form == Form::Console;
             const auto looks = [&](const char *method) {
-                TestHost host({.application = row.application,
+                TestHost host({.application = isConsole ? Application::Unknown : Application::Desktop,
                                .version = version,
                                .freshWord = 0xFFFFFFFF,
                                .faults = row.faults,
@@ -257,15 +216,14 @@ TEST(ApplicationKind, IsLearnedOnceAndKept) {
         EXPECT_FALSE(Changes(host, host.Make(console))) << "a bitmap was opened before";
         EXPECT_EQ(host.CallsOf("pluginObjectType"), 3 * 4) << "the kind is known";
     }
-    TestHost host({.application = Application::Unknown});
-    EXPECT_TRUE(Changes(host, host.Make(console)));
-    EXPECT_FALSE(Reads(host, host.Make(bitmap))) << "a console picture was opened before";
-}
-
-TEST(ApplicationKind, OfAFailedFirstBitmapIsKeptToo) {
-    TestHost host({.application = Application::Unknown});
-    EXPECT_FALSE(Changes(host, host.Make({.form = Form::Bitmap, .bitsPerPixel = 16}))) << "locked, then refused";
-    EXPECT_FALSE(Changes(host, host.Make({.form = Form::Console})));
+    {
+        TestHost host({.application = Application::Unknown});
+        EXPECT_TRUE(Changes(host, host.Make(console)));
+        EXPECT_FALSE(Reads(host, host.Make(bitmap))) << "a console picture was opened before";
+    }
+    TestHost other({.application = Application::Unknown});
+    EXPECT_FALSE(Changes(other, other.Make({.form = Form::Bitmap, .bitsPerPixel = 16}))) << "locked, then refused";
+    EXPECT_FALSE(Changes(other, other.Make({.form = Form::Console}))) << "a refused bitmap counts";
 }
 
 } // namespace

@@ -76,39 +76,6 @@ TEST(Results, AreMadeInTheReadersSize) {
     }
 }
 
-TEST(Results, OfAnyOtherSizeFollowTheSameLimits) {
-    constexpr struct {
-        int width, height, attempts;
-        bool made;
-    } kSizes[] = {{1, 1, 1, true},          {32767, 2, 1, true},  {2, 32767, 1, true},
-                  {32767, 32767, 1, false}, {32768, 2, 0, false}, {2, 32768, 0, false}};
-    for (const auto &row : kSizes) {
-        TestHost host;
-        const Result result = host.CallGlobal("RenderSamplesKVT", host.MakeBlock(4), 0, 1, row.width, row.height, 0);
-        EXPECT_EQ(result.value.Is<Ref>(), row.made) << row.width << " x " << row.height;
-        EXPECT_EQ(host.CallsOf("newPicture"), row.attempts) << row.width << " x " << row.height;
-    }
-}
-
-TEST(Results, OnConsoleHostsLieInRowTables) {
-    TestHost host({.application = Application::Console, .sealsPictures = true});
-    const Ref source = host.Make({.width = 3, .height = 4, .color = [](int x, int y) {
-                                      return MakeColor(1, static_cast<unsigned>(x), static_cast<unsigned>(y));
-                                  }});
-    const Result result = host.Call(source, "InvertKVT");
-    EXPECT_EQ(result.picture().Word(2, 3), WordOf(Layout::RowTable, MakeColor(254, 253, 252), 0));
-    EXPECT_EQ(result.picture().cacheClears, 2);
-}
-
-TEST(Changes, MakeTheHostForgetWhatItCached) {
-    TestHost host;
-    const Ref picture = host.Make({.width = 3, .height = 3});
-    host.Call(picture, "ScrollHorizontalKVT", 3, true, false);
-    EXPECT_EQ(picture.picture().cacheClears, 1);
-    host.Call(picture, "isGrayKVT");
-    EXPECT_EQ(picture.picture().cacheClears, 1) << "reading changes nothing";
-}
-
 const struct {
     const char *what;
     std::optional<PictureDescription> target;
@@ -123,6 +90,10 @@ const struct {
     {"a row short", PictureDescription{.width = 7, .height = 2}, {}, false},
     {"cannot be locked", PictureDescription{.width = 5, .height = 3, .lockable = false}, {}, false},
     {"cannot be opened", PictureDescription{.width = 5, .height = 3, .bitsPerPixel = 24}, {}, false},
+    {"alpha of another place",
+     PictureDescription{.width = 5, .height = 3, .hasAlphaChannel = true, .alphaInfo = 3},
+     {},
+     false},
     {"size unknown", PictureDescription{.width = 5, .height = 3}, {{"REALGetPropValueInt"}}, false},
 };
 

@@ -29,15 +29,16 @@ std::uint32_t *LockedRow(Picture picture, int row) {
     return static_cast<std::uint32_t *>(static_cast<REALconsolePicture *>(description.data)->rows[row]);
 }
 
-void DoubleUnlock(Picture picture) {
-    LockedRow(picture, 0);
-    Unlock(picture);
-    Unlock(picture);
+unsigned char *BytesOf(Block block) { return Entry<unsigned char *(Block)>("memoryBlockGetPtr")(block); }
+
+REALstringData CopyOf(String string) {
+    REALstringData data = {};
+    Entry<unsigned char(String, std::uint32_t, REALstringData *)>("PluginGetStringData")(string, 0xFFFF, &data);
+    return data;
 }
 
-void LeaveLocked(Picture picture) { LockedRow(picture, 0); }
-void LeakReference(Picture picture) { AddReference(picture); }
-void DropTooOften(Picture picture) { DropReference(picture); }
+void Dispose(REALstringData &data) { Entry<void(REALstringData *)>("PluginDisposeStringData")(&data); }
+
 void LeakPicture(Picture) { NewPicture(); }
 
 void DropLocked(Picture) {
@@ -46,20 +47,14 @@ void DropLocked(Picture) {
     DropReference(made);
 }
 
-void UseAfterDeath(Picture) {
+Picture YieldDead(Picture) {
     const Picture made = NewPicture();
     DropReference(made);
-    ClearCache(made);
+    return made;
 }
 
-void WrongKind(Picture, Block block) { ClearCache(block); }
-void StringAsObject(Picture, String string) { AddReference(string); }
-void PictureAsString(Picture picture) { Entry<void(void *)>("REALLockString")(picture); }
-void NullObject(Picture) { AddReference(nullptr); }
-void ForeignObject(Picture) { AddReference(&gResolver); }
-
-void WritePastRow(Picture picture) {
-    LockedRow(picture, 1)[5] = 0;
+void WriteTo(Picture picture, int row, int column) {
+    LockedRow(picture, row)[column] ^= 1;
     Unlock(picture);
 }
 
@@ -71,16 +66,6 @@ void ChangeRowTable(Picture picture) {
     Unlock(picture);
 }
 
-void ChangePicture(Picture picture) {
-    LockedRow(picture, 0)[0] ^= 1;
-    Unlock(picture);
-}
-
-unsigned char *BytesOf(Block block) { return Entry<unsigned char *(Block)>("memoryBlockGetPtr")(block); }
-
-void ChangeBlock(Picture, Block block) { BytesOf(block)[0] = 77; }
-void ChangeString(Picture, String string) { Entry<void(String, std::uint32_t)>("REALSetStringEncoding")(string, 7); }
-
 void RaiseTwice(Picture) {
     for (int i = 0; i < 2; ++i) {
         void *exception = Entry<void *(const char *)>("PluginNewInstance")("NilObjectException");
@@ -88,16 +73,6 @@ void RaiseTwice(Picture) {
         DropReference(exception);
     }
 }
-
-REALstringData CopyOf(String string) {
-    REALstringData data = {};
-    Entry<unsigned char(String, std::uint32_t, REALstringData *)>("PluginGetStringData")(string, 0xFFFF, &data);
-    return data;
-}
-
-void Dispose(REALstringData &data) { Entry<void(REALstringData *)>("PluginDisposeStringData")(&data); }
-
-void KeepCopy(Picture, String string) { CopyOf(string); }
 
 void GiveBackTwice(Picture, String string) {
     REALstringData data = CopyOf(string);
@@ -114,52 +89,29 @@ void GiveBackOwnBytes(Picture, String string) {
     Dispose(data);
 }
 
-void AskForNonsense(Picture) { gResolver("REALMakeCoffee"); }
-void CreateMask(Picture picture) { Entry<Picture(Picture, signed char)>("REALGetPictureMask")(picture, 1); }
-void AskForEightBits(Picture) { DropReference(Entry<Picture(int, int, int)>("newPicture")(5, 3, 8)); }
-void LoadNonsense(Picture picture) {
-    Entry<void *(void *, const char *)>("REALLoadObjectMethod")(picture, "Paint(x as integer)");
-}
-
-Picture YieldDead(Picture) {
-    const Picture made = NewPicture();
-    DropReference(made);
-    return made;
-}
-
-Picture YieldForeign(Picture) { return reinterpret_cast<Picture>(&gResolver); }
-void *YieldBlock(Picture, Block block) { return block; }
-Picture YieldUncounted(Picture picture) { return picture; }
-
-void Overwrite(Picture, Block *block) { *block = Entry<Block(int)>("newMemoryBlock")(4); }
-
-// What no host survives.
-int ReadPastEnd(Picture, Block block) { return BytesOf(block)[4]; }
-int ReadBeforeStart(Picture, Block block) { return BytesOf(block)[-1]; }
-int WritePastEnd(Picture, Block block) { return BytesOf(block)[4] = 1; }
-int ReadPastCopy(Picture, String string) {
-    REALstringData data = CopyOf(string);
-    const int read = data.bytes[data.length + 1];
-    Dispose(data);
-    return read;
-}
 int ReadCopyGivenBack(Picture, String string) {
     REALstringData data = CopyOf(string);
     Dispose(data);
     return data.bytes[0];
 }
+
+int ReadPastCopy(Picture, String string) {
+    const REALstringData data = CopyOf(string);
+    return data.bytes[data.length + 1];
+}
+
 int ReadUnlocked(Picture picture) {
     const std::uint32_t *row = LockedRow(picture, 0);
     Unlock(picture);
     return static_cast<int>(row[0]);
 }
+
 int ReadUnlockedResult(Picture) {
     const Picture made = NewPicture();
     const int read = ReadUnlocked(made);
     DropReference(made);
     return read;
 }
-int ReadHandle(Picture picture) { return *reinterpret_cast<const volatile int *>(picture); }
 
 // What is no misuse, for the host to play its part in.
 
@@ -188,8 +140,6 @@ unsigned char HasWidth(Picture picture) {
     return get ? get(picture, "Width", &width) : 0;
 }
 
-int Which(Picture, std::int32_t) { return 1; }
-int WhichOther(Picture, double, signed char) { return 2; }
 void Store(Picture, std::int32_t value, std::int32_t *integer, double *number, signed char *boolean) {
     *integer += value;
     *number = value * 0.5;
@@ -202,49 +152,61 @@ void Assign(Picture, std::uint32_t index, std::uint32_t value) { gStored = value
 using Routine = REALroutine;
 
 REALmethodDefinition gMethods[] = {
-    {Routine(DoubleUnlock), nullptr, "DoubleUnlock"},
-    {Routine(LeaveLocked), nullptr, "LeaveLocked"},
-    {Routine(LeakReference), nullptr, "LeakReference"},
-    {Routine(DropTooOften), nullptr, "DropTooOften"},
+    {Routine(+[](Picture p) { LockedRow(p, 0), Unlock(p), Unlock(p); }), nullptr, "DoubleUnlock"},
+    {Routine(+[](Picture p) { LockedRow(p, 0); }), nullptr, "LeaveLocked"},
+    {Routine(+[](Picture p) { AddReference(p); }), nullptr, "LeakReference"},
+    {Routine(+[](Picture p) { DropReference(p); }), nullptr, "DropTooOften"},
     {Routine(LeakPicture), nullptr, "LeakPicture"},
     {Routine(DropLocked), nullptr, "DropLocked"},
-    {Routine(UseAfterDeath), nullptr, "UseAfterDeath"},
-    {Routine(WrongKind), nullptr, "WrongKind(b as memoryblock)"},
-    {Routine(StringAsObject), nullptr, "StringAsObject(s as string)"},
-    {Routine(PictureAsString), nullptr, "PictureAsString"},
-    {Routine(NullObject), nullptr, "NullObject"},
-    {Routine(ForeignObject), nullptr, "ForeignObject"},
-    {Routine(WritePastRow), nullptr, "WritePastRow"},
+    {Routine(+[](Picture p) { ClearCache(YieldDead(p)); }), nullptr, "UseAfterDeath"},
+    {Routine(+[](Picture, Block b) { ClearCache(b); }), nullptr, "WrongKind(b as memoryblock)"},
+    {Routine(+[](Picture, String s) { AddReference(s); }), nullptr, "StringAsObject(s as string)"},
+    {Routine(+[](Picture p) { Entry<void(void *)>("REALLockString")(p); }), nullptr, "PictureAsString"},
+    {Routine(+[](Picture) { AddReference(nullptr); }), nullptr, "NullObject"},
+    {Routine(+[](Picture) { AddReference(&gResolver); }), nullptr, "ForeignObject"},
+    {Routine(+[](Picture p) { WriteTo(p, 1, 5); }), nullptr, "WritePastRow"},
     {Routine(ChangeRowTable), nullptr, "ChangeRowTable"},
-    {Routine(ChangePicture), nullptr, "ChangePicture"},
-    {Routine(ChangeBlock), nullptr, "ChangeBlock(b as memoryblock)"},
-    {Routine(ChangeString), nullptr, "ChangeString(s as string)"},
+    {Routine(+[](Picture p) { WriteTo(p, 0, 0); }), nullptr, "ChangePicture"},
+    {Routine(+[](Picture, Block b) { BytesOf(b)[0] = 77; }), nullptr, "ChangeBlock(b as memoryblock)"},
+    {Routine(+[](Picture, String s) { Entry<void(String, std::uint32_t)>("REALSetStringEncoding")(s, 7); }), nullptr,
+     "ChangeString(s as string)"},
     {Routine(RaiseTwice), nullptr, "RaiseTwice"},
-    {Routine(KeepCopy), nullptr, "KeepCopy(s as string)"},
+    {Routine(+[](Picture, String s) { CopyOf(s); }), nullptr, "KeepCopy(s as string)"},
     {Routine(GiveBackTwice), nullptr, "GiveBackTwice(s as string)"},
     {Routine(GiveBackOwnBytes), nullptr, "GiveBackOwnBytes(s as string)"},
-    {Routine(AskForNonsense), nullptr, "AskForNonsense"},
-    {Routine(CreateMask), nullptr, "CreateMask"},
-    {Routine(AskForEightBits), nullptr, "AskForEightBits"},
-    {Routine(LoadNonsense), nullptr, "LoadNonsense"},
+    {Routine(+[](Picture) { gResolver("REALMakeCoffee"); }), nullptr, "AskForNonsense"},
+    {Routine(+[](Picture p) { Entry<Picture(Picture, signed char)>("REALGetPictureMask")(p, 1); }), nullptr,
+     "CreateMask"},
+    {Routine(+[](Picture) { DropReference(Entry<Picture(int, int, int)>("newPicture")(5, 3, 8)); }), nullptr,
+     "AskForEightBits"},
+    {Routine(+[](Picture p) { Entry<void *(void *, const char *)>("REALLoadObjectMethod")(p, "Paint(x as integer)"); }),
+     nullptr, "LoadNonsense"},
     {Routine(YieldDead), nullptr, "YieldDead as picture"},
-    {Routine(YieldForeign), nullptr, "YieldForeign as picture"},
-    {Routine(YieldBlock), nullptr, "YieldBlock(b as memoryblock) as picture"},
-    {Routine(YieldUncounted), nullptr, "YieldUncounted as picture"},
-    {Routine(Overwrite), nullptr, "Overwrite(byref b as memoryblock)"},
-    {Routine(ReadPastEnd), nullptr, "ReadPastEnd(b as memoryblock) as integer"},
-    {Routine(ReadBeforeStart), nullptr, "ReadBeforeStart(b as memoryblock) as integer"},
-    {Routine(WritePastEnd), nullptr, "WritePastEnd(b as memoryblock) as integer"},
+    {Routine(+[](Picture) -> void * { return &gResolver; }), nullptr, "YieldForeign as picture"},
+    {Routine(+[](Picture, Block b) -> void * { return b; }), nullptr, "YieldBlock(b as memoryblock) as picture"},
+    {Routine(+[](Picture p) { return p; }), nullptr, "YieldUncounted as picture"},
+    {Routine(+[](Picture, Block *b) { *b = Entry<Block(int)>("newMemoryBlock")(4); }), nullptr,
+     "Overwrite(byref b as memoryblock)"},
+    // What no host survives.
+    {Routine(+[](Picture, Block b) -> int { return BytesOf(b)[4]; }), nullptr,
+     "ReadPastEnd(b as memoryblock) as integer"},
+    {Routine(+[](Picture, Block b) -> int { return BytesOf(b)[-1]; }), nullptr,
+     "ReadBeforeStart(b as memoryblock) as integer"},
+    {Routine(+[](Picture, Block b) -> int { return BytesOf(b)[4] = 1; }), nullptr,
+     "WritePastEnd(b as memoryblock) as integer"},
     {Routine(ReadPastCopy), nullptr, "ReadPastCopy(s as string) as integer"},
     {Routine(ReadCopyGivenBack), nullptr, "ReadCopyGivenBack(s as string) as integer"},
     {Routine(ReadUnlocked), nullptr, "ReadUnlocked as integer"},
     {Routine(ReadUnlockedResult), nullptr, "ReadUnlockedResult as integer"},
-    {Routine(ReadHandle), nullptr, "ReadHandle as integer"},
+    {Routine(+[](Picture p) -> int { return *reinterpret_cast<const volatile int *>(p); }), nullptr,
+     "ReadHandle as integer"},
+    // What is no misuse.
     {Routine(LockAndUnlock), nullptr, "LockAndUnlock(unlocks as boolean = true) as boolean"},
     {Routine(TakeAndDrop), nullptr, "TakeAndDrop(balanced as boolean = true)"},
     {Routine(HasWidth), nullptr, "HasWidth as boolean"},
-    {Routine(Which), nullptr, "Which(a as integer) as integer"},
-    {Routine(WhichOther), nullptr, "Which(a as double, b as boolean = true) as integer"},
+    {Routine(+[](Picture, std::int32_t) { return 1; }), nullptr, "Which(a as integer) as integer"},
+    {Routine(+[](Picture, double, signed char) { return 2; }), nullptr,
+     "Which(a as double, b as boolean = true) as integer"},
     {Routine(Store), nullptr, "Store(value as integer, byref i as integer, byref d as double, byref b as boolean)"},
     {Routine(Stored), Routine(Assign), "Stored(index as UInt32 = 0) as color"},
     {Routine(LeakPicture), nullptr, "Broken(x as nothing)"},

@@ -4,6 +4,7 @@
 #include "expected/layout.h"
 #include "expected/noise.h"
 #include "expected/print.h"
+#include "support/levels.h"
 #include "support/test_host.h"
 
 #include <fmt/format.h>
@@ -138,23 +139,7 @@ struct Way {
     int level = 0;
 };
 
-inline constexpr const char *kLevelNames[] = {"Baseline", "Avx2", "Avx512"};
-
 inline void PrintTo(const Way &way, std::ostream *out) { *out << way.name << ' ' << kLevelNames[way.level]; }
-
-/// The highest level of this processor, found without the module's help.
-inline int BestLevel() {
-#if defined(__x86_64__) || defined(__i386__)
-    if (!__builtin_cpu_supports("avx2"))
-        return 0;
-    const bool has512 = __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512bw") &&
-                        __builtin_cpu_supports("avx512dq") && __builtin_cpu_supports("avx512vl") &&
-                        __builtin_cpu_supports("avx512vbmi");
-    return has512 ? 2 : 1;
-#else
-    return 0;
-#endif
-}
 
 /// Every pair of layouts that a host can bring about, at every level. All alpha infos take part.
 inline std::vector<Way> EveryLayoutAndLevel() {
@@ -164,7 +149,7 @@ inline std::vector<Way> EveryLayoutAndLevel() {
     for (const Way &pair : {Way{"HighToHigh", Desktop, 5, 1, 0, After}, Way{"HighToLow", Desktop, 3, 6, 12, After},
                             Way{"LowToHigh", Desktop, 4, 5, 0, Before}, Way{"LowToLow", Desktop, 6, 2, 4, After},
                             Way{"RowTable", Console, 0, 0, 0, After}})
-        for (int level = 0; level <= BestLevel(); ++level) {
+        for (const int level : EveryLevelOffered()) {
             ways.push_back(pair);
             ways.back().level = level;
         }

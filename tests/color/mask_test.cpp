@@ -1,4 +1,5 @@
 #include "expected/color.h"
+#include "expected/rectangle_mask.h"
 #include "support/pictures.h"
 
 namespace {
@@ -99,6 +100,90 @@ TEST(Mask, IsAskedForAndNotMade) {
         host.AttachMask(picture, MakePicture(host, Noise(3, 2, 2)));
         EXPECT_TRUE(host.Call(picture, "HasMaskKVT").value.AsBoolean());
     }
+}
+
+using EveryRectangleMask = EveryWay;
+
+TEST_P(EveryRectangleMask, IsExact) {
+    std::vector<Size> sizes = OddSizes();
+    sizes.insert(sizes.end(), {{40, 40}, {70, 90}, {33, 64}});
+    for (const auto &[width, height] : sizes) {
+        // From nearly gray to nearly all colored, and strokes, so that boxes of all sizes meet.
+        for (const int grays : {0, 3, 20, 1000}) {
+            Picture picture = Noise(width, height + 5, random.Next());
+            for (Rgb &pixel : picture.pixels)
+                if (random.Below(grays + 1) > 0)
+                    pixel.green = pixel.blue = pixel.red;
+            for (int stroke = grays == 1000 ? random.Below(12) : 0; stroke > 0; --stroke) {
+                const bool down = random.Below(2);
+                int x = random.Below(picture.width);
+                int y = random.Below(picture.height);
+                for (int length = random.Below(80); length > 0 && x < picture.width && y < picture.height; --length)
+                    picture.At(down ? x : x++, down ? y++ : y).blue ^= 3;
+            }
+            const Ref source = MakeAnyhow(picture);
+            const Rectangle area = AnyRectangle(random, picture.width, picture.height);
+            SCOPED_TRACE(fmt::format("{} x {}, {} grays a color, area {} {} {} {}", picture.width, picture.height,
+                                     grays, area.left, area.top, area.width, area.height));
+            const auto inArea =
+                host.Call(source, "ExtractColorRectangleMaskKVT", area.left, area.top, area.width, area.height);
+            EXPECT_PICTURE(inArea, ColorRectangleMask(picture, area));
+            EXPECT_FALSE(inArea.picture().description.hasAlphaChannel);
+            EXPECT_PICTURE(host.Call(source, "ExtractColorRectangleMaskKVT"), ColorRectangleMask(picture, {}));
+        }
+    }
+}
+
+IN_EVERY_WAY(EveryRectangleMask);
+
+/// Rows of text, each ended by a slash: x is colored, a dot gray; in the mask # is black and a dot white.
+constexpr struct {
+    const char *what;
+    const char *picture;
+    const char *mask;
+    Rectangle rectangle = {};
+} kShapes[] = {
+    {"all gray is all white", ".../.../", ".../.../"},
+    {"all colored is all black", "xxx/xxx/", "###/###/"},
+    {"neighbors at a corner stay apart", "x../.x./", "#../.#./"},
+    {"an L is taken with what it encloses", "x.../x.../xxx./..../", "###./###./###./..../"},
+    {"a box grows to the left of its seed", "..x./xxx./..../", "###./###./..../"},
+    {"what a box has taken, a later one does not see", ".x./x../xx./", ".#./##./##./"},
+    {"boxes overlap", "..x./x.x./x.../xxxx/", "..#./####/####/####/"},
+    {"outside the rectangle nothing is seen", "xxxx/x..x/xxxx/", "..../..##/..##/", {2, 1, 9, 9}},
+    {"a left of -2 shortens the width", "xxxx/xxxx/", "##../##../", {-2, 0, 4, -1}},
+    {"an empty rectangle", "xxxx/", "..../", {0, 0, 0, 1}},
+    {"a rectangle beyond the picture", "xxxx/", "..../", {9, 0, -1, -1}},
+};
+
+Picture FromText(const char *text, Rgb dot, Rgb other) {
+    Picture picture;
+    for (; *text; ++text)
+        if (*text == '/')
+            ++picture.height;
+        else
+            picture.pixels.push_back(*text == '.' ? dot : other);
+    picture.width = static_cast<int>(picture.pixels.size()) / picture.height;
+    return picture;
+}
+
+TEST(RectangleMask, BoxesWhatBelongsTogether) {
+    for (const auto &row : kShapes) {
+        SCOPED_TRACE(row.what);
+        TestHost host;
+        const Picture picture = FromText(row.picture, {90, 90, 90}, {90, 91, 90});
+        const Picture mask = FromText(row.mask, {255, 255, 255}, {0, 0, 0});
+        const auto &[left, top, width, height] = row.rectangle;
+        EXPECT_PICTURE(host.Call(MakePicture(host, picture), "ExtractColorRectangleMaskKVT", left, top, width, height),
+                       mask);
+        EXPECT_EQ(ColorRectangleMask(picture, row.rectangle), mask) << "the plain computation";
+    }
+}
+
+TEST(RectangleMask, OfNoPictureIsNil) {
+    TestHost host;
+    for (const Value &none : {Value(), Value(host.Make({.width = 0, .height = 5}))})
+        EXPECT_TRUE(host.Call(none, "ExtractColorRectangleMaskKVT").value.IsNil());
 }
 
 } // namespace

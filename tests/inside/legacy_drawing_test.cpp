@@ -1,0 +1,112 @@
+#include "analysis/legacy_drawing.h"
+
+#include "analysis/scrolling.h"
+#include "inside/fake_host.h"
+#include "platform/controls.h"
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace {
+
+using namespace kvt;
+using fake::InFreshProcess;
+using fake::Offer;
+
+void ExpectNothingLeft() {
+    EXPECT_EQ(platform::CountLivingObjects().urls, 0);
+    EXPECT_EQ(platform::CountLivingObjects().regions, 0);
+    EXPECT_EQ(platform::FirstMisuse(), nullptr);
+}
+
+/// Calls every function once; true when a region came and went, and the drawing port could be read.
+bool UseEveryFunction() {
+    GraphicsWorld world = {};
+    const auto before = reinterpret_cast<CGrafPtr>(&world + 1);
+    CGrafPtr port = before;
+    GDHandle device = nullptr;
+    SetGWorld(&world, nullptr);
+    GetGWorld(&port, &device);
+    const Rect rect = {};
+    RgnHandle region = NewRgn();
+    ScrollRect(&rect, 1, 1, region);
+    DisposeRgn(region);
+    SetGWorld(nullptr, nullptr);
+    EXPECT_TRUE(port == &world || port == before);
+    EXPECT_EQ(region != nullptr, port == &world);
+    ExpectNothingLeft();
+    return region != nullptr;
+}
+
+TEST(LegacyDrawing, LoadsTheBundleOnceAndEachFunctionOnce) {
+    InFreshProcess([] {
+        EXPECT_TRUE(UseEveryFunction());
+        EXPECT_TRUE(UseEveryFunction());
+        EXPECT_EQ(platform::Calls("CFBundleLoadExecutable"), 1);
+        EXPECT_EQ(platform::Calls("CFBundleGetFunctionPointerForName"), 5);
+        EXPECT_EQ(platform::Calls("ScrollRect"), 2);
+        EXPECT_EQ(platform::CountLivingObjects().bundles, 1) << "kept for good";
+    });
+}
+
+TEST(LegacyDrawing, TriesABundleAgainThatCouldNotBeHad) {
+    for (const char *function : {"FSFindFolder", "CFURLCreateFromFSRef", "CFURLCreateCopyAppendingPathComponent",
+                                 "CFBundleCreate", "CFBundleLoadExecutable"}) {
+        SCOPED_TRACE(function);
+        InFreshProcess([function] {
+            platform::Fail(function);
+            EXPECT_FALSE(UseEveryFunction());
+            EXPECT_EQ(platform::Calls(function), 6) << "at every one of six calls";
+            EXPECT_EQ(platform::CountLivingObjects().bundles, 0);
+            platform::Fail(function, 0);
+            EXPECT_TRUE(UseEveryFunction());
+            EXPECT_EQ(platform::Calls(function), 7);
+        });
+    }
+}
+
+TEST(LegacyDrawing, LooksAFunctionUpAgainThatWasNotFound) {
+    InFreshProcess([] {
+        platform::Fail("NewRgn", 2);
+        EXPECT_EQ(NewRgn(), nullptr);
+        EXPECT_EQ(NewRgn(), nullptr);
+        RgnHandle region = NewRgn();
+        EXPECT_NE(region, nullptr);
+        DisposeRgn(region);
+        EXPECT_EQ(platform::Calls("CFBundleCreate"), 1) << "the bundle is not loaded again";
+        EXPECT_EQ(platform::Calls("CFBundleGetFunctionPointerForName"), 4);
+        ExpectNothingLeft();
+    });
+}
+
+/// A host's picture in a graphics world of 3 x 2 pixels, one column wider than coordinates can tell.
+std::vector<std::uint32_t> gPixels = {1, 2, 3, 4, 5, 6};
+GraphicsWorld gWorld = {reinterpret_cast<unsigned char *>(gPixels.data()), 12, {0, 0, 2, 3}, 99};
+
+TEST(Scrolling, RestoresTheDrawingPortAndLimitsSizes) {
+    InFreshProcess([] {
+        Offer(
+            "lockPictureDescription", +[](REALpictureStruct *, REALpictureDescription *description) {
+                *description = {4, &gWorld, 0x10000 + 1, 2, {}};
+                fake::log.push_back("lock");
+            });
+        Offer(
+            "unlockPictureDescription", +[](REALpictureStruct *) { fake::log.push_back("unlock"); });
+        REALpictureStruct picture;
+        GraphicsWorld other = {};
+        GDHandle device = reinterpret_cast<GDHandle>(&other);
+        platform::CurrentDrawingPort() = {&other, device};
+        platform::Fail("FSFindFolder", 6);
+        EXPECT_EQ(ScrollVerticalKVT(&picture, 1, 0, 0), 1);
+        EXPECT_EQ(gPixels, (std::vector<std::uint32_t>{1, 2, 3, 4, 5, 6})) << "no framework, no scrolling";
+        EXPECT_EQ(ScrollVerticalKVT(&picture, 1, 0, 0), 1);
+        EXPECT_EQ(gPixels, (std::vector<std::uint32_t>{99, 99, 99, 1, 2, 3}));
+        EXPECT_EQ(fake::log, (std::vector<std::string>{"lock", "unlock", "lock", "unlock"}));
+        EXPECT_EQ(platform::CurrentDrawingPort().port, &other);
+        EXPECT_EQ(platform::CurrentDrawingPort().device, device);
+        ExpectNothingLeft();
+    });
+}
+
+} // namespace

@@ -1,0 +1,157 @@
+#include "support/test_host.h"
+
+#include "expected/color.h"
+#include "expected/noise.h"
+#include "expected/tone.h"
+
+#include <algorithm>
+#include <limits>
+#include <string>
+#include <utility>
+#include <vector>
+
+/// Operations whose arithmetic has a narrow form for ordinary settings: every form must yield what the plain
+/// computation does, at every instruction-set level and on both sides of where the forms meet.
+namespace {
+
+using standin::MakeColor;
+using standin::Ref;
+
+class EveryLevel : public testing::TestWithParam<int> {
+  protected:
+    void SetUp() override {
+        if (!host.ForceLevel(GetParam()))
+            GTEST_SKIP() << "this processor does not offer the level";
+    }
+
+    Ref Make(const expected::Picture &picture) {
+        return host.Make({.width = picture.width, .height = picture.height, .color = [&](int x, int y) {
+                              const expected::Rgb &pixel = picture.At(x, y);
+                              return MakeColor(unsigned(pixel.red), unsigned(pixel.green), unsigned(pixel.blue));
+                          }});
+    }
+
+    TestHost host;
+};
+
+INSTANTIATE_TEST_SUITE_P(Tone, EveryLevel, testing::Values(0, 1, 2),
+                         [](const auto &level) { return "Level" + std::to_string(level.param); });
+
+void ExpectColors(const standin::Picture &picture, const expected::Picture &colors) {
+    ASSERT_EQ(picture.width, colors.width);
+    ASSERT_EQ(picture.height, colors.height);
+    for (int y = 0; y < colors.height; ++y)
+        for (int x = 0; x < colors.width; ++x) {
+            const expected::Rgb &color = colors.At(x, y);
+            ASSERT_EQ(picture.ColorAt(x, y),
+                      MakeColor(unsigned(color.red), unsigned(color.green), unsigned(color.blue)))
+                << "at " << x << ", " << y;
+        }
+}
+
+/// Reds and blues in every combination, with greens that make for every gray.
+expected::Picture EveryDistance() {
+    expected::Picture picture{256, 256, {}};
+    for (int y = 0; y < 256; ++y)
+        for (int x = 0; x < 256; ++x)
+            picture.pixels.push_back({x, (x * 31 + y * 17) % 256, y});
+    picture.pixels.back() = {255, 255, 255}; // the largest sum
+    return picture;
+}
+
+constexpr int kEdge = std::numeric_limits<int>::max();
+
+TEST_P(EveryLevel, StretchesSaturationByAnyAmount) {
+    std::vector<int> amounts = {0,     1,      -1,     -254,   -255,   -256,  -509,   -510,  -511,      126,
+                                127,   128,    254,    255,    256,    509,   510,    31618, 31619,     31620,
+                                31621, -32128, -32129, -32130, -32131, 65024, -65536, kEdge, -kEdge - 1};
+    expected::Random random(1);
+    for (int i = 0; i < 40; ++i)
+        amounts.push_back(random.Between(-32200, 31700));
+    const expected::Picture distances = EveryDistance();
+    const Ref picture = Make(distances);
+    for (const int amount : amounts) {
+        SCOPED_TRACE("amount " + std::to_string(amount));
+        const auto result = host.Call(picture, "ChangeSaturationKVT", amount);
+        // Further out, nothing changes any more, and the plain computation would overflow.
+        ExpectColors(result.picture(), expected::Saturation(distances, std::clamp(amount, -2000000, 2000000)));
+        ASSERT_FALSE(HasFatalFailure());
+    }
+}
+
+TEST_P(EveryLevel, TintsWithAnyColors) {
+    const expected::Picture distances = EveryDistance();
+    const Ref picture = Make(distances);
+    std::vector<std::pair<std::uint32_t, std::uint32_t>> colors = {
+        {0x555555, 0xFFFFFF}, {0x555555, 0x555555}, {0xFFFFFF, 0xFFFFFF}, {0x4D961D, 0xFFFFFF},
+        {0x4D961D, 0xFFE0B3}, {0xFF0000, 0xFFFFFF}, {0x000000, 0xFFFFFF}, {0xFFFFFF, 0x010203},
+    };
+    expected::Random random(2);
+    for (int i = 0; i < 20; ++i)
+        colors.emplace_back(random.Next() & 0xFFFFFF, random.Next() & 0xFFFFFF);
+    for (const auto &[gray, tint] : colors) {
+        SCOPED_TRACE(testing::Message() << std::hex << gray << " and " << tint);
+        const auto result = host.CallGlobal("TintPictureKVT", picture, gray, tint);
+        ExpectColors(result.picture(), expected::Tint(distances, gray, tint));
+        ASSERT_FALSE(HasFatalFailure());
+    }
+}
+
+// Weights are whole 1024ths here. Together 4000 of them are the most that the narrow form serves.
+constexpr struct {
+    const char *what;
+    int red, green, blue;
+    int offset;
+} kSepias[] = {
+    {"the narrow form's largest sum", 1350, 1325, 1325, -700},
+    {"the narrow form's largest remainders", 1343, 1327, 1327, 0},
+    {"one channel alone", 0, 4000, 0, -900},
+    {"one more than the narrow form serves", 1335, 1335, 1331, -900},
+    {"sums beyond 16 bits", 1376, 1376, 1376, -900},
+    {"a negative weight", -1024, 1024, 1500, 100},
+    {"nothing counts", 0, 0, 0, 77},
+    {"an offset that always shows", 306, 601, 116, kEdge},
+    {"an offset that never shows", 306, 601, 116, -kEdge - 1},
+    {"weights beyond 32-bit products", 2000000000, 1, -2000000000, 12},
+};
+
+TEST_P(EveryLevel, TonesSepiaWithAnyWeights) {
+    const expected::Picture distances = EveryDistance();
+    const Ref sepia = host.New("PictureSepiaKVT");
+    host.Set(sepia, "SourcePicture", Make(distances));
+    for (const auto &row : kSepias) {
+        SCOPED_TRACE(row.what);
+        expected::SepiaSettings settings;
+        settings.weights = {row.red / 1024.0, row.green / 1024.0, row.blue / 1024.0};
+        settings.red = row.offset;
+        settings.green = -20;
+        settings.blue = 40;
+        host.Set(sepia, "FactorRed", settings.weights.red);
+        host.Set(sepia, "FactorBlue", settings.weights.green);
+        host.Set(sepia, "FactorGreen", settings.weights.blue);
+        host.Set(sepia, "SepiaRed", settings.red);
+        host.Set(sepia, "SepiaGreen", settings.green);
+        host.Set(sepia, "SepiaBlue", settings.blue);
+        ASSERT_TRUE(host.Call(sepia, "Run").value.AsBoolean());
+        const Ref result = host.Get(sepia, "DestinationPicture").AsRef();
+        ExpectColors(result.picture(), expected::Sepia(distances, settings, distances));
+        ASSERT_FALSE(HasFatalFailure());
+    }
+}
+
+TEST_P(EveryLevel, ComparesWholeColors) {
+    expected::Picture noise = expected::Noise(257, 5, 3);
+    for (std::size_t i = 0; i < noise.pixels.size(); i += 3)
+        noise.pixels[i] = {128, 127 + static_cast<int>(i % 2), 128};
+    const Ref picture = Make(noise);
+    for (const std::uint32_t search : {0x808080u, 0x807F80u, 0x000000u, 0xFFFFFFu}) {
+        SCOPED_TRACE(testing::Message() << std::hex << search);
+        ExpectColors(host.Call(picture, "ReplaceColorKVT", search, 0x102030).picture(),
+                     expected::ReplaceColor(noise, search, 0x102030));
+        ExpectColors(host.Call(picture, "ExtractColorKVT", search, 0x102030, 0xFF8001).picture(),
+                     expected::ExtractColor(noise, search, 0x102030, 0xFF8001));
+    }
+    ExpectColors(host.Call(picture, "InvertGrayKVT").picture(), expected::InvertGray(noise, {0, 0, -1, -1}, noise));
+}
+
+} // namespace
