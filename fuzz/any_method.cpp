@@ -36,8 +36,9 @@ std::vector<Routine> RoutinesOf(const Host &host) {
 class Script {
   public:
     Script(fuzz::Run &run, FuzzedDataProvider &input) : run_(run), host_(run.host), input_(input) {
-        width_ = input.ConsumeIntegralInRange(0, kLargest);
-        height_ = input.ConsumeIntegralInRange(0, kLargest / 2);
+        // An input that ends early gives zeros from there on, which is to mean ordinary pictures.
+        width_ = Width();
+        height_ = Height();
         run.AtLevel(input.ConsumeIntegralInRange(-1, 2));
     }
 
@@ -52,14 +53,16 @@ class Script {
   private:
     static constexpr int kLargest = 40;
 
+    int Width() { return kLargest - input_.ConsumeIntegralInRange(0, kLargest); }
+    int Height() { return kLargest / 2 - input_.ConsumeIntegralInRange(0, kLargest / 2); }
     bool Rarely() { return input_.ConsumeIntegralInRange(0, 15) == 15; }
 
     PictureDescription Description() {
         constexpr Form kForms[] = {Form::OfHost, Form::OfHost, Form::Bitmap, Form::Console, Form::GraphicsWorld};
         PictureDescription wanted;
-        const bool sameSize = !Rarely();
-        wanted.width = sameSize ? width_ : input_.ConsumeIntegralInRange(0, kLargest);
-        wanted.height = sameSize ? height_ : input_.ConsumeIntegralInRange(0, kLargest / 2);
+        const bool sameSize = input_.ConsumeIntegralInRange(0, 2) < 2;
+        wanted.width = sameSize ? width_ : Width();
+        wanted.height = sameSize ? height_ : Height();
         wanted.form = input_.PickValueInArray(kForms);
         wanted.hasAlphaChannel = input_.ConsumeBool();
         wanted.alphaInfo = input_.ConsumeIntegralInRange(0u, 7u);
