@@ -12,6 +12,9 @@
 #include <functional>
 #include <gtest/gtest.h>
 #include <limits>
+#include <optional>
+#include <string>
+#include <tuple>
 #include <vector>
 
 namespace expected {
@@ -19,6 +22,7 @@ namespace {
 
 constexpr int kMost = std::numeric_limits<int>::max();
 constexpr int kLeast = std::numeric_limits<int>::min();
+
 constexpr struct {
     const char *what;
     Rectangle rectangle;

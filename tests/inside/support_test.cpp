@@ -85,6 +85,26 @@ TEST(View, OfAnOlderHostsStringReadsItsRecord) {
     });
 }
 
+TEST(View, OfANewerHostsStringGivesTheCopyBackToTheHost) {
+    InFreshProcess([] {
+        rbversion_rbversion = 2013.0;
+        static std::uint32_t answer;
+        Offer(
+            "PluginGetStringData", +[](REALstringStruct *string, std::uint32_t encoding, REALstringData *out) {
+                *out = {fake::Of(string).bytes.data(), 6, encoding, nullptr, nullptr};
+                return answer;
+            });
+        Offer(
+            "PluginDisposeStringData", +[](REALstringData *data) { fake::log.push_back(data->bytes); });
+        REALstringStruct *string = fake::NewString("stored");
+        answer = 1;
+        EXPECT_EQ(BytesOf(rbData(string)), "stored");
+        answer = 0x100;
+        EXPECT_EQ(BytesOf(rbData(string)), "(empty)") << "only the low byte of a boolean counts";
+        EXPECT_EQ(fake::log, std::vector<std::string>{"stored"}) << "a failed copy is not given back";
+    });
+}
+
 TEST(View, OfABlockHoldsAReference) {
     InFreshProcess([] {
         static char bytes[] = "0123456789abcdef";
