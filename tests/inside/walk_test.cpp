@@ -244,27 +244,4 @@ TEST(Walk, KeepsInsideTheSmallerPicture) {
     EXPECT_TRUE(All(*editor, {0, 4, 9, 9}, [](Rgb) { return false; })) << "an empty area passes";
 }
 
-template <class Given> void ExpectSameArea(const PictureEditor &editor, Given given, const expected::Area &rule) {
-    const Area area = AreaOf(editor, given);
-    ASSERT_EQ(area.Empty(), rule.Empty());
-    ASSERT_TRUE(area.Empty() || (area.left == rule.left && area.top == rule.top && area.right == rule.right &&
-                                 area.bottom == rule.bottom));
-}
-
-TEST(Areas, OfRectanglesAndBounds) {
-    expected::Random random(15);
-    for (int round = 0; round < 20000; ++round) {
-        const expected::Picture picture = {random.Below(20), random.Below(20), {}};
-        PictureEditor editor = {};
-        editor.width = picture.width;
-        editor.height = picture.height;
-        const auto r = expected::AnyRectangle(random, picture.width, picture.height);
-        SCOPED_TRACE(testing::Message() << r.left << ", " << r.top << ", " << r.width << ", " << r.height);
-        ExpectSameArea(editor, Rectangle{r.left, r.top, r.width, r.height}, expected::AreaOf(picture, r));
-        const auto b = expected::AnyBounds(random, picture.width, picture.height);
-        SCOPED_TRACE(testing::Message() << b.minX << ", " << b.minY << ", " << b.maxX << ", " << b.maxY);
-        ExpectSameArea(editor, Bounds{b.minX, b.minY, b.maxX, b.maxY}, expected::AreaOf(picture, b));
-    }
-}
-
 } // namespace
