@@ -107,7 +107,7 @@ Variable VariableOf(Type type, const Value &value) {
     else if (type == Type::Double)
         variable.number = value.AsDouble();
     else if (type == Type::Boolean)
-        variable.boolean = value.AsBoolean();
+        variable.boolean = value.AsBoolean() ? 1 : 0;
     else
         variable.integer = Low32(value.AsInteger());
     return variable;

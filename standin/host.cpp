@@ -129,7 +129,8 @@ void Host::Finish() {
             state_->Violation(fmt::format("{} outlives the host", object->Describe()));
 }
 
-Host::~Host() {
+// Without memory for a sentence the program ends, which tells as much.
+Host::~Host() { // NOLINT(bugprone-exception-escape)
     Finish();
     for (const std::string &violation : state_->violations)
         fmt::print(stderr, "the stand-in host: {}\n", violation);

@@ -158,7 +158,7 @@ class Host {
     /// Loads the module afresh and lets it register itself.
     explicit Host(HostDescription description = {});
     /// Finishes and unloads the module. Violations that nobody looked at are written to standard error.
-    ~Host();
+    ~Host(); // NOLINT(bugprone-exception-escape)
     Host(const Host &) = delete;
     Host &operator=(const Host &) = delete;
 

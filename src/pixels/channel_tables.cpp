@@ -56,7 +56,7 @@ void FillDifferences(RowDifferences &differences, const ChannelTable &table) {
     for (int half = 0; half < 2; ++half)
         for (int row = 0; row < 8; ++row)
             for (int place = 0; place < 16; ++place) {
-                const std::uint8_t *level = table.levels + (half * 8 + row) * 16 + place;
+                const std::uint8_t *level = &table.levels[(half * 8 + row) * 16 + place];
                 differences.rows[half][row][place] = static_cast<std::uint8_t>(row ? level[0] ^ level[-16] : level[0]);
             }
 }

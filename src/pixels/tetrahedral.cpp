@@ -230,7 +230,8 @@ KVT_INLINE void StoreBlock(unsigned char *pixels, const Block &block, std::ptrdi
         const Corner weight3 = __builtin_shufflevector(high, high, 0, 0, 2, 2);
         const Corner weight4 = __builtin_shufflevector(high, high, 1, 1, 3, 3);
         const Corner sum = weight1 * At<Corner>(lowest) + weight2 * At<Corner>(grid + block.second[i]) +
-                           weight3 * At<Corner>(grid + block.third[i]) + weight4 * At<Corner>(lowest + kToHighest * 4);
+                           weight3 * At<Corner>(grid + block.third[i]) +
+                           weight4 * At<Corner>(lowest + std::ptrdiff_t{kToHighest} * 4);
         return __builtin_convertvector(sum, Sums);
     };
     for (std::ptrdiff_t i = 0; i < count; i += 4) {
