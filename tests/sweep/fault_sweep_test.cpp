@@ -317,13 +317,23 @@ class FaultSweep : public testing::Test {
         for (std::size_t entry = 0; entry < entries.size(); ++entry)
             for (const Fault &fault : FaultsOf(entries[entry]))
                 if (all || Reaches(plain, entry, fault)) {
+                    reached_[entry] = reached_[entry] || Reaches(plain, entry, fault);
+                    if (!all && ++possible_ % kEvery != 0)
+                        continue;
                     const Outcome outcome = Try(routine, situation, description, &fault);
                     if (outcome.raised && !plain.raised)
                         ADD_FAILURE() << gCase << ": a fault of the host is no reason to raise an exception";
-                    reached_[entry] = reached_[entry] || Reaches(plain, entry, fault);
                 }
     }
 
+#ifdef __SANITIZE_ADDRESS__
+    // Under the address sanitizer each load of the module keeps memory for good, and all cases take more than a 32-bit
+    // process has.
+    static constexpr int kEvery = 4;
+#else
+    static constexpr int kEvery = 1;
+#endif
+    int possible_ = 0;
     std::vector<bool> reached_ = std::vector<bool>(EntryNames().size());
     int cases_ = 0;
     int problems_ = 0;
