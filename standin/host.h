@@ -43,8 +43,9 @@ struct HostDescription {
     std::uint32_t newPictureAlphaInfo = 6;   ///< of the bitmaps that the host makes
     std::uint32_t newAlphaPictureAlphaInfo = 2;
     int newPicturePadding = 0;
-    std::uint32_t freshWord = 0x5EEDC0DE; ///< what a new picture's pixels hold
-    std::uint32_t dataOffset = 20;        ///< where a class's data lies inside an instance, a multiple of 4
+    std::uint32_t freshWord = 0x5EEDC0DE;                     ///< what a new picture's pixels hold
+    std::uint32_t dataOffset = sizeof(void *) == 4 ? 20 : 24; ///< where a class's data lies inside an instance: any
+                                                              ///< multiple of 4, of 8 for a module of 64 bits
     std::vector<Fault> faults = {};
     std::vector<std::string> unknownExceptions = {}; ///< exception classes that this host lacks
     Guard guard = Guard::After;
