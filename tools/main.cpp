@@ -1,4 +1,5 @@
 #include "tools/apply.h"
+#include "tools/check.h"
 #include "tools/files.h"
 #include "tools/host_options.h"
 #include "tools/list.h"
@@ -121,6 +122,16 @@ int Run(int argc, char **argv) {
     AddHostOptions(*make, host);
     make->footer(kExamples);
 
+    tools::CheckRequest checked;
+    bool listsRules = false;
+    CLI::App *check = app.add_subcommand("check", "Try whether a module keeps its promises to hosts");
+    check->add_option("module", checked.module, "the module's file; the one beside the program when left out");
+    check->add_option("--only", checked.rules, "one rule, by its name; may be repeated")->allow_extra_args(false);
+    check->add_flag("--list", listsRules, "print the rules and what they say");
+    check->add_flag("--json", checked.json, "print the result for programs, with all findings");
+    check->add_option("--time-limit", checked.patience, "seconds after which a call hangs")->capture_default_str();
+    check->footer(tools::kCheckExamples);
+
     std::string output;
     std::string size = "640x480";
     bool opaque = false;
@@ -135,6 +146,12 @@ int Run(int argc, char **argv) {
             return RunList(host, filter);
         if (*sample)
             return RunSample(output, size, opaque);
+        if (*check && listsRules) {
+            fmt::print("{}", tools::ListRules());
+            return tools::Done;
+        }
+        if (*check)
+            return tools::Check(checked);
         if (*apply)
             request.input = input;
         if (*apply || *make)
