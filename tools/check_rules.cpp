@@ -29,6 +29,15 @@ using standin::Type;
 
 constexpr int kWidth = 8 * sizeof(void *);
 
+/// A host whose findings at the module's start and at its end are other rules' affair.
+struct RunningHost : Host {
+    explicit RunningHost(HostDescription description) : Host(std::move(description)) { TakeBreaches(); }
+    ~RunningHost() { // NOLINT(bugprone-exception-escape)
+        Finish();
+        TakeBreaches();
+    }
+};
+
 // The file.
 
 bool IsRunTimeSymbol(std::string_view name) {
@@ -136,8 +145,7 @@ std::size_t StepOf(const std::string &line) {
 
 void CheckOrder(const std::string &module, Report &report) {
     report.Doing("starting");
-    Host host(DescribeHost(Places()[0], module));
-    host.TakeBreaches();
+    RunningHost host(DescribeHost(Places()[0], module));
     const std::vector<std::string> &log = host.StartUpLog();
     for (std::size_t i = 1; i < log.size(); ++i)
         if (StepOf(log[i]) < StepOf(log[i - 1]))
@@ -159,7 +167,6 @@ void CheckOrder(const std::string &module, Report &report) {
             if (host.CallsOf(entry) > 0)
                 report.FoundOnce(entry, fmt::format("calls {} after the start, in {}", entry, routine.Describe()));
     }
-    host.TakeBreaches();
 }
 
 // The records.
@@ -287,8 +294,7 @@ void ForEveryCall(const std::string &module, Report &report, bool withFlaws,
         report.Doing(fmt::format("starting; {}", place.name));
         HostDescription description = DescribeHost(place, module);
         change(description);
-        Host host(description);
-        host.TakeBreaches(); // those of the start are of other rules
+        RunningHost host(description);
         const std::vector<Routine> routines = RoutinesOf(host);
         if (routines.empty())
             return report.Found("registers nothing that could be called");
@@ -304,7 +310,6 @@ void ForEveryCall(const std::string &module, Report &report, bool withFlaws,
                 visit(host, place, routine, which, *called);
             }
         }
-        host.TakeBreaches();
     }
 }
 
@@ -336,6 +341,16 @@ void CheckMemory(const std::string &module, Report &report) {
 }
 void CheckInputs(const std::string &module, Report &report) {
     CheckConcern(module, report, Concern::Inputs, [](HostDescription &) {});
+}
+
+void CheckStack(const std::string &module, Report &report) {
+    if (kWidth != 32) {
+        report.Doing("looking at the width");
+        return report.Remark("not tried: hosts of 64 bits align it");
+    }
+    for (const int shift : {4, 8, 12})
+        ForEveryCall(
+            module, report, false, [&](HostDescription &host) { host.stackShift = shift; }, [](auto &&...) {});
 }
 
 // Failures.
@@ -429,8 +444,7 @@ void CheckMissingEntries(const std::string &module, Report &report) {
             HostDescription description = DescribeHost(place, module);
             if (lacks)
                 description.faults = {{lacks}};
-            Host host(description);
-            host.TakeBreaches();
+            RunningHost host(description);
             std::optional<standin::RaisedException> raised;
             if (const std::optional<Called> called = Call(host, place, routine, which))
                 raised = called->result.raised;
@@ -439,7 +453,7 @@ void CheckMissingEntries(const std::string &module, Report &report) {
         };
         std::vector<std::pair<Routine, Case>> calls;
         {
-            const Host host(DescribeHost(place, module));
+            RunningHost host(DescribeHost(place, module));
             for (const Routine &routine : RoutinesOf(host)) {
                 calls.push_back({routine, {kRound, {}}});
                 for (const Flaw &flaw : FlawsOf(*Find(host, routine), routine))
@@ -457,7 +471,6 @@ void CheckMissingEntries(const std::string &module, Report &report) {
                 for (const standin::EntryName &entry : standin::EntryNames())
                     if (host.RequestsFor(entry.name) > 0)
                         reached.push_back(entry.name);
-                host.TakeBreaches();
             });
             for (const std::string_view entry : reached) {
                 const std::string step = fmt::format("{}; without {}", call, entry);
@@ -505,8 +518,7 @@ void CompareAtLevel(const std::string &module, Report &report, const Place &plac
                     Results &known) {
     const std::string at = fmt::format("{}; {}", name, place.name);
     report.Doing(fmt::format("starting; {}", at));
-    Host host(DescribeHost(place, module));
-    host.TakeBreaches();
+    RunningHost host(DescribeHost(place, module));
     if (!host.ForceLevel(level))
         return;
     for (const Routine &routine : RoutinesOf(host))
@@ -520,7 +532,6 @@ void CompareAtLevel(const std::string &module, Report &report, const Place &plac
             if (!difference.empty())
                 report.FoundOnce(routine.Describe(), fmt::format("{}: {}, as at the baseline", call, difference));
         }
-    host.TakeBreaches();
 }
 
 void CheckLevels(const std::string &module, Report &report) {
@@ -528,12 +539,10 @@ void CheckLevels(const std::string &module, Report &report) {
     std::string tried;
     {
         report.Doing("forcing levels");
-        Host host(DescribeHost(Places()[0], module));
-        host.TakeBreaches();
+        RunningHost host(DescribeHost(Places()[0], module));
         for (int level = 0; level < 3; ++level)
             if (host.ForceLevel(level))
                 tried += fmt::format("{}{}", tried.empty() ? "" : ", ", kLevels[level]);
-        host.TakeBreaches();
     }
     report.Remark(tried.empty() ? "not tried: the file's symbols were stripped" : tried);
     if (tried.empty())
@@ -558,8 +567,7 @@ void CheckReload(const std::string &module, Report &report) {
     for (const Place &place : {desktop, console, desktop}) {
         {
             report.Doing(fmt::format("starting; {}", place.name));
-            Host host(DescribeHost(place, module));
-            host.TakeBreaches();
+            RunningHost host(DescribeHost(place, module));
             if (!log.empty() && log != host.StartUpLog())
                 report.Found("registers something else when it is loaded again");
             log = host.StartUpLog();
@@ -575,7 +583,6 @@ void CheckReload(const std::string &module, Report &report) {
                     report.FoundOnce(routine.Describe(),
                                      fmt::format("{}, loaded again: {}", Describe(routine, which, place), difference));
             }
-            host.TakeBreaches();
             report.Doing("unloading");
         }
         if (standin::ModuleFile::IsLoaded(module))
@@ -593,6 +600,7 @@ constexpr Rule kRules[] = {
     {"locks", "gives back every pixel lock, and touches no pixel without one", CheckLocks},
     {"memory", "touches no byte outside of what it is lent", CheckMemory},
     {"inputs", "changes no picture, block or string that it is to read", CheckInputs},
+    {"stack", "can be called with a stack that is aligned to 4 bytes alone", CheckStack},
     {"failures", "answers what cannot be done with nil, false, 0 or -1, and raises for nil alone", CheckFailures},
     {"missing-entries", "leaves nothing behind and raises nothing when the host lacks an entry", CheckMissingEntries},
     {"layouts", "yields the same colors in every pixel layout", CheckLayouts},

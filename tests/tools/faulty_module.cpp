@@ -128,7 +128,16 @@ std::int32_t CountColor(Picture picture, std::uint32_t color) {
     return count;
 }
 
+#if defined(__i386__)
+/// Stores a vector on the stack, as compilers do where they take it to be aligned.
+[[gnu::naked]] void UseAlignedStack() { asm("subl $28, %esp\n\tmovaps %xmm0, (%esp)\n\taddl $28, %esp\n\tret"); }
+#else
+void UseAlignedStack() {}
+#endif
+
 unsigned char IsWhite(Picture picture) {
+    if (Has("relies on the stack"))
+        UseAlignedStack();
     gActiveLevel = gForcedLevel;
     return Has("finds nil white") && !picture ? 1 : gIsWhite(picture);
 }
