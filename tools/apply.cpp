@@ -2,6 +2,7 @@
 
 #include "tools/bound_call.h"
 #include "tools/picture_files.h"
+#include "tools/run_call.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -17,12 +18,6 @@ using standin::Result;
 using standin::SameName;
 using standin::Type;
 using standin::Value;
-using Target = BoundCall::Target;
-
-/// A call that came to nothing.
-struct CallFailed : std::runtime_error {
-    using runtime_error::runtime_error;
-};
 
 /// What is to be saved once all went well.
 struct Harvest {
@@ -100,25 +95,8 @@ class Chain {
     Chain(standin::Host &host, Ref picture) : host_(host), picture_(std::move(picture)) {}
 
     void Run(const BoundCall &call) {
-        last_ = Value();
-        byref_.clear();
-        if (call.target == Target::Class)
-            return RunClass(call);
-        std::vector<Value> arguments;
-        for (const Slot &slot : call.arguments)
-            arguments.push_back(Fill(slot));
-        const Result result = call.assigned ? RunAssignment(call, std::move(arguments))
-                                            : host_.CallRecord(*call.method, call.target == Target::GlobalMethod,
-                                                               picture_, std::move(arguments));
-        if (result.raised)
-            throw CallFailed(
-                fmt::format("{} raised {}: {}", call.name, result.raised->className, result.raised->message));
-        const bool yieldsObject = call.YieldsPicture() || call.YieldsString();
-        if (yieldsObject && result.value.IsNil())
-            throw CallFailed(call.name + " returned nil" + (call.hint.empty() ? "" : "\n" + call.hint));
-        if (call.YieldsPicture())
-            picture_ = result.value.AsRef();
-        else if (!call.assigned && call.method->declaration.result != Type::Nothing)
+        const Result result = RunCall(host_, call, picture_);
+        if (!call.YieldsPicture() && !call.assigned && call.method->declaration.result != Type::Nothing)
             fmt::print("{} = {}\n", call.name, Shown(result.value));
         for (const auto &[name, value] : result.byref)
             fmt::print("{} = {}\n", name, Shown(value));
@@ -131,45 +109,6 @@ class Chain {
     const std::vector<std::pair<std::string, Value>> &byref() const { return byref_; } ///< the last call's variables
 
   private:
-    Value Fill(const Slot &slot) const {
-        return std::holds_alternative<CurrentPicture>(slot) ? Value(picture_) : std::get<Value>(slot);
-    }
-
-    /// The module stores alpha alone. Colors that are premultiplied follow it, as the host's pictures demand.
-    Result RunAssignment(const BoundCall &call, std::vector<Value> arguments) {
-        const Value assigned = Fill(*call.assigned);
-        const Image before = ImageOf(picture_.picture());
-        Result result = host_.CallRecord(*call.method, false, picture_, std::move(arguments), &assigned);
-        SetColors(picture_.picture(), before);
-        return result;
-    }
-
-    void RunClass(const BoundCall &call) {
-        const Ref instance = host_.New(call.name);
-        for (const auto &[name, slot] : call.properties)
-            host_.Set(instance, name, Fill(slot));
-        if (call.table)
-            FillTable(instance, *call.table);
-        const Result result = host_.CallRecord(*call.method, false, instance, {});
-        if (!result.value.AsBoolean())
-            throw CallFailed(fmt::format("{}.{} returned false", call.name, call.method->declaration.name));
-        const Value destination = host_.Get(instance, "DestinationPicture");
-        if (destination.IsNil())
-            throw CallFailed(fmt::format("{}.{} left no DestinationPicture", call.name, call.method->declaration.name));
-        picture_ = destination.AsRef();
-    }
-
-    void FillTable(const Ref &instance, const CubeTable &table) {
-        for (int red = 0; red < kGridPoints; ++red)
-            for (int green = 0; green < kGridPoints; ++green)
-                for (int blue = 0; blue < kGridPoints; ++blue) {
-                    const Triple entry = GridEntry(table, red, green, blue);
-                    for (int channel = 0; channel < 3; ++channel)
-                        host_.Assign(instance, "Table", {red, green, blue, channel},
-                                     entry[static_cast<std::size_t>(channel)]);
-                }
-    }
-
     standin::Host &host_;
     Ref picture_;
     Value last_;

@@ -2,6 +2,7 @@
 
 #include "tools/files.h"
 
+#include <CLI/CLI.hpp>
 #include <fmt/format.h>
 #include <string_view>
 
@@ -19,6 +20,14 @@ constexpr struct {
     {"premultiplied-last", 1, 1}, {"straight-first", 4, 2}, {"straight-last", 3, 1},
 };
 constexpr std::string_view kRowTable = "row-table"; ///< the one layout of a console host
+
+/// "alpha-low, alpha-high, ...", for help and messages.
+std::string LayoutNames() {
+    std::string names;
+    for (const auto &layout : kLayouts)
+        names += fmt::format("{}{}", names.empty() ? "" : ", ", layout.name);
+    return names;
+}
 
 void ChooseLayout(standin::HostDescription &host, std::string_view name) {
     const bool console = host.application == standin::Application::Console;
@@ -55,11 +64,13 @@ standin::HostDescription DescribeHost(const HostOptions &options) {
     return host;
 }
 
-std::string LayoutNames() {
-    std::string names;
-    for (const auto &layout : kLayouts)
-        names += fmt::format("{}{}", names.empty() ? "" : ", ", layout.name);
-    return names;
+void AddHostOptions(CLI::App &command, HostOptions &options) {
+    command.add_option("--host", options.host, "kind of host: desktop or console")->capture_default_str();
+    command.add_option("--layout", options.layout,
+                       "how the host stores pixels: " + LayoutNames() + "; row-table on a console host");
+    command.add_option("--host-version", options.version, "a number, or none for a host that does not tell")
+        ->capture_default_str();
+    command.add_option("--module", options.module, "the module's file; the one beside the program when left out");
 }
 
 } // namespace tools

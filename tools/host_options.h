@@ -4,6 +4,10 @@
 
 #include <string>
 
+namespace CLI {
+class App;
+}
+
 namespace tools {
 
 /// The host that the user wants, as options say it.
@@ -17,7 +21,6 @@ struct HostOptions {
 /// Throws UserError. New pictures of that host are opaque white.
 standin::HostDescription DescribeHost(const HostOptions &options);
 
-/// "alpha-low, alpha-high, ...", for help and messages.
-std::string LayoutNames();
+void AddHostOptions(CLI::App &command, HostOptions &options);
 
 } // namespace tools
