@@ -286,11 +286,19 @@ void CheckRecords(const std::string &module, Report &report) {
 
 // What calls do.
 
-/// Calls every routine in every place, with ordinary arguments and, when wanted, with each flaw.
-void ForEveryCall(const std::string &module, Report &report, bool withFlaws,
+enum Extent {
+    Typical,   ///< ordinary arguments in the typical places
+    Ordinary,  ///< ordinary arguments in all places
+    WithFlaws, ///< and those with a flaw
+};
+
+/// Calls every routine to that extent.
+void ForEveryCall(const std::string &module, Report &report, Extent extent,
                   const std::function<void(HostDescription &)> &change,
                   const std::function<void(Host &, const Place &, const Routine &, const Case &, Called &)> &visit) {
     for (const Place &place : Places()) {
+        if (extent == Typical && !place.isTypical)
+            continue;
         report.Doing(fmt::format("starting; {}", place.name));
         HostDescription description = DescribeHost(place, module);
         change(description);
@@ -302,7 +310,7 @@ void ForEveryCall(const std::string &module, Report &report, bool withFlaws,
             std::vector<Case> cases;
             for (std::size_t round = 0; round < kRounds; ++round)
                 cases.push_back({round});
-            for (const Flaw &flaw : withFlaws ? FlawsOf(*Find(host, routine), routine) : std::vector<Flaw>{})
+            for (const Flaw &flaw : extent == WithFlaws ? FlawsOf(*Find(host, routine), routine) : std::vector<Flaw>{})
                 cases.push_back({1, flaw});
             for (const Case &which : cases) {
                 report.Doing(Describe(routine, which, place));
@@ -316,7 +324,7 @@ void ForEveryCall(const std::string &module, Report &report, bool withFlaws,
 /// The findings of the host that are about one concern.
 void CheckConcern(const std::string &module, Report &report, Concern concern,
                   const std::function<void(HostDescription &)> &change) {
-    ForEveryCall(module, report, true, change,
+    ForEveryCall(module, report, WithFlaws, change,
                  [&](Host &host, const Place &place, const Routine &routine, const Case &which, Called &called) {
                      called = {}; // what it holds may die with a last word
                      for (const standin::Breach &breach : host.TakeBreaches())
@@ -350,7 +358,7 @@ void CheckStack(const std::string &module, Report &report) {
     }
     for (const int shift : {4, 8, 12})
         ForEveryCall(
-            module, report, false, [&](HostDescription &host) { host.stackShift = shift; }, [](auto &&...) {});
+            module, report, Typical, [&](HostDescription &host) { host.stackShift = shift; }, [](auto &&...) {});
 }
 
 // Failures.
@@ -410,7 +418,7 @@ std::string Name(const std::optional<standin::RaisedException> &raised) {
 
 void CheckFailures(const std::string &module, Report &report) {
     ForEveryCall(
-        module, report, true, [](HostDescription &) {},
+        module, report, WithFlaws, [](HostDescription &) {},
         [&](Host &host, const Place &place, const Routine &routine, const Case &which, const Called &called) {
             if (place.form == standin::Form::GraphicsWorld)
                 return; // some of these can be scrolled in spite of a flaw
@@ -434,53 +442,60 @@ void CheckFailures(const std::string &module, Report &report) {
 
 // Hosts that lack something.
 
-void CheckMissingEntries(const std::string &module, Report &report) {
+struct Attempt {
+    std::vector<std::string_view> reached; ///< the entries that were asked for
+    std::optional<standin::RaisedException> raised;
+    std::vector<standin::Breach> breaches;
+};
+
+/// One call under a host of its own, which may lack an entry.
+Attempt TryOnce(const std::string &module, const Place &place, const Routine &routine, const Case &which,
+                std::vector<Fault> faults = {}) {
+    HostDescription description = DescribeHost(place, module);
+    description.faults = std::move(faults);
+    RunningHost host(description);
+    Attempt attempt;
+    if (const std::optional<Called> called = Call(host, place, routine, which))
+        attempt.raised = called->result.raised;
+    host.Finish();
+    attempt.breaches = host.TakeBreaches();
+    for (const standin::EntryName &entry : standin::EntryNames())
+        if (host.RequestsFor(entry.name) > 0)
+            attempt.reached.push_back(entry.name);
+    return attempt;
+}
+
+/// Every routine with ordinary arguments and with each nil.
+std::vector<std::pair<Routine, Case>> CallsWithNils(const std::string &module, const Place &place) {
     constexpr std::size_t kRound = 1;
+    const RunningHost host(DescribeHost(place, module));
+    std::vector<std::pair<Routine, Case>> calls;
+    for (const Routine &routine : RoutinesOf(host)) {
+        calls.push_back({routine, {kRound, {}}});
+        for (const Flaw &flaw : FlawsOf(*Find(host, routine), routine))
+            if (flaw.what == Flaw::Nil)
+                calls.push_back({routine, {kRound, flaw}});
+    }
+    return calls;
+}
+
+void CheckMissingEntries(const std::string &module, Report &report) {
     for (const Place &place : Places()) {
         if (!place.isTypical)
             continue;
         report.Doing(fmt::format("starting; {}", place.name));
-        const auto try_ = [&](const Routine &routine, const Case &which, const char *lacks, auto visit) {
-            HostDescription description = DescribeHost(place, module);
-            if (lacks)
-                description.faults = {{lacks}};
-            RunningHost host(description);
-            std::optional<standin::RaisedException> raised;
-            if (const std::optional<Called> called = Call(host, place, routine, which))
-                raised = called->result.raised;
-            host.Finish();
-            visit(host, raised);
-        };
-        std::vector<std::pair<Routine, Case>> calls;
-        {
-            RunningHost host(DescribeHost(place, module));
-            for (const Routine &routine : RoutinesOf(host)) {
-                calls.push_back({routine, {kRound, {}}});
-                for (const Flaw &flaw : FlawsOf(*Find(host, routine), routine))
-                    if (flaw.what == Flaw::Nil)
-                        calls.push_back({routine, {kRound, flaw}});
-            }
-        }
-        for (const auto &[routine, which] : calls) {
+        for (const auto &[routine, which] : CallsWithNils(module, place)) {
             const std::string call = Describe(routine, which, place);
-            std::vector<std::string_view> reached;
-            bool raises = false;
             report.Doing(call);
-            try_(routine, which, nullptr, [&](Host &host, const auto &raised) {
-                raises = raised.has_value();
-                for (const standin::EntryName &entry : standin::EntryNames())
-                    if (host.RequestsFor(entry.name) > 0)
-                        reached.push_back(entry.name);
-            });
-            for (const std::string_view entry : reached) {
+            const Attempt whole = TryOnce(module, place, routine, which);
+            for (const std::string_view entry : whole.reached) {
                 const std::string step = fmt::format("{}; without {}", call, entry);
                 report.Doing(step);
-                try_(routine, which, std::string(entry).c_str(), [&](Host &host, const auto &raised) {
-                    for (const standin::Breach &breach : host.TakeBreaches())
-                        report.FoundOnce(routine.Describe(), fmt::format("{}: {}", step, breach.sentence));
-                    if (raised && !raises)
-                        report.FoundOnce(routine.Describe(), fmt::format("{}: raises {}", step, Name(raised)));
-                });
+                const Attempt lacking = TryOnce(module, place, routine, which, {{std::string(entry)}});
+                for (const standin::Breach &breach : lacking.breaches)
+                    report.FoundOnce(routine.Describe(), fmt::format("{}: {}", step, breach.sentence));
+                if (lacking.raised && !whole.raised)
+                    report.FoundOnce(routine.Describe(), fmt::format("{}: raises {}", step, Name(lacking.raised)));
             }
         }
     }
@@ -501,7 +516,7 @@ std::string CallName(const Routine &routine, const Case &which) {
 void CheckLayouts(const std::string &module, Report &report) {
     Results first;
     ForEveryCall(
-        module, report, false, [](HostDescription &) {},
+        module, report, Ordinary, [](HostDescription &) {},
         [&](Host &, const Place &place, const Routine &routine, const Case &which, Called &called) {
             if (place.form == standin::Form::GraphicsWorld || YieldsAlpha(routine))
                 return;
