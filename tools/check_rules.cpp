@@ -54,7 +54,8 @@ void CheckFile(const std::string &module, Report &report) {
     report.Doing("reading the file");
     Bytes bytes = ReadBytes(module);
     if (const int width = standin::ElfFile::WidthOf(bytes).value_or(0); width != kWidth)
-        return report.Found(fmt::format("the file is for hosts of {} bits, this program has {}", width, kWidth));
+        return report.Found(
+            fmt::format("the file is for hosts of {} bits, this program has {}: use the kvt beside it", width, kWidth));
     const standin::ElfFile file(std::move(bytes));
     bool starts = false;
     file.ForEachSymbol(standin::ElfFile::Dynamic, [&](const standin::ElfFile::Symbol &symbol) {
@@ -321,6 +322,13 @@ void ForEveryCall(const std::string &module, Report &report, Extent extent,
     }
 }
 
+/// What the host found, without the routine's name, which is said already.
+std::string Sentence(const standin::Breach &breach, const Routine &routine) {
+    const std::string ending = "; in " + routine.text;
+    const std::string &sentence = breach.sentence;
+    return sentence.ends_with(ending) ? sentence.substr(0, sentence.size() - ending.size()) : sentence;
+}
+
 /// The findings of the host that are about one concern.
 void CheckConcern(const std::string &module, Report &report, Concern concern,
                   const std::function<void(HostDescription &)> &change) {
@@ -329,8 +337,8 @@ void CheckConcern(const std::string &module, Report &report, Concern concern,
                      called = {}; // what it holds may die with a last word
                      for (const standin::Breach &breach : host.TakeBreaches())
                          if (breach.concern == concern)
-                             report.FoundOnce(routine.Describe(),
-                                              fmt::format("{}: {}", Describe(routine, which, place), breach.sentence));
+                             report.FoundOnce(routine.Describe(), fmt::format("{}: {}", Describe(routine, which, place),
+                                                                              Sentence(breach, routine)));
                  });
 }
 
@@ -493,7 +501,7 @@ void CheckMissingEntries(const std::string &module, Report &report) {
                 report.Doing(step);
                 const Attempt lacking = TryOnce(module, place, routine, which, {{std::string(entry)}});
                 for (const standin::Breach &breach : lacking.breaches)
-                    report.FoundOnce(routine.Describe(), fmt::format("{}: {}", step, breach.sentence));
+                    report.FoundOnce(routine.Describe(), fmt::format("{}: {}", step, Sentence(breach, routine)));
                 if (lacking.raised && !whole.raised)
                     report.FoundOnce(routine.Describe(), fmt::format("{}: raises {}", step, Name(lacking.raised)));
             }

@@ -129,15 +129,15 @@ std::int32_t CountColor(Picture picture, std::uint32_t color) {
 }
 
 #if defined(__i386__)
-/// Stores a vector on the stack, as compilers do where they take it to be aligned.
-[[gnu::naked]] void UseAlignedStack() { asm("subl $28, %esp\n\tmovaps %xmm0, (%esp)\n\taddl $28, %esp\n\tret"); }
+/// Answers false, and stores a vector on the stack as compilers do where they take it to be aligned.
+[[gnu::naked]] unsigned char StoreOnStack(Picture) {
+    asm("subl $28, %esp\n\tmovaps %xmm0, (%esp)\n\taddl $28, %esp\n\txorl %eax, %eax\n\tret");
+}
 #else
-void UseAlignedStack() {}
+unsigned char StoreOnStack(Picture) { return 0; }
 #endif
 
 unsigned char IsWhite(Picture picture) {
-    if (Has("relies on the stack"))
-        UseAlignedStack();
     gActiveLevel = gForcedLevel;
     return Has("finds nil white") && !picture ? 1 : gIsWhite(picture);
 }
@@ -184,6 +184,8 @@ void RegisterExtension(REALclassDefinition *extension) {
             Replace(method, IsWhite, &gIsWhite);
         else if (declaration == "HasMaskKVT as boolean" && !gFault.empty())
             Replace(method, HasMask);
+        else if (declaration == "isBlackKVT as boolean" && Has("relies on the stack"))
+            Replace(method, StoreOnStack);
         else if (declaration == "InvertKVT as picture" && Has("has no routine"))
             method.function = nullptr;
     }
