@@ -7,13 +7,15 @@
 
 #include <algorithm>
 #include <array>
-#include <cstring>
+#include <cctype>
 #include <elf.h>
 #include <fmt/format.h>
 #include <functional>
 #include <iterator>
 #include <map>
+#include <optional>
 #include <set>
+#include <utility>
 
 namespace tools {
 namespace {
