@@ -193,7 +193,7 @@ Result Host::CallRecord(const RegisteredMethod &method, bool global, const Value
     for (std::size_t i = arguments.size(); i < declaration.parameters.size(); ++i)
         arguments.push_back(DefaultOf(declaration.parameters[i]));
 
-    RoutineCall call;
+    RoutineCall call(state_->description.stackShift);
     if (!global)
         call.Add(receiver.IsNil() ? nullptr : receiver.AsRef().handle());
     const auto add = [&](Type type, const Value &value) {
@@ -266,7 +266,7 @@ Value Host::Get(const Ref &ref, std::string_view name) {
     Instance &instance = ref.instance();
     const RegisteredProperty &property = PropertyOf(instance, name);
     if (!UsesStandardAccess(property)) { // own accessors are those of doubles
-        RoutineCall call;
+        RoutineCall call(state_->description.stackShift);
         call.Add(instance.handle);
         call.Add(std::intptr_t{Low32(property.record.param)});
         return RunRoutine(property.name,
@@ -285,7 +285,7 @@ void Host::Set(const Ref &ref, std::string_view name, const Value &value) {
     if (const std::string problem = Misfit({property.name, property.type, false, {}}, value); !problem.empty())
         throw WrongCall(problem);
     if (!UsesStandardAccess(property)) {
-        RoutineCall call;
+        RoutineCall call(state_->description.stackShift);
         call.Add(instance.handle);
         call.Add(std::intptr_t{Low32(property.record.param)});
         call.Add(value.AsDouble());

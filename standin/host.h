@@ -52,6 +52,7 @@ struct HostDescription {
     bool watchesInputs = true;  ///< after every call, reports pictures, blocks and strings that changed and were not to
     bool scattersRows = true;   ///< of console pictures; rows in order are what a benchmark wants
     bool sealsPictures = false; ///< pixels are inaccessible while they are not locked
+    int stackShift = 0;         ///< of calls of routines, see RoutineCall
     std::string module = {};    ///< the module's file; empty: the one beside the program
 };
 

@@ -3,6 +3,7 @@
 #include <array>
 #include <cstring>
 #include <stdexcept>
+#include <type_traits>
 #include <utility>
 
 namespace standin {
@@ -26,6 +27,44 @@ Result CallWithRegisters(void (*routine)(), const std::array<std::intptr_t, Rout
                                                 words[sizeof...(Register) + Stack]...);
 }
 
+#if defined(__i386__)
+// The stack is set by hand: the compiler aligns it for every call that it makes itself.
+#define KVT_CALL_SHIFTED                                                                                               \
+    "movl %%esp, %%ebx\n\t"                                                                                            \
+    "andl $-16, %%esp\n\t"                                                                                             \
+    "subl %%eax, %%esp\n\t"                                                                                            \
+    "movl %%esp, %%edi\n\t"                                                                                            \
+    "cld\n\t"                                                                                                          \
+    "rep movsl\n\t"                                                                                                    \
+    "call *%%edx\n\t"                                                                                                  \
+    "movl %%ebx, %%esp"
+#define KVT_CALL_CLOBBERS                                                                                              \
+    "ebx", "edi", "cc", "memory", "st(1)", "st(2)", "st(3)", "st(4)", "st(5)", "st(6)", "st(7)", "xmm0", "xmm1",       \
+        "xmm2", "xmm3", "xmm4", "xmm5", "xmm6", "xmm7"
+
+template <class Result>
+Result CallShifted(void (*routine)(), const std::array<std::intptr_t, RoutineCall::kLargest> &words, int shift) {
+    auto result = static_cast<std::intptr_t>(sizeof words) + shift; // at first: what is taken from the stack
+    const std::intptr_t *from = words.data();
+    std::size_t count = words.size();
+    static_assert(sizeof words % 16 == 0);
+    if constexpr (std::is_same_v<Result, double>) {
+        double number;
+        asm volatile(KVT_CALL_SHIFTED
+                     : "+a"(result), "+d"(routine), "+S"(from), "+c"(count), "=t"(number)
+                     :
+                     : KVT_CALL_CLOBBERS);
+        return number;
+    } else {
+        asm volatile(KVT_CALL_SHIFTED
+                     : "+a"(result), "+d"(routine), "+S"(from), "+c"(count)
+                     :
+                     : KVT_CALL_CLOBBERS, "st");
+        return static_cast<Result>(result);
+    }
+}
+#endif
+
 } // namespace
 
 template <class Result> Result RoutineCall::RunAs(void (*routine)()) const {
@@ -46,6 +85,10 @@ template <class Result> Result RoutineCall::RunAs(void (*routine)()) const {
             words[used++] = *word++;
         }
     }
+#if defined(__i386__)
+    if (stackShift_ != 0)
+        return CallShifted<Result>(routine, words, stackShift_);
+#endif
     return CallWithWords<Result>(routine, words, std::make_index_sequence<kLargest>());
 #else
     // Integers and doubles count separately: the first ones of each travel in registers, the other integers on the

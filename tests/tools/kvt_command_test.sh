@@ -194,6 +194,38 @@ Run 3 apply s.bmp BorrowKVT -o none.png --module "$broken"
 Says 'violation: '
 Equal "files after all that failed" "$before" "$(ls)"
 
+# What a module promises its hosts.
+module=$(dirname "$kvt")/kvtpicture.so
+Run 0 check --only start --only records
+Prints "kept    start            starts under any host: without a resolver, without entries, without any one of them"
+Equal "summary" "2 rules: 2 kept, 0 broken" "$(sed -n 's/;.*//; $p' out)"
+Run 0 check --list
+Equal "rules, each with a sentence" 15 "$(grep -cE '^[a-z-]+ +[a-z]+ .* ' out)"
+cp "$module" copy.so
+cp "$(dirname "$module")/libkvtplatform.so" .
+Run 0 check copy.so --only order --json
+Prints '  "module": "copy.so",'
+Prints '  "summary": {"rules": 1, "kept": 1, "broken": 0}'
+Run 1 check "$broken" --only references --only inputs --json
+Equal "rules kept and not" "false true" "$(sed -n 's/.*"kept": \([a-z]*\),.*/\1/p' out | tr '\n' ' ' | sed 's/ $//')"
+Run 1 check "$broken" --only references
+Equal "findings below the rule" 1 "$(grep -c '^          BorrowKVT as picture; .* has 1 reference(s) too few$' out)"
+other=$(($(od -An -tu1 -j4 -N1 "$module") ^ 3)) # the byte that tells the width: 1 or 2
+printf "\\$other" | dd of=copy.so bs=1 seek=4 conv=notrunc 2>dd
+Run 1 check copy.so --only file --only order
+Equal "what is said of another width" 1 "$(grep -c 'the file is for hosts of [0-9]* bits, this program has [0-9]*: use the kvt beside it$' out)"
+head -c 5000 "$module" >short.so
+Run 1 check short.so --only file
+Prints "          the module's file ends before its tables do"
+Run 2 check --only reference
+Says '--only reference: there is no such rule; did you mean "references"?'
+Run 2 check s.bmp
+Says 's.bmp: is no module'
+Run 2 check missing.so
+Says 'missing.so: cannot be opened'
+Run 2 check --time-limit 0
+Run 2 check "$module" "$broken"
+
 # An existing result stays until there is a new one.
 cp inverted.bmp kept.bmp
 Run 1 apply s.bmp 'TintPictureKVT(nil, &c555555, &cFFF0C0)' -o kept.bmp
