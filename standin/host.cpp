@@ -5,6 +5,7 @@
 #include "standin/routine_call.h"
 
 #include <algorithm>
+#include <cstdlib>
 #include <cstring>
 #include <fmt/format.h>
 #include <iterator>
@@ -98,6 +99,31 @@ template <class Body> Result RunRoutine(const std::string &declaration, Body bod
     return result;
 }
 
+// The heap as the module knows it.
+
+bool Grants() { return ++gHost->heapRequests != gHost->description.refusedHeapRequest; }
+
+void *Granted(void *memory) {
+    gHost->heapBlocks += memory ? 1 : 0;
+    return memory;
+}
+
+void *Allocate(std::size_t size) { return Grants() ? Granted(std::malloc(size)) : nullptr; }
+void *AllocateCleared(std::size_t count, std::size_t size) {
+    return Grants() ? Granted(std::calloc(count, size)) : nullptr;
+}
+
+void Free(void *memory) {
+    gHost->heapBlocks -= memory ? 1 : 0;
+    std::free(memory);
+}
+
+void WatchHeap(const ModuleFile &module) {
+    module.Redirect("malloc", reinterpret_cast<void *>(Allocate));
+    module.Redirect("calloc", reinterpret_cast<void *>(AllocateCleared));
+    module.Redirect("free", reinterpret_cast<void *>(Free));
+}
+
 /// The methods that a receiver has; those of Picture for nil, too.
 const std::vector<RegisteredMethod> &MethodsOf(const Value &receiver) {
     const bool isInstance = receiver.Is<Ref>() && receiver.AsRef().object()->kind == Kind::Instance;
@@ -114,12 +140,16 @@ Host::Host(HostDescription description) : state_(std::make_unique<HostState>(std
     void *start = state_->module->Exported("REALPluginMain");
     if (!start)
         throw std::runtime_error(state_->module->path() + " exports no REALPluginMain");
+    WatchHeap(*state_->module);
     gHost = state_.get();
     state_->running = "REALPluginMain";
-    reinterpret_cast<void (*)(void *(*)(const char *))>(start)(Resolve);
+    RoutineCall call(state_->description.stackShift);
+    call.Add(reinterpret_cast<const void *>(Resolve));
+    call.Run(reinterpret_cast<void (*)()>(start));
     state_->running.clear();
     for (auto &[name, entry] : state_->entries) // faults count from the first routine on
         entry = {};
+    state_->heapRequests = 0;
 }
 
 void Host::Finish() {
@@ -161,8 +191,11 @@ Ref Host::New(std::string_view className) {
     Instance &instance = state_->NewInstance(*definition);
     Ref ref = Ref::Adopt(&instance);
     if (const REALroutine constructor = definition->record.constructor)
-        RunRoutine("the constructor of " + definition->name,
-                   [&](Result &) { reinterpret_cast<void (*)(void *)>(constructor)(instance.handle); });
+        RunRoutine("the constructor of " + definition->name, [&](Result &) {
+            RoutineCall call(state_->description.stackShift);
+            call.Add(instance.handle);
+            call.Run(constructor);
+        });
     return ref;
 }
 
@@ -193,7 +226,7 @@ Result Host::CallRecord(const RegisteredMethod &method, bool global, const Value
     for (std::size_t i = arguments.size(); i < declaration.parameters.size(); ++i)
         arguments.push_back(DefaultOf(declaration.parameters[i]));
 
-    RoutineCall call;
+    RoutineCall call(state_->description.stackShift);
     if (!global)
         call.Add(receiver.IsNil() ? nullptr : receiver.AsRef().handle());
     const auto add = [&](Type type, const Value &value) {
@@ -266,7 +299,7 @@ Value Host::Get(const Ref &ref, std::string_view name) {
     Instance &instance = ref.instance();
     const RegisteredProperty &property = PropertyOf(instance, name);
     if (!UsesStandardAccess(property)) { // own accessors are those of doubles
-        RoutineCall call;
+        RoutineCall call(state_->description.stackShift);
         call.Add(instance.handle);
         call.Add(std::intptr_t{Low32(property.record.param)});
         return RunRoutine(property.name,
@@ -285,7 +318,7 @@ void Host::Set(const Ref &ref, std::string_view name, const Value &value) {
     if (const std::string problem = Misfit({property.name, property.type, false, {}}, value); !problem.empty())
         throw WrongCall(problem);
     if (!UsesStandardAccess(property)) {
-        RoutineCall call;
+        RoutineCall call(state_->description.stackShift);
         call.Add(instance.handle);
         call.Add(std::intptr_t{Low32(property.record.param)});
         call.Add(value.AsDouble());
@@ -327,6 +360,8 @@ int Host::CallsOf(std::string_view entry) const {
     const auto found = state_->entries.find(entry);
     return found == state_->entries.end() ? 0 : found->second.calls;
 }
+
+int Host::HeapRequests() const { return state_->heapRequests; }
 
 std::size_t Host::LivingObjects() const {
     return static_cast<std::size_t>(std::count_if(state_->objects.begin(), state_->objects.end(),
