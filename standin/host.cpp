@@ -99,24 +99,21 @@ template <class Body> Result RunRoutine(const std::string &declaration, Body bod
     return result;
 }
 
-// The heap as the module knows it.
+// The heap as the module knows it. Its file may still use it while it is unloaded, when the host is gone.
 
-bool Grants() { return ++gHost->heapRequests != gHost->description.refusedHeapRequest; }
+bool Grants() { return !gHost || ++gHost->heapRequests != gHost->description.refusedHeapRequest; }
 
-void *Granted(void *memory) {
-    gHost->heapBlocks += memory ? 1 : 0;
+void *Counted(void *memory, int blocks) {
+    if (gHost && memory)
+        gHost->heapBlocks += blocks;
     return memory;
 }
 
-void *Allocate(std::size_t size) { return Grants() ? Granted(std::malloc(size)) : nullptr; }
+void *Allocate(std::size_t size) { return Grants() ? Counted(std::malloc(size), 1) : nullptr; }
 void *AllocateCleared(std::size_t count, std::size_t size) {
-    return Grants() ? Granted(std::calloc(count, size)) : nullptr;
+    return Grants() ? Counted(std::calloc(count, size), 1) : nullptr;
 }
-
-void Free(void *memory) {
-    gHost->heapBlocks -= memory ? 1 : 0;
-    std::free(memory);
-}
+void Free(void *memory) { std::free(Counted(memory, -1)); }
 
 void WatchHeap(const ModuleFile &module) {
     module.Redirect("malloc", reinterpret_cast<void *>(Allocate));

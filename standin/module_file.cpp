@@ -7,7 +7,9 @@
 #include <fstream>
 #include <iterator>
 #include <link.h>
+#include <map>
 #include <stdexcept>
+#include <utility>
 #include <vector>
 
 namespace standin {
@@ -57,7 +59,11 @@ ModuleFile::~ModuleFile() { dlclose(handle_); }
 void *ModuleFile::Exported(const char *name) const { return dlsym(handle_, name); }
 
 void *ModuleFile::Internal(const char *name) const {
-    const std::size_t offset = OffsetOf(path_, name);
+    static std::map<std::pair<std::string, std::string>, std::size_t> known; // a file stays as it is
+    const auto [found, isNew] = known.try_emplace({path_, name});
+    if (isNew)
+        found->second = OffsetOf(path_, name);
+    const std::size_t offset = found->second;
     const link_map *map = nullptr;
     if (offset == 0 || dlinfo(handle_, RTLD_DI_LINKMAP, static_cast<void *>(&map)) != 0)
         return nullptr;
