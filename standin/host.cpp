@@ -5,6 +5,7 @@
 #include "standin/routine_call.h"
 
 #include <algorithm>
+#include <cstdlib>
 #include <cstring>
 #include <fmt/format.h>
 #include <iterator>
@@ -98,6 +99,28 @@ template <class Body> Result RunRoutine(const std::string &declaration, Body bod
     return result;
 }
 
+// The heap as the module knows it. Its file may still use it while it is unloaded, when the host is gone.
+
+bool Grants() { return !gHost || ++gHost->heapRequests != gHost->description.refusedHeapRequest; }
+
+void *Counted(void *memory, int blocks) {
+    if (gHost && memory)
+        gHost->heapBlocks += blocks;
+    return memory;
+}
+
+void *Allocate(std::size_t size) { return Grants() ? Counted(std::malloc(size), 1) : nullptr; }
+void *AllocateCleared(std::size_t count, std::size_t size) {
+    return Grants() ? Counted(std::calloc(count, size), 1) : nullptr;
+}
+void Free(void *memory) { std::free(Counted(memory, -1)); }
+
+void WatchHeap(const ModuleFile &module) {
+    module.Redirect("malloc", reinterpret_cast<void *>(Allocate));
+    module.Redirect("calloc", reinterpret_cast<void *>(AllocateCleared));
+    module.Redirect("free", reinterpret_cast<void *>(Free));
+}
+
 /// The methods that a receiver has; those of Picture for nil, too.
 const std::vector<RegisteredMethod> &MethodsOf(const Value &receiver) {
     const bool isInstance = receiver.Is<Ref>() && receiver.AsRef().object()->kind == Kind::Instance;
@@ -114,12 +137,16 @@ Host::Host(HostDescription description) : state_(std::make_unique<HostState>(std
     void *start = state_->module->Exported("REALPluginMain");
     if (!start)
         throw std::runtime_error(state_->module->path() + " exports no REALPluginMain");
+    WatchHeap(*state_->module);
     gHost = state_.get();
     state_->running = "REALPluginMain";
-    reinterpret_cast<void (*)(void *(*)(const char *))>(start)(Resolve);
+    RoutineCall call(state_->description.stackShift);
+    call.Add(reinterpret_cast<const void *>(Resolve));
+    call.Run(reinterpret_cast<void (*)()>(start));
     state_->running.clear();
     for (auto &[name, entry] : state_->entries) // faults count from the first routine on
         entry = {};
+    state_->heapRequests = 0;
 }
 
 void Host::Finish() {
@@ -161,8 +188,11 @@ Ref Host::New(std::string_view className) {
     Instance &instance = state_->NewInstance(*definition);
     Ref ref = Ref::Adopt(&instance);
     if (const REALroutine constructor = definition->record.constructor)
-        RunRoutine("the constructor of " + definition->name,
-                   [&](Result &) { reinterpret_cast<void (*)(void *)>(constructor)(instance.handle); });
+        RunRoutine("the constructor of " + definition->name, [&](Result &) {
+            RoutineCall call(state_->description.stackShift);
+            call.Add(instance.handle);
+            call.Run(constructor);
+        });
     return ref;
 }
 
@@ -334,6 +364,8 @@ int Host::CallsOf(std::string_view entry) const {
     const auto found = state_->entries.find(entry);
     return found == state_->entries.end() ? 0 : found->second.calls;
 }
+
+int Host::HeapRequests() const { return state_->heapRequests; }
 
 std::size_t Host::LivingObjects() const {
     return static_cast<std::size_t>(std::count_if(state_->objects.begin(), state_->objects.end(),

@@ -3,8 +3,39 @@
 #include <array>
 #include <cstring>
 #include <stdexcept>
-#include <type_traits>
 #include <utility>
+
+#if defined(__i386__)
+// Calls the first argument, a routine, with a copy of the words that the second one points to, their number times four
+// bytes, while the stack lies the fourth argument's bytes below a multiple of 16. The routine's result stays where the
+// routine left it, so this is called as a function of any result type.
+extern "C" void standin_CallShifted();
+__asm__(R"(
+    .text
+    .type standin_CallShifted, @function
+standin_CallShifted:
+    pushl %ebp
+    movl %esp, %ebp
+    pushl %esi
+    pushl %edi
+    movl 12(%ebp), %esi
+    movl 16(%ebp), %ecx
+    leal 0(,%ecx,4), %eax
+    subl %eax, %esp
+    andl $-16, %esp
+    subl 20(%ebp), %esp
+    movl %esp, %edi
+    cld
+    rep movsl
+    call *8(%ebp)
+    leal -8(%ebp), %esp
+    popl %edi
+    popl %esi
+    popl %ebp
+    ret
+    .size standin_CallShifted, . - standin_CallShifted
+)");
+#endif
 
 namespace standin {
 namespace {
@@ -27,44 +58,6 @@ Result CallWithRegisters(void (*routine)(), const std::array<std::intptr_t, Rout
                                                 words[sizeof...(Register) + Stack]...);
 }
 
-#if defined(__i386__)
-// The stack is set by hand: the compiler aligns it for every call that it makes itself.
-#define KVT_CALL_SHIFTED                                                                                               \
-    "movl %%esp, %%ebx\n\t"                                                                                            \
-    "andl $-16, %%esp\n\t"                                                                                             \
-    "subl %%eax, %%esp\n\t"                                                                                            \
-    "movl %%esp, %%edi\n\t"                                                                                            \
-    "cld\n\t"                                                                                                          \
-    "rep movsl\n\t"                                                                                                    \
-    "call *%%edx\n\t"                                                                                                  \
-    "movl %%ebx, %%esp"
-#define KVT_CALL_CLOBBERS                                                                                              \
-    "ebx", "edi", "cc", "memory", "st(1)", "st(2)", "st(3)", "st(4)", "st(5)", "st(6)", "st(7)", "xmm0", "xmm1",       \
-        "xmm2", "xmm3", "xmm4", "xmm5", "xmm6", "xmm7"
-
-template <class Result>
-Result CallShifted(void (*routine)(), const std::array<std::intptr_t, RoutineCall::kLargest> &words, int shift) {
-    auto result = static_cast<std::intptr_t>(sizeof words) + shift; // at first: what is taken from the stack
-    const std::intptr_t *from = words.data();
-    std::size_t count = words.size();
-    static_assert(sizeof words % 16 == 0);
-    if constexpr (std::is_same_v<Result, double>) {
-        double number;
-        asm volatile(KVT_CALL_SHIFTED
-                     : "+a"(result), "+d"(routine), "+S"(from), "+c"(count), "=t"(number)
-                     :
-                     : KVT_CALL_CLOBBERS);
-        return number;
-    } else {
-        asm volatile(KVT_CALL_SHIFTED
-                     : "+a"(result), "+d"(routine), "+S"(from), "+c"(count)
-                     :
-                     : KVT_CALL_CLOBBERS, "st");
-        return static_cast<Result>(result);
-    }
-}
-#endif
-
 } // namespace
 
 template <class Result> Result RoutineCall::RunAs(void (*routine)()) const {
@@ -86,8 +79,10 @@ template <class Result> Result RoutineCall::RunAs(void (*routine)()) const {
         }
     }
 #if defined(__i386__)
-    if (stackShift_ != 0)
-        return CallShifted<Result>(routine, words, stackShift_);
+    if (stackShift_ != 0) {
+        using Shifted = Result(void (*)(), const std::intptr_t *, std::size_t, int);
+        return reinterpret_cast<Shifted *>(standin_CallShifted)(routine, words.data(), used, stackShift_);
+    }
 #endif
     return CallWithWords<Result>(routine, words, std::make_index_sequence<kLargest>());
 #else

@@ -9,8 +9,8 @@ namespace standin {
 /// in the order of the declaration. Integers narrower than a word are passed as the compiler passes them, extended.
 class RoutineCall {
   public:
-    /// By how many bytes the stack is to be off the platform's alignment of 16, a multiple of 4 below 16. Hosts for
-    /// 32-bit x86 may do so; on others it makes no difference.
+    /// `stackShift`: how far off 16-byte alignment the routine finds the stack, a multiple of 4; it is for 32-bit x86
+    /// alone, others keep the alignment that compiled code relies on.
     explicit RoutineCall(int stackShift = 0) : stackShift_(stackShift) {}
 
     void Add(std::intptr_t word) { words_.push_back(word), order_.push_back(false); }
