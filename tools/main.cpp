@@ -1,5 +1,6 @@
 #include "tools/apply.h"
 #include "tools/files.h"
+#include "tools/gallery/options.h"
 #include "tools/host_options.h"
 #include "tools/list.h"
 #include "tools/samples.h"
@@ -129,12 +130,19 @@ int Run(int argc, char **argv) {
     sample->add_option("--size", size, "of the picture: WxH in pixels")->capture_default_str();
     sample->add_flag("--opaque", opaque, "a picture without alpha");
 
+    tools::GalleryRequest gallery;
+    CLI::App *render = app.add_subcommand("gallery", "Render every method and class into one page");
+    tools::AddGalleryOptions(*render, gallery);
+    AddHostOptions(*render, gallery.host);
+
     try {
         app.parse(argc, argv);
         if (*list)
             return RunList(host, filter);
         if (*sample)
             return RunSample(output, size, opaque);
+        if (*render)
+            return tools::RenderGallery(gallery);
         if (*apply)
             request.input = input;
         if (*apply || *make)

@@ -1,0 +1,29 @@
+#pragma once
+
+#include "tools/gallery/gallery.h"
+
+#include <CLI/CLI.hpp>
+
+namespace tools {
+
+inline void AddGalleryOptions(CLI::App &command, GalleryRequest &request) {
+    command.add_option("picture", request.picture, "a PNG, JPEG or BMP file; a sample when left out");
+    command.add_option("-o,--output", request.folder, "the folder that takes the page and its materials")->required();
+    command.footer(R"(Examples:
+  kvt gallery -o gallery
+  kvt gallery holiday.jpg -o gallery
+  kvt gallery -o gallery --host console
+
+gallery/index.html shows every method and class: before and after, the lines of script and shell that
+make it, what it promises and what it takes. It is one file that needs nothing beside it. The other
+files are what its shell lines name; the lines run in that folder. A larger picture is scaled down to
+640 pixels.
+
+Exit status:
+  0  done
+  1  a call came to nothing: the page and standard error say which; all others are shown
+  2  an option or a file cannot be used
+  3  the module broke the host's rules; each breach is printed)");
+}
+
+} // namespace tools
