@@ -36,9 +36,9 @@ Chart CurveChart(const Image &ramp) {
     std::string content = R"(<path class="grid" d="M0 0H255V255H0ZM0 127.5H255M127.5 0V255"/>)"
                           R"(<path class="unchanged" d="M0 255L255 0"/>)";
     for (std::size_t channel = 0; channel < (alike ? 1U : 3U); ++channel)
-        content += fmt::format(R"(<path class="line {}" d="{}"/>)", alike ? "all" : kChannels[channel],
+        content += fmt::format(R"(<path class="trace {}" d="{}"/>)", alike ? "all" : kChannels[channel],
                                Points(curves[channel], 255));
-    Chart chart{"grays, before and after", {}};
+    Chart chart{"a ramp of grays", {}};
     chart.svg = Svg("curve", "What becomes of the gray levels from 0 to 255", 255, 255, content);
     return chart;
 }
@@ -76,10 +76,11 @@ Chart HistogramChart(std::string caption, const Histogram &histogram) {
     return chart;
 }
 
-Chart SamplesChart(std::string caption, const Sound &sound) {
+Chart SamplesChart(std::string caption, const Sound &sound, int limit) {
     constexpr int kColumns = 800;
     const bool words = sound.bitsPerSample == 16;
-    const std::size_t count = sound.samples.size() / (words ? 2 : 1);
+    const std::size_t held = sound.samples.size() / (words ? 2 : 1);
+    const std::size_t count = limit > 0 ? std::min(held, static_cast<std::size_t>(limit)) : held;
     const auto sample = [&](std::size_t i) { // from -1 to 1
         if (!words)
             return (sound.samples[i] - 128) / 128.0;
@@ -102,7 +103,7 @@ Chart SamplesChart(std::string caption, const Sound &sound) {
     }
     Chart chart{std::move(caption), {}};
     chart.svg = Svg("samples", chart.caption, kColumns, kChartHeight,
-                    fmt::format(R"(<path class="grid" d="M0 {0}H{1}"/><path class="line all" d="{2}"/>)",
+                    fmt::format(R"(<path class="grid" d="M0 {0}H{1}"/><path class="trace all" d="{2}"/>)",
                                 kChartHeight / 2, kColumns, points));
     return chart;
 }

@@ -28,7 +28,7 @@ Histogram HistogramOf(const Image &image);
 std::array<std::uint32_t, 256> CountersIn(std::span<const unsigned char> block);
 Chart HistogramChart(std::string caption, const Histogram &histogram);
 
-/// The lowest and highest of the samples under each of 800 columns.
-Chart SamplesChart(std::string caption, const Sound &sound);
+/// The lowest and highest of the samples under each of 800 columns. With a `limit` above 0, only so many samples.
+Chart SamplesChart(std::string caption, const Sound &sound, int limit);
 
 } // namespace tools::gallery

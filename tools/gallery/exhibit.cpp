@@ -21,8 +21,9 @@ using standin::Value;
 using Form = Argument::Form;
 
 constexpr int kRuns = 7;
+constexpr const char *kMask = "oval.png"; ///< what gets attached
 constexpr std::size_t kDumpedBytes = 64;
-constexpr std::size_t kBytesALine = 16;
+constexpr std::size_t kBytesALine = 8;
 
 /// "50 50 49 43 ...  PPIC", a line each.
 std::string Dump(std::span<const unsigned char> bytes) {
@@ -98,7 +99,7 @@ class Studio {
         image.hasAlpha = image.hasAlpha || shot_.setting == Setting::WithAlpha;
         const Ref picture = MakePicture(host_, image);
         if (shot_.setting == Setting::WithMask)
-            host_.AttachMask(picture, MakePicture(host_, ReadImage("oval.png")));
+            host_.AttachMask(picture, MakePicture(host_, ReadImage(kMask)));
         return picture;
     }
 
@@ -112,8 +113,11 @@ class Studio {
             else if (IsPicturePath(argument.text))
                 exhibit_.others.push_back({argument.text, ReadImage(argument.text)});
             else if (EndingOf(argument.text) == ".wav")
-                exhibit_.samples = SamplesChart(argument.text, ReadWav(ReadBytes(argument.text), argument.text));
+                exhibit_.samples = SamplesChart(argument.text, ReadWav(ReadBytes(argument.text), argument.text),
+                                                Written(bound, "SampleCount").value_or(0));
         }
+        if (shot_.setting == Setting::WithMask)
+            exhibit_.others.push_back({"the mask", ReadImage(kMask)});
         AddFrame(bound);
     }
 
@@ -217,10 +221,10 @@ class Studio {
         }
         if (wanted != Illustration::Histograms && wanted != Illustration::CurveAndHistograms)
             return;
-        if (exhibit_.after) {
+        if (exhibit_.after && exhibit_.frames.empty()) {
             exhibit_.charts.push_back(HistogramChart("levels before", HistogramOf(*exhibit_.before)));
             exhibit_.charts.push_back(HistogramChart("levels after", HistogramOf(*exhibit_.after)));
-        } else {
+        } else if (!exhibit_.after) {
             Ref picture = MakeInput();
             const auto blocks = RunCall(host_, bound, picture).byref; // counters of red, green and blue
             if (blocks.size() >= 3)

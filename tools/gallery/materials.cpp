@@ -56,7 +56,7 @@ Color LightsAt(const Image &image, int x, int y) {
         const double across = (x + 0.5) / image.width - kCenters[light][0];
         const double down = (y + 0.5) / image.height - kCenters[light][1];
         const double near = std::clamp(1 - std::sqrt(across * across + down * down) / 0.3, 0.0, 1.0);
-        color[light] = static_cast<int>(255 * near * near);
+        color[light] = static_cast<int>(255 * near * (2 - near));
     }
     return color;
 }
@@ -68,7 +68,7 @@ class Page {
         Fill(56, 40, 300, 30, kInk);
         for (int line = 0; line < 14; ++line)
             Words(100 + 25 * line, line);
-        Fill(150, 146, 180, 22, kMarker); // under the words, which are printed over it again
+        Fill(260, 146, 180, 22, kMarker); // under the words, which are printed over it again
         Words(150, 2);
         Ring(436, 231, 70, 19);
         Fill(56, 341, 210, 4, kBluePen);

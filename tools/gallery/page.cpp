@@ -3,6 +3,8 @@
 #include "tools/gallery/lines.h"
 #include "tools/gallery/page_files.h"
 
+#include <algorithm>
+#include <cctype>
 #include <cstring>
 #include <fmt/format.h>
 
@@ -63,8 +65,9 @@ std::string Frames(const Exhibit &exhibit) {
         return {};
     std::string frames;
     for (const Frame &frame : exhibit.frames)
-        frames += fmt::format(R"(<rect x="{}" y="{}" width="{}" height="{}"/>)", frame.left, frame.top, frame.width,
-                              frame.height);
+        for (int stroke = 0; stroke < 2; ++stroke) // a wide bright one below a narrow one: seen on any ground
+            frames += fmt::format(R"(<rect x="{}" y="{}" width="{}" height="{}"/>)", frame.left, frame.top, frame.width,
+                                  frame.height);
     return fmt::format(
         R"(<svg class="frames" viewBox="0 0 {} {}" preserveAspectRatio="none" aria-hidden="true">{}</svg>)",
         exhibit.before->width, exhibit.before->height, frames);
@@ -74,12 +77,36 @@ std::string Figure(const Chart &chart) {
     return fmt::format("<figure>{}<figcaption>{}</figcaption></figure>\n", chart.svg, Escaped(chart.caption));
 }
 
+/// Lines break between words, but not inside what looks like an option.
+std::string Code(std::string_view text) {
+    std::string code = Escaped(text);
+    for (std::size_t at = 0; (at = code.find(" -", at)) != code.npos;) {
+        const std::size_t end = std::min(code.find_first_of(" \n", at + 1), code.size());
+        const std::string option = fmt::format("<span class=\"option\">{}</span>", code.substr(at + 1, end - at - 1));
+        code.replace(at + 1, end - at - 1, option);
+        at += option.size();
+    }
+    return code;
+}
+
+/// A name that may be broken where a new word starts in it.
+std::string Breakable(std::string_view name) {
+    std::string breakable;
+    for (std::size_t i = 0; i < name.size(); ++i) {
+        if (i > 0 && std::isupper(static_cast<unsigned char>(name[i])) &&
+            std::islower(static_cast<unsigned char>(name[i - 1])))
+            breakable += "<wbr>";
+        breakable += name[i];
+    }
+    return breakable;
+}
+
 std::string Line(std::string_view kind, std::string_view text) {
     if (text.empty())
         return {};
-    return fmt::format("<div class=\"line\"><h5>{0}</h5><pre tabindex=\"0\" aria-label=\"{0}\"><code>{1}</code></pre>"
-                       "<button type=\"button\" class=\"copy\" aria-label=\"Copy the line: {0}\">Copy</button></div>\n",
-                       kind, Escaped(text));
+    return fmt::format("<div class=\"line\"><span class=\"kind\">{0}</span><pre><code>{1}</code></pre>"
+                       "<button type=\"button\" class=\"copy\" aria-label=\"Copy for the {0}\">Copy</button></div>\n",
+                       kind, Code(text));
 }
 
 } // namespace
@@ -156,12 +183,12 @@ std::string Page::Article(const Entry &entry, const Shot &shot, const Exhibit &e
 }
 
 void Page::AddEntry(const Entry &entry, const std::vector<Exhibit> &exhibits) {
-    contents_ += fmt::format("<li><a href=\"#{0}\">{0}</a></li>\n", Escaped(entry.method));
+    contents_ += fmt::format("<li><a href=\"#{}\">{}</a></li>\n", entry.method, Breakable(entry.method));
     entries_ +=
         fmt::format("<section class=\"entry\" id=\"{0}\" aria-labelledby=\"{0}-heading\">\n"
-                    "<header><h3 id=\"{0}-heading\">{1}</h3><code class=\"name\">{0}</code><p>{2}</p></header>\n"
+                    "<header><h3 id=\"{0}-heading\">{1}</h3><code class=\"name\">{3}</code><p>{2}</p></header>\n"
                     "<div class=\"shots\">\n",
-                    Escaped(entry.method), Escaped(entry.heading), Escaped(entry.promise));
+                    entry.method, Escaped(entry.heading), Escaped(entry.promise), Breakable(entry.method));
     for (std::size_t i = 0; i < exhibits.size(); ++i)
         entries_ += Article(entry, entry.shots[i], exhibits[i]);
     entries_ += "</div>\n</section>\n";

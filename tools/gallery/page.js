@@ -3,10 +3,8 @@
 // Pictures: each is held once, as a data address, and shown wherever its number stands.
 {
     const pictures = JSON.parse(document.getElementById('pictures').textContent);
-    for (const image of document.querySelectorAll('img[data-picture]')) {
-        image.decoding = 'async';
+    for (const image of document.querySelectorAll('img[data-picture]'))
         image.src = pictures[image.dataset.picture];
-    }
 }
 
 // Dividers: by pointer anywhere on the picture, by keys on the divider itself.
