@@ -60,7 +60,7 @@ std::vector<std::pair<std::string, std::string>> Facts(const HostOptions &option
     const gallery::Milliseconds copy = gallery::TimeOfMemcpy(bytes);
     return {{"module", sizeof(void *) == 4 ? "32-bit" : "64-bit"},
             {"host", fmt::format("{}, {}", options.host, Layout(options))},
-            {"processor", std::string(gallery::LevelName(host.ActiveLevel()))},
+            {"instruction set", std::string(gallery::LevelName(host.ActiveLevel()))},
             {"photo", fmt::format("{} × {} pixels", photo.width, photo.height)},
             {"memcpy of the photo",
              fmt::format("{:.3f} ms, {:.1f} GB/s", copy.count(), static_cast<double>(bytes) / copy.count() / 1e6)}};
