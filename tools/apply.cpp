@@ -12,7 +12,6 @@
 namespace tools {
 namespace {
 
-using standin::Kind;
 using standin::Ref;
 using standin::Result;
 using standin::SameName;
@@ -35,27 +34,6 @@ Bytes Copy(std::span<const unsigned char> bytes) { return {bytes.begin(), bytes.
 
 std::span<const unsigned char> BytesOf(const standin::MemoryBlock &block) {
     return {block.memory.data(), block.memory.size()};
-}
-
-std::string Shown(const Value &value) {
-    if (value.Is<bool>())
-        return value.AsBoolean() ? "true" : "false";
-    if (value.Is<double>())
-        return fmt::format("{}", value.AsDouble());
-    if (value.Is<std::int64_t>())
-        return fmt::format("{}", value.AsInteger());
-    if (!value.Is<Ref>())
-        return "nil";
-    switch (value.AsRef().object()->kind) {
-    case Kind::Picture:
-        return fmt::format("picture of {} x {}", value.AsPicture().width, value.AsPicture().height);
-    case Kind::String:
-        return fmt::format("string of {} bytes", value.AsRef().text().bytes().size());
-    case Kind::MemoryBlock:
-        return fmt::format("memory block of {} bytes", BytesOf(value.AsRef().block()).size());
-    default:
-        return value.AsRef().object()->Describe();
-    }
 }
 
 std::vector<SavedBlock> ParseSavedBlocks(const std::vector<std::string> &options, const std::vector<BoundCall> &calls) {

@@ -14,6 +14,7 @@ constexpr void (*kCommands[])(CLI::App &program, tools::Outcome &outcome) = {
     tools::AddApplyCommand,
     tools::AddMakeCommand,
     tools::AddSampleCommand,
+    tools::AddGalleryCommand,
     tools::AddCheckCommand,
 };
 

@@ -148,6 +148,19 @@ done
 Run 0 apply alpha.png 'EmbeddedMaskKVT(false)' 'isWhiteKVT(0, 0, 20, 25)' isWhiteKVT
 Equal "white left half, white mask" "true false" "$(Results)"
 
+# The gallery: a page for a small picture, and one on which every call failed.
+Run 0 gallery s.bmp -o made/gallery
+Equal "shots on the page" "$(sed -n 's/ calls, 0 failed: .*//p' out)" "$(grep -c '<article' made/gallery/index.html)"
+Equal "failures on the page" 0 "$(grep -c 'class="failure" role' made/gallery/index.html)"
+Run 1 gallery s.bmp -o failing --module "$broken"
+Says 'kvt: InvertKVT: there is no method or class "InvertKVT"'
+Equal "failures on the page" "$(grep -c '<article' made/gallery/index.html)" \
+    "$(grep -c 'class="failure" role' failing/index.html)"
+Run 2 gallery missing.png -o none
+Says 'missing.png: cannot be opened'
+Run 2 gallery s.bmp -o s.bmp/inside
+Says 's.bmp/inside: cannot be made'
+
 # Wrong calls say what was expected and where; nothing is written.
 before=$(ls)
 Run 2 apply s.bmp InvertKVT 'InvertKVT(10, 5 200)' -o none.png
