@@ -15,7 +15,4 @@ void AddApplyCommand(CLI::App &program, Outcome &outcome);
 void AddMakeCommand(CLI::App &program, Outcome &outcome);
 void AddSampleCommand(CLI::App &program, Outcome &outcome);
 
-/// How calls are written, with examples; for help.
-extern const char *const kCallsHelp;
-
 } // namespace tools

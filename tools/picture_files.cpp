@@ -93,7 +93,7 @@ Image ReadImage(const std::string &path) {
     return image;
 }
 
-void WriteImage(const std::string &path, const Image &image) {
+Bytes EncodeImage(const std::string &path, const Image &image) {
     if (image.pixels.empty())
         throw UserError(fmt::format("{}: a picture of {} x {} cannot be saved", path, image.width, image.height));
     Bytes file;
@@ -119,8 +119,10 @@ void WriteImage(const std::string &path, const Image &image) {
     }
     if (!written)
         throw UserError(fmt::format("{}: a picture of {} x {} cannot be saved so", path, image.width, image.height));
-    WriteBytes(path, file);
+    return file;
 }
+
+void WriteImage(const std::string &path, const Image &image) { WriteBytes(path, EncodeImage(path, image)); }
 
 standin::Ref MakePicture(standin::Host &host, const Image &image) {
     const bool console = host.description().application == standin::Application::Console;

@@ -32,8 +32,11 @@ bool IsPicturePath(std::string_view path);
 /// Reads a PNG, JPEG or BMP file, by its content. Throws UserError.
 Image ReadImage(const std::string &path);
 
-/// Writes by the path's ending. JPEG files hold no alpha: there the picture lies on white. Throws UserError, and leaves
-/// what was there untouched.
+/// What a file of that name holds, by its ending. JPEG files hold no alpha: there the picture lies on white. Throws
+/// UserError.
+Bytes EncodeImage(const std::string &path, const Image &image);
+
+/// Writes that file. Throws UserError, and leaves what was there untouched.
 void WriteImage(const std::string &path, const Image &image);
 
 /// A new picture of the host, with an alpha channel when the image has alpha. Its bitmap is laid out as the host makes
