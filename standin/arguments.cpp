@@ -118,7 +118,7 @@ Ref TakeOver(const void *handle, Kind kind) {
         return {};
     const auto found = gHost->objects.find(handle);
     if (found == gHost->objects.end() || found->second->dead || found->second->kind != kind) {
-        gHost->Violation("the result is no living object of its type");
+        gHost->Violation("the result is no living object of its type", Concern::References);
         return {};
     }
     return Ref::Adopt(found->second.get());
@@ -139,7 +139,7 @@ Value ReadBack(Type type, const Variable &variable, const Value &before) {
     if (variable.handle == old)
         return before;
     if (old)
-        gHost->Violation("a byref variable that held an object was given another one");
+        gHost->Violation("a byref variable that held an object was given another one", Concern::References);
     return TakeOver(variable.handle, KindOf(type));
 }
 

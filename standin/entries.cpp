@@ -320,14 +320,17 @@ void UnlockDescription(REALpictureStruct *handle) {
     else if (gHost->strayLocks > 0)
         --gHost->strayLocks;
     else
-        gHost->Violation(fmt::format("unlockPictureDescription: {} is not locked", picture->Describe()));
+        gHost->Violation(fmt::format("unlockPictureDescription: {} is not locked", picture->Describe()),
+                         Concern::Locks);
     if (picture->locks > 0 || picture->memory.sealed())
         return;
     if (!picture->RowTableIntact())
-        gHost->Violation(fmt::format("unlockPictureDescription: the row table of {} was changed", picture->Describe()));
+        gHost->Violation(fmt::format("unlockPictureDescription: the row table of {} was changed", picture->Describe()),
+                         Concern::Memory);
     if (!picture->BordersIntact())
         gHost->Violation(
-            fmt::format("unlockPictureDescription: the rows of {} were written past their end", picture->Describe()));
+            fmt::format("unlockPictureDescription: the rows of {} were written past their end", picture->Describe()),
+            Concern::Memory);
     SealUnlocked(*picture);
 }
 

@@ -45,7 +45,7 @@ class InputWatch {
     void Report() const {
         for (const auto &[object, sum] : before_)
             if (!object->dead && Sum(*object) != sum)
-                gHost->Violation(fmt::format("{} was changed", object->Describe()));
+                gHost->Violation(fmt::format("{} was changed", object->Describe()), Concern::Inputs);
     }
 
   private:
@@ -126,14 +126,14 @@ void Host::Finish() {
     state_->Audit();
     for (const auto &[handle, object] : state_->objects)
         if (!std::exchange(object->dead, true))
-            state_->Violation(fmt::format("{} outlives the host", object->Describe()));
+            state_->Violation(fmt::format("{} outlives the host", object->Describe()), Concern::References);
 }
 
 // Without memory for a sentence the program ends, which tells as much.
 Host::~Host() { // NOLINT(bugprone-exception-escape)
     Finish();
-    for (const std::string &violation : state_->violations)
-        fmt::print(stderr, "the stand-in host: {}\n", violation);
+    for (const Breach &violation : state_->violations)
+        fmt::print(stderr, "the stand-in host: {}\n", violation.sentence);
     gHost = nullptr;
 }
 
@@ -316,7 +316,14 @@ const RegisteredClass &Host::PictureExtension() const { return state_->pictureEx
 const std::vector<std::string> &Host::StartUpLog() const { return state_->startUpLog; }
 const HostDescription &Host::description() const { return state_->description; }
 
-std::vector<std::string> Host::TakeViolations() { return std::exchange(state_->violations, {}); }
+std::vector<Breach> Host::TakeBreaches() { return std::exchange(state_->violations, {}); }
+
+std::vector<std::string> Host::TakeViolations() {
+    std::vector<std::string> sentences;
+    for (Breach &breach : TakeBreaches())
+        sentences.push_back(std::move(breach.sentence));
+    return sentences;
+}
 
 int Host::RequestsFor(std::string_view entry) const {
     const auto found = state_->entries.find(entry);

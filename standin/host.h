@@ -130,6 +130,20 @@ struct Result {
     Picture &picture() const { return value.AsPicture(); }
 };
 
+/// What a violation is about.
+enum class Concern {
+    Calls,      ///< an entry was asked for or called as none is
+    References, ///< to objects and strings, and copies of a string's bytes
+    Locks,      ///< of pixels
+    Memory,     ///< that was not lent for writing
+    Inputs,     ///< that were only to be read
+};
+
+struct Breach {
+    Concern concern;
+    std::string sentence;
+};
+
 /// A call that does not fit any declaration; the text says what was expected.
 struct WrongCall : std::runtime_error {
     using runtime_error::runtime_error;
@@ -206,6 +220,7 @@ class Host {
 
     // What happened. Violations are sentences; Take leaves none behind.
     std::vector<std::string> TakeViolations();
+    std::vector<Breach> TakeBreaches();            ///< the same, with what they are about
     int RequestsFor(std::string_view entry) const; ///< how often the resolver was asked for it
     int CallsOf(std::string_view entry) const;
     std::size_t LivingObjects() const;

@@ -39,8 +39,8 @@ bool UsesStandardAccess(const RegisteredProperty &property) {
 
 HostState::HostState(HostDescription wanted) : description(std::move(wanted)) {}
 
-void HostState::Violation(const std::string &sentence) {
-    violations.push_back(running.empty() ? sentence : fmt::format("{}; in {}", sentence, running));
+void HostState::Violation(const std::string &sentence, Concern concern) {
+    violations.push_back({concern, running.empty() ? sentence : fmt::format("{}; in {}", sentence, running)});
 }
 
 template <class Made> Made &HostState::Adopt(std::unique_ptr<Made> object, void *handle) {
@@ -162,7 +162,8 @@ void HostState::DropReference(Object &object, std::string_view entry) {
     const bool someNeverTaken = Missed("REALLockObject") || Missed("REALLockString");
     if (object.references <= object.held && !someNeverTaken)
         Violation(
-            fmt::format("{}: the last reference to {} that is not the module's to drop", entry, object.Describe()));
+            fmt::format("{}: the last reference to {} that is not the module's to drop", entry, object.Describe()),
+            Concern::References);
     --object.references;
     if (object.references <= 0 && object.held <= 0 && !someNeverTaken)
         Die(object);
@@ -185,7 +186,7 @@ void HostState::Die(Object &object) {
     if (object.kind == Kind::Picture) {
         auto &picture = static_cast<Picture &>(object);
         if (picture.locks > 0 && !Missed("unlockPictureDescription"))
-            Violation(fmt::format("{} dies with its pixels locked", picture.Describe()));
+            Violation(fmt::format("{} dies with its pixels locked", picture.Describe()), Concern::Locks);
         else
             locksOfDead += picture.locks;
         picture.memory = {};
@@ -206,7 +207,8 @@ void HostState::Die(Object &object) {
     } else if (object.kind == Kind::String) {
         auto &copies = static_cast<Text &>(object).copies;
         if (!copies.empty() && !Missed("PluginDisposeStringData"))
-            Violation(fmt::format("{} dies with a copy of its bytes not given back", object.Describe()));
+            Violation(fmt::format("{} dies with a copy of its bytes not given back", object.Describe()),
+                      Concern::References);
         else
             copiesOfDead += static_cast<int>(copies.size());
         copies.clear();
@@ -226,7 +228,8 @@ std::map<const Object *, int> HostState::HeldByFields() {
             if (found != objects.end() && !found->second->dead)
                 ++held[found->second.get()];
             else if (field)
-                Violation(fmt::format("{} of {} names no living object", property.name, object->Describe()));
+                Violation(fmt::format("{} of {} names no living object", property.name, object->Describe()),
+                          Concern::References);
         }
     }
     return held;
@@ -256,24 +259,29 @@ void HostState::Audit() {
         references += extra;
         if (extra != 0 && neverTaken == 0 && neverDropped == 0)
             Violation(fmt::format("{} has {} reference(s) too {}", object->Describe(), std::abs(extra),
-                                  extra > 0 ? "many" : "few"));
+                                  extra > 0 ? "many" : "few"),
+                      Concern::References);
         if (object->kind == Kind::Picture) {
             auto &picture = static_cast<Picture &>(*object);
             locks += picture.locks;
             if (picture.locks != 0 && neverUnlocked == 0)
-                Violation(fmt::format("{} was left locked {} time(s)", picture.Describe(), picture.locks));
+                Violation(fmt::format("{} was left locked {} time(s)", picture.Describe(), picture.locks),
+                          Concern::Locks);
         }
         if (object->kind == Kind::String)
             copies += static_cast<int>(static_cast<Text &>(*object).copies.size());
     }
     if ((neverTaken > 0 || neverDropped > 0) && references != neverDropped - neverTaken)
         Violation(fmt::format("{} reference(s) remain where {} could not be dropped and {} could not be taken",
-                              references, neverDropped, neverTaken));
+                              references, neverDropped, neverTaken),
+                  Concern::References);
     if ((neverUnlocked > 0 || strayLocks > 0) && locks != neverUnlocked)
-        Violation(fmt::format("{} pixel lock(s) remain where {} could not be given back", locks, neverUnlocked));
+        Violation(fmt::format("{} pixel lock(s) remain where {} could not be given back", locks, neverUnlocked),
+                  Concern::Locks);
     if (copies != neverDisposed)
         Violation(
-            fmt::format("{} copies of string bytes remain where {} could not be given back", copies, neverDisposed));
+            fmt::format("{} copies of string bytes remain where {} could not be given back", copies, neverDisposed),
+            Concern::References);
 
     strayLocks = locksOfDead = copiesOfDead = 0;
     for (auto &[name, entry] : entries)

@@ -24,7 +24,7 @@ struct HostState {
     std::map<std::string, EntryState, std::less<>> entries;
     std::unordered_map<const void *, std::unique_ptr<Object>> objects; ///< by handle; dead ones stay known
     int objectsMade = 0;
-    std::vector<std::string> violations;
+    std::vector<Breach> violations;
     std::string running; ///< the declaration of the routine that runs
 
     std::vector<RegisteredMethod> globalMethods;
@@ -41,7 +41,7 @@ struct HostState {
     std::chrono::nanoseconds timeInEntries = {};
     int depth = 0; ///< of entries within entries
 
-    void Violation(const std::string &sentence);
+    void Violation(const std::string &sentence, Concern concern = Concern::Calls);
 
     // Objects.
     template <class Made> Made &Adopt(std::unique_ptr<Made> object, void *handle);

@@ -1,8 +1,9 @@
 #include "standin/module_file.h"
 
+#include "standin/elf_file.h"
+
 #include <cstring>
 #include <dlfcn.h>
-#include <elf.h>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -13,40 +14,28 @@
 namespace standin {
 namespace {
 
-template <class Record> const Record *At(const std::vector<char> &bytes, std::size_t offset, std::size_t count = 1) {
-    if (offset > bytes.size() || (bytes.size() - offset) / sizeof(Record) < count)
-        throw std::runtime_error("the module's file ends before its symbol table");
-    return reinterpret_cast<const Record *>(bytes.data() + offset);
-}
-
 /// Where the variable lies from the module's load address on; 0 when the symbol table does not name it.
-std::size_t OffsetOf(const std::string &path, const char *name) {
+std::uintptr_t OffsetOf(const std::string &path, const char *name) {
     std::ifstream file(path, std::ios::binary);
-    const std::vector<char> bytes{std::istreambuf_iterator<char>(file), {}};
-    const auto *header = At<ElfW(Ehdr)>(bytes, 0);
-    const auto *sections = At<ElfW(Shdr)>(bytes, header->e_shoff, header->e_shnum);
-    for (unsigned i = 0; i < header->e_shnum; ++i) {
-        if (sections[i].sh_type != SHT_SYMTAB || sections[i].sh_link >= header->e_shnum)
-            continue;
-        const ElfW(Shdr) &strings = sections[sections[i].sh_link];
-        const std::size_t count = sections[i].sh_size / sizeof(ElfW(Sym));
-        const auto *symbols = At<ElfW(Sym)>(bytes, sections[i].sh_offset, count);
-        const char *names = At<char>(bytes, strings.sh_offset, strings.sh_size);
-        for (std::size_t s = 0; s < count; ++s)
-            if (symbols[s].st_shndx != SHN_UNDEF && symbols[s].st_name < strings.sh_size &&
-                std::strcmp(names + symbols[s].st_name, name) == 0)
-                return symbols[s].st_value;
-    }
-    return 0;
+    const ElfFile module({std::istreambuf_iterator<char>(file), {}});
+    std::uintptr_t offset = 0;
+    module.ForEachSymbol(ElfFile::All, [&](const ElfFile::Symbol &symbol) {
+        if (symbol.defined && std::strcmp(symbol.name, name) == 0)
+            offset = symbol.value;
+    });
+    return offset;
 }
 
 } // namespace
 
+bool ModuleFile::IsLoaded(const std::string &path) {
+    void *loaded = dlopen(path.c_str(), RTLD_LAZY | RTLD_NOLOAD);
+    return loaded && dlclose(loaded) == 0;
+}
+
 ModuleFile::ModuleFile(const std::string &path) : path_(path) {
-    if (void *loaded = dlopen(path.c_str(), RTLD_LAZY | RTLD_NOLOAD)) {
-        dlclose(loaded);
+    if (IsLoaded(path))
         throw std::logic_error(path + " is still loaded, so it would not start afresh");
-    }
     handle_ = dlopen(path.c_str(), RTLD_LAZY | RTLD_LOCAL);
     if (!handle_)
         throw std::runtime_error(std::string("the module cannot be loaded: ") + dlerror());
@@ -57,7 +46,7 @@ ModuleFile::~ModuleFile() { dlclose(handle_); }
 void *ModuleFile::Exported(const char *name) const { return dlsym(handle_, name); }
 
 void *ModuleFile::Internal(const char *name) const {
-    const std::size_t offset = OffsetOf(path_, name);
+    const std::uintptr_t offset = OffsetOf(path_, name);
     const link_map *map = nullptr;
     if (offset == 0 || dlinfo(handle_, RTLD_DI_LINKMAP, static_cast<void *>(&map)) != 0)
         return nullptr;

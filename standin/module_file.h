@@ -8,6 +8,9 @@ namespace standin {
 /// stays in memory all the same is a std::logic_error at the next load of the same file.
 class ModuleFile {
   public:
+    /// Whether the file is in this process's memory.
+    static bool IsLoaded(const std::string &path);
+
     /// Throws std::runtime_error, with the loader's reason, when the file is no module that can be loaded, and
     /// std::logic_error when it is loaded already.
     explicit ModuleFile(const std::string &path);

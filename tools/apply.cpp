@@ -4,6 +4,7 @@
 #include "tools/json.h"
 #include "tools/nearest.h"
 #include "tools/picture_files.h"
+#include "tools/run_call.h"
 
 #include <algorithm>
 #include <fmt/format.h>
@@ -19,12 +20,6 @@ using standin::Result;
 using standin::SameName;
 using standin::Type;
 using standin::Value;
-using Target = BoundCall::Target;
-
-/// A call that came to nothing.
-struct CallFailed : std::runtime_error {
-    using runtime_error::runtime_error;
-};
 
 /// What is to be saved once all went well.
 struct Harvest {
@@ -99,33 +94,16 @@ void CheckOutput(const std::string &output, const std::vector<BoundCall> &calls,
 /// A chain of calls while it runs.
 class Chain {
   public:
-    Chain(standin::Host &host, Ref picture, Report &report)
+    Chain(standin::Host &host, Ref picture, ApplyReport &report)
         : host_(host), picture_(std::move(picture)), report_(report) {}
 
     void Run(const BoundCall &call) {
-        last_ = Value();
-        byref_.clear();
-        if (call.target == Target::Class)
-            return RunClass(call);
-        std::vector<Value> arguments;
-        for (const Slot &slot : call.arguments)
-            arguments.push_back(Fill(slot));
-        const Result result = call.assigned ? RunAssignment(call, std::move(arguments))
-                                            : host_.CallRecord(*call.method, call.target == Target::GlobalMethod,
-                                                               picture_, std::move(arguments));
-        if (result.raised) {
-            report_.raised = result.raised;
-            throw CallFailed(
-                fmt::format("{} raised {}: {}", call.name, result.raised->className, result.raised->message));
-        }
-        const bool yieldsObject = call.YieldsPicture() || call.YieldsString();
-        if (yieldsObject && result.value.IsNil())
-            throw CallFailed(call.name + " returned nil" + (call.hint.empty() ? "" : "\n" + call.hint));
-        if (call.YieldsPicture())
-            picture_ = result.value.AsRef();
-        CallReport &told = Tell(call, result);
+        const Result result = RunCall(host_, call, picture_);
+        CallReport &told = report_.calls.emplace_back(CallReport{call.text, {}, {}, result.time - result.timeInHost});
         const standin::Declaration &declaration = call.method->declaration;
-        if (!call.assigned && declaration.result != Type::Nothing)
+        if (call.YieldsPicture())
+            told.value = AnswerOf(call.name, Type::Picture, picture_);
+        else if (!call.assigned && declaration.result != Type::Nothing)
             told.value = AnswerOf(call.name, declaration.result, result.value);
         for (const auto &[name, value] : result.byref)
             told.byref.push_back(AnswerOf(name, TypeOf(declaration, name), value));
@@ -138,58 +116,16 @@ class Chain {
     const std::vector<std::pair<std::string, Value>> &byref() const { return byref_; } ///< the last call's variables
 
   private:
-    CallReport &Tell(const BoundCall &call, const Result &result) {
-        return report_.calls.emplace_back(CallReport{call.text, {}, {}, result.time - result.timeInHost});
-    }
     static Type TypeOf(const standin::Declaration &declaration, const std::string &name) {
         for (const standin::Parameter &parameter : declaration.parameters)
             if (parameter.name == name)
                 return parameter.type;
         return Type::Nothing;
     }
-    Value Fill(const Slot &slot) const {
-        return std::holds_alternative<CurrentPicture>(slot) ? Value(picture_) : std::get<Value>(slot);
-    }
-
-    /// The module stores alpha alone. Colors that are premultiplied follow it, as the host's pictures demand.
-    Result RunAssignment(const BoundCall &call, std::vector<Value> arguments) {
-        const Value assigned = Fill(*call.assigned);
-        const Image before = ImageOf(picture_.picture());
-        Result result = host_.CallRecord(*call.method, false, picture_, std::move(arguments), &assigned);
-        SetColors(picture_.picture(), before);
-        return result;
-    }
-
-    void RunClass(const BoundCall &call) {
-        const Ref instance = host_.New(call.name);
-        for (const auto &[name, slot] : call.properties)
-            host_.Set(instance, name, Fill(slot));
-        if (call.table)
-            FillTable(instance, *call.table);
-        const Result result = host_.CallRecord(*call.method, false, instance, {});
-        if (!result.value.AsBoolean())
-            throw CallFailed(fmt::format("{}.{} returned false", call.name, call.method->declaration.name));
-        const Value destination = host_.Get(instance, "DestinationPicture");
-        if (destination.IsNil())
-            throw CallFailed(fmt::format("{}.{} left no DestinationPicture", call.name, call.method->declaration.name));
-        picture_ = destination.AsRef();
-        Tell(call, result).value = AnswerOf(call.name, Type::Picture, destination);
-    }
-
-    void FillTable(const Ref &instance, const CubeTable &table) {
-        for (int red = 0; red < kGridPoints; ++red)
-            for (int green = 0; green < kGridPoints; ++green)
-                for (int blue = 0; blue < kGridPoints; ++blue) {
-                    const Triple entry = GridEntry(table, red, green, blue);
-                    for (int channel = 0; channel < 3; ++channel)
-                        host_.Assign(instance, "Table", {red, green, blue, channel},
-                                     entry[static_cast<std::size_t>(channel)]);
-                }
-    }
 
     standin::Host &host_;
     Ref picture_;
-    Report &report_;
+    ApplyReport &report_;
     Value last_;
     std::vector<std::pair<std::string, Value>> byref_;
 };
@@ -218,7 +154,7 @@ Plan MakePlan(standin::Host &host, const ApplyRequest &request) {
     return plan;
 }
 
-Harvest RunAll(standin::Host &host, const ApplyRequest &request, Report &report) {
+Harvest RunAll(standin::Host &host, const ApplyRequest &request, ApplyReport &report) {
     Ref picture;
     if (request.input)
         picture = MakePicture(host, ReadInput(request));
@@ -246,20 +182,21 @@ void Save(const Harvest &harvest, const ApplyRequest &request) {
     const std::string &output = request.output;
     const bool toStream = output == kStandardStream;
     if (harvest.picture)
-        WriteBytes(output, EncodeImage(toStream ? "standard output" + request.streamEnding : output, *harvest.picture));
+        WriteBytes(output, FileOf(toStream ? "standard output" + request.streamEnding : output, *harvest.picture));
     if (harvest.text)
         WriteBytes(output, *harvest.text);
     for (const auto &[path, bytes] : harvest.files)
         WriteBytes(path, bytes);
 }
 
-void RunAndSave(const standin::HostDescription &description, const ApplyRequest &request, Report &report) {
+void RunAndSave(const standin::HostDescription &description, const ApplyRequest &request, ApplyReport &report) {
     standin::Host host(description);
     std::optional<Harvest> harvest;
     try {
         harvest = RunAll(host, request, report);
     } catch (const CallFailed &failed) {
         report.error = failed.what();
+        report.raised = failed.raised;
     }
     host.Finish(); // by now nothing of the host's is held here any more: what is still out, the module kept
     report.violations = host.TakeViolations();
@@ -270,8 +207,8 @@ void RunAndSave(const standin::HostDescription &description, const ApplyRequest 
 
 } // namespace
 
-Report Apply(const standin::HostDescription &host, const ApplyRequest &request) {
-    Report report;
+ApplyReport Apply(const standin::HostDescription &host, const ApplyRequest &request) {
+    ApplyReport report;
     const auto start = std::chrono::steady_clock::now();
     try {
         RunAndSave(host, request, report);

@@ -44,7 +44,7 @@ struct CallReport {
 };
 
 /// What came of a request.
-struct Report {
+struct ApplyReport {
     Outcome outcome = Wrong;
     std::vector<CallReport> calls; ///< those that gave what they are there for
     std::optional<standin::RaisedException> raised;
@@ -56,7 +56,7 @@ struct Report {
 /// Runs the calls on a new host, each on the picture that the one before returned, and saves the end. All calls are
 /// checked, and all files read, before the first one runs; nothing is saved unless all went well. Throws nothing of the
 /// request's: what is wrong with it stands in the report.
-Report Apply(const standin::HostDescription &host, const ApplyRequest &request);
+ApplyReport Apply(const standin::HostDescription &host, const ApplyRequest &request);
 
 /// Throws UserError for what is wrong with the calls themselves, whatever the input holds.
 void CheckCalls(const standin::HostDescription &host, const ApplyRequest &request);

@@ -92,7 +92,7 @@ void ReadSharedInput(const std::vector<std::string> &inputs, const std::vector<s
 }
 
 /// What is told of one request, on the standard streams.
-void Tell(const ApplyOptions &options, const ApplyRequest &request, const Report &report, bool isOneOfMany) {
+void Tell(const ApplyOptions &options, const ApplyRequest &request, const ApplyReport &report, bool isOneOfMany) {
     const std::string prefix = isOneOfMany ? *request.input + ": " : "";
     if (options.json)
         fmt::print("{}", JsonOf(request, report));
@@ -103,7 +103,7 @@ void Tell(const ApplyOptions &options, const ApplyRequest &request, const Report
 }
 
 Outcome RunOne(const ApplyOptions &options, const ApplyRequest &request, bool isOneOfMany) {
-    const Report report = Apply(DescribeHost(options.host), request);
+    const ApplyReport report = Apply(DescribeHost(options.host), request);
     Tell(options, request, report, isOneOfMany);
     return report.outcome;
 }
@@ -121,7 +121,7 @@ Outcome RunMany(const ApplyOptions &options, const std::vector<ApplyRequest> &re
         fmt::print(stderr, "{}", finished.messages);
         Outcome outcome = static_cast<Outcome>(finished.status);
         if (finished.status < Done || finished.status > Violated) {
-            Report report;
+            ApplyReport report;
             report.outcome = outcome = Violated;
             report.error = finished.status < 0
                                ? fmt::format("ended by signal {} ({})", -finished.status, strsignal(-finished.status))

@@ -23,7 +23,7 @@ void WriteSample(const SampleOptions &options) {
     } else if (const bool toStream = options.output == kStandardStream; toStream || IsPicturePath(options.output)) {
         const auto [width, height] = ParseSize(options.size);
         const Image image = SamplePicture(width, height, !options.opaque);
-        WriteBytes(options.output, EncodeImage(toStream ? "standard output.png" : options.output, image));
+        WriteBytes(options.output, FileOf(toStream ? "standard output.png" : options.output, image));
     } else {
         throw UserError(fmt::format("{}: samples are .png, .jpg, .jpeg, .bmp, .wav or .cube files", options.output));
     }

@@ -14,5 +14,6 @@ void AddListCommand(CLI::App &program, Outcome &outcome);
 void AddApplyCommand(CLI::App &program, Outcome &outcome);
 void AddMakeCommand(CLI::App &program, Outcome &outcome);
 void AddSampleCommand(CLI::App &program, Outcome &outcome);
+void AddCheckCommand(CLI::App &program, Outcome &outcome);
 
 } // namespace tools

@@ -93,7 +93,7 @@ Image ReadImage(const std::string &path) {
     return image;
 }
 
-Bytes EncodeImage(const std::string &path, const Image &image) {
+Bytes FileOf(const std::string &path, const Image &image) {
     if (image.pixels.empty())
         throw UserError(fmt::format("{}: a picture of {} x {} cannot be saved", path, image.width, image.height));
     Bytes file;
@@ -122,7 +122,7 @@ Bytes EncodeImage(const std::string &path, const Image &image) {
     return file;
 }
 
-void WriteImage(const std::string &path, const Image &image) { WriteBytes(path, EncodeImage(path, image)); }
+void WriteImage(const std::string &path, const Image &image) { WriteBytes(path, FileOf(path, image)); }
 
 standin::Ref MakePicture(standin::Host &host, const Image &image) {
     const bool console = host.description().application == standin::Application::Console;

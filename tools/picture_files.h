@@ -32,9 +32,9 @@ bool IsPicturePath(std::string_view path);
 /// Reads a PNG, JPEG or BMP file, by its content. Throws UserError.
 Image ReadImage(const std::string &path);
 
-/// What a file of that name holds, by its ending. JPEG files hold no alpha: there the picture lies on white. Throws
-/// UserError.
-Bytes EncodeImage(const std::string &path, const Image &image);
+/// The bytes of a picture file, of the kind that the path's ending says. JPEG files hold no alpha: there the picture
+/// lies on white. Throws UserError.
+Bytes FileOf(const std::string &path, const Image &image);
 
 /// Writes that file. Throws UserError, and leaves what was there untouched.
 void WriteImage(const std::string &path, const Image &image);

@@ -32,7 +32,7 @@ std::string JsonOf(const CallReport &call) {
 
 } // namespace
 
-std::string AnswersOf(const Report &report, const std::string &prefix) {
+std::string AnswersOf(const ApplyReport &report, const std::string &prefix) {
     std::string lines;
     const auto add = [&](const Answer &answer) {
         if (answer.type != Type::Picture)
@@ -47,7 +47,7 @@ std::string AnswersOf(const Report &report, const std::string &prefix) {
     return lines;
 }
 
-std::string MessagesOf(const Report &report, const std::string &prefix) {
+std::string MessagesOf(const ApplyReport &report, const std::string &prefix) {
     std::string lines;
     for (const std::string &violation : report.violations)
         fmt::format_to(std::back_inserter(lines), "kvt: {}violation: {}\n", prefix, violation);
@@ -56,7 +56,7 @@ std::string MessagesOf(const Report &report, const std::string &prefix) {
     return lines;
 }
 
-std::string JsonOf(const ApplyRequest &request, const Report &report) {
+std::string JsonOf(const ApplyRequest &request, const ApplyReport &report) {
     std::vector<std::string> blocks;
     for (const std::string &option : request.savedBlocks) {
         const SavedBlock block = ParseSavedBlock(option);

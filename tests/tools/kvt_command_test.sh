@@ -269,7 +269,7 @@ kill -TERM $!
 wait $!
 Equal "status after a signal" 143 $?
 Equal "files that are not whole" "" "$(find . -name '*.bmp.??????' -o -path './late/*' ! -size +26000k)"
-script -qec "$kvt apply in/1.png in/2.png isGrayKVT" /dev/null >out
+script -qec "$kvt apply in/1.png in/2.png isGrayKVT -j 1" /dev/null >out
 checks=$((checks + 1))
 grep -qF "[####################....................] 1/2" out || Fail "no bar on a terminal"
 

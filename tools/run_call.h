@@ -1,0 +1,20 @@
+#pragma once
+
+#include "tools/bound_call.h"
+
+#include <optional>
+#include <stdexcept>
+
+namespace tools {
+
+/// A call that came to nothing: it returned nil or false, or raised an exception.
+struct CallFailed : std::runtime_error {
+    using runtime_error::runtime_error;
+    std::optional<standin::RaisedException> raised = {};
+};
+
+/// Makes a call, of a class its run. `picture` is the current one, which serves as `me`; a picture that the call yields
+/// takes its place. Throws CallFailed, and leaves `picture` as it is.
+standin::Result RunCall(standin::Host &host, const BoundCall &call, standin::Ref &picture);
+
+} // namespace tools
