@@ -1,13 +1,15 @@
 #include "tools/apply.h"
 
 #include "tools/bound_call.h"
+#include "tools/json.h"
+#include "tools/nearest.h"
 #include "tools/picture_files.h"
 #include "tools/run_call.h"
 
 #include <algorithm>
-#include <cstdio>
 #include <fmt/format.h>
 #include <map>
+#include <new>
 
 namespace tools {
 namespace {
@@ -25,43 +27,60 @@ struct Harvest {
     std::map<std::string, Bytes> files; ///< content of blocks by path
 };
 
-struct SavedBlock {
-    std::string name;
-    std::string path;
-};
-
 Bytes Copy(std::span<const unsigned char> bytes) { return {bytes.begin(), bytes.end()}; }
 
 std::span<const unsigned char> BytesOf(const standin::MemoryBlock &block) {
     return {block.memory.data(), block.memory.size()};
 }
 
+std::string JsonOf(Type type, const Value &value) {
+    const auto count = [](auto number) { return fmt::format("{}", number); };
+    if (value.Is<bool>())
+        return json::Boolean(value.AsBoolean());
+    if (value.Is<double>())
+        return json::Number(value.AsDouble());
+    if (value.Is<std::int64_t>())
+        return count(value.AsInteger());
+    if (!value.Is<Ref>())
+        return "null";
+    if (type == Type::Picture)
+        return json::Object({{"width", count(value.AsPicture().width)}, {"height", count(value.AsPicture().height)}});
+    return json::Object({{"bytes", count(type == Type::String ? value.AsRef().text().bytes().size()
+                                                              : BytesOf(value.AsRef().block()).size())}});
+}
+
+Answer AnswerOf(std::string_view name, Type type, const Value &value) {
+    return {std::string(name), type, Shown(value), JsonOf(type, value)};
+}
+
 std::vector<SavedBlock> ParseSavedBlocks(const std::vector<std::string> &options, const std::vector<BoundCall> &calls) {
     std::vector<SavedBlock> saved;
     for (const std::string &option : options) {
-        const std::size_t sign = option.find('=');
-        if (sign == option.npos || sign == 0 || sign + 1 == option.size())
-            throw UserError(fmt::format("--save-block {}: expected NAME=FILE", option));
-        const std::string name = option.substr(0, sign);
-        const auto names = [&](const standin::Parameter &parameter) {
-            return parameter.byref && parameter.type == Type::MemoryBlock && SameName(parameter.name, name);
-        };
-        if (std::none_of(calls.begin(), calls.end(), [&](const BoundCall &call) {
-                const auto &parameters = call.method->declaration.parameters;
-                return std::any_of(parameters.begin(), parameters.end(), names);
-            }))
-            throw UserError(fmt::format("--save-block {}: no call has a byref memory block \"{}\"", option, name));
-        saved.push_back({name, option.substr(sign + 1)});
+        saved.push_back(ParseSavedBlock(option));
+        std::vector<std::string_view> names;
+        for (const BoundCall &call : calls)
+            for (const standin::Parameter &parameter : call.method->declaration.parameters)
+                if (parameter.byref && parameter.type == Type::MemoryBlock)
+                    names.push_back(parameter.name);
+        const std::string &name = saved.back().name;
+        if (std::none_of(names.begin(), names.end(), [&](std::string_view known) { return SameName(known, name); }))
+            throw UserError(fmt::format("--save-block {}: no call has a byref memory block \"{}\"{}", option, name,
+                                        Suggestion(name, names)));
     }
     return saved;
+}
+
+/// Whether a picture goes there; else the string of the last call does.
+bool TakesPicture(const std::string &output, const std::vector<BoundCall> &calls) {
+    return output == kStandardStream ? calls.empty() || !calls.back().YieldsString() : IsPicturePath(output);
 }
 
 void CheckOutput(const std::string &output, const std::vector<BoundCall> &calls, bool hasPicture) {
     if (output.empty())
         return;
-    if (IsPicturePath(output) && !hasPicture)
+    if (TakesPicture(output, calls) && !hasPicture)
         throw UserError(fmt::format("{}: there is no picture to save, for no call makes one", output));
-    if (!IsPicturePath(output) && (calls.empty() || !calls.back().YieldsString()))
+    if (!TakesPicture(output, calls) && (calls.empty() || !calls.back().YieldsString()))
         throw UserError(fmt::format("{}: pictures are saved as .png, .jpg, .jpeg or .bmp; a file of another name takes "
                                     "the string that the last call returns, and there is none",
                                     output));
@@ -70,14 +89,19 @@ void CheckOutput(const std::string &output, const std::vector<BoundCall> &calls,
 /// A chain of calls while it runs.
 class Chain {
   public:
-    Chain(standin::Host &host, Ref picture) : host_(host), picture_(std::move(picture)) {}
+    Chain(standin::Host &host, Ref picture, ApplyReport &report)
+        : host_(host), picture_(std::move(picture)), report_(report) {}
 
     void Run(const BoundCall &call) {
         const Result result = RunCall(host_, call, picture_);
-        if (!call.YieldsPicture() && !call.assigned && call.method->declaration.result != Type::Nothing)
-            fmt::print("{} = {}\n", call.name, Shown(result.value));
+        CallReport &told = report_.calls.emplace_back(CallReport{call.text, {}, {}, result.time - result.timeInHost});
+        const standin::Declaration &declaration = call.method->declaration;
+        if (call.YieldsPicture())
+            told.value = AnswerOf(call.name, Type::Picture, picture_);
+        else if (!call.assigned && declaration.result != Type::Nothing)
+            told.value = AnswerOf(call.name, declaration.result, result.value);
         for (const auto &[name, value] : result.byref)
-            fmt::print("{} = {}\n", name, Shown(value));
+            told.byref.push_back(AnswerOf(name, TypeOf(declaration, name), value));
         last_ = result.value;
         byref_ = result.byref;
     }
@@ -87,8 +111,16 @@ class Chain {
     const std::vector<std::pair<std::string, Value>> &byref() const { return byref_; } ///< the last call's variables
 
   private:
+    static Type TypeOf(const standin::Declaration &declaration, const std::string &name) {
+        for (const standin::Parameter &parameter : declaration.parameters)
+            if (parameter.name == name)
+                return parameter.type;
+        return Type::Nothing;
+    }
+
     standin::Host &host_;
     Ref picture_;
+    ApplyReport &report_;
     Value last_;
     std::vector<std::pair<std::string, Value>> byref_;
 };
@@ -99,66 +131,101 @@ Image ReadInput(const ApplyRequest &request) {
     return image;
 }
 
-Harvest RunAll(standin::Host &host, const ApplyRequest &request) {
+/// The calls of a request, ready to run, and where their blocks go.
+struct Plan {
+    std::vector<BoundCall> calls;
+    std::vector<SavedBlock> savedBlocks;
+};
+
+Plan MakePlan(standin::Host &host, const ApplyRequest &request) {
+    Plan plan;
+    bool hasPicture = request.input.has_value();
+    for (const std::string &text : request.calls) {
+        plan.calls.push_back(Bind(host, ParseCall(text), hasPicture));
+        hasPicture = hasPicture || plan.calls.back().YieldsPicture();
+    }
+    plan.savedBlocks = ParseSavedBlocks(request.savedBlocks, plan.calls);
+    CheckOutput(request.output, plan.calls, hasPicture);
+    return plan;
+}
+
+Harvest RunAll(standin::Host &host, const ApplyRequest &request, ApplyReport &report) {
     Ref picture;
     if (request.input)
         picture = MakePicture(host, ReadInput(request));
-    bool hasPicture = static_cast<bool>(picture);
-    std::vector<BoundCall> calls;
-    for (const std::string &text : request.calls) {
-        calls.push_back(Bind(host, ParseCall(text), hasPicture));
-        hasPicture = hasPicture || calls.back().YieldsPicture();
-    }
-    const std::vector<SavedBlock> savedBlocks = ParseSavedBlocks(request.savedBlocks, calls);
-    CheckOutput(request.output, calls, hasPicture);
+    const Plan plan = MakePlan(host, request);
 
     Harvest harvest;
-    Chain chain(host, std::move(picture));
-    for (const BoundCall &call : calls) {
+    Chain chain(host, std::move(picture), report);
+    for (const BoundCall &call : plan.calls) {
         chain.Run(call);
         for (const auto &[name, value] : chain.byref())
-            for (const SavedBlock &saved : savedBlocks)
+            for (const SavedBlock &saved : plan.savedBlocks)
                 if (SameName(saved.name, name) && value.Is<Ref>())
                     harvest.files[saved.path] = Copy(BytesOf(value.AsRef().block()));
     }
-    if (IsPicturePath(request.output))
+    if (request.output.empty())
+        return harvest;
+    if (TakesPicture(request.output, plan.calls))
         harvest.picture = ImageOf(chain.picture().picture());
-    else if (!request.output.empty())
+    else
         harvest.text = Copy(AsBytes(chain.last().AsRef().text().bytes()));
     return harvest;
 }
 
-void Save(const Harvest &harvest, const std::string &output) {
+void Save(const Harvest &harvest, const ApplyRequest &request) {
+    const std::string &output = request.output;
+    const bool toStream = output == kStandardStream;
     if (harvest.picture)
-        WriteImage(output, *harvest.picture);
+        WriteBytes(output, FileOf(toStream ? "standard output" + request.streamEnding : output, *harvest.picture));
     if (harvest.text)
         WriteBytes(output, *harvest.text);
     for (const auto &[path, bytes] : harvest.files)
         WriteBytes(path, bytes);
 }
 
-} // namespace
-
-Outcome Apply(standin::Host &host, const ApplyRequest &request) {
+void RunAndSave(const standin::HostDescription &description, const ApplyRequest &request, ApplyReport &report) {
+    standin::Host host(description);
     std::optional<Harvest> harvest;
-    std::string failure;
     try {
-        harvest = RunAll(host, request);
+        harvest = RunAll(host, request, report);
     } catch (const CallFailed &failed) {
-        failure = failed.what();
+        report.error = failed.what();
+        report.raised = failed.raised;
     }
     host.Finish(); // by now nothing of the host's is held here any more: what is still out, the module kept
-    const std::vector<std::string> violations = host.TakeViolations();
-    for (const std::string &violation : violations)
-        fmt::print(stderr, "kvt: violation: {}\n", violation);
-    if (!failure.empty())
-        fmt::print(stderr, "kvt: {}\n", failure);
-    if (!violations.empty())
-        return Violated;
-    if (!harvest)
-        return Failed;
-    Save(*harvest, request.output);
-    return Done;
+    report.violations = host.TakeViolations();
+    if (harvest && report.violations.empty())
+        Save(*harvest, request);
+    report.outcome = !report.violations.empty() ? Violated : harvest ? Done : Failed;
+}
+
+} // namespace
+
+ApplyReport Apply(const standin::HostDescription &host, const ApplyRequest &request) {
+    ApplyReport report;
+    const auto start = std::chrono::steady_clock::now();
+    try {
+        RunAndSave(host, request, report);
+    } catch (const std::bad_alloc &) {
+        report.error = "there is not enough memory";
+    } catch (const std::exception &error) {
+        report.error = error.what();
+    }
+    report.time = std::chrono::steady_clock::now() - start;
+    return report;
+}
+
+void CheckCalls(const standin::HostDescription &description, const ApplyRequest &request) {
+    standin::Host host(description);
+    MakePlan(host, request);
+}
+
+SavedBlock ParseSavedBlock(const std::string &option) {
+    const std::size_t sign = option.find('=');
+    if (sign == option.npos || sign == 0 || sign + 1 == option.size())
+        throw UserError(fmt::format("--save-block {}: expected NAME=FILE", option));
+    return {option.substr(0, sign), option.substr(sign + 1)};
 }
 
 } // namespace tools

@@ -1,5 +1,6 @@
 #include "tools/bound_call.h"
 
+#include "tools/nearest.h"
 #include "tools/picture_files.h"
 #include "tools/wav_file.h"
 
@@ -9,7 +10,6 @@
 #include <filesystem>
 #include <fmt/format.h>
 #include <limits>
-#include <numeric>
 
 namespace tools {
 namespace {
@@ -48,30 +48,6 @@ bool HasTable(const RegisteredClass &definition) {
     return table && table->record.setter;
 }
 
-bool StartsWith(std::string_view text, std::string_view start) {
-    return text.size() >= start.size() && SameName(text.substr(0, start.size()), start);
-}
-
-/// How many letters must be inserted, left out or replaced to make one name the other.
-std::size_t Distance(std::string_view a, std::string_view b) {
-    std::vector<std::size_t> row(b.size() + 1);
-    std::iota(row.begin(), row.end(), std::size_t{0});
-    for (std::size_t i = 1; i <= a.size(); ++i) {
-        std::size_t diagonal = std::exchange(row[0], i);
-        for (std::size_t j = 1; j <= b.size(); ++j) {
-            const std::size_t replaced = diagonal + (SameName(a.substr(i - 1, 1), b.substr(j - 1, 1)) ? 0 : 1);
-            diagonal = row[j];
-            row[j] = std::min({row[j] + 1, row[j - 1] + 1, replaced});
-        }
-    }
-    return row.back();
-}
-
-std::string Suggestion(std::string_view written, const std::vector<std::string_view> &names) {
-    const std::string_view nearest = NearestName(written, names);
-    return nearest.empty() ? "" : fmt::format("; did you mean \"{}\"?", nearest);
-}
-
 /// Binds one call; what it fails with shows the call and the declarations that it could have meant.
 class Binder {
   public:
@@ -107,7 +83,10 @@ class Binder {
         for (const auto &definition : host_.Classes())
             names.push_back(definition->name);
         const std::string suggestion = Suggestion(call_.name, names);
-        Fail(fmt::format("there is no method or class \"{}\"{}", call_.name,
+        // A file that is not there is read as a call.
+        const bool couldBeFile = call_.arguments.empty() && !call_.assigned;
+        Fail(fmt::format("there is no method or class \"{}\"{}{}", call_.name,
+                         couldBeFile ? fmt::format(", and no file \"{}\"", call_.text) : "",
                          suggestion.empty() ? "; kvt list shows what there is" : suggestion),
              call_.namePlace);
     }
@@ -146,6 +125,7 @@ class Binder {
             FailWithoutPicture(call_.namePlace);
 
         BoundCall bound;
+        bound.text = call_.text;
         bound.target = chosen->target;
         bound.name = declaration.name;
         bound.method = chosen->method;
@@ -181,6 +161,7 @@ class Binder {
                  call_.member.empty() ? Place{call_.text.size(), 1} : call_.memberPlace);
 
         BoundCall bound;
+        bound.text = call_.text;
         bound.target = Target::Class;
         bound.name = definition.name;
         bound.method = member;
@@ -321,18 +302,5 @@ bool BoundCall::YieldsString() const {
 }
 
 BoundCall Bind(standin::Host &host, const Call &call, bool hasPicture) { return Binder(host, call, hasPicture).Run(); }
-
-std::string_view NearestName(std::string_view written, const std::vector<std::string_view> &names) {
-    std::string_view nearest;
-    std::size_t least = std::max<std::size_t>(2, written.size() / 3) + 1;
-    for (const std::string_view name : names) {
-        const std::size_t distance = StartsWith(name, written) ? 1 : Distance(written, name);
-        if (distance < least) {
-            least = distance;
-            nearest = name;
-        }
-    }
-    return nearest;
-}
 
 } // namespace tools

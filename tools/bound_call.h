@@ -25,6 +25,7 @@ struct BoundCall {
     enum class Target { PictureMethod, GlobalMethod, Class };
 
     Target target = Target::PictureMethod;
+    std::string text;                                  ///< as written
     std::string name;                                  ///< as declared
     const standin::RegisteredMethod *method = nullptr; ///< of a class: the member that is called
     std::vector<Slot> arguments;                       ///< one for each parameter, left-out ones too
@@ -40,8 +41,5 @@ struct BoundCall {
 /// Finds the method or class that a call names and makes its values. `hasPicture` says whether there is a current
 /// picture at that point of the chain. Throws CallError, or UserError for a file that cannot be used.
 BoundCall Bind(standin::Host &host, const Call &call, bool hasPicture);
-
-/// The name among `names` that someone may have meant; empty when none is near.
-std::string_view NearestName(std::string_view written, const std::vector<std::string_view> &names);
 
 } // namespace tools

@@ -2,9 +2,9 @@
 
 #include "standin/elf_file.h"
 #include "standin/module_file.h"
-#include "tools/bound_call.h"
 #include "tools/check_rules.h"
 #include "tools/files.h"
+#include "tools/nearest.h"
 
 #include <algorithm>
 #include <chrono>
@@ -31,10 +31,9 @@ std::vector<const Rule *> ChosenRules(const std::vector<std::string> &names) {
         known.emplace_back(rule.name);
     for (const std::string &name : names)
         if (std::find(known.begin(), known.end(), name) == known.end()) {
-            const std::string_view nearest = NearestName(name, known);
+            const std::string suggestion = Suggestion(name, known);
             throw UserError(fmt::format("--only {}: there is no such rule{}", name,
-                                        nearest.empty() ? "; kvt check --list shows them"
-                                                        : fmt::format("; did you mean \"{}\"?", nearest)));
+                                        suggestion.empty() ? "; kvt check --list shows them" : suggestion));
         }
     std::vector<const Rule *> chosen;
     for (const Rule &rule : Rules())

@@ -13,6 +13,7 @@ namespace {
 struct ListOptions {
     HostOptions host;
     std::string filter;
+    bool json = false;
 };
 
 void RunList(const ListOptions &options) {
@@ -20,7 +21,10 @@ void RunList(const ListOptions &options) {
     const std::string text = ListInterface(host, options.filter);
     if (text.empty())
         throw UserError(fmt::format("nothing in the interface has \"{}\" in its name", options.filter));
-    fmt::print("{}", text);
+    if (options.json)
+        fmt::print("{}\n", InterfaceJson(host, options.filter));
+    else
+        fmt::print("{}", text);
 }
 
 } // namespace
@@ -28,8 +32,13 @@ void RunList(const ListOptions &options) {
 void AddListCommand(CLI::App &program, Outcome &outcome) {
     CLI::App *command = program.add_subcommand("list", "Print the interface as the host received it");
     const auto options = std::make_shared<ListOptions>();
-    command->add_option("name", options->filter, "only what has this in its name");
+    command->add_option("name", options->filter, "only what has this in its name")->type_name("NAME");
+    command->add_flag("--json", options->json, "print one JSON object, with parameters and their defaults");
     AddHostOptions(*command, options->host);
+    command->footer(R"(Examples:
+  kvt list
+  kvt list Sepia
+  kvt list --json)");
     command->callback([options, &outcome] {
         RunList(*options);
         outcome = Done;

@@ -20,9 +20,10 @@ void WriteSample(const SampleOptions &options) {
         WriteBytes(options.output, WavOf(SampleSound()));
     } else if (ending == ".cube") {
         WriteBytes(options.output, AsBytes(CubeText(SampleTable())));
-    } else if (IsPicturePath(options.output)) {
+    } else if (const bool toStream = options.output == kStandardStream; toStream || IsPicturePath(options.output)) {
         const auto [width, height] = ParseSize(options.size);
-        WriteImage(options.output, SamplePicture(width, height, !options.opaque));
+        const Image image = SamplePicture(width, height, !options.opaque);
+        WriteBytes(options.output, FileOf(toStream ? "standard output.png" : options.output, image));
     } else {
         throw UserError(fmt::format("{}: samples are .png, .jpg, .jpeg, .bmp, .wav or .cube files", options.output));
     }
@@ -34,9 +35,18 @@ void AddSampleCommand(CLI::App &program, Outcome &outcome) {
     CLI::App *command =
         program.add_subcommand("sample", "Write a sample picture, sound or color table to try things on");
     const auto options = std::make_shared<SampleOptions>();
-    command->add_option("output", options->output, "a picture, .wav or .cube file")->required();
-    command->add_option("--size", options->size, "of the picture: WxH in pixels")->capture_default_str();
+    command
+        ->add_option("output", options->output,
+                     "a picture, .wav or .cube file; - is standard output, for a PNG picture")
+        ->type_name("FILE")
+        ->required();
+    command->add_option("--size", options->size, "of the picture in pixels")->type_name("WxH")->capture_default_str();
     command->add_flag("--opaque", options->opaque, "a picture without alpha");
+    command->footer(R"(Examples:
+  kvt sample photo.png --opaque
+  kvt sample large.jpg --size 6000x4000
+  kvt sample voice.wav
+  kvt sample film.cube)");
     command->callback([options, &outcome] {
         WriteSample(*options);
         outcome = Done;

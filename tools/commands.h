@@ -17,7 +17,4 @@ void AddSampleCommand(CLI::App &program, Outcome &outcome);
 void AddGalleryCommand(CLI::App &program, Outcome &outcome);
 void AddCheckCommand(CLI::App &program, Outcome &outcome);
 
-/// How calls are written, with examples; for help.
-extern const char *const kCallsHelp;
-
 } // namespace tools

@@ -3,9 +3,9 @@
 #include <algorithm>
 #include <cctype>
 #include <cerrno>
+#include <csignal>
 #include <cstdio>
 #include <cstring>
-#include <fcntl.h>
 #include <filesystem>
 #include <fmt/format.h>
 #include <memory>
@@ -16,8 +16,37 @@
 namespace tools {
 namespace {
 
+using OpenFile = std::unique_ptr<std::FILE, int (*)(std::FILE *)>;
+
 [[noreturn]] void Fail(const std::string &path, std::string_view what) {
     throw UserError(fmt::format("{}: {}: {}", path, what, std::strerror(errno)));
+}
+
+/// While it lives, signals that ask the program to end wait.
+class HeldSignals {
+  public:
+    HeldSignals() {
+        sigset_t ends;
+        sigemptyset(&ends);
+        for (const int signal : {SIGHUP, SIGINT, SIGTERM})
+            sigaddset(&ends, signal);
+        sigprocmask(SIG_BLOCK, &ends, &before_);
+    }
+    ~HeldSignals() { sigprocmask(SIG_SETMASK, &before_, nullptr); }
+    HeldSignals(const HeldSignals &) = delete;
+    HeldSignals &operator=(const HeldSignals &) = delete;
+
+  private:
+    sigset_t before_;
+};
+
+void WriteAll(int descriptor, const std::string &path, std::span<const unsigned char> bytes) {
+    while (!bytes.empty()) {
+        const ssize_t written = write(descriptor, bytes.data(), bytes.size());
+        if (written < 0 && errno != EINTR)
+            Fail(path, "cannot be written");
+        bytes = bytes.subspan(static_cast<std::size_t>(std::max<ssize_t>(written, 0)));
+    }
 }
 
 /// A new file beside `path`, removed again unless it has taken the name.
@@ -37,51 +66,72 @@ class Replacement {
     Replacement(const Replacement &) = delete;
     Replacement &operator=(const Replacement &) = delete;
 
-    void Write(std::span<const unsigned char> bytes) {
-        while (!bytes.empty()) {
-            const ssize_t written = write(descriptor_, bytes.data(), bytes.size());
-            if (written < 0 && errno != EINTR)
-                Fail(path_, "cannot be written");
-            bytes = bytes.subspan(static_cast<std::size_t>(std::max<ssize_t>(written, 0)));
-        }
-    }
-    void TakeName() {
-        const mode_t mask = umask(0);
-        umask(mask);
-        if (fchmod(descriptor_, 0666 & ~mask) != 0 || close(std::exchange(descriptor_, -1)) != 0 ||
+    void Write(std::span<const unsigned char> bytes) { WriteAll(descriptor_, path_, bytes); }
+    void TakeName(mode_t mode) {
+        if (fchmod(descriptor_, mode) != 0 || close(std::exchange(descriptor_, -1)) != 0 ||
             rename(temporary_.c_str(), path_.c_str()) != 0)
             Fail(path_, "cannot be written");
         done_ = true;
     }
 
   private:
+    HeldSignals signals_;
     std::string path_;
     std::string temporary_;
     int descriptor_ = -1;
     bool done_ = false;
 };
 
-} // namespace
-
-Bytes ReadBytes(const std::string &path) {
-    if (std::filesystem::is_directory(path))
-        throw UserError(fmt::format("{}: is a folder, not a file", path));
-    const std::unique_ptr<std::FILE, int (*)(std::FILE *)> file(std::fopen(path.c_str(), "rb"), &std::fclose);
-    if (!file)
-        Fail(path, "cannot be opened");
+Bytes ReadAll(std::FILE *file, const std::string &path) {
     Bytes bytes;
     unsigned char part[65536];
-    while (const std::size_t got = std::fread(part, 1, sizeof part, file.get()))
+    while (const std::size_t got = std::fread(part, 1, sizeof part, file))
         bytes.insert(bytes.end(), part, part + got);
-    if (std::ferror(file.get()))
+    if (std::ferror(file))
         Fail(path, "cannot be read");
     return bytes;
 }
 
+void MakeFolderOf(const std::string &path) {
+    const std::filesystem::path folder = std::filesystem::path(path).parent_path();
+    std::error_code error;
+    if (!folder.empty() && !std::filesystem::create_directories(folder, error) && error)
+        throw UserError(fmt::format("{}: its folder cannot be made: {}", path, error.message()));
+}
+
+} // namespace
+
+Bytes ReadBytes(const std::string &path) {
+    if (path == kStandardStream) {
+        static const Bytes input = ReadAll(stdin, "standard input");
+        return input;
+    }
+    if (std::filesystem::is_directory(path))
+        throw UserError(fmt::format("{}: is a folder, not a file", path));
+    const OpenFile file(std::fopen(path.c_str(), "rb"), &std::fclose);
+    if (!file)
+        Fail(path, "cannot be opened");
+    return ReadAll(file.get(), path);
+}
+
 void WriteBytes(const std::string &path, std::span<const unsigned char> bytes) {
-    Replacement replacement(path);
+    if (path == kStandardStream)
+        return WriteAll(STDOUT_FILENO, "standard output", bytes);
+    struct stat there {};
+    const bool exists = stat(path.c_str(), &there) == 0;
+    if (exists && !S_ISREG(there.st_mode)) {
+        const OpenFile file(std::fopen(path.c_str(), "wb"), &std::fclose);
+        if (!file)
+            Fail(path, "cannot be written");
+        return WriteAll(fileno(file.get()), path, bytes);
+    }
+    MakeFolderOf(path);
+    const mode_t mask = umask(0);
+    umask(mask);
+    // A link stays, and what it leads to is replaced.
+    Replacement replacement(exists ? std::filesystem::canonical(path).string() : path);
     replacement.Write(bytes);
-    replacement.TakeName();
+    replacement.TakeName(exists ? there.st_mode & 07777 : 0666 & ~mask);
 }
 
 std::string_view AsText(std::span<const unsigned char> bytes) {

@@ -15,11 +15,16 @@ struct UserError : std::runtime_error {
     using runtime_error::runtime_error;
 };
 
-/// All bytes of a file. Throws UserError, with the path and the reason.
+/// In the place of a path: standard input, or standard output.
+constexpr std::string_view kStandardStream = "-";
+
+/// All bytes of a file. Standard input is read when it is asked for first, and remembered. Throws UserError, with the
+/// path and the reason.
 Bytes ReadBytes(const std::string &path);
 
-/// Writes a file whole or not at all: the bytes go to a new file in the same folder, which then takes the name. Throws
-/// UserError and leaves what was there untouched.
+/// Writes a file whole or not at all, making the folders that it needs: the bytes go to a new file in the same folder,
+/// which then takes the name, and signals that end the program wait until it has. What is no file, such as a device,
+/// is written to as it is. Throws UserError and leaves what was there untouched.
 void WriteBytes(const std::string &path, std::span<const unsigned char> bytes);
 
 std::string_view AsText(std::span<const unsigned char> bytes);

@@ -21,12 +21,12 @@ constexpr struct {
 };
 constexpr std::string_view kRowTable = "row-table"; ///< the one layout of a console host
 
-/// "alpha-low, alpha-high, ...", for help and messages.
-std::string LayoutNames() {
-    std::string names;
+/// The names of what a desktop host has.
+std::string Layouts(std::string_view separator) {
+    std::vector<std::string_view> names;
     for (const auto &layout : kLayouts)
-        names += fmt::format("{}{}", names.empty() ? "" : ", ", layout.name);
-    return names;
+        names.push_back(layout.name);
+    return fmt::format("{}", fmt::join(names, separator));
 }
 
 void ChooseLayout(standin::HostDescription &host, std::string_view name) {
@@ -40,7 +40,7 @@ void ChooseLayout(standin::HostDescription &host, std::string_view name) {
             return;
         }
     throw UserError(fmt::format("--layout {}: a {} host has {}", name, console ? "console" : "desktop",
-                                console ? std::string(kRowTable) : LayoutNames()));
+                                console ? std::string(kRowTable) : Layouts(", ")));
 }
 
 } // namespace
@@ -65,12 +65,16 @@ standin::HostDescription DescribeHost(const HostOptions &options) {
 }
 
 void AddHostOptions(CLI::App &command, HostOptions &options) {
-    command.add_option("--host", options.host, "kind of host: desktop or console")->capture_default_str();
-    command.add_option("--layout", options.layout,
-                       "how the host stores pixels: " + LayoutNames() + "; row-table on a console host");
+    command.add_option("--host", options.host, "kind of host")->type_name("desktop|console")->capture_default_str();
+    command
+        .add_option("--layout", options.layout,
+                    fmt::format("how the host stores pixels; {} on a console host", kRowTable))
+        ->type_name(fmt::format("{}|{}", Layouts("|"), kRowTable));
     command.add_option("--host-version", options.version, "a number, or none for a host that does not tell")
+        ->type_name("VERSION")
         ->capture_default_str();
-    command.add_option("--module", options.module, "the module's file; the one beside the program when left out");
+    command.add_option("--module", options.module, "the module's file; else the one beside the program")
+        ->type_name("FILE");
 }
 
 } // namespace tools

@@ -1,8 +1,8 @@
 #include "tools/list.h"
 
-#include <algorithm>
+#include "tools/json.h"
+
 #include <fmt/format.h>
-#include <iterator>
 
 namespace tools {
 namespace {
@@ -48,43 +48,101 @@ std::string Line(const RegisteredProperty &property) {
                               own ? "own accessors" : fmt::format("at byte {}", property.record.param)}));
 }
 
-/// The lines of those whose names contain the filter, under a heading; nothing when there is none.
-std::string Lines(std::string_view heading, const std::vector<RegisteredMethod> &methods, std::string_view filter) {
-    std::string lines;
-    std::size_t count = 0;
-    for (const RegisteredMethod &method : methods)
-        if (Contains(method.declaration.name, filter)) {
-            lines += Line(method);
-            ++count;
-        }
-    return count == 0 ? "" : fmt::format("{} ({})\n{}\n", heading, count, lines);
+std::string JsonOf(const RegisteredMethod &method) {
+    std::vector<std::string> parameters;
+    for (const standin::Parameter &parameter : method.declaration.parameters)
+        parameters.push_back(
+            json::Object({{"name", json::Text(parameter.name)},
+                          {"type", json::Text(standin::NameOf(parameter.type))},
+                          {"byref", json::Boolean(parameter.byref)},
+                          {"default", parameter.defaultText ? json::Text(*parameter.defaultText) : "null"}}));
+    return json::Object({{"name", json::Text(method.declaration.name)},
+                         {"declaration", json::Text(method.declaration.text)},
+                         {"parameters", json::Array(parameters)},
+                         {"result", json::Text(standin::NameOf(method.declaration.result))},
+                         {"console", json::Boolean((method.record.flags & kConsole) != 0)},
+                         {"assignable", json::Boolean(method.record.setter != nullptr)}});
 }
 
-std::string Lines(const RegisteredClass &definition, std::string_view filter) {
-    const std::string_view part = Contains(definition.name, filter) ? std::string_view() : filter;
+std::string JsonOf(const RegisteredProperty &property) {
+    return json::Object({{"name", json::Text(property.name)},
+                         {"type", json::Text(standin::NameOf(property.type))},
+                         {"console", json::Boolean((property.record.flags & kConsole) != 0)}});
+}
+
+std::string_view NameOf(const RegisteredMethod &method) { return method.declaration.name; }
+std::string_view NameOf(const RegisteredProperty &property) { return property.name; }
+
+/// Those of a kind whose names contain the filter.
+template <class Kind> std::vector<const Kind *> Chosen(const std::vector<Kind> &all, std::string_view filter) {
+    std::vector<const Kind *> chosen;
+    for (const Kind &one : all)
+        if (Contains(NameOf(one), filter))
+            chosen.push_back(&one);
+    return chosen;
+}
+
+template <class Kind> std::string Lines(const std::vector<const Kind *> &chosen) {
     std::string lines;
-    for (const RegisteredProperty &property : definition.properties)
-        if (Contains(property.name, part))
-            lines += Line(property);
-    for (const RegisteredMethod &method : definition.methods)
-        if (Contains(method.declaration.name, part))
-            lines += Line(method);
-    if (lines.empty())
-        return lines;
-    return fmt::format("Class {} ({} bytes of instance data){}\n{}\n", definition.name, definition.record.instanceSize,
-                       Notes({Flags(definition.record.flags)}), lines);
+    for (const Kind *one : chosen)
+        lines += Line(*one);
+    return lines;
+}
+
+template <class Kind> std::string JsonOf(const std::vector<const Kind *> &chosen) {
+    std::vector<std::string> objects;
+    for (const Kind *one : chosen)
+        objects.push_back(JsonOf(*one));
+    return json::Array(objects);
+}
+
+/// The lines under a heading; nothing when there is none.
+std::string Section(std::string_view heading, const std::vector<const RegisteredMethod *> &methods) {
+    return methods.empty() ? "" : fmt::format("{} ({})\n{}\n", heading, methods.size(), Lines(methods));
+}
+
+/// What is listed of a class: all when its name contains the filter.
+struct ChosenClass {
+    const RegisteredClass *definition;
+    std::vector<const RegisteredProperty *> properties;
+    std::vector<const RegisteredMethod *> methods;
+};
+
+std::vector<ChosenClass> ChosenClasses(const standin::Host &host, std::string_view filter) {
+    std::vector<ChosenClass> classes;
+    for (const auto &definition : host.Classes()) {
+        const std::string_view part = Contains(definition->name, filter) ? std::string_view() : filter;
+        ChosenClass chosen{definition.get(), Chosen(definition->properties, part), Chosen(definition->methods, part)};
+        if (!chosen.properties.empty() || !chosen.methods.empty())
+            classes.push_back(std::move(chosen));
+    }
+    return classes;
 }
 
 } // namespace
 
 std::string ListInterface(const standin::Host &host, std::string_view filter) {
-    std::string text = Lines("Global methods", host.GlobalMethods(), filter);
-    text += Lines("Methods of Picture", host.PictureMethods(), filter);
-    for (const auto &definition : host.Classes())
-        text += Lines(*definition, filter);
+    std::string text = Section("Global methods", Chosen(host.GlobalMethods(), filter));
+    text += Section("Methods of Picture", Chosen(host.PictureMethods(), filter));
+    for (const auto &[definition, properties, methods] : ChosenClasses(host, filter))
+        text += fmt::format("Class {} ({} bytes of instance data){}\n{}{}\n", definition->name,
+                            definition->record.instanceSize, Notes({Flags(definition->record.flags)}),
+                            Lines(properties), Lines(methods));
     if (!text.empty())
         text.pop_back(); // the empty line behind the last group
     return text;
+}
+
+std::string InterfaceJson(const standin::Host &host, std::string_view filter) {
+    std::vector<std::string> classes;
+    for (const auto &[definition, properties, methods] : ChosenClasses(host, filter))
+        classes.push_back(json::Object({{"name", json::Text(definition->name)},
+                                        {"instanceBytes", fmt::format("{}", definition->record.instanceSize)},
+                                        {"properties", JsonOf(properties)},
+                                        {"methods", JsonOf(methods)}}));
+    return json::Object({{"globalMethods", JsonOf(Chosen(host.GlobalMethods(), filter))},
+                         {"pictureMethods", JsonOf(Chosen(host.PictureMethods(), filter))},
+                         {"classes", json::Array(classes)}});
 }
 
 } // namespace tools

@@ -11,4 +11,7 @@ namespace tools {
 /// With a filter, those whose name contains it; a class whose name does is listed whole.
 std::string ListInterface(const standin::Host &host, std::string_view filter);
 
+/// The same as one JSON object; nothing in it when nothing has the filter in its name.
+std::string InterfaceJson(const standin::Host &host, std::string_view filter);
+
 } // namespace tools

@@ -2,6 +2,7 @@
 
 #include "tools/bound_call.h"
 
+#include <optional>
 #include <stdexcept>
 
 namespace tools {
@@ -9,6 +10,7 @@ namespace tools {
 /// A call that came to nothing: it returned nil or false, or raised an exception.
 struct CallFailed : std::runtime_error {
     using runtime_error::runtime_error;
+    std::optional<standin::RaisedException> raised = {};
 };
 
 /// Makes a call, of a class its run. `picture` is the current one, which serves as `me`; a picture that the call yields

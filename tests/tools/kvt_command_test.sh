@@ -167,7 +167,7 @@ Run 2 apply s.bmp InvertKVT 'InvertKVT(10, 5 200)' -o none.png
 Says '  InvertKVT(10, 5 200)'
 Says '                  ^^^'
 Run 2 apply s.bmp InvertKVTT -o none.png
-Says 'there is no method or class "InvertKVTT"; did you mean "InvertKVT"?'
+Says 'there is no method or class "InvertKVTT", and no file "InvertKVTT"; did you mean "InvertKVT"?'
 Run 2 apply s.bmp 'InvertKVT(1, 2)' -o none.png
 Says 'no InvertKVT takes 2 arguments'
 Says '  InvertKVT(left as integer,top as integer,width as integer,height as integer) as picture'
@@ -194,9 +194,20 @@ Says 'no call has a byref memory block "cyan"'
 Run 2 apply s.bmp InvertKVT -o none.png --host console --layout alpha-high
 Says 'a console host has row-table'
 Run 2 apply s.bmp InvertKVT -o none.png --module missing.so
-Run 2 apply s.bmp InvertKVT -o missing/none.png
-Run 2 frobnicate
-Says 'frobnicate'
+Run 2 apply s.bmp InvertKVT -o s.bmp/none.png
+Run 2 apply InvertKVT -o none.png
+Says '"InvertKVT" is read as a call, for there is no such file'
+Run 2 apply s.bmp a.gif alpha.png -o none.png
+Says '"alpha.png" is a picture, and stands behind "a.gif"'
+Run 2 apply s.bmp s.png InvertKVT 'CountColorKVT(&cGG)' -o 'none{name}.png' # once, before anything runs
+Equal "messages" 1 "$(grep -c '^kvt:' err)"
+Run 2 apply s.bmp --json -o - InvertKVT
+Run 2 aply s.bmp
+Says 'there is no command "aply"; did you mean "apply"?'
+Run 2 apply s.bmp InvertKVT --outptu none.png
+Says 'there is no option "--outptu"; did you mean "--output"?'
+Run 2 sample none.png other.png
+Says '"other.png" is one word too many'
 
 # Calls that come to nothing, and a module that breaks the rules.
 Run 1 apply s.bmp InvertKVT 'TintPictureKVT(nil, &c555555, &cFFF0C0)' -o none.png
@@ -238,6 +249,74 @@ Run 2 check missing.so
 Says 'missing.so: cannot be opened'
 Run 2 check --time-limit 0
 Run 2 check "$module" "$broken"
+
+# Standard streams: a picture in, a picture or a string out, answers apart from it.
+for flags in "--format bmp" ""; do
+    # shellcheck disable=SC2086 # several words or none
+    "$kvt" apply - InvertKVT 'CountColorKVT(&cFFFFFF)' -o - $flags <s.bmp >piped 2>answers
+    Run 0 apply piped InvertKVT -o piped.bmp
+    Same s.bmp piped.bmp
+    Equal "answer beside a picture on standard output" "CountColorKVT = 2" "$(cat answers)"
+done
+Equal "what --format gave, and what comes without it" "PNG" "$(head -c 4 piped | tail -c 3)"
+"$kvt" apply s.bmp 'PicturetoBinaryStringKVT(me)' -o - 2>answers | "$kvt" make 'BinaryStringtoPictureKVT(@-)' -o back.bmp
+Same s.bmp back.bmp
+"$kvt" apply - - 'MergePictureKVT(me, -)' -o 'merged{name}.bmp' <s.bmp 2>err >out # one place for two results
+Equal "status" 2 $?
+"$kvt" apply s.bmp alpha.png 'FindPicture(-, -1, -1)' <s.bmp >out # all processes see the same
+Equal "finds" "s.bmp: FindPicture = true,alpha.png: FindPicture = false," "$(grep FindPicture out | tr '\n' ,)"
+
+# Many pictures: answers in their order, one that fails does not keep the others, and the worst status counts.
+mkdir -p in/deep
+for i in 1 2 3 4 5 6 7; do "$kvt" sample "in/$i.png" --opaque --size "${i}x10"; done
+cp s.bmp in/deep/8.bmp
+echo "no picture" >in/4.png
+Run 2 apply in/*.png in/deep/8.bmp InvertKVT 'CountColorKVT(&cFFFFFF)' -j 3 -o '{dir}/out/{ext}-{name}.bmp'
+Says 'kvt: in/4.png: is no PNG, JPEG or BMP picture'
+Says 'kvt: 1 of 8 pictures failed'
+Equal "answers" "in/1.png in/2.png in/3.png in/5.png in/6.png in/7.png in/deep/8.bmp" \
+    "$(sed 's/: .*//' out | tr '\n' ' ' | sed 's/ $//')"
+Equal "results" "bmp-8.bmp png-1.bmp png-2.bmp png-3.bmp png-5.bmp png-6.bmp png-7.bmp" \
+    "$(find in -name '*-*.bmp' -printf '%f\n' | sort | tr '\n' ' ' | sed 's/ $//')"
+Same inverted.bmp in/deep/out/bmp-8.bmp
+Run 3 apply in/1.png in/2.png DieKVT --module "$broken"
+Says 'kvt: in/2.png: ended by signal 9'
+Run 2 apply in/1.png in/2.png InvertKVT -o same.png
+Says 'the results of in/1.png and in/2.png would both go there'
+Run 2 apply in/1.png in/2.png InvertKVT -o 'in/{nmae}.png'
+Says '{nmae}: expected {name}, {dir} or {ext}, or {{ for a brace; did you mean "name"?'
+Run 2 apply in/1.png in/2.png InvertKVT -o '{dir}/2.png'
+Says 'the result of in/1.png would replace this input'
+
+# One document, whatever the number of pictures and however they end.
+Run 2 apply in/3.png in/4.png 'FindPicture(in/3.png, 0, 0)' ColornessKVT --json
+Equal "input, status and typed values" \
+    "in/3.png 0 True 0 Integer 0.9 Double | in/4.png 2 is no PNG, JPEG or BMP picture" "$(python3 -c '
+import json, re, sys
+first, second = json.load(sys.stdin)
+find, colorness = first["calls"]
+print(first["input"], first["status"], find["result"]["value"], find["byref"][0]["value"], find["byref"][0]["type"],
+      colorness["result"]["value"], colorness["result"]["type"], "|", second["input"], second["status"],
+      re.search("is no [^(]*", second["error"]).group().strip())' <out)"
+Run 1 apply s.bmp 'ReplaceRedChannelKVT(nil)' --json
+Equal "exception" NilObjectException "$(python3 -c 'import json, sys; print(json.load(sys.stdin)[0]["raised"]["class"])' <out)"
+Run 0 list --json
+Equal "listed" "6 39 2" "$(python3 -c '
+import json, sys
+print(*(len(part) for part in json.load(sys.stdin).values()))' <out)"
+
+# A signal ends the processes too, and leaves no half-written file; on a terminal a bar shows how far it is.
+Run 0 sample large.bmp --size 3000x3000
+for i in 1 2 3 4; do cp large.bmp "in/large$i.bmp"; done
+"$kvt" apply in/large*.bmp InvertKVT -j 4 -o 'late/{name}.bmp' &
+sleep 0.3
+kill -TERM $!
+wait $!
+Equal "status after a signal" 143 $?
+Equal "files that are not whole" "" "$(find . -name '*.bmp.??????' -o -path './late/*' ! -size +26000k)"
+script -qec "$kvt apply in/1.png in/2.png isGrayKVT -j 1" /dev/null >out
+checks=$((checks + 1))
+grep -qF "[####################....................] 1/2" out || Fail "no bar on a terminal"
 
 # An existing result stays until there is a new one.
 cp inverted.bmp kept.bmp

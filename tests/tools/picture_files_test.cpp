@@ -71,10 +71,23 @@ TEST_F(Files, AFileIsWrittenWholeOrNotAtAll) {
     const Image image = SamplePicture(8, 8, false);
     EXPECT_THROW(WriteImage(Path("folder.png"), image), UserError);      // the name cannot be taken
     EXPECT_THROW(WriteImage(Path("a.gif"), image), UserError);           // no such kind
-    EXPECT_THROW(WriteImage(Path("no/a.png"), image), UserError);        // no such folder
+    EXPECT_THROW(WriteImage(Path("a.png/b.png"), image), UserError);     // a folder that cannot be made
     EXPECT_THROW(WriteImage(Path("b.png"), MakeImage(0, 0)), UserError); // no pixels
     EXPECT_EQ(ReadBytes(Path("a.png")), old);
     EXPECT_EQ(Count(), 2u) << "something was left behind";
+}
+
+TEST_F(Files, FoldersAreMadeAndLinksAndModesStay) {
+    const Bytes content = {1, 2, 3};
+    WriteBytes(Path("new/deep/a.bin"), content);
+    std::filesystem::permissions(Path("new/deep/a.bin"), std::filesystem::perms::owner_all);
+    std::filesystem::create_symlink("new/deep/a.bin", Path("link.bin"));
+    WriteBytes(Path("link.bin"), AsBytes("xy"));
+    EXPECT_TRUE(std::filesystem::is_symlink(Path("link.bin")));
+    EXPECT_EQ(AsText(ReadBytes(Path("new/deep/a.bin"))), "xy");
+    EXPECT_EQ(std::filesystem::status(Path("new/deep/a.bin")).permissions(), std::filesystem::perms::owner_all);
+    WriteBytes("/dev/null", content);
+    EXPECT_TRUE(std::filesystem::is_character_file("/dev/null"));
 }
 
 TEST_F(Files, WhatIsNoPictureIsRefused) {

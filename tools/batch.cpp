@@ -1,0 +1,121 @@
+#include "tools/batch.h"
+
+#include "tools/files.h"
+#include "tools/nearest.h"
+#include "tools/picture_files.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <fmt/format.h>
+#include <map>
+
+namespace tools {
+namespace {
+
+namespace fs = std::filesystem;
+
+bool LooksLikeInput(const std::string &word) {
+    std::error_code ignored;
+    const bool hasNoSignOfACall = word.find_first_of("(=") == word.npos;
+    return word == kStandardStream || fs::is_regular_file(word, ignored) || (hasNoSignOfACall && IsPicturePath(word));
+}
+
+std::string PartOf(std::string_view name, const std::string &input) {
+    const bool isStream = input == kStandardStream;
+    const fs::path path(isStream ? "stdin.png" : input);
+    if (name == "name")
+        return path.stem().string();
+    if (name == "dir")
+        return path.has_parent_path() ? path.parent_path().string() : ".";
+    if (name == "ext")
+        return path.has_extension() ? path.extension().string().substr(1) : "";
+    throw UserError(fmt::format("{{{}}}: expected {{name}}, {{dir}} or {{ext}}, or {{{{ for a brace{}", name,
+                                Suggestion(name, {"name", "dir", "ext"})));
+}
+
+/// The same for every way to write a path.
+std::string Place(const std::string &path) {
+    return path == kStandardStream ? path : fs::weakly_canonical(fs::absolute(path)).string();
+}
+
+/// Every place that a request writes to, as the user wrote it.
+std::vector<std::string> Targets(const ApplyRequest &request) {
+    std::vector<std::string> targets;
+    if (!request.output.empty())
+        targets.push_back(request.output);
+    for (const std::string &block : request.savedBlocks)
+        targets.push_back(ParseSavedBlock(block).path);
+    return targets;
+}
+
+void CheckTargets(const std::vector<ApplyRequest> &requests) {
+    std::map<std::string, const ApplyRequest *> readers;
+    for (const ApplyRequest &request : requests)
+        readers.emplace(Place(*request.input), &request);
+    std::map<std::string, const ApplyRequest *> writers;
+    for (const ApplyRequest &request : requests)
+        for (const std::string &target : Targets(request)) {
+            const std::string place = Place(target);
+            const auto [writer, isFirst] = writers.emplace(place, &request);
+            if (!isFirst)
+                throw UserError(writer->second == &request
+                                    ? fmt::format("{}: two results would go there", target)
+                                    : fmt::format("{}: the results of {} and {} would both go there; {{name}}, {{dir}} "
+                                                  "and {{ext}} in a path stand for the parts of the input's",
+                                                  target, *writer->second->input, *request.input));
+            const auto reader = readers.find(place);
+            if (place != kStandardStream && reader != readers.end() && reader->second != &request)
+                throw UserError(fmt::format("{}: the result of {} would replace this input", target, *request.input));
+        }
+}
+
+} // namespace
+
+Words SplitWords(const std::vector<std::string> &words) {
+    const auto firstCall = std::find_if_not(words.begin(), words.end(), LooksLikeInput);
+    if (firstCall == words.begin())
+        throw UserError(words.empty()
+                            ? "apply needs a picture: kvt apply PICTURE... CALL..."
+                            : fmt::format("\"{}\" is read as a call, for there is no such file and it has no picture's "
+                                          "ending; apply needs a picture before it (make needs none)",
+                                          words[0]));
+    const auto stray = std::find_if(firstCall, words.end(), LooksLikeInput);
+    if (stray != words.end())
+        throw UserError(fmt::format("\"{}\" is a picture, and stands behind \"{}\", which is read as a call, for there "
+                                    "is no such file; pictures come first",
+                                    *stray, *firstCall));
+    return {{words.begin(), firstCall}, {firstCall, words.end()}};
+}
+
+std::string FillIn(std::string_view pattern, const std::string &input) {
+    std::string path;
+    for (std::size_t at = 0; at < pattern.size(); ++at) {
+        if (pattern[at] != '{') {
+            path += pattern[at];
+        } else if (pattern.substr(at, 2) == "{{") {
+            path += pattern[at++];
+        } else {
+            const std::size_t end = pattern.find('}', at);
+            if (end == pattern.npos)
+                throw UserError(fmt::format("{}: a brace has no closing one; {{{{ stands for a brace", pattern));
+            path += PartOf(pattern.substr(at + 1, end - at - 1), input);
+            at = end;
+        }
+    }
+    return path;
+}
+
+std::vector<ApplyRequest> PlanBatch(const ApplyRequest &pattern, const std::vector<std::string> &inputs) {
+    std::vector<ApplyRequest> requests;
+    for (const std::string &input : inputs) {
+        ApplyRequest &request = requests.emplace_back(pattern);
+        request.input = input;
+        request.output = FillIn(pattern.output, input);
+        for (std::string &block : request.savedBlocks)
+            block = FillIn(block, input);
+    }
+    CheckTargets(requests);
+    return requests;
+}
+
+} // namespace tools
