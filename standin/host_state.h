@@ -39,7 +39,8 @@ struct HostState {
     int locksOfDead = 0; ///< of pictures that died while locks could not be given back; the same for strings' copies
     int copiesOfDead = 0;
     std::chrono::nanoseconds timeInEntries = {};
-    int depth = 0; ///< of entries within entries
+    int entered = 0; ///< how often the module called an entry
+    int depth = 0;   ///< of entries within entries
 
     void Violation(const std::string &sentence);
 
