@@ -51,6 +51,8 @@ const tools::Image &Scene(Size size) {
     return scene;
 }
 
+Size TenthOf(Size size) { return {std::max(1, size.width / 10), std::max(1, size.height / 10)}; }
+
 /// A warm film look: no output depends on one input alone, and every tetrahedron occurs.
 void FillTable(Host &host, const Ref &lut) {
     for (int r = 0; r < 16; ++r)
@@ -135,6 +137,13 @@ const Ref &Inputs::Black() {
     return Picture("black", size_, [](int, int) -> ColorValue { return 0; });
 }
 
+const Ref &Inputs::Specks() {
+    const Size gap = {std::max(1, TenthOf(size_).width - 1), std::max(1, TenthOf(size_).height - 1)};
+    return Picture("specks", size_, [gap](int x, int y) -> ColorValue {
+        return x % gap.width == 0 && y % gap.height == 0 ? kMark : 0xFFFFFF;
+    });
+}
+
 const Ref &Inputs::SparseMarks() {
     return Picture("sparse marks", size_, [scene = &Scene(size_)](int x, int y) -> ColorValue {
         const unsigned level = scene->At(x, y)[1];
@@ -168,19 +177,24 @@ const Ref &Inputs::LateNeedle() {
     });
 }
 
-const Ref &Inputs::AlmostWhite() {
-    const Size size = {std::max(1, size_.width / 10), std::max(1, size_.height / 10)};
-    return Picture("almost white", size, [size](int x, int y) -> ColorValue {
-        return x == size.width - 1 && y == size.height - 1 ? kMark : 0xFFFFFF;
+const Ref &Inputs::WhiteNeedle() {
+    return Picture("white needle", TenthOf(size_), [](int, int) -> ColorValue { return 0xFFFFFF; });
+}
+
+const Ref &Inputs::AlmostSingle() {
+    const Size size = TenthOf(size_);
+    return Picture("almost single", size, [size](int x, int y) -> ColorValue {
+        const bool last = x == size.width - 1 && y == size.height - 1;
+        return ((x + y) % 2 != 0) != last ? kGray : kMark;
     });
 }
 
 const Ref &Inputs::TwoColorsNeedle() {
     const Size size = {std::min(size_.width, kTwoColorsNeedleSize.width),
                        std::min(size_.height, kTwoColorsNeedleSize.height)};
-    return Picture("two colors needle", size, [size, random = Random(3)](int x, int y) mutable -> ColorValue {
-        const ColorValue color = random.Next() >> 31 ? kMark : kGray;
-        return x == size.width - 1 && y == size.height - 1 ? 0x102030 : color;
+    return Picture("two colors needle", size, [size](int x, int y) -> ColorValue {
+        const bool last = x == size.width - 1 && y == size.height - 1;
+        return last ? 0x102030 : (x + y * size.width) % 2 ? kMark : kGray;
     });
 }
 

@@ -24,6 +24,7 @@ class Inputs {
     const standin::Ref &TwoColors(); ///< random pixels of two colors
     const standin::Ref &White();
     const standin::Ref &Black();
+    const standin::Ref &Specks(); ///< white with a speck wherever the white needle would just have fitted
 
     // What marks a picture for the mask of colored rectangles.
     const standin::Ref &SparseMarks(); ///< the photo in gray, with a colored pixel here and there
@@ -34,8 +35,9 @@ class Inputs {
 
     // What is looked for.
     const standin::Ref &LateNeedle();      ///< occurs in the photo, near its end alone
-    const standin::Ref &AlmostWhite();     ///< white but for its last pixel
-    const standin::Ref &TwoColorsNeedle(); ///< 9 x 2 pixels of the same two colors, the last one of a third
+    const standin::Ref &WhiteNeedle();     ///< fits nowhere between the specks
+    const standin::Ref &AlmostSingle();    ///< of the checkerboard, but for its last pixel
+    const standin::Ref &TwoColorsNeedle(); ///< 9 x 2 pixels of the same two colors in turn, the last one of a third
 
     const standin::Ref &Table();      ///< memory block: a lookup table
     const standin::Ref &Sound();      ///< memory block: 8-bit samples of a low tone, as many as the picture has pixels
