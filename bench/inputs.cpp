@@ -209,10 +209,12 @@ const Ref &Inputs::Table() {
 
 const Ref &Inputs::Sound() {
     return Kept("sound", [&] {
+        constexpr double kFullTurn = 2 * 3.14159265358979323846;
+        const double step = kFullTurn / (3.0 * size_.height); // a column shows a third of a period, whatever the size
         Ref sound = host_.MakeBlock(size_.Pixels());
         const std::span samples(sound.block().memory.data(), size_.Pixels());
         for (std::size_t i = 0; i < samples.size(); ++i)
-            samples[i] = static_cast<unsigned char>(128 + 100 * std::sin(0.001 * static_cast<double>(i)));
+            samples[i] = static_cast<unsigned char>(128 + 100 * std::sin(step * static_cast<double>(i)));
         return sound;
     });
 }

@@ -1,4 +1,5 @@
 #include "bench/measuring.h"
+#include "bench/picture_export.h"
 #include "bench/printing.h"
 #include "bench/reference.h"
 #include "bench/scaling.h"
@@ -9,6 +10,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include <algorithm>
 #include <cstdlib>
 #include <fmt/format.h>
 #include <string>
@@ -21,6 +23,7 @@ struct Options {
     bench::Selection selection;
     std::string size; ///< empty: the tables of the large, the small and the one-pixel picture
     std::string reference;
+    std::string pictures; ///< a folder to write them into
     bool writeReference = false;
     bool scaling = false;
     bool checkRows = false;
@@ -100,7 +103,7 @@ int Run(int argc, char **argv) {
         "true in the environment."};
     app.add_option("operation", selection.names, "methods to measure, such as InvertKVT");
     app.add_option("--layout", selection.layouts, "layout pairs, such as high>high or table");
-    app.add_option("--level", selection.levels, "instruction-set levels: sse2, avx2, avx512");
+    app.add_option("--level", selection.levels, "instruction-set levels: sse2, avx2, avx512, best");
     app.add_option("--size", options.size, "WxH in pixels: only a list of the figures of this size");
     app.add_option("--runs", selection.runs, "the best of how many runs counts (default 7)")
         ->check(CLI::Range(1, 1000));
@@ -110,10 +113,19 @@ int Run(int argc, char **argv) {
     app.add_option("--reference", options.reference, "a file of ratios that none may be much worse than");
     app.add_flag("--write-reference", options.writeReference, "write this run's ratios to that file instead")
         ->needs("--reference");
+    app.add_option("--write-pictures", options.pictures,
+                   "only write the photo of 6000x4000 and what goes with it into this folder");
     app.add_flag("--check-rows", options.checkRows, "only check that every registered method has its line here");
     CLI11_PARSE(app, argc, argv);
     if (options.checkRows)
         return CheckRows();
+    if (!options.pictures.empty()) {
+        bench::WritePictures(options.pictures, bench::kLarge);
+        return 0;
+    }
+    if (const int best = bench::BestLevel({}); best >= 0)
+        std::replace(selection.levels.begin(), selection.levels.end(), std::string("best"),
+                     std::string(bench::kLevels[best]));
     bench::Reference reference(options.reference);
     const std::size_t worse = options.scaling ? bench::MeasureScaling(selection, options.format(), reference)
                                               : MeasureAll(options, reference);
