@@ -86,10 +86,12 @@ template <class Body> Result RunRoutine(const std::string &declaration, Body bod
     const InputWatch watch;
     ForPictures(&GuardedMemory::Seal);
     gHost->timeInEntries = {};
+    gHost->entered = 0;
     const auto start = std::chrono::steady_clock::now();
     body(result);
     result.time = std::chrono::steady_clock::now() - start;
     result.timeInHost = gHost->timeInEntries;
+    result.entered = gHost->entered;
     ForPictures(&GuardedMemory::Open);
     TakePending(result);
     watch.Report();

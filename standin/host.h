@@ -128,6 +128,7 @@ struct Result {
     std::optional<RaisedException> raised;
     std::chrono::nanoseconds time = {};       ///< of the call as a whole
     std::chrono::nanoseconds timeInHost = {}; ///< of it, inside host entries
+    int entered = 0;                          ///< how often the module called an entry
 
     Picture &picture() const { return value.AsPicture(); }
 };

@@ -41,7 +41,8 @@ struct HostState {
     int heapRequests = 0; ///< of the module, since start-up
     int heapBlocks = 0;   ///< that it was granted and has not freed
     std::chrono::nanoseconds timeInEntries = {};
-    int depth = 0; ///< of entries within entries
+    int entered = 0; ///< how often the module called an entry
+    int depth = 0;   ///< of entries within entries
 
     void Violation(const std::string &sentence, Concern concern = Concern::Calls);
 
