@@ -115,7 +115,7 @@ Outcome Check(const CheckRequest &request) {
             json += (json.empty() ? "" : ",\n") + JsonLine(*rule, account);
         } else {
             fmt::print("{}", PlainLines(*rule, account));
-            std::fflush(stdout); // some rules take their time
+            static_cast<void>(std::fflush(stdout)); // some rules take their time
         }
     }
     const std::size_t kept = rules.size() - broken;

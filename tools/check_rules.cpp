@@ -513,25 +513,31 @@ void CheckMissingEntries(const std::string &module, Report &report) {
 
 // Equal results.
 
-/// What calls gave, by their descriptions.
-using Results = std::map<std::string, std::vector<Seen>>;
+/// What calls gave when they were first made.
+class FirstResults {
+  public:
+    /// How a later call differs, in a sentence; empty when it does not, or is the first.
+    std::string DifferenceFrom(const Routine &routine, const Case &which, const std::vector<Seen> &seen) {
+        const std::string call = fmt::format("{}; round {}", routine.Describe(), which.round);
+        const auto [first, isNew] = results_.emplace(call, seen);
+        return isNew ? "" : Difference(first->second, seen);
+    }
+
+  private:
+    std::map<std::string, std::vector<Seen>> results_;
+};
 
 /// Alpha, which layouts hold in their own ways, is what this one yields.
 bool YieldsAlpha(const Routine &routine) { return routine.text.starts_with("EmbeddedMaskKVT") && !routine.assigns; }
 
-std::string CallName(const Routine &routine, const Case &which) {
-    return fmt::format("{}; round {}", routine.Describe(), which.round);
-}
-
 void CheckLayouts(const std::string &module, Report &report) {
-    Results first;
+    FirstResults first;
     ForEveryCall(
         module, report, Ordinary, [](HostDescription &) {},
         [&](Host &, const Place &place, const Routine &routine, const Case &which, Called &called) {
             if (place.form == standin::Form::GraphicsWorld || YieldsAlpha(routine))
                 return;
-            const auto [known, isNew] = first.emplace(CallName(routine, which), called.seen);
-            const std::string difference = isNew ? "" : Difference(known->second, called.seen);
+            const std::string difference = first.DifferenceFrom(routine, which, called.seen);
             if (!difference.empty())
                 report.FoundOnce(routine.Describe(), fmt::format("{}: {}, as in {}", Describe(routine, which, place),
                                                                  difference, Places()[0].name));
@@ -540,7 +546,7 @@ void CheckLayouts(const std::string &module, Report &report) {
 
 /// Calls every routine at one level in one place and compares with what is known already.
 void CompareAtLevel(const std::string &module, Report &report, const Place &place, int level, const char *name,
-                    Results &known) {
+                    FirstResults &first) {
     const std::string at = fmt::format("{}; {}", name, place.name);
     report.Doing(fmt::format("starting; {}", at));
     RunningHost host(DescribeHost(place, module));
@@ -552,8 +558,7 @@ void CompareAtLevel(const std::string &module, Report &report, const Place &plac
             const std::string call = fmt::format("{}; {}", Describe(routine, which, place), name);
             report.Doing(call);
             const std::optional<Called> called = Call(host, place, routine, which);
-            const auto [before, isNew] = known.emplace(CallName(routine, which), called->seen);
-            const std::string difference = isNew ? "" : Difference(before->second, called->seen);
+            const std::string difference = first.DifferenceFrom(routine, which, called->seen);
             if (!difference.empty())
                 report.FoundOnce(routine.Describe(), fmt::format("{}: {}, as at the baseline", call, difference));
         }
@@ -573,16 +578,16 @@ void CheckLevels(const std::string &module, Report &report) {
     if (tried.empty())
         return;
     for (const Place &place : Places()) {
-        Results known;
+        FirstResults first;
         for (int level = 0; level < 3; ++level)
-            CompareAtLevel(module, report, place, level, kLevels[level], known);
+            CompareAtLevel(module, report, place, level, kLevels[level], first);
     }
 }
 
 // Unloading.
 
 void CheckReload(const std::string &module, Report &report) {
-    Results known;
+    FirstResults first;
     std::vector<std::string> log;
     // What it learned of one kind of host must not be left when it is loaded for the other, or for the first again.
     const Place &desktop = Places()[0];
@@ -602,8 +607,7 @@ void CheckReload(const std::string &module, Report &report) {
                     continue;
                 report.Doing(Describe(routine, which, place));
                 const std::optional<Called> called = Call(host, place, routine, which);
-                const auto [before, isNew] = known.emplace(CallName(routine, which), called->seen);
-                const std::string difference = isNew ? "" : Difference(before->second, called->seen);
+                const std::string difference = first.DifferenceFrom(routine, which, called->seen);
                 if (!difference.empty())
                     report.FoundOnce(routine.Describe(),
                                      fmt::format("{}, loaded again: {}", Describe(routine, which, place), difference));

@@ -124,7 +124,7 @@ void Report::Remark(const std::string &sentence) { Send(kRemark, sentence); }
 void Report::Done() { Send(kDone, ""); }
 
 Account RunIsolated(const std::function<void(Report &)> &work, std::chrono::milliseconds patience) {
-    std::fflush(nullptr); // or both processes would write what waits
+    static_cast<void>(std::fflush(nullptr)); // or both processes would write what waits
     int ends[2];
     if (pipe(ends) != 0)
         Fail("no process can be started");

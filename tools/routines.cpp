@@ -14,7 +14,6 @@ namespace {
 using standin::Application;
 using standin::Form;
 using standin::Host;
-using standin::NoVariable;
 using standin::Parameter;
 using standin::Ref;
 using standin::RegisteredMethod;
@@ -161,7 +160,7 @@ class Caller {
             wanted.bitsPerPixel = 24;
             wanted.paletteRows = 1;
         }
-        const Ref made = host_.Make(wanted);
+        Ref made = host_.Make(wanted);
         standin::Picture &picture = made.picture();
         // In every other round all pictures of a call are alike.
         std::minstd_rand noise(which_.round % 2 == 0 ? 1u : static_cast<unsigned>(random_()));

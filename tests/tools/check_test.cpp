@@ -43,11 +43,10 @@ constexpr bool kIsInstrumented = false;
 #endif
 #ifdef __SANITIZE_ADDRESS__ // which catches signals
 constexpr const char *kSegmentFault = "ended the process with status 1";
-constexpr const char *kAbort = kSegmentFault;
 #else
 constexpr const char *kSegmentFault = "crashed with SIGSEGV (Segmentation fault)";
-constexpr const char *kAbort = "crashed with SIGABRT (Aborted)";
 #endif
+constexpr const char *kAbort = "crashed with SIGABRT (Aborted)";
 
 const struct {
     const char *fault;
@@ -126,9 +125,11 @@ INSTANTIATE_TEST_SUITE_P(, EveryRule, testing::ValuesIn(AllRules()), [](const au
 
 TEST(Check, TellsWhatIsWrongWithAFile) {
     const Account account = Try(RuleCalled("file"), FaultyModule());
-    for (const char *finding : {"exports KVTExported", "needs the library libstdc++.so.6",
-                                "runs 1 initialiser(s) of its own when it is loaded"})
-        EXPECT_EQ(std::count(account.findings.begin(), account.findings.end(), finding), kIsInstrumented ? 0 : 1)
+    std::vector<std::string> expected = {"exports KVTExported", "needs the library libstdc++.so.6"};
+    if (!kIsInstrumented) // which adds initialisers
+        expected.emplace_back("runs 1 initialiser(s) of its own when it is loaded");
+    for (const std::string &finding : expected)
+        EXPECT_EQ(std::count(account.findings.begin(), account.findings.end(), finding), 1)
             << finding << testing::PrintToString(account.findings);
 }
 
