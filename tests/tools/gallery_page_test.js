@@ -58,7 +58,8 @@ addEventListener('load', () => (async () => {
         const middle = box.top + box.height / 2;
         pointer('pointerdown', compare, box.left + box.width / 4, middle);
         expectAt(25, 'a press');
-        pointer('pointermove', document, box.left + box.width * 3 / 4, middle);
+        pointer('pointermove', document, box.left + box.width * 3 / 5, middle);
+        expectAt(60, 'a move');
         pointer('pointerup', document, box.left + box.width * 3 / 4, middle);
         expectAt(75, 'a drag');
         pointer('pointermove', document, box.left, middle);

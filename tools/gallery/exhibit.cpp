@@ -12,7 +12,6 @@
 namespace tools::gallery {
 namespace {
 
-using standin::Kind;
 using standin::Ref;
 using standin::Result;
 using standin::SameName;
@@ -97,7 +96,7 @@ class Studio {
                                }});
         Image image = *input_;
         image.hasAlpha = image.hasAlpha || shot_.setting == Setting::WithAlpha;
-        const Ref picture = MakePicture(host_, image);
+        Ref picture = MakePicture(host_, image);
         if (shot_.setting == Setting::WithMask)
             host_.AttachMask(picture, MakePicture(host_, ReadImage(kMask)));
         return picture;

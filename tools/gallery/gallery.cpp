@@ -27,21 +27,22 @@ constexpr const char *kPage = "index.html";
 /// One line on standard error that is written over and over; nothing when that is no terminal.
 class Progress {
   public:
-    explicit Progress(std::size_t steps) : steps_(steps), shown_(isatty(STDERR_FILENO) != 0) {}
-    ~Progress() { Write({}); }
+    explicit Progress(std::size_t steps)
+        : steps_(std::max<std::size_t>(steps, 1)), shown_(isatty(STDERR_FILENO) != 0) {}
+    ~Progress() { Write(""); }
     Progress(const Progress &) = delete;
     Progress &operator=(const Progress &) = delete;
 
     void Step(std::string_view name) {
         constexpr std::size_t kCells = 30;
         const std::size_t done = kCells * step_ / steps_;
-        Write(fmt::format("[{:=<{}}{:<{}}] {}/{} {}", "", done, "", kCells - done, ++step_, steps_, name));
+        Write(fmt::format("[{:=<{}}{:<{}}] {}/{} {}", "", done, "", kCells - done, ++step_, steps_, name).c_str());
     }
 
   private:
-    void Write(std::string_view line) const {
+    void Write(const char *line) const {
         if (shown_) {
-            fmt::print(stderr, "\r\x1b[K{}", line);
+            static_cast<void>(std::fprintf(stderr, "\r\x1b[K%s", line));
             static_cast<void>(std::fflush(stderr));
         }
     }
