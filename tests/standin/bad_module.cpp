@@ -147,8 +147,9 @@ unsigned char HasWidth(Picture picture) {
     return get ? get(picture, "Width", &width) : 0;
 }
 
-/// On i386, where the caller puts the arguments on top of the stack: how far below a multiple of 16 that is.
-std::int32_t StackOffset(Picture picture) {
+/// On i386, where the caller puts the arguments on top of the stack: how far below a multiple of 16 that is. A
+/// sanitizer would move them.
+[[gnu::no_sanitize_address]] std::int32_t StackOffset(Picture picture) {
     return static_cast<std::int32_t>(-reinterpret_cast<std::uintptr_t>(&picture) & 15);
 }
 
