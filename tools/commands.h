@@ -15,5 +15,7 @@ void AddApplyCommand(CLI::App &program, Outcome &outcome);
 void AddMakeCommand(CLI::App &program, Outcome &outcome);
 void AddSampleCommand(CLI::App &program, Outcome &outcome);
 void AddCheckCommand(CLI::App &program, Outcome &outcome);
+void AddCompletionCommand(CLI::App &program, Outcome &outcome);
+void AddManualCommand(CLI::App &program, Outcome &outcome);
 
 } // namespace tools
