@@ -1,5 +1,6 @@
 #pragma once
 
+#include "bench/inputs.h"
 #include "standin/host.h"
 
 #include <string>
@@ -8,29 +9,23 @@
 
 namespace bench {
 
-/// What the operations of one measurement work on: pictures of one size, made once.
-struct Inputs {
-    standin::Ref photo;   ///< the receiver
-    standin::Ref second;  ///< another picture of its size
-    standin::Ref scratch; ///< the same, for operations that work in place
-    standin::Ref white;
-    standin::Ref gray;
-    standin::Ref needle;     ///< occurs in `photo`, near its end
-    standin::Ref table;      ///< memory block: a lookup table
-    standin::Ref sound;      ///< memory block: 8-bit samples, as many as the picture has pixels
-    standin::Ref byteString; ///< of `photo`
-    standin::Ref sepia;      ///< an instance of each class, `photo` its source
-    standin::Ref lut;
-    standin::Ref lutOfNoise; ///< the same with random colors as its source
+/// How an operation's time depends on the picture.
+enum class Cost {
+    PerPixel,
+    Constant, ///< it looks at few pixels or none
 };
 
-Inputs MakeInputs(standin::Host &host, int width, int height);
-
-/// One line of the benchmark.
+/// One line of the benchmark: one call.
 struct Operation {
     std::string_view method; ///< as scripts know it; "Class.Method" for the classes' own
     std::string_view what;   ///< tells a method's lines apart where it has several
-    standin::Result (*run)(standin::Host &host, const Inputs &inputs);
+    standin::Result (*run)(standin::Host &host, Inputs &inputs);
+    Cost cost = Cost::PerPixel;
+    /// Fresh memory that the module asks the system for and fills, in bytes a pixel. Its clearing is the system's, and
+    /// is taken apart; 0 where it is too little to matter.
+    std::size_t freshBytesPerPixel = 0;
+
+    std::string Name() const; ///< "Method (what)"
 };
 
 const std::vector<Operation> &Operations();

@@ -38,6 +38,7 @@ constexpr const char *kNames[] = {
 struct FunctionState {
     int calls;
     int failures; ///< still to come; kAlways for all
+    int before;   ///< calls that work until then
 };
 FunctionState gStates[std::size(kNames)];
 DrawingPort gDrawingPort;
@@ -58,6 +59,10 @@ FunctionState &Of(const char *function) {
 }
 
 bool TakeFailure(FunctionState &state) {
+    if (state.before > 0) {
+        --state.before;
+        return false;
+    }
     if (state.failures > 0)
         return state.failures-- != 0;
     return state.failures == kAlways;
@@ -80,7 +85,12 @@ std::string gFirstMisuse;
 } // namespace
 
 std::span<const char *const> FunctionNames() { return kNames; }
-void Fail(const char *function, int times) { Of(function).failures = times; }
+
+void Fail(const char *function, int times, int before) {
+    Of(function).failures = times;
+    Of(function).before = before;
+}
+
 int Calls(const char *function) { return Of(function).calls; }
 void SetFrameworksFolder(const char *path) { gFolder = path ? path : gFolderBesideLibrary; }
 DrawingPort &CurrentDrawingPort() { return gDrawingPort; }

@@ -13,10 +13,10 @@ KVT_PLATFORM std::span<const char *const> FunctionNames();
 
 inline constexpr int kAlways = -1;
 
-/// Lets the function's next `times` calls fail: null, 0, or error -43 from FSFindFolder; CFRelease never does. A
-/// QuickDraw function fails by not being found in its bundle: the next `times` look-ups fail, and one that was found
-/// before still works.
-KVT_PLATFORM void Fail(const char *function, int times = kAlways);
+/// Lets the function's next `times` calls fail, once `before` more have worked: null, 0, or error -43 from
+/// FSFindFolder; CFRelease never does. A QuickDraw function fails by not being found in its bundle: its look-ups fail
+/// so, and one that was found before still works.
+KVT_PLATFORM void Fail(const char *function, int times = kAlways, int before = 0);
 
 /// How often the function was called since the last Reset.
 KVT_PLATFORM int Calls(const char *function);

@@ -21,7 +21,8 @@ std::optional<int> ElfFile::WidthOf(std::span<const unsigned char> file) {
     if (std::memcmp(header.e_ident, ELFMAG, SELFMAG) != 0 || header.e_ident[EI_DATA] != ELFDATA2LSB ||
         header.e_type != ET_DYN || !isOurs)
         return std::nullopt;
-    return header.e_ident[EI_CLASS] == ELFCLASS32 ? 32 : 64;
+    const unsigned width = header.e_ident[EI_CLASS];
+    return width == ELFCLASS32 ? std::optional(32) : width == ELFCLASS64 ? std::optional(64) : std::nullopt;
 }
 
 ElfFile::ElfFile(std::vector<unsigned char> file) : file_(std::move(file)) { file_.push_back(0); }

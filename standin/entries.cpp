@@ -545,8 +545,10 @@ const Entry kEntries[] = {
 } // namespace
 
 EntryScope::EntryScope(std::string_view name) {
-    if (gHost->depth++ == 0)
+    if (gHost->depth++ == 0) {
+        ++gHost->entered;
         start_ = std::chrono::steady_clock::now();
+    }
     auto found = gHost->entries.find(name);
     if (found == gHost->entries.end())
         found = gHost->entries.emplace(std::string(name), EntryState{}).first;

@@ -5,6 +5,7 @@
 #include "standin/routine_call.h"
 
 #include <algorithm>
+#include <cstdlib>
 #include <cstring>
 #include <fmt/format.h>
 #include <iterator>
@@ -85,10 +86,12 @@ template <class Body> Result RunRoutine(const std::string &declaration, Body bod
     const InputWatch watch;
     ForPictures(&GuardedMemory::Seal);
     gHost->timeInEntries = {};
+    gHost->entered = 0;
     const auto start = std::chrono::steady_clock::now();
     body(result);
     result.time = std::chrono::steady_clock::now() - start;
     result.timeInHost = gHost->timeInEntries;
+    result.entered = gHost->entered;
     ForPictures(&GuardedMemory::Open);
     TakePending(result);
     watch.Report();
@@ -96,6 +99,28 @@ template <class Body> Result RunRoutine(const std::string &declaration, Body bod
     gHost->mayChange.clear();
     gHost->running.clear();
     return result;
+}
+
+// The heap as the module knows it. Its file may still use it while it is unloaded, when the host is gone.
+
+bool Grants() { return !gHost || ++gHost->heapRequests != gHost->description.refusedHeapRequest; }
+
+void *Counted(void *memory, int blocks) {
+    if (gHost && memory)
+        gHost->heapBlocks += blocks;
+    return memory;
+}
+
+void *Allocate(std::size_t size) { return Grants() ? Counted(std::malloc(size), 1) : nullptr; }
+void *AllocateCleared(std::size_t count, std::size_t size) {
+    return Grants() ? Counted(std::calloc(count, size), 1) : nullptr;
+}
+void Free(void *memory) { std::free(Counted(memory, -1)); }
+
+void WatchHeap(const ModuleFile &module) {
+    module.Redirect("malloc", reinterpret_cast<void *>(Allocate));
+    module.Redirect("calloc", reinterpret_cast<void *>(AllocateCleared));
+    module.Redirect("free", reinterpret_cast<void *>(Free));
 }
 
 /// The methods that a receiver has; those of Picture for nil, too.
@@ -114,12 +139,16 @@ Host::Host(HostDescription description) : state_(std::make_unique<HostState>(std
     void *start = state_->module->Exported("REALPluginMain");
     if (!start)
         throw std::runtime_error(state_->module->path() + " exports no REALPluginMain");
+    WatchHeap(*state_->module);
     gHost = state_.get();
     state_->running = "REALPluginMain";
-    reinterpret_cast<void (*)(void *(*)(const char *))>(start)(Resolve);
+    RoutineCall call(state_->description.stackShift);
+    call.Add(reinterpret_cast<const void *>(Resolve));
+    call.Run(reinterpret_cast<void (*)()>(start));
     state_->running.clear();
     for (auto &[name, entry] : state_->entries) // faults count from the first routine on
         entry = {};
+    state_->heapRequests = 0;
 }
 
 void Host::Finish() {
@@ -161,8 +190,11 @@ Ref Host::New(std::string_view className) {
     Instance &instance = state_->NewInstance(*definition);
     Ref ref = Ref::Adopt(&instance);
     if (const REALroutine constructor = definition->record.constructor)
-        RunRoutine("the constructor of " + definition->name,
-                   [&](Result &) { reinterpret_cast<void (*)(void *)>(constructor)(instance.handle); });
+        RunRoutine("the constructor of " + definition->name, [&](Result &) {
+            RoutineCall call(state_->description.stackShift);
+            call.Add(instance.handle);
+            call.Run(constructor);
+        });
     return ref;
 }
 
@@ -193,7 +225,7 @@ Result Host::CallRecord(const RegisteredMethod &method, bool global, const Value
     for (std::size_t i = arguments.size(); i < declaration.parameters.size(); ++i)
         arguments.push_back(DefaultOf(declaration.parameters[i]));
 
-    RoutineCall call;
+    RoutineCall call(state_->description.stackShift);
     if (!global)
         call.Add(receiver.IsNil() ? nullptr : receiver.AsRef().handle());
     const auto add = [&](Type type, const Value &value) {
@@ -266,7 +298,7 @@ Value Host::Get(const Ref &ref, std::string_view name) {
     Instance &instance = ref.instance();
     const RegisteredProperty &property = PropertyOf(instance, name);
     if (!UsesStandardAccess(property)) { // own accessors are those of doubles
-        RoutineCall call;
+        RoutineCall call(state_->description.stackShift);
         call.Add(instance.handle);
         call.Add(std::intptr_t{Low32(property.record.param)});
         return RunRoutine(property.name,
@@ -285,7 +317,7 @@ void Host::Set(const Ref &ref, std::string_view name, const Value &value) {
     if (const std::string problem = Misfit({property.name, property.type, false, {}}, value); !problem.empty())
         throw WrongCall(problem);
     if (!UsesStandardAccess(property)) {
-        RoutineCall call;
+        RoutineCall call(state_->description.stackShift);
         call.Add(instance.handle);
         call.Add(std::intptr_t{Low32(property.record.param)});
         call.Add(value.AsDouble());
@@ -334,6 +366,8 @@ int Host::CallsOf(std::string_view entry) const {
     const auto found = state_->entries.find(entry);
     return found == state_->entries.end() ? 0 : found->second.calls;
 }
+
+int Host::HeapRequests() const { return state_->heapRequests; }
 
 std::size_t Host::LivingObjects() const {
     return static_cast<std::size_t>(std::count_if(state_->objects.begin(), state_->objects.end(),

@@ -46,6 +46,8 @@ struct HostDescription {
     std::uint32_t freshWord = 0x5EEDC0DE;                     ///< what a new picture's pixels hold
     std::uint32_t dataOffset = sizeof(void *) == 4 ? 20 : 24; ///< where a class's data lies inside an instance: any
                                                               ///< multiple of 4, of 8 for a module of 64 bits
+    int stackShift = 0; ///< bytes that routines find the stack off 16-byte alignment: 4, 8 or 12, on 32-bit x86 alone
+    int refusedHeapRequest = 0; ///< number of the module's heap request (from 1) that is refused; 0: none
     std::vector<Fault> faults = {};
     std::vector<std::string> unknownExceptions = {}; ///< exception classes that this host lacks
     Guard guard = Guard::After;
@@ -126,6 +128,7 @@ struct Result {
     std::optional<RaisedException> raised;
     std::chrono::nanoseconds time = {};       ///< of the call as a whole
     std::chrono::nanoseconds timeInHost = {}; ///< of it, inside host entries
+    int entered = 0;                          ///< how often the module called an entry
 
     Picture &picture() const { return value.AsPicture(); }
 };
@@ -224,6 +227,7 @@ class Host {
     int RequestsFor(std::string_view entry) const; ///< how often the resolver was asked for it
     int CallsOf(std::string_view entry) const;
     std::size_t LivingObjects() const;
+    int HeapRequests() const; ///< how often a routine of the module asked the heap for memory
 
     /// Forces an instruction-set level (0 baseline, 1 AVX2, 2 AVX-512; -1 the best); false when the module was stripped
     /// of the symbol or the processor lacks the level.

@@ -1,5 +1,7 @@
 #include "standin/host_state.h"
 
+#include "standin/routine_call.h"
+
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
@@ -200,7 +202,9 @@ void HostState::Die(Object &object) {
         auto &instance = static_cast<Instance &>(object);
         if (const REALroutine destructor = instance.definition->record.destructor) {
             const std::string outer = std::exchange(running, "the destructor of " + instance.definition->name);
-            reinterpret_cast<void (*)(void *)>(destructor)(instance.handle);
+            RoutineCall call(description.stackShift);
+            call.Add(instance.handle);
+            call.Run(destructor);
             running = outer;
         }
         instance.memory.Seal(); // stays mapped, so that its handle is not used again
@@ -283,6 +287,10 @@ void HostState::Audit() {
             fmt::format("{} copies of string bytes remain where {} could not be given back", copies, neverDisposed),
             Concern::References);
 
+    if (heapBlocks != 0)
+        Violation(fmt::format("{} block(s) of the heap were not freed", heapBlocks));
+
+    heapBlocks = 0;
     strayLocks = locksOfDead = copiesOfDead = 0;
     for (auto &[name, entry] : entries)
         entry.missed = 0;

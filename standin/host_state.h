@@ -38,8 +38,11 @@ struct HostState {
     int strayLocks = 0;  ///< pixel locks that were attempted in vain and will be given back all the same
     int locksOfDead = 0; ///< of pictures that died while locks could not be given back; the same for strings' copies
     int copiesOfDead = 0;
+    int heapRequests = 0; ///< of the module, since start-up
+    int heapBlocks = 0;   ///< that it was granted and has not freed
     std::chrono::nanoseconds timeInEntries = {};
-    int depth = 0; ///< of entries within entries
+    int entered = 0; ///< how often the module called an entry
+    int depth = 0;   ///< of entries within entries
 
     void Violation(const std::string &sentence, Concern concern = Concern::Calls);
 

@@ -22,6 +22,9 @@ class ModuleFile {
     void *Exported(const char *name) const; ///< null when the module exports no such symbol
     /// The address of a variable that the file's own symbol table names, exported or not; null when it was stripped.
     void *Internal(const char *name) const;
+    /// Sends the module's own calls of an imported function to `replacement`, which has that function's type; false
+    /// when the module calls none of that name through its procedure linkage table.
+    bool Redirect(const char *name, void *replacement) const;
 
   private:
     std::string path_;

@@ -5,6 +5,38 @@
 #include <stdexcept>
 #include <utility>
 
+#if defined(__i386__)
+// Calls the first argument, a routine, with a copy of the words that the second one points to, their number times four
+// bytes, while the stack lies the fourth argument's bytes below a multiple of 16. The routine's result stays where the
+// routine left it, so this is called as a function of any result type.
+extern "C" void standin_CallShifted();
+__asm__(R"(
+    .text
+    .type standin_CallShifted, @function
+standin_CallShifted:
+    pushl %ebp
+    movl %esp, %ebp
+    pushl %esi
+    pushl %edi
+    movl 12(%ebp), %esi
+    movl 16(%ebp), %ecx
+    leal 0(,%ecx,4), %eax
+    subl %eax, %esp
+    andl $-16, %esp
+    subl 20(%ebp), %esp
+    movl %esp, %edi
+    cld
+    rep movsl
+    call *8(%ebp)
+    leal -8(%ebp), %esp
+    popl %edi
+    popl %esi
+    popl %ebp
+    ret
+    .size standin_CallShifted, . - standin_CallShifted
+)");
+#endif
+
 namespace standin {
 namespace {
 
@@ -46,6 +78,12 @@ template <class Result> Result RoutineCall::RunAs(void (*routine)()) const {
             words[used++] = *word++;
         }
     }
+#if defined(__i386__)
+    if (stackShift_ != 0) {
+        using Shifted = Result(void (*)(), const std::intptr_t *, std::size_t, int);
+        return reinterpret_cast<Shifted *>(standin_CallShifted)(routine, words.data(), used, stackShift_);
+    }
+#endif
     return CallWithWords<Result>(routine, words, std::make_index_sequence<kLargest>());
 #else
     // Integers and doubles count separately: the first ones of each travel in registers, the other integers on the

@@ -9,6 +9,10 @@ namespace standin {
 /// in the order of the declaration. Integers narrower than a word are passed as the compiler passes them, extended.
 class RoutineCall {
   public:
+    /// `stackShift`: how far off 16-byte alignment the routine finds the stack, a multiple of 4; it is for 32-bit x86
+    /// alone, others keep the alignment that compiled code relies on.
+    explicit RoutineCall(int stackShift = 0) : stackShift_(stackShift) {}
+
     void Add(std::intptr_t word) { words_.push_back(word), order_.push_back(false); }
     void Add(const void *address) { Add(reinterpret_cast<std::intptr_t>(address)); }
     void Add(double number) { doubles_.push_back(number), order_.push_back(true); }
@@ -25,6 +29,7 @@ class RoutineCall {
   private:
     template <class Result> Result RunAs(void (*routine)()) const;
 
+    int stackShift_;
     std::vector<std::intptr_t> words_;
     std::vector<double> doubles_;
     std::vector<bool> order_; ///< true where the next argument is a double

@@ -14,7 +14,6 @@
 namespace tools {
 namespace {
 
-using standin::Kind;
 using standin::Ref;
 using standin::Result;
 using standin::SameName;
@@ -34,28 +33,24 @@ std::span<const unsigned char> BytesOf(const standin::MemoryBlock &block) {
     return {block.memory.data(), block.memory.size()};
 }
 
+std::string JsonOf(Type type, const Value &value) {
+    const auto count = [](auto number) { return fmt::format("{}", number); };
+    if (value.Is<bool>())
+        return json::Boolean(value.AsBoolean());
+    if (value.Is<double>())
+        return json::Number(value.AsDouble());
+    if (value.Is<std::int64_t>())
+        return count(value.AsInteger());
+    if (!value.Is<Ref>())
+        return "null";
+    if (type == Type::Picture)
+        return json::Object({{"width", count(value.AsPicture().width)}, {"height", count(value.AsPicture().height)}});
+    return json::Object({{"bytes", count(type == Type::String ? value.AsRef().text().bytes().size()
+                                                              : BytesOf(value.AsRef().block()).size())}});
+}
+
 Answer AnswerOf(std::string_view name, Type type, const Value &value) {
-    Answer answer{std::string(name), type, "nil", "null"};
-    if (value.Is<bool>()) {
-        answer.text = answer.json = json::Boolean(value.AsBoolean());
-    } else if (value.Is<double>()) {
-        answer.text = fmt::format("{}", value.AsDouble());
-        answer.json = json::Number(value.AsDouble());
-    } else if (value.Is<std::int64_t>()) {
-        answer.text = answer.json = fmt::format("{}", value.AsInteger());
-    } else if (value.Is<Ref>() && type == Type::Picture) {
-        const standin::Picture &picture = value.AsPicture();
-        answer.text = fmt::format("picture of {} x {}", picture.width, picture.height);
-        answer.json =
-            json::Object({{"width", fmt::format("{}", picture.width)}, {"height", fmt::format("{}", picture.height)}});
-    } else if (value.Is<Ref>()) {
-        const bool isString = type == Type::String;
-        const std::size_t bytes =
-            isString ? value.AsRef().text().bytes().size() : BytesOf(value.AsRef().block()).size();
-        answer.text = fmt::format("{} of {} bytes", isString ? "string" : "memory block", bytes);
-        answer.json = json::Object({{"bytes", fmt::format("{}", bytes)}});
-    }
-    return answer;
+    return {std::string(name), type, Shown(value), JsonOf(type, value)};
 }
 
 std::vector<SavedBlock> ParseSavedBlocks(const std::vector<std::string> &options, const std::vector<BoundCall> &calls) {

@@ -61,9 +61,10 @@ std::string JsonLine(const Rule &rule, const Account &account) {
     std::string findings;
     for (const std::string &finding : account.findings)
         findings += fmt::format("{}{}", findings.empty() ? "" : ", ", JsonText(finding));
-    return fmt::format("    {{\"rule\": {}, \"promise\": {}, \"kept\": {}, \"remark\": {}, \"findings\": [{}]}}",
-                       JsonText(rule.name), JsonText(rule.promise), account.findings.empty(), JsonText(account.remark),
-                       findings);
+    return fmt::format("    {{\"rule\": {}, \"promise\": {}, \"kept\": {}, \"steps\": {}, \"remark\": {}, "
+                       "\"findings\": [{}]}}",
+                       JsonText(rule.name), JsonText(rule.promise), account.findings.empty(), account.steps,
+                       JsonText(account.remark), findings);
 }
 
 std::string PlainLines(const Rule &rule, const Account &account) {
@@ -92,21 +93,24 @@ Outcome Check(const CheckRequest &request) {
     if (!(request.patience > 0 && request.patience <= kMostPatience))
         throw UserError(
             fmt::format("--time-limit {:g}: expected seconds, more than 0 and at most a day", request.patience));
-    const std::string module =
-        std::filesystem::absolute(request.module.empty() ? standin::ModuleBesideProgram() : request.module).string();
+    const std::string name = request.module.empty() ? standin::ModuleBesideProgram() : request.module;
+    const std::string module = std::filesystem::absolute(name).string(); // the loader looks elsewhere for mere names
     const std::optional<int> width = standin::ElfFile::WidthOf(ReadBytes(module));
     if (!width)
-        throw UserError(fmt::format("{}: is no module, a shared object for this kind of processor", module));
+        throw UserError(fmt::format("{}: is no module, a shared object for this kind of processor", name));
 
     std::size_t broken = 0;
+    std::size_t steps = 0;
     std::string json;
+    const auto start = std::chrono::steady_clock::now();
     if (!request.json)
-        fmt::print("{} ({} bits). The module\n", module, *width);
+        fmt::print("{}, a module of {} bits, promises that it\n", name, *width);
     for (const Rule *rule : rules) {
         const Account account = RunIsolated([&](Report &report) { rule->run(module, report); },
                                             std::chrono::milliseconds(std::lround(std::ceil(request.patience * 1000))));
         if (!account.findings.empty())
             ++broken;
+        steps += account.steps;
         if (request.json) {
             json += (json.empty() ? "" : ",\n") + JsonLine(*rule, account);
         } else {
@@ -118,9 +122,11 @@ Outcome Check(const CheckRequest &request) {
     if (request.json)
         fmt::print("{{\n  \"module\": {},\n  \"bits\": {},\n  \"rules\": [\n{}\n  ],\n"
                    "  \"summary\": {{\"rules\": {}, \"kept\": {}, \"broken\": {}}}\n}}\n",
-                   JsonText(module), *width, json, rules.size(), kept, broken);
+                   JsonText(name), *width, json, rules.size(), kept, broken);
     else
-        fmt::print("{} rule{}: {} kept, {} broken\n", rules.size(), rules.size() == 1 ? "" : "s", kept, broken);
+        fmt::print("{} rule{}: {} kept, {} broken; {} steps in {:.1f} s\n", rules.size(), rules.size() == 1 ? "" : "s",
+                   kept, broken, steps,
+                   std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count());
     return broken == 0 ? Done : Failed;
 }
 

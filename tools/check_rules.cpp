@@ -7,13 +7,15 @@
 
 #include <algorithm>
 #include <array>
-#include <cstring>
+#include <cctype>
 #include <elf.h>
 #include <fmt/format.h>
 #include <functional>
 #include <iterator>
 #include <map>
+#include <optional>
 #include <set>
+#include <utility>
 
 namespace tools {
 namespace {
@@ -28,6 +30,15 @@ using standin::RegisteredProperty;
 using standin::Type;
 
 constexpr int kWidth = 8 * sizeof(void *);
+
+/// A host whose findings at the module's start and at its end are other rules' affair.
+struct RunningHost : Host {
+    explicit RunningHost(HostDescription description) : Host(std::move(description)) { TakeBreaches(); }
+    ~RunningHost() { // NOLINT(bugprone-exception-escape)
+        Finish();
+        TakeBreaches();
+    }
+};
 
 // The file.
 
@@ -45,7 +56,8 @@ void CheckFile(const std::string &module, Report &report) {
     report.Doing("reading the file");
     Bytes bytes = ReadBytes(module);
     if (const int width = standin::ElfFile::WidthOf(bytes).value_or(0); width != kWidth)
-        return report.Found(fmt::format("the file is for hosts of {} bits, this program has {}", width, kWidth));
+        return report.Found(
+            fmt::format("the file is for hosts of {} bits, this program has {}: use the kvt beside it", width, kWidth));
     const standin::ElfFile file(std::move(bytes));
     bool starts = false;
     file.ForEachSymbol(standin::ElfFile::Dynamic, [&](const standin::ElfFile::Symbol &symbol) {
@@ -136,8 +148,7 @@ std::size_t StepOf(const std::string &line) {
 
 void CheckOrder(const std::string &module, Report &report) {
     report.Doing("starting");
-    Host host(DescribeHost(Places()[0], module));
-    host.TakeBreaches();
+    RunningHost host(DescribeHost(Places()[0], module));
     const std::vector<std::string> &log = host.StartUpLog();
     for (std::size_t i = 1; i < log.size(); ++i)
         if (StepOf(log[i]) < StepOf(log[i - 1]))
@@ -159,7 +170,6 @@ void CheckOrder(const std::string &module, Report &report) {
             if (host.CallsOf(entry) > 0)
                 report.FoundOnce(entry, fmt::format("calls {} after the start, in {}", entry, routine.Describe()));
     }
-    host.TakeBreaches();
 }
 
 // The records.
@@ -279,16 +289,23 @@ void CheckRecords(const std::string &module, Report &report) {
 
 // What calls do.
 
-/// Calls every routine in every place, with ordinary arguments and, when wanted, with each flaw.
-void ForEveryCall(const std::string &module, Report &report, bool withFlaws,
+enum Extent {
+    Typical,   ///< ordinary arguments in the typical places
+    Ordinary,  ///< ordinary arguments in all places
+    WithFlaws, ///< and those with a flaw
+};
+
+/// Calls every routine to that extent.
+void ForEveryCall(const std::string &module, Report &report, Extent extent,
                   const std::function<void(HostDescription &)> &change,
                   const std::function<void(Host &, const Place &, const Routine &, const Case &, Called &)> &visit) {
     for (const Place &place : Places()) {
+        if (extent == Typical && !place.isTypical)
+            continue;
         report.Doing(fmt::format("starting; {}", place.name));
         HostDescription description = DescribeHost(place, module);
         change(description);
-        Host host(description);
-        host.TakeBreaches(); // those of the start are of other rules
+        RunningHost host(description);
         const std::vector<Routine> routines = RoutinesOf(host);
         if (routines.empty())
             return report.Found("registers nothing that could be called");
@@ -296,7 +313,7 @@ void ForEveryCall(const std::string &module, Report &report, bool withFlaws,
             std::vector<Case> cases;
             for (std::size_t round = 0; round < kRounds; ++round)
                 cases.push_back({round});
-            for (const Flaw &flaw : withFlaws ? FlawsOf(*Find(host, routine), routine) : std::vector<Flaw>{})
+            for (const Flaw &flaw : extent == WithFlaws ? FlawsOf(*Find(host, routine), routine) : std::vector<Flaw>{})
                 cases.push_back({1, flaw});
             for (const Case &which : cases) {
                 report.Doing(Describe(routine, which, place));
@@ -304,20 +321,26 @@ void ForEveryCall(const std::string &module, Report &report, bool withFlaws,
                 visit(host, place, routine, which, *called);
             }
         }
-        host.TakeBreaches();
     }
+}
+
+/// What the host found, without the routine's name, which is said already.
+std::string Sentence(const standin::Breach &breach, const Routine &routine) {
+    const std::string ending = "; in " + routine.text;
+    const std::string &sentence = breach.sentence;
+    return sentence.ends_with(ending) ? sentence.substr(0, sentence.size() - ending.size()) : sentence;
 }
 
 /// The findings of the host that are about one concern.
 void CheckConcern(const std::string &module, Report &report, Concern concern,
                   const std::function<void(HostDescription &)> &change) {
-    ForEveryCall(module, report, true, change,
+    ForEveryCall(module, report, WithFlaws, change,
                  [&](Host &host, const Place &place, const Routine &routine, const Case &which, Called &called) {
                      called = {}; // what it holds may die with a last word
                      for (const standin::Breach &breach : host.TakeBreaches())
                          if (breach.concern == concern)
-                             report.FoundOnce(routine.Describe(),
-                                              fmt::format("{}: {}", Describe(routine, which, place), breach.sentence));
+                             report.FoundOnce(routine.Describe(), fmt::format("{}: {}", Describe(routine, which, place),
+                                                                              Sentence(breach, routine)));
                  });
 }
 
@@ -336,6 +359,16 @@ void CheckMemory(const std::string &module, Report &report) {
 }
 void CheckInputs(const std::string &module, Report &report) {
     CheckConcern(module, report, Concern::Inputs, [](HostDescription &) {});
+}
+
+void CheckStack(const std::string &module, Report &report) {
+    if (kWidth != 32) {
+        report.Doing("looking at the width");
+        return report.Remark("not tried: hosts of 64 bits align it");
+    }
+    for (const int shift : {4, 8, 12})
+        ForEveryCall(
+            module, report, Typical, [&](HostDescription &host) { host.stackShift = shift; }, [](auto &&...) {});
 }
 
 // Failures.
@@ -395,7 +428,7 @@ std::string Name(const std::optional<standin::RaisedException> &raised) {
 
 void CheckFailures(const std::string &module, Report &report) {
     ForEveryCall(
-        module, report, true, [](HostDescription &) {},
+        module, report, WithFlaws, [](HostDescription &) {},
         [&](Host &host, const Place &place, const Routine &routine, const Case &which, const Called &called) {
             if (place.form == standin::Form::GraphicsWorld)
                 return; // some of these can be scrolled in spite of a flaw
@@ -419,55 +452,60 @@ void CheckFailures(const std::string &module, Report &report) {
 
 // Hosts that lack something.
 
-void CheckMissingEntries(const std::string &module, Report &report) {
+struct Attempt {
+    std::vector<std::string_view> reached; ///< the entries that were asked for
+    std::optional<standin::RaisedException> raised;
+    std::vector<standin::Breach> breaches;
+};
+
+/// One call under a host of its own, which may lack an entry.
+Attempt TryOnce(const std::string &module, const Place &place, const Routine &routine, const Case &which,
+                std::vector<Fault> faults = {}) {
+    HostDescription description = DescribeHost(place, module);
+    description.faults = std::move(faults);
+    RunningHost host(description);
+    Attempt attempt;
+    if (const std::optional<Called> called = Call(host, place, routine, which))
+        attempt.raised = called->result.raised;
+    host.Finish();
+    attempt.breaches = host.TakeBreaches();
+    for (const standin::EntryName &entry : standin::EntryNames())
+        if (host.RequestsFor(entry.name) > 0)
+            attempt.reached.push_back(entry.name);
+    return attempt;
+}
+
+/// Every routine with ordinary arguments and with each nil.
+std::vector<std::pair<Routine, Case>> CallsWithNils(const std::string &module, const Place &place) {
     constexpr std::size_t kRound = 1;
+    const RunningHost host(DescribeHost(place, module));
+    std::vector<std::pair<Routine, Case>> calls;
+    for (const Routine &routine : RoutinesOf(host)) {
+        calls.push_back({routine, {kRound, {}}});
+        for (const Flaw &flaw : FlawsOf(*Find(host, routine), routine))
+            if (flaw.what == Flaw::Nil)
+                calls.push_back({routine, {kRound, flaw}});
+    }
+    return calls;
+}
+
+void CheckMissingEntries(const std::string &module, Report &report) {
     for (const Place &place : Places()) {
         if (!place.isTypical)
             continue;
         report.Doing(fmt::format("starting; {}", place.name));
-        const auto try_ = [&](const Routine &routine, const Case &which, const char *lacks, auto visit) {
-            HostDescription description = DescribeHost(place, module);
-            if (lacks)
-                description.faults = {{lacks}};
-            Host host(description);
-            host.TakeBreaches();
-            std::optional<standin::RaisedException> raised;
-            if (const std::optional<Called> called = Call(host, place, routine, which))
-                raised = called->result.raised;
-            host.Finish();
-            visit(host, raised);
-        };
-        std::vector<std::pair<Routine, Case>> calls;
-        {
-            const Host host(DescribeHost(place, module));
-            for (const Routine &routine : RoutinesOf(host)) {
-                calls.push_back({routine, {kRound, {}}});
-                for (const Flaw &flaw : FlawsOf(*Find(host, routine), routine))
-                    if (flaw.what == Flaw::Nil)
-                        calls.push_back({routine, {kRound, flaw}});
-            }
-        }
-        for (const auto &[routine, which] : calls) {
+        for (const auto &[routine, which] : CallsWithNils(module, place)) {
             const std::string call = Describe(routine, which, place);
-            std::vector<std::string_view> reached;
-            bool raises = false;
             report.Doing(call);
-            try_(routine, which, nullptr, [&](Host &host, const auto &raised) {
-                raises = raised.has_value();
-                for (const standin::EntryName &entry : standin::EntryNames())
-                    if (host.RequestsFor(entry.name) > 0)
-                        reached.push_back(entry.name);
-                host.TakeBreaches();
-            });
-            for (const std::string_view entry : reached) {
+            const Attempt whole = TryOnce(module, place, routine, which);
+            for (const std::string_view entry : whole.reached) {
                 const std::string step = fmt::format("{}; without {}", call, entry);
                 report.Doing(step);
-                try_(routine, which, std::string(entry).c_str(), [&](Host &host, const auto &raised) {
-                    for (const standin::Breach &breach : host.TakeBreaches())
-                        report.FoundOnce(routine.Describe(), fmt::format("{}: {}", step, breach.sentence));
-                    if (raised && !raises)
-                        report.FoundOnce(routine.Describe(), fmt::format("{}: raises {}", step, Name(raised)));
-                });
+                const Attempt lacking = TryOnce(module, place, routine, which, {{std::string(entry)}});
+                for (const standin::Breach &breach : lacking.breaches)
+                    report.FoundOnce(routine.Describe(), fmt::format("{}: {}", step, Sentence(breach, routine)));
+                if (lacking.raised && !whole.raised)
+                    report.FoundOnce(routine.Describe(), fmt::format("{}: raises {}", step, Name(lacking.raised)));
             }
         }
     }
@@ -488,7 +526,7 @@ std::string CallName(const Routine &routine, const Case &which) {
 void CheckLayouts(const std::string &module, Report &report) {
     Results first;
     ForEveryCall(
-        module, report, false, [](HostDescription &) {},
+        module, report, Ordinary, [](HostDescription &) {},
         [&](Host &, const Place &place, const Routine &routine, const Case &which, Called &called) {
             if (place.form == standin::Form::GraphicsWorld || YieldsAlpha(routine))
                 return;
@@ -505,8 +543,7 @@ void CompareAtLevel(const std::string &module, Report &report, const Place &plac
                     Results &known) {
     const std::string at = fmt::format("{}; {}", name, place.name);
     report.Doing(fmt::format("starting; {}", at));
-    Host host(DescribeHost(place, module));
-    host.TakeBreaches();
+    RunningHost host(DescribeHost(place, module));
     if (!host.ForceLevel(level))
         return;
     for (const Routine &routine : RoutinesOf(host))
@@ -520,7 +557,6 @@ void CompareAtLevel(const std::string &module, Report &report, const Place &plac
             if (!difference.empty())
                 report.FoundOnce(routine.Describe(), fmt::format("{}: {}, as at the baseline", call, difference));
         }
-    host.TakeBreaches();
 }
 
 void CheckLevels(const std::string &module, Report &report) {
@@ -528,12 +564,10 @@ void CheckLevels(const std::string &module, Report &report) {
     std::string tried;
     {
         report.Doing("forcing levels");
-        Host host(DescribeHost(Places()[0], module));
-        host.TakeBreaches();
+        RunningHost host(DescribeHost(Places()[0], module));
         for (int level = 0; level < 3; ++level)
             if (host.ForceLevel(level))
                 tried += fmt::format("{}{}", tried.empty() ? "" : ", ", kLevels[level]);
-        host.TakeBreaches();
     }
     report.Remark(tried.empty() ? "not tried: the file's symbols were stripped" : tried);
     if (tried.empty())
@@ -558,8 +592,7 @@ void CheckReload(const std::string &module, Report &report) {
     for (const Place &place : {desktop, console, desktop}) {
         {
             report.Doing(fmt::format("starting; {}", place.name));
-            Host host(DescribeHost(place, module));
-            host.TakeBreaches();
+            RunningHost host(DescribeHost(place, module));
             if (!log.empty() && log != host.StartUpLog())
                 report.Found("registers something else when it is loaded again");
             log = host.StartUpLog();
@@ -575,7 +608,6 @@ void CheckReload(const std::string &module, Report &report) {
                     report.FoundOnce(routine.Describe(),
                                      fmt::format("{}, loaded again: {}", Describe(routine, which, place), difference));
             }
-            host.TakeBreaches();
             report.Doing("unloading");
         }
         if (standin::ModuleFile::IsLoaded(module))
@@ -593,6 +625,7 @@ constexpr Rule kRules[] = {
     {"locks", "gives back every pixel lock, and touches no pixel without one", CheckLocks},
     {"memory", "touches no byte outside of what it is lent", CheckMemory},
     {"inputs", "changes no picture, block or string that it is to read", CheckInputs},
+    {"stack", "can be called with a stack that is aligned to 4 bytes alone", CheckStack},
     {"failures", "answers what cannot be done with nil, false, 0 or -1, and raises for nil alone", CheckFailures},
     {"missing-entries", "leaves nothing behind and raises nothing when the host lacks an entry", CheckMissingEntries},
     {"layouts", "yields the same colors in every pixel layout", CheckLayouts},

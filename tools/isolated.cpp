@@ -1,5 +1,6 @@
 #include "tools/isolated.h"
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <csignal>

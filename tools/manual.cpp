@@ -28,7 +28,7 @@ std::string Roff(std::string_view text) {
     return escaped;
 }
 
-/// A stretch of help: a line with a colon, and the lines below it that stand to the right.
+/// A stretch of help: a line that ends in a colon, and the lines below it. Sentences may stand without such a title.
 struct Block {
     std::string title;
     std::vector<std::string> lines;
@@ -39,10 +39,11 @@ std::vector<Block> Blocks(const std::string &footer) {
     for (const std::string &line : CLI::detail::split(footer, '\n')) {
         if (line.empty())
             continue;
-        if (line[0] != ' ' || blocks.empty())
-            blocks.push_back({line.substr(0, line.find(':')), {}});
-        else
-            blocks.back().lines.push_back(line.substr(std::min<std::size_t>(2, line.size())));
+        const bool isTitle = line[0] != ' ' && line.back() == ':';
+        if (isTitle || blocks.empty())
+            blocks.push_back({isTitle ? line.substr(0, line.size() - 1) : "", {}});
+        if (!isTitle)
+            blocks.back().lines.push_back(line.substr(std::min<std::size_t>(line.find_first_not_of(' '), 2)));
     }
     return blocks;
 }
@@ -81,8 +82,10 @@ std::string ManualPage(const CLI::App &program, std::string_view version, std::s
     std::map<std::string, int> uses;
     for (const CLI::App *command : commands)
         for (const Block &block : Blocks(command->get_footer()))
-            ++uses[block.title];
-    const auto isShared = [&](const Block &block) { return block.title != "Examples" && uses[block.title] > 1; };
+            ++uses[block.title + Body(block)];
+    const auto isShared = [&](const Block &block) {
+        return !block.title.empty() && block.title != "Examples" && uses[block.title + Body(block)] > 1;
+    };
 
     std::string page = fmt::format(".TH KVT 1 {} \"{}\" \"User Commands\"\n.SH NAME\nkvt \\- "
                                    "calls the methods of the picture\\-processing module\n.SH SYNOPSIS\n.B {}\n",
@@ -95,7 +98,8 @@ std::string ManualPage(const CLI::App &program, std::string_view version, std::s
             fmt::format(".SS {}\n{}.\n{}", Roff(Usage(*command)), Roff(command->get_description()), Options(*command));
         for (const Block &block : Blocks(command->get_footer()))
             if (!isShared(block))
-                page += fmt::format(".PP\n.B {}\n.PP\n{}", Roff(block.title), Body(block));
+                page +=
+                    (block.title.empty() ? "" : fmt::format(".PP\n.B {}\n", Roff(block.title))) + ".PP\n" + Body(block);
             else if (std::none_of(shared.begin(), shared.end(),
                                   [&](const Block &other) { return other.title == block.title; }))
                 shared.push_back(block);

@@ -76,4 +76,25 @@ Result RunCall(Host &host, const BoundCall &call, Ref &picture) {
     return result;
 }
 
+std::string Shown(const Value &value) {
+    if (value.Is<bool>())
+        return value.AsBoolean() ? "true" : "false";
+    if (value.Is<double>())
+        return fmt::format("{}", value.AsDouble());
+    if (value.Is<std::int64_t>())
+        return fmt::format("{}", value.AsInteger());
+    if (!value.Is<Ref>())
+        return "nil";
+    switch (value.AsRef().object()->kind) {
+    case standin::Kind::Picture:
+        return fmt::format("picture of {} x {}", value.AsPicture().width, value.AsPicture().height);
+    case standin::Kind::String:
+        return fmt::format("string of {} bytes", value.AsRef().text().bytes().size());
+    case standin::Kind::MemoryBlock:
+        return fmt::format("memory block of {} bytes", value.AsRef().block().memory.size());
+    default:
+        return value.AsRef().object()->Describe();
+    }
+}
+
 } // namespace tools

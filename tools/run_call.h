@@ -17,4 +17,7 @@ struct CallFailed : std::runtime_error {
 /// takes its place. Throws CallFailed, and leaves `picture` as it is.
 standin::Result RunCall(standin::Host &host, const BoundCall &call, standin::Ref &picture);
 
+/// "true", "0.25", "picture of 640 x 480", "string of 43 bytes", "nil"
+std::string Shown(const standin::Value &value);
+
 } // namespace tools

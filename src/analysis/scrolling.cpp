@@ -11,7 +11,6 @@ namespace kvt {
 namespace {
 
 using Scroll = unsigned char(REALpictureStruct *, std::int32_t, signed char, signed char);
-using Rotate = bool(const PictureEditor &, std::int32_t);
 
 /// True as well when there is no mask.
 bool ScrollMask(Scroll *scroll, REALpictureStruct *picture, std::int32_t delta, signed char wrap) {
@@ -23,9 +22,9 @@ bool ScrollMask(Scroll *scroll, REALpictureStruct *picture, std::int32_t delta, 
     return scrolled;
 }
 
-bool WrapAround(Rotate *rotate, REALpictureStruct *picture, std::int32_t delta) {
+bool WrapAround(REALpictureStruct *picture, std::int32_t right, std::int32_t down) {
     const OpenEditor editor{picture};
-    return editor && rotate(*editor, delta);
+    return editor && Rotate(*editor, right, down);
 }
 
 /// Drawing coordinates have 16 bits.
@@ -68,7 +67,7 @@ unsigned char ScrollVerticalKVT(REALpictureStruct *picture, std::int32_t delta, 
         return 0;
     if (delta == 0)
         return 1;
-    return wrap ? WrapAround(RotateRows, picture, delta) : ScrollByPlatform(picture, 0, delta);
+    return wrap ? WrapAround(picture, 0, delta) : ScrollByPlatform(picture, 0, delta);
 }
 
 unsigned char ScrollHorizontalKVT(REALpictureStruct *picture, std::int32_t delta, signed char wrap,
@@ -76,7 +75,7 @@ unsigned char ScrollHorizontalKVT(REALpictureStruct *picture, std::int32_t delta
     if (scrollmask)
         ScrollMask(ScrollHorizontalKVT, picture, delta, wrap);
     if (delta != 0 && wrap)
-        WrapAround(RotateColumns, picture, delta);
+        WrapAround(picture, delta, 0);
     else if (delta != 0)
         ScrollByPlatform(picture, delta, 0);
     return 1;
@@ -84,6 +83,9 @@ unsigned char ScrollHorizontalKVT(REALpictureStruct *picture, std::int32_t delta
 
 unsigned char ScrollKVT(REALpictureStruct *picture, std::int32_t deltaX, std::int32_t deltaY, signed char wrap,
                         signed char scrollmask) {
+    // One pass over the pixels where two would come to the same; where it fails, the two fail in their own ways.
+    if (wrap && !scrollmask && deltaX != 0 && deltaY != 0 && WrapAround(picture, deltaX, deltaY))
+        return 1;
     ScrollHorizontalKVT(picture, deltaX, wrap, scrollmask);
     return ScrollVerticalKVT(picture, deltaY, wrap, scrollmask);
 }

@@ -6,12 +6,9 @@
 
 namespace kvt {
 
-/// Moves every row `delta` rows down (up when negative); rows that leave the picture come in again at its other edge.
-/// Bitmap rows move with their padding; in a console picture the contents move and the row table stays. False, with the
-/// picture unchanged, when there is no memory for one row.
-bool RotateRows(const PictureEditor &editor, std::int32_t delta);
-
-/// The same for columns, `delta` to the right (left when negative). Padding stays.
-bool RotateColumns(const PictureEditor &editor, std::int32_t delta);
+/// Moves every pixel `right` columns and `down` rows (left and up when negative); what leaves the picture comes in
+/// again at the other edge. Bitmap rows that move take their padding along; in a console picture the contents move and
+/// the row table stays. False, with the picture unchanged, when there is no memory for one row.
+bool Rotate(const PictureEditor &editor, std::int32_t right, std::int32_t down);
 
 } // namespace kvt

@@ -14,6 +14,10 @@
 #include <unistd.h>
 #include <vector>
 
+#ifdef KVT_COVERAGE
+extern "C" void __gcov_dump(); // what the counters hold so far, which a process that ends at once does not tell
+#endif
+
 /// A handful of host entries for services that no script reaches. Strings are plain heap objects; `log` keeps what was
 /// asked of the host, in order.
 namespace fake {
@@ -56,6 +60,9 @@ inline void InFreshProcess(const std::function<void()> &body) {
         kvt::rbversion_rbversion = 0.0;
         body();
         std::fflush(nullptr);
+#ifdef KVT_COVERAGE
+        __gcov_dump();
+#endif
         _exit(testing::Test::HasFailure() ? 1 : 0);
     }
     int status = 0;

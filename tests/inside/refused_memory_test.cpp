@@ -1,5 +1,4 @@
 #include "analysis/find_picture.h"
-#include "color/rectangle_mask.h"
 #include "expected/analysis.h"
 #include "inside/heap.h"
 #include "inside/plain_picture.h"
@@ -39,7 +38,7 @@ constexpr struct {
 
 TEST(RefusedMemory, LeavesASearchThatIsSlowerAndFindsTheSame) {
     for (const auto &texture : kTextures)
-        for (const int granted : {-1, 0}) {
+        for (const int granted : {-1, 0, 1, 2}) {
             SCOPED_TRACE(texture.what);
             expected::Picture haystack = expected::Filled(260, 200, {});
             for (int y = 0; y < haystack.height; ++y)
@@ -58,33 +57,17 @@ TEST(RefusedMemory, LeavesASearchThatIsSlowerAndFindsTheSame) {
         }
 }
 
-TEST(RefusedMemory, LeavesNoMask) {
-    const PlainPicture source(expected::Filled(3, 1, {1, 2, 3}), 1);
-    int granted = 0;
-    for (bool made = false; !made; ++granted) {
-        ASSERT_LT(granted, 20);
-        heap::granted = granted;
-        const ColorRectangles rectangles(*source, {0, 0, 3, 1});
-        made = static_cast<bool>(rectangles);
-        EXPECT_TRUE(made || heap::granted == 0);
-    }
-    heap::granted = -1;
-    EXPECT_GT(granted, 1) << "the first grant of none was refused";
-}
-
 TEST(RefusedMemory, LeavesPixelsWhereTheyAre) {
     const PlainPicture picture(expected::Noise(5, 3, 1), kConsoleFormat);
     const expected::StoredPicture before = picture.Stored();
     heap::granted = 0;
-    EXPECT_FALSE(RotateRows(*picture, 1));
-    EXPECT_FALSE(RotateColumns(*picture, 1));
-    EXPECT_TRUE(RotateRows(*picture, -3)) << "nothing to move, no buffer needed";
+    EXPECT_TRUE(Rotate(*picture, 0, -3)) << "nothing to move, no buffer needed";
     heap::granted = -1;
     PictureEditor endless = *picture;
     endless.width = 0x20000000;
     endless.rowBytes = INT32_MIN; // four times the width, in 32 bits
-    EXPECT_FALSE(RotateRows(endless, 1));
-    EXPECT_FALSE(RotateColumns(endless, 1));
+    EXPECT_FALSE(Rotate(endless, 0, 1));
+    EXPECT_FALSE(Rotate(endless, 1, 0));
     EXPECT_EQ(picture.Stored(), before);
 }
 

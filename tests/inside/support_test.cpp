@@ -1,4 +1,5 @@
 #include "inside/fake_host.h"
+#include "inside/heap.h"
 
 #include "support/exceptions.h"
 #include "support/memory.h"
@@ -166,9 +167,25 @@ TEST(StringData, IsCopiedByTheModuleWhereTheHostCannot) {
     });
 }
 
+TEST(Exceptions, MayHaveNoMessage) {
+    InFreshProcess([] {
+        Offer(
+            "PluginNewInstance", +[](const char *className) {
+                static REALobjectStruct exception;
+                fake::log.emplace_back(className);
+                return &exception;
+            });
+        Offer(
+            "RuntimeRaiseException", +[](REALobjectStruct *) { fake::log.emplace_back("raised"); });
+        RaiseException("OutOfBoundsException", nullptr, kEncodingAscii);
+        EXPECT_EQ(fake::log, (std::vector<std::string>{"OutOfBoundsException", "raised"}));
+    });
+}
+
 TEST(BuildString, KeepsBytesAndDeclaresTheirEncoding) {
     InFreshProcess([] {
-        EXPECT_EQ(REALBuildUnicodeString("abcd", 4, kEncodingNone), nullptr) << "a host that builds none";
+        for (const std::uint32_t encoding : {kEncodingNone, kEncodingUtf16, kEncodingUtf32})
+            EXPECT_EQ(REALBuildUnicodeString("abcd", 4, encoding), nullptr) << "a host that builds none";
         OfferStrings();
         EXPECT_EQ(REALBuildUnicodeString("abc", 0, kEncodingUtf8), nullptr);
         EXPECT_EQ(REALBuildUnicodeString("abc", -1, kEncodingUtf8), nullptr);
@@ -200,6 +217,10 @@ TEST(BuildString, NarrowsUtf32OnTheStackAndOnTheHeap) {
                 expected += std::string("x\0", 2);
             EXPECT_EQ(fake::Of(built).bytes, expected + ">") << "only the low 16 bits of a unit are kept";
         }
+        heap::granted = 0;
+        const std::uint32_t many[200] = {};
+        EXPECT_EQ(REALBuildUnicodeString(many, sizeof many, kEncodingUtf32), nullptr);
+        EXPECT_NE(REALBuildUnicodeString(many, 400, kEncodingUtf32), nullptr) << "needs no heap";
     });
 }
 

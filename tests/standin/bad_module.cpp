@@ -2,6 +2,7 @@
 #include "host/records.h"
 
 #include <cstdint>
+#include <cstdlib>
 
 /// A module that breaks the rules of its host, one rule a method, to show that the stand-in host notices.
 namespace {
@@ -113,6 +114,12 @@ int ReadUnlockedResult(Picture) {
     return read;
 }
 
+/// Gives a block back in a way that the host does not see: to it, the block is kept.
+void KeepHeapBlock(Picture) {
+    void *volatile gone = std::realloc(std::malloc(8), 0);
+    static_cast<void>(gone);
+}
+
 // What is no misuse, for the host to play its part in.
 
 /// Locks as a bitmap and then unlocks, whether the lock succeeded or not.
@@ -138,6 +145,11 @@ unsigned char HasWidth(Picture picture) {
     std::int32_t width = 0;
     auto *get = Entry<unsigned char(Picture, const char *, std::int32_t *)>("REALGetPropValueInt");
     return get ? get(picture, "Width", &width) : 0;
+}
+
+/// On i386, where the caller puts the arguments on top of the stack: how far below a multiple of 16 that is.
+std::int32_t StackOffset(Picture picture) {
+    return static_cast<std::int32_t>(-reinterpret_cast<std::uintptr_t>(&picture) & 15);
 }
 
 void Store(Picture, std::int32_t value, std::int32_t *integer, double *number, signed char *boolean) {
@@ -174,6 +186,7 @@ REALmethodDefinition gMethods[] = {
     {Routine(+[](Picture, String s) { CopyOf(s); }), nullptr, "KeepCopy(s as string)"},
     {Routine(GiveBackTwice), nullptr, "GiveBackTwice(s as string)"},
     {Routine(GiveBackOwnBytes), nullptr, "GiveBackOwnBytes(s as string)"},
+    {Routine(KeepHeapBlock), nullptr, "KeepHeapBlock"},
     {Routine(+[](Picture) { gResolver("REALMakeCoffee"); }), nullptr, "AskForNonsense"},
     {Routine(+[](Picture p) { Entry<Picture(Picture, signed char)>("REALGetPictureMask")(p, 1); }), nullptr,
      "CreateMask"},
@@ -204,6 +217,7 @@ REALmethodDefinition gMethods[] = {
     {Routine(LockAndUnlock), nullptr, "LockAndUnlock(unlocks as boolean = true) as boolean"},
     {Routine(TakeAndDrop), nullptr, "TakeAndDrop(balanced as boolean = true)"},
     {Routine(HasWidth), nullptr, "HasWidth as boolean"},
+    {Routine(StackOffset), nullptr, "StackOffset as integer"},
     {Routine(+[](Picture, std::int32_t) { return 1; }), nullptr, "Which(a as integer) as integer"},
     {Routine(+[](Picture, double, signed char) { return 2; }), nullptr,
      "Which(a as double, b as boolean = true) as integer"},

@@ -86,6 +86,15 @@ TEST(Calls, GiveVariablesBackAndTakeAssignments) {
     EXPECT_EQ(host.TakeViolations(), std::vector<std::string>());
 }
 
+#if defined(__i386__)
+TEST(Calls, FindTheStackAsTheHostIsDescribed) {
+    for (const int shift : {0, 4, 8, 12}) {
+        BadHost host({.stackShift = shift});
+        EXPECT_EQ(host.Call(host.Make(kFiveByThree), "StackOffset").value.AsInteger(), shift);
+    }
+}
+#endif
+
 TEST(Calls, ThatDoNotFitSayWhy) {
     BadHost host;
     const Ref picture = host.Make(kFiveByThree);

@@ -61,6 +61,7 @@ constexpr struct {
     {"KeepCopy", "1 copies of string bytes remain where 0 could not be given back"},
     {"GiveBackTwice", "PluginDisposeStringData: no copy of this host's, or given back already"},
     {"GiveBackOwnBytes", "PluginDisposeStringData: no copy of this host's, or given back already"},
+    {"KeepHeapBlock", "1 block(s) of the heap were not freed"},
     {"AskForNonsense", "the resolver was asked for \"REALMakeCoffee\", which no host has"},
     {"CreateMask", "REALGetPictureMask: asked to create a mask"},
     {"AskForEightBits", "newPicture: asked for 5 x 3 with 8 bits"},

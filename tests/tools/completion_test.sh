@@ -46,14 +46,16 @@ Offers "bash" kvt completion b
 # Every method and class of the interface, and every command of the help.
 COMP_WORDS=(kvt make "") COMP_CWORD=2
 _kvt
+"$kvt" manual >kvt.1 || failed=1
 wanted=$("$kvt" list | sed -n 's/^  \([A-Za-z0-9]*KVT\|FindPicture\).*/\1/p; s/^Class \([A-Za-z0-9]*\) .*/\1/p' | sort -u)
 [ "$wanted" = "$(printf '%s\n' "${COMPREPLY[@]}" | sort -u)" ] || { echo "bash: methods differ from kvt list"; failed=1; }
 COMP_WORDS=(kvt "") COMP_CWORD=1
 _kvt
 for command in $("$kvt" --help | sed -n '/^Commands:/,/^$/s/^  \([a-z]*\) .*/\1/p'); do
     [[ " ${COMPREPLY[*]} " == *" $command "* ]] || { echo "bash: no command $command"; failed=1; }
-    "$kvt" "$command" --help | grep -q '^Examples:\|^  kvt ' || { echo "kvt $command --help has no examples"; failed=1; }
-    "$kvt" manual | grep -q "^.SS kvt $command" || { echo "the manual has no command $command"; failed=1; }
+    "$kvt" "$command" --help >help
+    grep -q '^  kvt ' help || { echo "kvt $command --help has no examples"; failed=1; }
+    grep -q "^.SS kvt $command" kvt.1 || { echo "the manual has no command $command"; failed=1; }
 done
 
 if command -v zsh >/dev/null; then
@@ -86,7 +88,6 @@ EOF
 fi
 
 if command -v mandoc >/dev/null; then
-    "$kvt" manual >kvt.1
     mandoc -T lint -W warning kvt.1 || failed=1
 fi
 exit $failed

@@ -1,0 +1,132 @@
+#include "pixels/picture_helpers.h"
+
+#include "inside/fake_host.h"
+#include "pixels/picture_editor.h"
+
+#include <cstdint>
+#include <vector>
+
+namespace {
+
+using namespace kvt;
+using fake::InFreshProcess;
+using fake::Offer;
+
+/// A console picture of a host that may say of it what it likes. Its pixels are one number.
+struct Console : REALpictureStruct {
+    explicit Console(std::uint32_t pixel) : pixels(6, pixel), rows{pixels.data(), pixels.data() + 3} {
+        record.width = 3;
+        record.height = 2;
+        record.trueColor = 1;
+        record.rows = rows;
+        description = {kConsoleDescription, &record, 3, 2, {}};
+    }
+    std::vector<std::uint32_t> pixels;
+    void *rows[2];
+    REALconsolePicture record = {};
+    REALpictureDescription description;
+    bool lockable = true;
+    int locks = 0;
+};
+
+Console &Of(REALpictureStruct *picture) { return *static_cast<Console *>(picture); }
+
+void OfferLocks() {
+    rbversion_rbversion = 2019.0;
+    Offer(
+        "REALLockPictureDescription", +[](REALpictureStruct *picture, REALpictureDescription *out, std::int32_t) {
+            *out = Of(picture).description;
+            Of(picture).locks += Of(picture).lockable;
+            return static_cast<unsigned char>(Of(picture).lockable);
+        });
+    Offer(
+        "unlockPictureDescription", +[](REALpictureStruct *picture) { --Of(picture).locks; });
+}
+
+constexpr struct {
+    const char *what;
+    void (*spoil)(Console &picture); ///< the target as well as the source
+} kSpoilt[] = {
+    {"cannot be locked", [](Console &picture) { picture.lockable = false; }},
+    {"is described as something else", [](Console &picture) { picture.description.type = kBitmapDescription; }},
+    {"has no record", [](Console &picture) { picture.description.data = nullptr; }},
+    {"is wider", [](Console &picture) { ++picture.record.width; }},
+    {"is higher", [](Console &picture) { ++picture.record.height; }},
+    {"is a palette image", [](Console &picture) { picture.record.paletteRows = 2; }},
+    {"has no row table", [](Console &picture) { picture.record.rows = nullptr; }},
+    {"lacks its last row", [](Console &picture) { picture.rows[1] = nullptr; }},
+};
+
+TEST(OwnCopy, RefusesWhatIsNoConsolePictureOfTheSameSize) {
+    InFreshProcess([] {
+        OfferLocks();
+        for (const auto &row : kSpoilt)
+            for (const bool spoilsTarget : {false, true}) {
+                SCOPED_TRACE(std::string(spoilsTarget ? "the target " : "the source ") + row.what);
+                Console source(1);
+                Console target(2);
+                row.spoil(spoilsTarget ? target : source);
+                EXPECT_FALSE(OwnCopy(&target, &source, 0, 0, 3, 2, 0, 0, 3, 2));
+                EXPECT_EQ(target.pixels, std::vector<std::uint32_t>(6, 2));
+                EXPECT_EQ(source.locks, 0);
+                EXPECT_EQ(target.locks, 0);
+            }
+    });
+}
+
+TEST(OwnCopy, RefusesPartsAndStretches) {
+    InFreshProcess([] {
+        OfferLocks();
+        constexpr std::int32_t kWhole[8] = {0, 0, 3, 2, 0, 0, 3, 2};
+        const auto copy = [](REALpictureStruct *target, REALpictureStruct *source, const std::int32_t(&at)[8]) {
+            return OwnCopy(target, source, at[0], at[1], at[2], at[3], at[4], at[5], at[6], at[7]);
+        };
+        Console source(1);
+        Console target(2);
+        EXPECT_FALSE(copy(nullptr, &source, kWhole));
+        EXPECT_FALSE(copy(&target, nullptr, kWhole));
+        for (int changed = 0; changed < 8; ++changed) {
+            std::int32_t other[8] = {0, 0, 3, 2, 0, 0, 3, 2};
+            ++other[changed];
+            EXPECT_FALSE(copy(&target, &source, other)) << changed;
+        }
+        EXPECT_EQ(target.pixels, std::vector<std::uint32_t>(6, 2));
+        EXPECT_TRUE(copy(&target, &source, kWhole));
+        EXPECT_EQ(target.pixels, source.pixels);
+    });
+}
+
+TEST(OwnCopy, ReadsNoRowOfPicturesWithoutPixels) {
+    InFreshProcess([] {
+        OfferLocks();
+        Console source(1);
+        Console target(2);
+        source.record.width = target.record.width = 0;
+        source.rows[0] = target.rows[0] = nullptr;
+        EXPECT_TRUE(OwnCopy(&target, &source, 0, 0, 0, 2, 0, 0, 0, 2));
+    });
+}
+
+TEST(Drawing, WithoutSurfaceOrSourceIsLeftToTheCopy) {
+    InFreshProcess([] {
+        OfferLocks();
+        Console source(1);
+        Console target(2);
+        REALgraphicsStruct surface;
+        EXPECT_TRUE(GraphicsDrawPicture(nullptr, &target, &source, 0, 0, 3, 2, 0, 0, 3, 2));
+        EXPECT_EQ(target.pixels, source.pixels);
+        EXPECT_FALSE(GraphicsDrawPicture(&surface, &target, nullptr, 0, 0, 3, 2, 0, 0, 3, 2));
+    });
+}
+
+TEST(Helpers, TakeNothingForNothing) {
+    InFreshProcess([] {
+        EXPECT_EQ(GetPictureWidth(nullptr), 0);
+        EXPECT_EQ(ClonePicture(nullptr), nullptr);
+        PictureEditor closed = {};
+        EXPECT_EQ(RenderPictureWriter(closed), nullptr);
+        ClosePictureReader(closed);
+    });
+}
+
+} // namespace

@@ -1,0 +1,34 @@
+#include "tools/commands.h"
+#include "tools/gallery/gallery.h"
+#include "tools/host_options.h"
+
+#include <CLI/CLI.hpp>
+#include <memory>
+
+namespace tools {
+
+void AddGalleryCommand(CLI::App &program, Outcome &outcome) {
+    CLI::App *command = program.add_subcommand("gallery", "Render every method and class into one page");
+    const auto request = std::make_shared<GalleryRequest>();
+    command->add_option("picture", request->picture, "a PNG, JPEG or BMP file; a sample when left out");
+    command->add_option("-o,--output", request->folder, "the folder that takes the page and its materials")->required();
+    command->footer(R"(Examples:
+  kvt gallery -o gallery
+  kvt gallery holiday.jpg -o gallery
+  kvt gallery -o gallery --host console
+
+gallery/index.html shows every method and class: before and after, the lines of script and shell that
+make it, what it promises and what it takes. It is one file that needs nothing beside it. The other
+files are what its shell lines name; the lines run in that folder. A larger picture is scaled down to
+640 pixels.
+
+Exit status:
+  0  done
+  1  a call came to nothing: the page and standard error say which; all others are shown
+  2  an option or a file cannot be used
+  3  the module broke the host's rules; each breach is printed)");
+    AddHostOptions(*command, request->host);
+    command->callback([request, &outcome] { outcome = RenderGallery(*request); });
+}
+
+} // namespace tools
