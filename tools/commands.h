@@ -16,5 +16,7 @@ void AddMakeCommand(CLI::App &program, Outcome &outcome);
 void AddSampleCommand(CLI::App &program, Outcome &outcome);
 void AddGalleryCommand(CLI::App &program, Outcome &outcome);
 void AddCheckCommand(CLI::App &program, Outcome &outcome);
+void AddCompletionCommand(CLI::App &program, Outcome &outcome);
+void AddManualCommand(CLI::App &program, Outcome &outcome);
 
 } // namespace tools

@@ -20,8 +20,8 @@ constexpr const char *kExamples = R"(Examples:
 
 /// In the order in which help shows them.
 constexpr void (*kCommands[])(CLI::App &program, tools::Outcome &outcome) = {
-    tools::AddListCommand,   tools::AddApplyCommand,   tools::AddMakeCommand,
-    tools::AddSampleCommand, tools::AddGalleryCommand, tools::AddCheckCommand,
+    tools::AddListCommand,    tools::AddApplyCommand, tools::AddMakeCommand,       tools::AddSampleCommand,
+    tools::AddGalleryCommand, tools::AddCheckCommand, tools::AddCompletionCommand, tools::AddManualCommand,
 };
 
 /// Throws nothing itself.

@@ -1,9 +1,10 @@
 #!/usr/bin/env bash
 # Drives the command-line program as a user does.
-# usage: kvt_command_test.sh KVT BROKEN_MODULE
+# usage: kvt_command_test.sh KVT BROKEN_MODULE DYING_MODULE
 set -uo pipefail
 kvt=$(realpath "$1")
 broken=$(realpath "$2")
+dying=$(realpath "$3")
 folder=$(mktemp -d)
 trap 'rm -rf "$folder"' EXIT
 cd "$folder" || exit 1
@@ -279,7 +280,7 @@ Equal "answers" "in/1.png in/2.png in/3.png in/5.png in/6.png in/7.png in/deep/8
 Equal "results" "bmp-8.bmp png-1.bmp png-2.bmp png-3.bmp png-5.bmp png-6.bmp png-7.bmp" \
     "$(find in -name '*-*.bmp' -printf '%f\n' | sort | tr '\n' ' ' | sed 's/ $//')"
 Same inverted.bmp in/deep/out/bmp-8.bmp
-Run 3 apply in/1.png in/2.png DieKVT --module "$broken"
+Run 3 apply in/1.png in/2.png DieKVT --module "$dying"
 Says 'kvt: in/2.png: ended by signal 9'
 Run 2 apply in/1.png in/2.png InvertKVT -o same.png
 Says 'the results of in/1.png and in/2.png would both go there'

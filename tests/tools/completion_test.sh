@@ -1,0 +1,93 @@
+#!/usr/bin/env bash
+# What is offered when a user presses the tabulator key, in bash and, where it is installed, in zsh; and whether the
+# manual page reads without warnings, where mandoc is installed.
+# usage: completion_test.sh KVT
+set -uo pipefail
+kvt=$(realpath "$1")
+folder=$(mktemp -d)
+trap 'rm -rf "$folder"' EXIT
+cd "$folder" || exit 1
+failed=0
+touch photo.png "two words.png" notes.txt
+
+"$kvt" completion bash >kvt.bash || exit 1
+# shellcheck source=/dev/null
+. ./kvt.bash
+Offers() { # EXPECTED WORD...: what completes the last word, sorted and joined
+    local expected=$1 found
+    shift
+    COMP_WORDS=("$@")
+    COMP_CWORD=$(($# - 1))
+    _kvt
+    found=$(printf '%s\n' "${COMPREPLY[@]}" | LC_ALL=C sort | tr '\n' ' ' | sed 's/ *$//')
+    if [ "$found" != "$expected" ]; then
+        printf 'bash: %s\n  expected: %s\n  found:    %s\n' "$*" "$expected" "$found"
+        failed=1
+    fi
+}
+Offers "apply" kvt ap
+Offers "--help --version" kvt --
+Offers "photo.png" kvt apply ph
+Offers "two words.png" kvt apply two
+Offers "InvertGrayKVT InvertKVT" kvt apply photo.png Inv
+Offers "InvertGrayKVT InvertKVT" kvt apply photo.png "'Inv"
+Offers "" kvt apply Inv
+Offers "photo.png" kvt apply photo.png ph
+Offers "" kvt apply photo.png InvertKVT ph
+Offers "PictureLut3DKVT PictureSepiaKVT PicturetoBinaryStringKVT" kvt apply -o photo.png photo.png InvertKVT Picture
+Offers "PictureLut3DKVT PictureSepiaKVT PicturetoBinaryStringKVT" kvt make Picture
+Offers "straight-first straight-last" kvt apply photo.png --layout str
+Offers "console" kvt apply photo.png --host = c
+Offers "desktop" kvt apply photo.png --host d
+Offers "notes.txt" kvt apply photo.png --module n
+Offers "--save-block" kvt make --s
+Offers "bash" kvt completion b
+
+# Every method and class of the interface, and every command of the help.
+COMP_WORDS=(kvt make "") COMP_CWORD=2
+_kvt
+"$kvt" manual >kvt.1 || failed=1
+wanted=$("$kvt" list | sed -n 's/^  \([A-Za-z0-9]*KVT\|FindPicture\).*/\1/p; s/^Class \([A-Za-z0-9]*\) .*/\1/p' | sort -u)
+[ "$wanted" = "$(printf '%s\n' "${COMPREPLY[@]}" | sort -u)" ] || { echo "bash: methods differ from kvt list"; failed=1; }
+COMP_WORDS=(kvt "") COMP_CWORD=1
+_kvt
+for command in $("$kvt" --help | sed -n '/^Commands:/,/^$/s/^  \([a-z]*\) .*/\1/p'); do
+    [[ " ${COMPREPLY[*]} " == *" $command "* ]] || { echo "bash: no command $command"; failed=1; }
+    "$kvt" "$command" --help >help
+    grep -q '^  kvt ' help || { echo "kvt $command --help has no examples"; failed=1; }
+    grep -q "^.SS kvt $command" kvt.1 || { echo "the manual has no command $command"; failed=1; }
+done
+
+if command -v zsh >/dev/null; then
+    mkdir functions
+    "$kvt" completion zsh >functions/_kvt
+    cat >drive.zsh <<'EOF'
+zmodload zsh/zpty
+zpty shell zsh -f -i
+Read() { local all part; while zpty -r -t shell part 2>/dev/null || { sleep 0.1; zpty -r -t shell part 2>/dev/null; }; do all+=$part; done; print -r -- "$all"; }
+zpty -w shell "PS1= ; fpath=($PWD/functions \$fpath); autoload -U compinit; compinit -u -d $PWD/dump; zstyle ':completion:*' list-colors ''"
+sleep 1; Read >/dev/null
+for line in "$@"; do
+    zpty -w -n shell "$line"$'\t'
+    sleep 0.7
+    Read
+    zpty -w -n shell $'\C-u'
+    sleep 0.1
+    Read >/dev/null
+done
+EOF
+    zsh -f drive.zsh 'kvt ap' 'kvt apply photo.png InvertG' 'kvt apply photo.png --layout row' 'kvt apply pho' \
+        'kvt completion ba' >zsh.out 2>&1
+    for wanted in 'kvt apply ' InvertGrayKVT row-table photo.png 'completion bash'; do
+        sed 's/\x1b\[[0-9;?]*[a-zA-Z]//g' zsh.out | grep -qF -- "$wanted" || {
+            echo "zsh: nothing completes to $wanted"
+            cat -v zsh.out
+            failed=1
+        }
+    done
+fi
+
+if command -v mandoc >/dev/null; then
+    mandoc -T lint -W warning kvt.1 || failed=1
+fi
+exit $failed
