@@ -6,7 +6,8 @@ namespace {
 
 constexpr const char *kFresh = "into memory got in the call";
 
-VipsImage *Checked(int failed, VipsImage *image) {
+/// `image` is a reference, since the call that makes `failed` fills it in.
+VipsImage *Checked(int failed, VipsImage *&image) {
     if (failed)
         throw std::runtime_error(vips_error_buffer());
     return image;

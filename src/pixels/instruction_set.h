@@ -29,16 +29,16 @@ template <class Body> KVT_TARGET_AVX512 auto RunWithAvx512(Body body) { return b
 
 /// Runs `body` (a lambda marked KVT_INLINE_LAMBDA that captures by value) compiled for the active level.
 template <class Body> auto AtActiveLevel(Body body) {
-#if defined(__x86_64__) || defined(__i386__)
     switch (ActiveInstructionSet()) {
+#if defined(__x86_64__) || defined(__i386__)
     case InstructionSet::Avx512:
         return RunWithAvx512(body);
     case InstructionSet::Avx2:
         return RunWithAvx2(body);
-    case InstructionSet::Baseline:
+#endif
+    default:
         break;
     }
-#endif
     return body();
 }
 

@@ -127,7 +127,7 @@ TEST(Scrolling, OfGraphicsWorldsWithoutWrap) {
             const Ref picture = world(1);
             const Ref mask = world(2);
             host.AttachMask(picture, mask);
-            const auto scrolled = [&](const StoredPicture &before) {
+            const auto scrolled = [&, across = across, down = down](const StoredPicture &before) {
                 StoredPicture after = before;
                 for (int y = 0; y < 5; ++y)
                     for (int x = 0; x < 7; ++x) {

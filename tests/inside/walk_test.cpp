@@ -43,15 +43,22 @@ class EveryLevel : public testing::TestWithParam<int> {
     void SetUp() override { gForcedLevel = GetParam(); }
     void TearDown() override { gForcedLevel = -1; }
 
+    /// Kernels of their own for each level need not ask for it on processors that have one level only.
+    static void ExpectLevel() {
+        if (kHasLevels) {
+            EXPECT_EQ(gActiveLevel, GetParam());
+        }
+    }
+
     /// Runs a walk and makes sure that it really ran at the level.
     template <class Walk> auto AtLevel(Walk walk) {
         gActiveLevel = -1;
         if constexpr (std::is_void_v<decltype(walk())>) {
             walk();
-            EXPECT_EQ(gActiveLevel, GetParam());
+            ExpectLevel();
         } else {
             const auto result = walk();
-            EXPECT_EQ(gActiveLevel, GetParam());
+            ExpectLevel();
             return result;
         }
     }

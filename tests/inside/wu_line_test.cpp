@@ -106,10 +106,12 @@ TEST(WuLine, OfAnyEndsIsTheOneDrawnStepByStep) {
         const expected::Picture paper = Filled(23, 14, kPaper);
         expected::Picture wanted = paper;
         expected::DrawWuLine(wanted, kInk, x0, y0, x1, y1);
-        ASSERT_NO_FATAL_FAILURE(ExpectDrawn(paper, wanted, [&](const PictureEditor &editor) {
-            DrawWuLine(editor, static_cast<std::int16_t>(x0), static_cast<std::int16_t>(y0),
-                       static_cast<std::int16_t>(x1), static_cast<std::int16_t>(y1));
-        }));
+        const auto fromX = static_cast<std::int16_t>(x0);
+        const auto fromY = static_cast<std::int16_t>(y0);
+        const auto toX = static_cast<std::int16_t>(x1);
+        const auto toY = static_cast<std::int16_t>(y1);
+        ASSERT_NO_FATAL_FAILURE(ExpectDrawn(
+            paper, wanted, [&](const PictureEditor &editor) { DrawWuLine(editor, fromX, fromY, toX, toY); }));
     }
 }
 

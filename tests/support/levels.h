@@ -5,6 +5,13 @@
 /// The instruction sets, named in the order of their levels.
 inline constexpr const char *kLevelNames[] = {"Baseline", "Avx2", "Avx512"};
 
+/// Whether there is more than the baseline for this kind of processor.
+#if defined(__x86_64__) || defined(__i386__)
+inline constexpr bool kHasLevels = true;
+#else
+inline constexpr bool kHasLevels = false;
+#endif
+
 /// The levels of this processor, found without the module's help, so that one that it wrongly falls back from is a
 /// failure.
 inline std::vector<int> EveryLevelOffered() {
