@@ -11,8 +11,11 @@ else()
   set(program kvt)
 endif()
 set(folder lib/kvtpicture/${width})
-set_target_properties(kvt kvtplatform ApplicationServices PROPERTIES INSTALL_RPATH "$ORIGIN")
+set_target_properties(kvt kvtplatform PROPERTIES INSTALL_RPATH "$ORIGIN")
 set_target_properties(ApplicationServices PROPERTIES INSTALL_RPATH "$ORIGIN/../..")
+# The build folder has the same places. Otherwise the files there would be padded with empty ones, which stand for the
+# current folder.
+set_target_properties(kvt kvtpicture kvtplatform ApplicationServices PROPERTIES BUILD_WITH_INSTALL_RPATH ON)
 install(TARGETS kvt RUNTIME DESTINATION ${folder})
 install(TARGETS kvtpicture kvtplatform LIBRARY DESTINATION ${folder})
 install(TARGETS ApplicationServices LIBRARY DESTINATION ${folder}/Frameworks/ApplicationServices.framework)
