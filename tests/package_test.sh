@@ -25,7 +25,7 @@ for prefix in "$folder/tar" "$folder/deb/usr"; do
         where="$program in $prefix"
         [ "$(Kvt --version)" = "kvt $version" ] || Fail "$where: version"
         Kvt list >out
-        grep -q '^Methods of Picture (39)' out || Fail "$where: list"
+        grep -q '^  InvertKVT as picture' out || Fail "$where: list"
         Kvt sample s.png --size 40x30 || Fail "$where: sample"
         Kvt apply s.png InvertKVT 'ScrollHorizontalKVT(3, false, false)' -o out.png >out
         [ "$(cat out)" = "ScrollHorizontalKVT = true" ] || Fail "$where: apply" # scrolling loads the bundle, too
