@@ -84,11 +84,6 @@ double Yardstick::BestGigabytesPerSecond() const { return static_cast<double>(to
 Workplace::Workplace(const LayoutPair &pair, Size size)
     : pair_(pair), host_(DescribeHost(pair)), inputs_(host_, size, pair.sourceAlphaInfo) {}
 
-Workplace::~Workplace() {
-    for (const std::string &violation : host_.TakeViolations())
-        fmt::print(stderr, "{}\n", violation);
-}
-
 Figure Workplace::Measure(const Operation &operation, int level, int runs, Yardstick &yardstick) {
     inputs_.Trim(kKeptInputs);
     Figure best{&operation, &pair_, level, inputs_.size()};
