@@ -77,13 +77,11 @@ class Yardstick {
     Milliseconds best_ = Milliseconds::max();
 };
 
-/// A host with pictures of one size, for the measuring of one layout pair.
+/// A host with pictures of one size, for the measuring of one layout pair. It tells on standard error of what the
+/// module did wrong.
 class Workplace {
   public:
     Workplace(const LayoutPair &pair, Size size);
-    ~Workplace(); ///< tells of what the module did wrong
-    Workplace(const Workplace &) = delete;
-    Workplace &operator=(const Workplace &) = delete;
 
     bool ForceLevel(int level) { return host_.ForceLevel(level); }
     /// The best of `runs` calls, each beside a copy.

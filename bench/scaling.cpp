@@ -76,6 +76,7 @@ std::size_t MeasureScaling(const Selection &selection, Format format, const Refe
         const std::vector<const Operation *> operations = selection.Operations();
         for (std::size_t i = 0; i < operations.size(); ++i) {
             std::vector<Figure> figures;
+            figures.reserve(bySize.size());
             for (const std::vector<Figure> &ofSize : bySize)
                 figures.push_back(ofSize[i]);
             std::vector<std::string> row{operations[i]->Name()};

@@ -4,6 +4,7 @@
 #include "standin/module_file.h"
 #include "tools/check_rules.h"
 #include "tools/files.h"
+#include "tools/json.h"
 #include "tools/nearest.h"
 
 #include <algorithm>
@@ -42,29 +43,14 @@ std::vector<const Rule *> ChosenRules(const std::vector<std::string> &names) {
     return chosen;
 }
 
-/// Bytes that are no plain text, as they may come from a module, are shown by their numbers.
-std::string JsonText(std::string_view text) {
-    std::string quoted = "\"";
-    for (const char c : text) {
-        const auto byte = static_cast<unsigned char>(c);
-        if (c == '"' || c == '\\')
-            quoted += {'\\', c};
-        else if (byte < 0x20 || byte > 0x7E)
-            quoted += fmt::format("\\u{:04x}", byte);
-        else
-            quoted += c;
-    }
-    return quoted + '"';
-}
-
 std::string JsonLine(const Rule &rule, const Account &account) {
     std::string findings;
     for (const std::string &finding : account.findings)
-        findings += fmt::format("{}{}", findings.empty() ? "" : ", ", JsonText(finding));
+        findings += fmt::format("{}{}", findings.empty() ? "" : ", ", json::Text(finding));
     return fmt::format("    {{\"rule\": {}, \"promise\": {}, \"kept\": {}, \"steps\": {}, \"remark\": {}, "
                        "\"findings\": [{}]}}",
-                       JsonText(rule.name), JsonText(rule.promise), account.findings.empty(), account.steps,
-                       JsonText(account.remark), findings);
+                       json::Text(rule.name), json::Text(rule.promise), account.findings.empty(), account.steps,
+                       json::Text(account.remark), findings);
 }
 
 std::string PlainLines(const Rule &rule, const Account &account) {
@@ -101,7 +87,7 @@ Outcome Check(const CheckRequest &request) {
 
     std::size_t broken = 0;
     std::size_t steps = 0;
-    std::string json;
+    std::string lines;
     const auto start = std::chrono::steady_clock::now();
     if (!request.json)
         fmt::print("{}, a module of {} bits, promises that it\n", name, *width);
@@ -112,7 +98,7 @@ Outcome Check(const CheckRequest &request) {
             ++broken;
         steps += account.steps;
         if (request.json) {
-            json += (json.empty() ? "" : ",\n") + JsonLine(*rule, account);
+            lines += (lines.empty() ? "" : ",\n") + JsonLine(*rule, account);
         } else {
             fmt::print("{}", PlainLines(*rule, account));
             static_cast<void>(std::fflush(stdout)); // some rules take their time
@@ -122,7 +108,7 @@ Outcome Check(const CheckRequest &request) {
     if (request.json)
         fmt::print("{{\n  \"module\": {},\n  \"bits\": {},\n  \"rules\": [\n{}\n  ],\n"
                    "  \"summary\": {{\"rules\": {}, \"kept\": {}, \"broken\": {}}}\n}}\n",
-                   JsonText(name), *width, json, rules.size(), kept, broken);
+                   json::Text(name), *width, lines, rules.size(), kept, broken);
     else
         fmt::print("{} rule{}: {} kept, {} broken; {} steps in {:.1f} s\n", rules.size(), rules.size() == 1 ? "" : "s",
                    kept, broken, steps,

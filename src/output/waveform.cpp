@@ -151,11 +151,6 @@ template <class Integer> Integer Limit(std::int64_t value) {
     return static_cast<Integer>(std::clamp<std::int64_t>(value, Range::min(), Range::max()));
 }
 
-/// Truncates toward zero, limited to 32 bits; not a number gives 0.
-std::int32_t Truncate(double value) {
-    return value != value ? 0 : static_cast<std::int32_t>(std::clamp(value, -2147483648.0, 2147483647.0));
-}
-
 /// The rows from `top` to `bottom`, both included, that a column's two halves cover.
 struct Bar {
     std::int32_t top;

@@ -63,6 +63,14 @@ KVT_INLINE constexpr std::int32_t ToByte(double value) {
     return static_cast<std::int32_t>(value > 0.0 ? value < 255.0 ? value : 255.0 : 0.0);
 }
 
+/// Truncates toward zero, limited to 32 bits; not a number gives 0.
+KVT_INLINE constexpr std::int32_t Truncate(double value) {
+    return value != value          ? 0
+           : value < -2147483648.0 ? INT32_MIN
+           : value > 2147483647.0  ? INT32_MAX
+                                   : static_cast<std::int32_t>(value);
+}
+
 /// Arithmetic that keeps to the type of its levels, bytes or 32-bit numbers. The standard library's functions need not
 /// be inlined, and then run as baseline code.
 template <class Level> KVT_INLINE constexpr Level Higher(Level a, Level b) { return a > b ? a : b; }

@@ -41,6 +41,7 @@ bool ReadBitmap(PictureEditor &editor, const REALpictureDescription &description
     const std::size_t width = CGBitmapContextGetWidth(context);
     const std::size_t height = CGBitmapContextGetHeight(context);
     const std::size_t bytesPerRow = CGBitmapContextGetBytesPerRow(context);
+    // The alpha info is the lowest bits alone. Of pictures with an alpha channel only the premultiplied forms are read.
     const auto alphaInfo = static_cast<std::int32_t>(CGBitmapContextGetAlphaInfo(context) & 7);
     const std::int32_t lastFormat = editor.hasAlphaChannel ? 2 : 6;
     if (alphaInfo < 1 || alphaInfo > lastFormat || bitsPerPixel != 32)
@@ -63,10 +64,12 @@ bool ReadConsolePicture(PictureEditor &editor, const REALpictureDescription &des
     const auto *record = static_cast<const REALconsolePicture *>(description.data);
     if ((!editor.hasAlphaChannel && record->paletteRows) || !record->rows || !record->trueColor)
         return false;
+    if (description.width > 0x7FFFFFFF / 4) // the bytes of a row are counted in 32 bits
+        return false;
     editor.format = kConsoleFormat;
     editor.width = description.width;
     editor.height = description.height;
-    editor.rowBytes = static_cast<std::int32_t>(static_cast<std::uint32_t>(description.width) * 4);
+    editor.rowBytes = HasPixels(editor) ? description.width * 4 : 0;
     editor.rowTable = record->rows;
     if (!HasPixels(editor))
         return true;
@@ -193,14 +196,14 @@ REALpictureStruct *RenderPictureWriter(PictureEditor &writer) {
 }
 
 void ClosePictureEditor(PictureEditor &editor) {
-    REALpictureStruct *picture = editor.picture;
-    if (!picture)
+    const PictureEditor closed = editor;
+    if (!closed.picture)
         return;
-    editor.picture = nullptr;
-    REALUnlockPictureDescription(picture);
-    if (editor.writes)
-        REALPictureClearCache(picture);
-    REALUnlockObject(picture);
+    editor = {};
+    REALUnlockPictureDescription(closed.picture);
+    if (closed.writes)
+        REALPictureClearCache(closed.picture);
+    REALUnlockObject(closed.picture);
 }
 
 void ClosePictureReader(PictureEditor &editor) { ClosePictureEditor(editor); }

@@ -47,9 +47,9 @@ std::int32_t FirstOfColors(const PictureEditor &source, std::int32_t from, std::
             constexpr std::ptrdiff_t kBlock = 1024;
             constexpr std::ptrdiff_t kPart = 64;
             std::ptrdiff_t x = from;
-            while (x < end && !passing(x, std::min<std::ptrdiff_t>(end, x + kBlock)))
+            while (x < end && !passing(x, Lower<std::ptrdiff_t>(end, x + kBlock)))
                 x += kBlock;
-            while (x < end && !passing(x, std::min<std::ptrdiff_t>(end, x + kPart)))
+            while (x < end && !passing(x, Lower<std::ptrdiff_t>(end, x + kPart)))
                 x += kPart;
             while (x < end && different(x))
                 ++x;
@@ -72,7 +72,7 @@ inline std::int64_t EqualPixels(const PictureEditor &whole, Point at, const Pict
                     const unsigned char *a = rows[at.y + row] + std::ptrdiff_t{at.x} * Whole::kBytes;
                     const unsigned char *b = partRows[row];
                     for (std::ptrdiff_t x = 0; x < width; x += kBlock) {
-                        const std::ptrdiff_t stop = std::min<std::ptrdiff_t>(width, x + kBlock);
+                        const std::ptrdiff_t stop = Lower<std::ptrdiff_t>(width, x + kBlock);
                         std::int32_t different = 0;
                         for (std::ptrdiff_t i = x; i < stop; ++i)
                             different |= Whole::Load(a + i * Whole::kBytes) == Part::Load(b + i * Part::kBytes) ? 0 : 1;

@@ -4,7 +4,6 @@
 #include "support/memory.h"
 
 #include <atomic>
-#include <bit>
 #include <cstring>
 
 #if defined(__SSE2__)
@@ -93,21 +92,17 @@ constexpr std::int32_t kWorthwhileWidth = 16;
 
 /// The corners of `grid` in the byte order of the layout. False when one of its numbers is not tame.
 template <class To> bool Repack(const ColorGrid &grid, Corner *corners) {
-    constexpr auto byteOf = [](std::uint32_t mask) { return std::countr_zero(mask) / 8; };
-    constexpr int kRed = byteOf(To::Word({255, 0, 0}) & To::kColorBits);
-    constexpr int kGreen = byteOf(To::Word({0, 255, 0}) & To::kColorBits);
-    constexpr int kBlue = byteOf(To::Word({0, 0, 255}) & To::kColorBits);
-    constexpr int kFourth = byteOf(~To::kColorBits);
+    constexpr ByteOrder kOrder = To::kOrder;
     bool tame = true;
     for (std::int32_t r = 0; r < kLevels; ++r)
         for (std::int32_t g = 0; g < kLevels; ++g)
             for (std::int32_t b = 0; b < kLevels; ++b) {
                 const double *point = grid[r][g][b];
                 Corner &corner = *corners++;
-                corner[kRed] = point[0];
-                corner[kGreen] = point[1];
-                corner[kBlue] = point[2];
-                corner[kFourth] = To::Word({0, 0, 0}) ? kOpaque : 0.0;
+                corner[kOrder.red] = point[0];
+                corner[kOrder.green] = point[1];
+                corner[kOrder.blue] = point[2];
+                corner[kOrder.fourth] = kOrder.opaque ? kOpaque : 0.0;
                 for (std::uint32_t x = 0; x < kGridChannels; ++x)
                     tame &= point[x] > -kTame && point[x] < kTame;
             }
@@ -178,11 +173,11 @@ template <class From> KVT_INLINE void Locate(const unsigned char *pixels, Block 
         const std::int16_t red = key(reds[i], r, kRedStep);
         const std::int16_t green = key(greens[i], g, kGreenStep);
         const std::int16_t blue = key(blues[i], b, kBlueStep);
-        const std::int16_t smaller = std::min(red, green);
-        const std::int16_t larger = std::max(red, green);
-        const std::int16_t smallest = std::min(smaller, blue);
-        const std::int16_t middle = std::max(smaller, std::min(larger, blue));
-        const std::int16_t largest = std::max(larger, blue);
+        const std::int16_t smaller = Lower(red, green);
+        const std::int16_t larger = Higher(red, green);
+        const std::int16_t smallest = Lower(smaller, blue);
+        const std::int16_t middle = Higher(smaller, Lower(larger, blue));
+        const std::int16_t largest = Higher(larger, blue);
         const auto lowest = static_cast<std::int16_t>(r * kRedStep + g * kGreenStep + b * kBlueStep);
         block.lowest[i] = corner(lowest);
         block.second[i] = corner(lowest + (largest & kStepBits));
@@ -250,7 +245,7 @@ template <class From> void MapBlocks(Rows from, Rows to, Area area, const Corner
             for (std::int32_t x = area.left; x < area.right; x += kBlock) {
                 const unsigned char *source = from[row] + std::ptrdiff_t{x} * 4;
                 unsigned char *target = to[row] + std::ptrdiff_t{x} * 4;
-                const std::int32_t count = std::min(area.right - x, kBlock);
+                const std::int32_t count = Lower(area.right - x, kBlock);
                 const bool whole = count == kBlock;
                 if (!whole)
                     std::memcpy(rest, source, static_cast<std::size_t>(count) * 4);

@@ -6,7 +6,6 @@
 #include "pixels/layout.h"
 #include "pixels/rows.h"
 
-#include <algorithm>
 #include <cstdint>
 #include <cstring>
 #include <type_traits>
@@ -55,7 +54,7 @@ void MapPlanes(const PictureEditor &source, const PictureEditor &target, Area ar
                    toOrder = OrderOf(target)]() KVT_INLINE_LAMBDA {
         alignas(kPlaneStep) Plane planes[4];
         alignas(kPlaneStep) Plane opaque;
-        const std::ptrdiff_t block = std::min<std::ptrdiff_t>(inside.right - inside.left, kPlanePixels);
+        const std::ptrdiff_t block = Lower<std::ptrdiff_t>(inside.right - inside.left, kPlanePixels);
         std::memset(opaque, toOrder.opaque, static_cast<std::size_t>(WholeSteps(block)));
         std::uint8_t *red = planes[fromOrder.red];
         std::uint8_t *green = planes[fromOrder.green];
@@ -67,7 +66,7 @@ void MapPlanes(const PictureEditor &source, const PictureEditor &target, Area ar
         joined[toOrder.fourth] = opaque;
         for (std::int32_t row = inside.top; row < inside.bottom; ++row) {
             for (std::ptrdiff_t x = inside.left; x < inside.right; x += block) {
-                const std::ptrdiff_t count = std::min<std::ptrdiff_t>(inside.right - x, block);
+                const std::ptrdiff_t count = Lower(inside.right - x, block);
                 TakeApart(from[row] + x * 4, count, planes);
                 change(red, green, blue, WholeSteps(count));
                 JoinPlanes(joined, to[row] + x * 4, count);
@@ -110,11 +109,6 @@ template <class Op> void MapFromMask(const PictureEditor &source, const PictureE
 /// The same, storing the red of every result as the target's mask value; the target's colors stay.
 template <class Op> void MapToMask(const PictureEditor &source, const PictureEditor &target, Area area, Op op) {
     MapAs<ColorOf, MaskOf>(source, target, area, op);
-}
-
-/// Sets every pixel of the area to one color.
-inline void Fill(const PictureEditor &target, Area area, Rgb color) {
-    Map(target, target, area, [=](Rgb) KVT_INLINE_LAMBDA { return color; });
 }
 
 // Count and All take a test: a callable for pixels of either channel type, Rgb and RgbBytes, or an IsColor.

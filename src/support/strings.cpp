@@ -92,6 +92,7 @@ bool GetStringDataFallback(REALstringStruct *string, std::uint32_t encoding, REA
 
 bool REALGetStringData(REALstringStruct *string, std::uint32_t encoding, REALstringData *out) {
     static unsigned char (*pGetStringData)(REALstringStruct *, std::uint32_t, REALstringData *);
+    out->maker = nullptr; // the host does not fill it in
     return Found(pGetStringData, "PluginGetStringData") ? pGetStringData(string, encoding, out) != 0
                                                         : GetStringDataFallback(string, encoding, out);
 }

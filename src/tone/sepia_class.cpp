@@ -81,15 +81,9 @@ class ModerateSepia {
     Channel blue_;
 };
 
-std::int32_t Fixed(double weight) {
-    const double scaled = weight * 1024.0;
-    if (scaled != scaled)
-        return 0;
-    return static_cast<std::int32_t>(std::clamp(scaled, -2147483648.0, 2147483647.0));
-}
-
 REALpictureStruct *NewToned(const PictureSepiaData &data) {
-    const Channels weights{Fixed(data.redWeight), Fixed(data.greenWeight), Fixed(data.blueWeight)};
+    const Channels weights{Truncate(data.redWeight * 1024.0), Truncate(data.greenWeight * 1024.0),
+                           Truncate(data.blueWeight * 1024.0)};
     const Channels offsets{data.sepiaRed, data.sepiaGreen, data.sepiaBlue};
     const auto map = [&](auto op) {
         const Bounds bounds{data.minX, data.minY, data.maxX, data.maxY};
