@@ -129,7 +129,7 @@ class Studio {
         if (bound.target == BoundCall::Target::Class)
             return std::nullopt;
         for (std::size_t i = 0; i < call_.arguments.size(); ++i)
-            if (SameName(bound.method->declaration.parameters[i].name, name) && i < bound.arguments.size())
+            if (i < bound.arguments.size() && SameName(bound.method->declaration.parameters[i].name, name))
                 return number(bound.arguments[i]);
         return std::nullopt;
     }
