@@ -1,7 +1,9 @@
 #include "color/rectangle_mask.h"
 
+#include "pixels/bit_lines.h"
 #include "pixels/open.h"
 #include "pixels/paint.h"
+#include "pixels/scan.h"
 
 namespace kvt {
 namespace {
@@ -22,7 +24,27 @@ struct IsBlack {
     KVT_INLINE bool operator()(std::ptrdiff_t x, std::int32_t y) const { return y < blackRows[x]; }
 };
 
-} // namespace
+/// The mask's two halves, between which the new picture is made.
+class ColorRectangles {
+  public:
+    /// Notes which pixels of the area are colored. Converts to false when the memory for that is refused or the picture
+    /// has no pixels.
+    ColorRectangles(const PictureEditor &source, Area area);
+    explicit operator bool() const { return columns_ && rows_ && blackRows_; }
+
+    /// Draws the mask into a picture of the source's size; once, for it uses the notes up.
+    void Draw(const PictureEditor &target);
+
+  private:
+    Area Grow(Point seed) const;
+    void Take(const Area &box);
+    void TakeSingles(std::int32_t y, std::int32_t word);
+
+    BitLines<WordOrder::WordByWord>
+        columns_; ///< the colored pixels that no box has taken yet, as lines from top to bottom
+    BitLines<WordOrder::LineByLine> rows_; ///< the same, as lines from left to right
+    ClearBuffer<std::int32_t> blackRows_;  ///< of each column: where the lowest box found so far ends
+};
 
 ColorRectangles::ColorRectangles(const PictureEditor &source, Area area)
     : columns_(source.width, source.height), rows_(source.height, source.width), blackRows_(source.width) {
@@ -111,6 +133,8 @@ void ColorRectangles::Draw(const PictureEditor &target) {
         Paint(target, {0, y, width, y + 1}, GrayLevel(255), GrayLevel(0), IsBlack{blackRows_.data()});
     }
 }
+
+} // namespace
 
 REALpictureStruct *ExtractColorRectangleMaskKVT(REALpictureStruct *picture, std::int32_t left, std::int32_t top,
                                                 std::int32_t width, std::int32_t height) {

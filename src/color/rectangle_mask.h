@@ -1,7 +1,8 @@
 #pragma once
 
-#include "pixels/bit_lines.h"
-#include "pixels/scan.h"
+#include "host/handles.h"
+
+#include <cstdint>
 
 namespace kvt {
 
@@ -14,27 +15,5 @@ namespace kvt {
 REALpictureStruct *ExtractColorRectangleMaskKVT(REALpictureStruct *picture, std::int32_t left, std::int32_t top,
                                                 std::int32_t width, std::int32_t height);
 REALpictureStruct *ExtractColorRectangleMaskKVT2(REALpictureStruct *picture);
-
-/// The mask's two halves, between which the new picture is made.
-class ColorRectangles {
-  public:
-    /// Notes which pixels of the area are colored. Converts to false when the memory for that is refused or the picture
-    /// has no pixels.
-    ColorRectangles(const PictureEditor &source, Area area);
-    explicit operator bool() const { return columns_ && rows_ && blackRows_; }
-
-    /// Draws the mask into a picture of the source's size; once, for it uses the notes up.
-    void Draw(const PictureEditor &target);
-
-  private:
-    Area Grow(Point seed) const;
-    void Take(const Area &box);
-    void TakeSingles(std::int32_t y, std::int32_t word);
-
-    BitLines<WordOrder::WordByWord>
-        columns_; ///< the colored pixels that no box has taken yet, as lines from top to bottom
-    BitLines<WordOrder::LineByLine> rows_; ///< the same, as lines from left to right
-    ClearBuffer<std::int32_t> blackRows_;  ///< of each column: where the lowest box found so far ends
-};
 
 } // namespace kvt

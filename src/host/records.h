@@ -10,6 +10,9 @@
 /// A routine of any signature; the host calls it as its declaration says.
 using REALroutine = void (*)();
 
+/// The version of this interface, which the module announces at its start and in its class records.
+inline constexpr std::uint32_t kInterfaceVersion = 9;
+
 /// One script method: its routine, the routine that an assignment to it calls (or null), its declaration, its flags.
 struct REALmethodDefinition {
     REALroutine function = nullptr;

@@ -7,7 +7,6 @@ namespace {
 
 constexpr std::uint32_t kModuleBits = 0x1c0000;
 constexpr std::uint32_t kSecondModuleBit = 0x80000;
-constexpr std::uint32_t kHostConsole = 4;
 constexpr std::uint32_t kHostSecond = 8;
 
 void FixFlags(std::uint32_t &flags) {

@@ -28,9 +28,6 @@ namespace {
 // Tables are filled by casts in their initialisers, so that they are data and no code runs when the module is loaded.
 using Entry = REALroutine;
 
-constexpr std::uint32_t kInterfaceVersion = 9;
-constexpr std::uint32_t kHostConsoleClass = 4; // class records carry the host's own flag
-
 // clang-format off
 
 /// A property that the host reads and writes itself at its place in the instance data. The accessors are literals: an
@@ -158,7 +155,7 @@ REALclassDefinition gPictureLut3DClass = {
     .propertyCount = std::size(lut3d::gProperties),
     .methods = lut3d::gMethods,
     .methodCount = std::size(lut3d::gMethods),
-    .flags = kHostConsoleClass,
+    .flags = kHostConsole,
 };
 
 REALclassDefinition gPictureExtension = {
@@ -166,7 +163,7 @@ REALclassDefinition gPictureExtension = {
     .name = "Picture",
     .methods = gPictureMethods,
     .methodCount = std::size(gPictureMethods),
-    .flags = kHostConsoleClass,
+    .flags = kHostConsole,
 };
 
 std::span<REALmethodDefinition> GlobalMethods() { return gGlobalMethods; }

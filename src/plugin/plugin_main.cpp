@@ -8,10 +8,9 @@ void REALPluginMain(kvt::HostResolver resolver) {
     if (!resolver)
         return;
     kvt::gResolver = resolver;
-    constexpr std::int32_t kPluginInterfaceVersion = 9;
     static void (*pRegisterPluginVersion)(std::int32_t);
     if (kvt::Found(pRegisterPluginVersion, "RegisterPluginVersion"))
-        pRegisterPluginVersion(kPluginInterfaceVersion);
+        pRegisterPluginVersion(static_cast<std::int32_t>(kInterfaceVersion));
     static double (*pGetRBVersion)();
     if (kvt::Found(pGetRBVersion, "REALGetRBVersion"))
         kvt::rbversion_rbversion = pGetRBVersion();
