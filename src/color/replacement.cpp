@@ -6,16 +6,20 @@ namespace kvt {
 namespace {
 
 struct Replace {
-    RgbBytes search;
-    RgbBytes replacement;
-    KVT_INLINE RgbBytes operator()(RgbBytes pixel) const { return Either(pixel == search, replacement, pixel); }
+    Rgb search;
+    Rgb replacement;
+    template <class Layout> KVT_INLINE WholePixel<Layout> operator()(WholePixel<Layout> pixel) const {
+        return pixel.Is(search) ? pixel.Of(replacement) : pixel;
+    }
 };
 
 struct Extract {
-    RgbBytes search;
-    RgbBytes replacement;
-    RgbBytes background;
-    KVT_INLINE RgbBytes operator()(RgbBytes pixel) const { return Either(pixel == search, replacement, background); }
+    Rgb search;
+    Rgb replacement;
+    Rgb background;
+    template <class Layout> KVT_INLINE WholePixel<Layout> operator()(WholePixel<Layout> pixel) const {
+        return pixel.Is(search) ? pixel.Of(replacement) : pixel.Of(background);
+    }
 };
 
 } // namespace
@@ -23,14 +27,13 @@ struct Extract {
 REALpictureStruct *ReplaceColorKVT(REALpictureStruct *picture, std::uint32_t searchColor,
                                    std::uint32_t replaceWithColor) {
     return MapPicture(picture, NewPicture::LikeSource, kWholePicture,
-                      Replace{BytesOfColor(searchColor), BytesOfColor(replaceWithColor)});
+                      Replace{RgbOfColor(searchColor), RgbOfColor(replaceWithColor)});
 }
 
 REALpictureStruct *ExtractColorKVT(REALpictureStruct *picture, std::uint32_t searchColor,
                                    std::uint32_t replaceWithColor, std::uint32_t backGroundColor) {
-    return MapPicture(
-        picture, NewPicture::SameSize, kWholePicture,
-        Extract{BytesOfColor(searchColor), BytesOfColor(replaceWithColor), BytesOfColor(backGroundColor)});
+    return MapPicture(picture, NewPicture::SameSize, kWholePicture,
+                      Extract{RgbOfColor(searchColor), RgbOfColor(replaceWithColor), RgbOfColor(backGroundColor)});
 }
 
 } // namespace kvt

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "pixels/inline.h"
+#include "pixels/write_rows.h"
 
 #include <cstddef>
 #include <cstdint>

@@ -31,22 +31,10 @@ struct RgbBytes {
     }
 };
 
-/// condition ? a : b, without branches and without choosing between addresses, so that loops over it vectorise.
-KVT_INLINE constexpr RgbBytes Either(bool condition, RgbBytes a, RgbBytes b) {
-    const auto choose = [mask = condition ? 255 : 0](std::uint8_t first, std::uint8_t second)
-                            KVT_INLINE_LAMBDA { return static_cast<std::uint8_t>(second ^ ((first ^ second) & mask)); };
-    return {choose(a.red, b.red), choose(a.green, b.green), choose(a.blue, b.blue)};
-}
-
 /// The channels of a host color 0x00RRGGBB; the top byte does not count.
 KVT_INLINE constexpr Rgb RgbOfColor(std::uint32_t color) {
     return {static_cast<std::int32_t>(color >> 16 & 255), static_cast<std::int32_t>(color >> 8 & 255),
             static_cast<std::int32_t>(color & 255)};
-}
-
-KVT_INLINE constexpr RgbBytes BytesOfColor(std::uint32_t color) {
-    return {static_cast<std::uint8_t>(color >> 16 & 255), static_cast<std::uint8_t>(color >> 8 & 255),
-            static_cast<std::uint8_t>(color & 255)};
 }
 
 KVT_INLINE constexpr Rgb GrayLevel(std::int32_t level) { return {level, level, level}; }
@@ -105,6 +93,7 @@ struct ByteOrder {
 template <int RedShift, int GreenShift, int BlueShift, int MaskShift, std::uint32_t Opaque> struct PixelWord {
     using Level = std::int32_t; ///< what a channel is loaded as
     static constexpr std::int32_t kBytes = 4;
+    static constexpr bool kReplaces = true; ///< whether storing a pixel leaves nothing of what stood there
     static constexpr std::int32_t kRedShift = RedShift;
     static constexpr std::int32_t kGreenShift = GreenShift;
     static constexpr std::int32_t kBlueShift = BlueShift;
@@ -166,9 +155,32 @@ struct PackedRgb {
 /// A layout whose pixels are their mask values: read as grays, stored from the red channel with the colors kept.
 template <class Layout> struct MaskOf {
     static constexpr std::int32_t kBytes = Layout::kBytes;
+    static constexpr bool kReplaces = false;
     KVT_INLINE static Rgb Load(const unsigned char *pixel) { return GrayLevel(Layout::LoadMask(pixel)); }
     KVT_INLINE static void Store(unsigned char *pixel, Rgb value) { Layout::StoreMask(pixel, value.red); }
 };
+
+/// A pixel as its word holds it, for what compares or changes all channels at once without taking them apart.
+template <class Layout> struct WholePixel {
+    std::uint32_t word; ///< what it holds beside the channels does not count
+
+    KVT_INLINE bool Is(Rgb color) const { return ((word ^ Layout::Word(color)) & Layout::kColorBits) == 0; }
+    KVT_INLINE bool IsGray() const {
+        constexpr std::uint32_t kWithNext = Layout::kColorBits & Layout::kColorBits >> 8;
+        return ((word ^ word >> 8) & kWithNext) == 0;
+    }
+    KVT_INLINE WholePixel Negative() const { return {word ^ Layout::kColorBits}; }
+    KVT_INLINE static WholePixel Of(Rgb color) { return {Layout::Word(color)}; }
+};
+
+/// An opaque pixel of one layout in another one. Channels that lie in the same order move all at once.
+template <class From, class To> KVT_INLINE std::uint32_t Converted(std::uint32_t word) {
+    constexpr int kUp = To::kRedShift - From::kRedShift;
+    if constexpr (To::kGreenShift - From::kGreenShift != kUp || To::kBlueShift - From::kBlueShift != kUp)
+        return To::Word(From::Channels(word));
+    else
+        return ((kUp < 0 ? word >> -kUp : word << kUp) & To::kColorBits) | To::kOpaqueBits;
+}
 
 /// The layout as it is; the counterpart of MaskOf.
 template <class Layout> using ColorOf = Layout;

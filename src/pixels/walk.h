@@ -5,6 +5,7 @@
 #include "pixels/instruction_set.h"
 #include "pixels/layout.h"
 #include "pixels/rows.h"
+#include "pixels/write_rows.h"
 
 #include <cstdint>
 #include <cstring>
@@ -16,17 +17,26 @@
 /// smaller of the pictures and do nothing for an empty area. Source and target may be the very same picture.
 namespace kvt {
 
+/// A pixel of one layout becomes one of another by an operation over its channels or over its word.
+template <class From, class To, class Op>
+KVT_INLINE void MapPixel(const unsigned char *from, unsigned char *to, Op op) {
+    if constexpr (std::is_invocable_v<Op, Rgb>)
+        To::Store(to, op(From::Load(from)));
+    else
+        StoreWord(to, Converted<From, To>(op(WholePixel<From>{LoadWord(from)}).word));
+}
+
 /// A walk's pixels over rows of one layout: `area` in the coordinates of all rows alike.
 template <class From, class To, class Op> void MapRows(Rows from, Rows to, Area area, Op op) {
     AtActiveLevel([=]() KVT_INLINE_LAMBDA {
-        const std::ptrdiff_t count = area.right - area.left;
-        for (std::int32_t row = area.top; row < area.bottom; ++row) {
-            const unsigned char *source = from[row] + std::ptrdiff_t{area.left} * From::kBytes;
-            unsigned char *target = to[row] + std::ptrdiff_t{area.left} * To::kBytes;
-            KVT_INDEPENDENT_ITERATIONS
-            for (std::ptrdiff_t x = 0; x < count; ++x)
-                To::Store(target + x * To::kBytes, op(From::Load(source + x * From::kBytes)));
-        }
+        WriteRows(to, area,
+                  [=](std::int32_t row, std::ptrdiff_t first, std::ptrdiff_t count, unsigned char *pixels)
+                      KVT_INLINE_LAMBDA {
+                          const unsigned char *source = from[row] + first * From::kBytes;
+                          KVT_INDEPENDENT_ITERATIONS
+                          for (std::ptrdiff_t x = 0; x < count; ++x)
+                              MapPixel<From, To>(source + x * From::kBytes, pixels + x * To::kBytes, op);
+                      });
     });
 }
 
@@ -54,8 +64,7 @@ void MapPlanes(const PictureEditor &source, const PictureEditor &target, Area ar
                    toOrder = OrderOf(target)]() KVT_INLINE_LAMBDA {
         alignas(kPlaneStep) Plane planes[4];
         alignas(kPlaneStep) Plane opaque;
-        const std::ptrdiff_t block = Lower<std::ptrdiff_t>(inside.right - inside.left, kPlanePixels);
-        std::memset(opaque, toOrder.opaque, static_cast<std::size_t>(WholeSteps(block)));
+        std::memset(opaque, toOrder.opaque, sizeof opaque);
         std::uint8_t *red = planes[fromOrder.red];
         std::uint8_t *green = planes[fromOrder.green];
         std::uint8_t *blue = planes[fromOrder.blue];
@@ -65,8 +74,8 @@ void MapPlanes(const PictureEditor &source, const PictureEditor &target, Area ar
         joined[toOrder.blue] = blue;
         joined[toOrder.fourth] = opaque;
         for (std::int32_t row = inside.top; row < inside.bottom; ++row) {
-            for (std::ptrdiff_t x = inside.left; x < inside.right; x += block) {
-                const std::ptrdiff_t count = Lower(inside.right - x, block);
+            for (std::ptrdiff_t x = inside.left; x < inside.right; x += kPlanePixels) {
+                const std::ptrdiff_t count = Lower<std::ptrdiff_t>(inside.right - x, kPlanePixels);
                 TakeApart(from[row] + x * 4, count, planes);
                 change(red, green, blue, WholeSteps(count));
                 JoinPlanes(joined, to[row] + x * 4, count);
@@ -91,14 +100,14 @@ template <class Op> struct ChangeEach {
     }
 };
 
-/// target(x, y) = op(source(x, y)) for every pixel of the area. `op` takes and yields an Rgb, or RgbBytes: then it runs
-/// on planes, which is faster where its arithmetic stays within bytes and 16-bit integers, and slower where it is
-/// trivial or rows are shorter than a step.
+/// target(x, y) = op(source(x, y)) for every pixel of the area. `op` takes and yields an Rgb, a WholePixel of any
+/// layout, or RgbBytes: then it runs on planes, which is faster where its arithmetic stays within bytes and 16-bit
+/// integers, and slower where it is trivial or rows are shorter than a step.
 template <class Op> void Map(const PictureEditor &source, const PictureEditor &target, Area area, Op op) {
-    if constexpr (std::is_invocable_v<Op, Rgb>)
-        MapAs<ColorOf, ColorOf>(source, target, area, op);
-    else
+    if constexpr (std::is_invocable_v<Op, RgbBytes> && !std::is_invocable_v<Op, Rgb>)
         MapPlanes(source, target, area, ChangeEach<Op>{op});
+    else
+        MapAs<ColorOf, ColorOf>(source, target, area, op);
 }
 
 /// The same, reading the source's mask values as grays.
@@ -113,16 +122,17 @@ template <class Op> void MapToMask(const PictureEditor &source, const PictureEdi
 
 // Count and All take a test: a callable for pixels of either channel type, Rgb and RgbBytes, or an IsColor.
 
-/// The test for one color. It compares whole words.
+/// The test for one color.
 struct IsColor {
     Rgb color;
+    template <class Layout> KVT_INLINE bool operator()(WholePixel<Layout> pixel) const { return pixel.Is(color); }
 };
 
 template <class From, class Test> KVT_INLINE bool Passes(const unsigned char *pixel, Test test) {
     return test(From::Load(pixel));
 }
 template <class From> KVT_INLINE bool Passes(const unsigned char *pixel, IsColor test) {
-    return ((LoadWord(pixel) ^ From::Word(test.color)) & From::kColorBits) == 0;
+    return test(WholePixel<From>{LoadWord(pixel)});
 }
 
 /// Calls `use`, compiled for the active level, with the picture's layout in the form that tests are fastest with.
@@ -212,29 +222,18 @@ template <std::size_t kTurns, class Visit> void ForEach(const PictureEditor &sou
     });
 }
 
-/// An opaque pixel of another layout. Channels that lie in the same order move all at once.
-template <class From, class To> KVT_INLINE std::uint32_t Converted(std::uint32_t word) {
-    constexpr int kUp = To::kRedShift - From::kRedShift;
-    if constexpr (To::kGreenShift - From::kGreenShift != kUp || To::kBlueShift - From::kBlueShift != kUp)
-        return To::Word(From::Channels(word));
-    else
-        return ((kUp < 0 ? word >> -kUp : word << kUp) & To::kColorBits) | To::kOpaqueBits;
-}
-
 /// One of several pictures that Combine reads.
 struct Operand {
     Rows rows;
     std::int32_t format;
 };
 
-inline constexpr std::int32_t kCombineBlock = 512;
-
 /// `count` pixels of an operand from (x, row) on, in the target's layout: the operand's own where it has that layout,
 /// else converted into `block`. Combining thus needs one loop a target layout, not one for every mixture.
 template <class To>
-KVT_INLINE const unsigned char *InLayout(const Operand &operand, std::int32_t row, std::int32_t x, std::int32_t count,
-                                         unsigned char *block) {
-    const unsigned char *source = operand.rows[row] + std::ptrdiff_t{x} * 4;
+KVT_INLINE const unsigned char *InLayout(const Operand &operand, std::int32_t row, std::ptrdiff_t x,
+                                         std::ptrdiff_t count, unsigned char *block) {
+    const unsigned char *source = operand.rows[row] + x * 4;
     const auto convert = [&](auto layout) KVT_INLINE_LAMBDA -> const unsigned char * {
         using From = decltype(layout);
         if constexpr (std::is_same_v<From, To>) {
@@ -271,14 +270,11 @@ KVT_INLINE void CombineRow(unsigned char *target, std::ptrdiff_t count, EachLeve
 
 template <class To, class Op, std::size_t... Index, class... Operands>
 KVT_INLINE void CombineRows(Rows to, Area area, Op op, std::index_sequence<Index...>, const Operands &...operands) {
-    alignas(64) unsigned char blocks[sizeof...(Index)][kCombineBlock * 4];
-    for (std::int32_t row = area.top; row < area.bottom; ++row) {
-        for (std::int32_t x = area.left; x < area.right; x += kCombineBlock) {
-            const std::int32_t count = Lower(area.right - x, kCombineBlock);
-            CombineRow<To>(to[row] + std::ptrdiff_t{x} * 4, count, op,
-                           InLayout<To>(operands, row, x, count, blocks[Index])...);
-        }
-    }
+    alignas(64) unsigned char blocks[sizeof...(Index)][kPortionPixels * 4];
+    WriteRows(to, area,
+              [&](std::int32_t row, std::ptrdiff_t x, std::ptrdiff_t count, unsigned char *pixels) KVT_INLINE_LAMBDA {
+                  CombineRow<To>(pixels, count, op, InLayout<To>(operands, row, x, count, blocks[Index])...);
+              });
 }
 
 /// target(x, y) = op(a(x, y), b(x, y), ...) for every pixel of the area: `op` takes one Rgb a source and yields one.

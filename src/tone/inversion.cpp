@@ -6,13 +6,14 @@ namespace kvt {
 namespace {
 
 struct Negative {
-    KVT_INLINE Rgb operator()(Rgb pixel) const { return {255 - pixel.red, 255 - pixel.green, 255 - pixel.blue}; }
+    template <class Layout> KVT_INLINE WholePixel<Layout> operator()(WholePixel<Layout> pixel) const {
+        return pixel.Negative();
+    }
 };
 
 struct NegativeOfGrays {
-    KVT_INLINE RgbBytes operator()(RgbBytes pixel) const {
-        const auto level = static_cast<std::uint8_t>(255 - pixel.green);
-        return Either(IsGray(pixel), {level, level, level}, pixel);
+    template <class Layout> KVT_INLINE WholePixel<Layout> operator()(WholePixel<Layout> pixel) const {
+        return pixel.IsGray() ? pixel.Negative() : pixel;
     }
 };
 

@@ -18,6 +18,9 @@ using namespace kvt;
 /// Every number of pixels up to three of the widest vectors and one more.
 constexpr std::int32_t kWidest = 3 * 64 + 1;
 
+/// Inner areas of this many columns are written past the caches.
+constexpr std::int32_t kLarge = kPastCachesPixels / 2;
+
 /// `count` columns of the inner rows, from a column on that varies, in a picture of count + 5 columns.
 Area InnerArea(std::int32_t count) { return {count % 4, 1, count % 4 + count, 3}; }
 
@@ -89,12 +92,26 @@ expected::Rgb ThroughShuffled(expected::Rgb pixel) {
     return {kShuffled.red.levels[pixel.red], kShuffled.green.levels[pixel.green], kShuffled.blue.levels[pixel.blue]};
 }
 
-enum class Kind { Colors, FromMask, ToMask, Planes, Tables };
+/// The same on words that are not taken apart.
+struct MixWhole {
+    template <class Layout> KVT_INLINE WholePixel<Layout> operator()(WholePixel<Layout> pixel) const {
+        return pixel.IsGray() ? pixel.Of({1, 2, 3}) : pixel.Negative();
+    }
+    KVT_INLINE expected::Rgb operator()(expected::Rgb pixel) const {
+        const bool isGray = pixel.red == pixel.green && pixel.green == pixel.blue;
+        return isGray ? expected::Rgb{1, 2, 3} : expected::Rgb{255 - pixel.red, 255 - pixel.green, 255 - pixel.blue};
+    }
+};
+
+enum class Kind { Colors, Whole, FromMask, ToMask, Planes, Tables };
+constexpr Kind kKinds[] = {Kind::Colors, Kind::Whole, Kind::FromMask, Kind::ToMask, Kind::Planes, Kind::Tables};
 
 void RunMap(Kind kind, const PictureEditor &source, const PictureEditor &target, Area area) {
     switch (kind) {
     case Kind::Colors:
         return Map(source, target, area, Mix{});
+    case Kind::Whole:
+        return Map(source, target, area, MixWhole{});
     case Kind::FromMask:
         return MapFromMask(source, target, area, Mix{});
     case Kind::ToMask:
@@ -111,7 +128,9 @@ std::uint32_t MappedWord(Kind kind, std::uint32_t source, expected::Layout from,
     expected::Rgb pixel = expected::ColorOf(source, from);
     if (kind == Kind::FromMask)
         pixel.red = pixel.green = pixel.blue = expected::MaskValue(source, from);
-    const expected::Rgb result = kind == Kind::Tables ? ThroughShuffled(pixel) : Mix{}(pixel);
+    const expected::Rgb result = kind == Kind::Tables  ? ThroughShuffled(pixel)
+                                 : kind == Kind::Whole ? MixWhole{}(pixel)
+                                                       : Mix{}(pixel);
     return kind == Kind::ToMask ? expected::WithMaskValue(target, result.red, to) : expected::OpaqueWord(result, to);
 }
 
@@ -143,7 +162,7 @@ TEST_P(EveryLevel, MapsEveryPairOfLayoutsInEveryWidth) {
     std::vector<std::int32_t> counts = {kPlanePixels - 1, kPlanePixels, kPlanePixels + 1, 2 * kPlanePixels + 67};
     for (std::int32_t count = 1; count <= kWidest; ++count)
         counts.push_back(count);
-    for (const Kind kind : {Kind::Colors, Kind::FromMask, Kind::ToMask, Kind::Planes, Kind::Tables})
+    for (const Kind kind : kKinds)
         for (const std::int32_t from : kFormats)
             for (const std::int32_t to : kFormats)
                 for (const std::int32_t count : counts) {
@@ -152,6 +171,14 @@ TEST_P(EveryLevel, MapsEveryPairOfLayoutsInEveryWidth) {
                     ASSERT_FALSE(HasFailure()) << "kind " << static_cast<int>(kind) << ", format " << from << " to "
                                                << to << ", " << count << " pixels";
                 }
+}
+
+TEST_P(EveryLevel, MapsPastTheCaches) {
+    for (const Kind kind : {Kind::Colors, Kind::Whole, Kind::ToMask}) {
+        AtLevel([&] { ExpectMaps(kind, kFormats[0], kFormats[1], kLarge); });
+        AtLevel([&] { ExpectMapsInPlace(kind, kFormats[1], kFormats[1], kLarge + 1); });
+        ASSERT_FALSE(HasFailure()) << "kind " << static_cast<int>(kind);
+    }
 }
 
 TEST_P(EveryLevel, PacksAndUnpacksEveryWidth) {
@@ -235,7 +262,7 @@ void ExpectCombines(std::int32_t first, std::int32_t second, std::int32_t to, st
 }
 
 TEST_P(EveryLevel, CombinesEveryMixtureOfLayouts) {
-    std::vector<std::int32_t> counts = {kCombineBlock - 1, kCombineBlock, kCombineBlock + 1, 2 * kCombineBlock + 3};
+    std::vector<std::int32_t> counts = {kPortionPixels - 1, kPortionPixels, kPortionPixels + 1, 2 * kPortionPixels + 3};
     for (std::int32_t count = 1; count <= kWidest; ++count)
         counts.push_back(count);
     for (const std::int32_t first : kFormats)
@@ -246,6 +273,10 @@ TEST_P(EveryLevel, CombinesEveryMixtureOfLayouts) {
                     ASSERT_FALSE(HasFailure())
                         << "formats " << first << " and " << second << " to " << to << ", " << count << " pixels";
                 }
+}
+
+TEST_P(EveryLevel, CombinesPastTheCaches) {
+    AtLevel([&] { ExpectCombines(kFormats[0], kFormats[1], kFormats[0], kLarge); });
 }
 
 /// Passes one color alone, as IsColor does.
