@@ -1,6 +1,7 @@
 #include "pixels/channel_planes.h"
 
 #include "pixels/instruction_set.h"
+#include "pixels/layout.h"
 
 #include <cstring>
 
@@ -40,7 +41,12 @@ KVT_INLINE Bytes ZipPairsHigh(Bytes a, Bytes b) {
     return __builtin_shufflevector(a, b, 8, 9, 24, 25, 10, 11, 26, 27, 12, 13, 28, 29, 14, 15, 30, 31);
 }
 
-void TakeStepsApart(const unsigned char *pixels, std::ptrdiff_t first, std::ptrdiff_t end, Plane (&planes)[4]) {
+/// Pixels `first` up to, not including, `end` of a block, in whole steps; `pixels` is where they lie.
+using StepsApart = void(const unsigned char *pixels, std::ptrdiff_t first, std::ptrdiff_t end, ChannelPlanes &planes);
+using StepsJoined = void(const ChannelPlanes &planes, std::ptrdiff_t first, std::ptrdiff_t end, unsigned char *pixels);
+
+template <class From>
+void TakeStepsApart(const unsigned char *pixels, std::ptrdiff_t first, std::ptrdiff_t end, ChannelPlanes &planes) {
     for (std::ptrdiff_t i = first; i < end; i += 16, pixels += 64) {
         const Bytes a = Load(pixels);
         const Bytes b = Load(pixels + 16);
@@ -50,28 +56,30 @@ void TakeStepsApart(const unsigned char *pixels, std::ptrdiff_t first, std::ptrd
         const Bytes evensBack = Evens(c, d);
         const Bytes oddsFront = Odds(a, b);
         const Bytes oddsBack = Odds(c, d);
-        Store(planes[0] + i, Evens(evensFront, evensBack));
-        Store(planes[1] + i, Evens(oddsFront, oddsBack));
-        Store(planes[2] + i, Odds(evensFront, evensBack));
-        Store(planes[3] + i, Odds(oddsFront, oddsBack));
+        const Bytes bytes[4] = {Evens(evensFront, evensBack), Evens(oddsFront, oddsBack), Odds(evensFront, evensBack),
+                                Odds(oddsFront, oddsBack)};
+        Store(planes.red + i, bytes[From::kOrder.red]);
+        Store(planes.green + i, bytes[From::kOrder.green]);
+        Store(planes.blue + i, bytes[From::kOrder.blue]);
     }
 }
 
-void JoinSteps(const std::uint8_t *const (&planes)[4], std::ptrdiff_t first, std::ptrdiff_t end,
-               unsigned char *pixels) {
+template <class To>
+void JoinSteps(const ChannelPlanes &planes, std::ptrdiff_t first, std::ptrdiff_t end, unsigned char *pixels) {
     for (std::ptrdiff_t i = first; i < end; i += 16, pixels += 64) {
-        const Bytes a = Load(planes[0] + i);
-        const Bytes b = Load(planes[1] + i);
-        const Bytes c = Load(planes[2] + i);
-        const Bytes d = Load(planes[3] + i);
-        const Bytes abFront = ZipLow(a, b);
-        const Bytes abBack = ZipHigh(a, b);
-        const Bytes cdFront = ZipLow(c, d);
-        const Bytes cdBack = ZipHigh(c, d);
-        Store(pixels, ZipPairsLow(abFront, cdFront));
-        Store(pixels + 16, ZipPairsHigh(abFront, cdFront));
-        Store(pixels + 32, ZipPairsLow(abBack, cdBack));
-        Store(pixels + 48, ZipPairsHigh(abBack, cdBack));
+        Bytes bytes[4];
+        bytes[To::kOrder.red] = Load(planes.red + i);
+        bytes[To::kOrder.green] = Load(planes.green + i);
+        bytes[To::kOrder.blue] = Load(planes.blue + i);
+        bytes[To::kOrder.fourth] = Bytes{} + To::kOrder.opaque;
+        const Bytes front01 = ZipLow(bytes[0], bytes[1]);
+        const Bytes back01 = ZipHigh(bytes[0], bytes[1]);
+        const Bytes front23 = ZipLow(bytes[2], bytes[3]);
+        const Bytes back23 = ZipHigh(bytes[2], bytes[3]);
+        Store(pixels, ZipPairsLow(front01, front23));
+        Store(pixels + 16, ZipPairsHigh(front01, front23));
+        Store(pixels + 32, ZipPairsLow(back01, back23));
+        Store(pixels + 48, ZipPairsHigh(back01, back23));
     }
 }
 
@@ -85,8 +93,10 @@ KVT_TARGET_AVX2 KVT_INLINE void Store32(void *bytes, __m256i vector) {
 
 // The same in vectors of 32 bytes. These shuffle within their halves alone, so that half a plane's vector holds the
 // bytes of four halves; joining does the same the other way round.
+
+template <class From>
 KVT_TARGET_AVX2 void TakeStepsApartAvx2(const unsigned char *pixels, std::ptrdiff_t first, std::ptrdiff_t end,
-                                        Plane (&planes)[4]) {
+                                        ChannelPlanes &planes) {
     const __m256i byPlace =
         _mm256_broadcastsi128_si256(_mm_setr_epi8(0, 4, 8, 12, 1, 5, 9, 13, 2, 6, 10, 14, 3, 7, 11, 15));
     for (std::ptrdiff_t i = first; i < end; i += 32, pixels += 128) {
@@ -94,64 +104,80 @@ KVT_TARGET_AVX2 void TakeStepsApartAvx2(const unsigned char *pixels, std::ptrdif
         const __m256i b = _mm256_shuffle_epi8(Load32(pixels + 32), byPlace);
         const __m256i c = _mm256_shuffle_epi8(Load32(pixels + 64), byPlace);
         const __m256i d = _mm256_shuffle_epi8(Load32(pixels + 96), byPlace);
-        const __m256i abFront = _mm256_unpacklo_epi32(a, b);
-        const __m256i abBack = _mm256_unpackhi_epi32(a, b);
-        const __m256i cdFront = _mm256_unpacklo_epi32(c, d);
-        const __m256i cdBack = _mm256_unpackhi_epi32(c, d);
-        Store32(planes[0] + i, _mm256_unpacklo_epi64(abFront, cdFront));
-        Store32(planes[1] + i, _mm256_unpackhi_epi64(abFront, cdFront));
-        Store32(planes[2] + i, _mm256_unpacklo_epi64(abBack, cdBack));
-        Store32(planes[3] + i, _mm256_unpackhi_epi64(abBack, cdBack));
+        const __m256i front01 = _mm256_unpacklo_epi32(a, b);
+        const __m256i front23 = _mm256_unpackhi_epi32(a, b);
+        const __m256i back01 = _mm256_unpacklo_epi32(c, d);
+        const __m256i back23 = _mm256_unpackhi_epi32(c, d);
+        const __m256i bytes[4] = {_mm256_unpacklo_epi64(front01, back01), _mm256_unpackhi_epi64(front01, back01),
+                                  _mm256_unpacklo_epi64(front23, back23), _mm256_unpackhi_epi64(front23, back23)};
+        Store32(planes.red + i, bytes[From::kOrder.red]);
+        Store32(planes.green + i, bytes[From::kOrder.green]);
+        Store32(planes.blue + i, bytes[From::kOrder.blue]);
     }
 }
 
-KVT_TARGET_AVX2 void JoinStepsAvx2(const std::uint8_t *const (&planes)[4], std::ptrdiff_t first, std::ptrdiff_t end,
+template <class To>
+KVT_TARGET_AVX2 void JoinStepsAvx2(const ChannelPlanes &planes, std::ptrdiff_t first, std::ptrdiff_t end,
                                    unsigned char *pixels) {
     for (std::ptrdiff_t i = first; i < end; i += 32, pixels += 128) {
-        const __m256i a = Load32(planes[0] + i);
-        const __m256i b = Load32(planes[1] + i);
-        const __m256i c = Load32(planes[2] + i);
-        const __m256i d = Load32(planes[3] + i);
-        const __m256i abFront = _mm256_unpacklo_epi8(a, b);
-        const __m256i abBack = _mm256_unpackhi_epi8(a, b);
-        const __m256i cdFront = _mm256_unpacklo_epi8(c, d);
-        const __m256i cdBack = _mm256_unpackhi_epi8(c, d);
-        Store32(pixels, _mm256_unpacklo_epi16(abFront, cdFront));
-        Store32(pixels + 32, _mm256_unpackhi_epi16(abFront, cdFront));
-        Store32(pixels + 64, _mm256_unpacklo_epi16(abBack, cdBack));
-        Store32(pixels + 96, _mm256_unpackhi_epi16(abBack, cdBack));
+        __m256i bytes[4];
+        bytes[To::kOrder.red] = Load32(planes.red + i);
+        bytes[To::kOrder.green] = Load32(planes.green + i);
+        bytes[To::kOrder.blue] = Load32(planes.blue + i);
+        bytes[To::kOrder.fourth] = _mm256_set1_epi8(static_cast<char>(To::kOrder.opaque));
+        const __m256i front01 = _mm256_unpacklo_epi8(bytes[0], bytes[1]);
+        const __m256i back01 = _mm256_unpackhi_epi8(bytes[0], bytes[1]);
+        const __m256i front23 = _mm256_unpacklo_epi8(bytes[2], bytes[3]);
+        const __m256i back23 = _mm256_unpackhi_epi8(bytes[2], bytes[3]);
+        Store32(pixels, _mm256_unpacklo_epi16(front01, front23));
+        Store32(pixels + 32, _mm256_unpackhi_epi16(front01, front23));
+        Store32(pixels + 64, _mm256_unpacklo_epi16(back01, back23));
+        Store32(pixels + 96, _mm256_unpackhi_epi16(back01, back23));
     }
 }
 
 bool UsesAvx2() { return ActiveInstructionSet() >= InstructionSet::Avx2; }
 #else
-constexpr auto TakeStepsApartAvx2 = TakeStepsApart;
-constexpr auto JoinStepsAvx2 = JoinSteps;
+template <class From> constexpr auto TakeStepsApartAvx2 = TakeStepsApart<From>;
+template <class To> constexpr auto JoinStepsAvx2 = JoinSteps<To>;
 constexpr bool UsesAvx2() { return false; }
 #endif
 
-} // namespace
-
-void TakeApart(const unsigned char *pixels, std::ptrdiff_t count, Plane (&planes)[4]) {
-    const auto takeApart = UsesAvx2() ? TakeStepsApartAvx2 : TakeStepsApart;
+template <StepsApart *Steps>
+void TakeAllApart(const unsigned char *pixels, std::ptrdiff_t count, ChannelPlanes &planes) {
     const std::ptrdiff_t whole = count / kPlaneStep * kPlaneStep;
-    takeApart(pixels, 0, whole, planes);
+    Steps(pixels, 0, whole, planes);
     if (whole == count)
         return;
     unsigned char rest[kPlaneStep * 4] = {};
     std::memcpy(rest, pixels + whole * 4, static_cast<std::size_t>(count - whole) * 4);
-    takeApart(rest, whole, whole + kPlaneStep, planes);
+    Steps(rest, whole, whole + kPlaneStep, planes);
 }
 
-void JoinPlanes(const std::uint8_t *const (&planes)[4], unsigned char *pixels, std::ptrdiff_t count) {
-    const auto join = UsesAvx2() ? JoinStepsAvx2 : JoinSteps;
+template <StepsJoined *Steps> void JoinAll(const ChannelPlanes &planes, unsigned char *pixels, std::ptrdiff_t count) {
     const std::ptrdiff_t whole = count / kPlaneStep * kPlaneStep;
-    join(planes, 0, whole, pixels);
+    Steps(planes, 0, whole, pixels);
     if (whole == count)
         return;
     unsigned char rest[kPlaneStep * 4];
-    join(planes, whole, whole + kPlaneStep, rest);
+    Steps(planes, whole, whole + kPlaneStep, rest);
     std::memcpy(pixels + whole * 4, rest, static_cast<std::size_t>(count - whole) * 4);
+}
+
+} // namespace
+
+TakeApart *TakingApart(std::int32_t format) {
+    return WithLayoutOf(format, [](auto layout) -> TakeApart * {
+        using From = decltype(layout);
+        return UsesAvx2() ? TakeAllApart<TakeStepsApartAvx2<From>> : TakeAllApart<TakeStepsApart<From>>;
+    });
+}
+
+JoinPlanes *Joining(std::int32_t format) {
+    return WithLayoutOf(format, [](auto layout) -> JoinPlanes * {
+        using To = decltype(layout);
+        return UsesAvx2() ? JoinAll<JoinStepsAvx2<To>> : JoinAll<JoinSteps<To>>;
+    });
 }
 
 } // namespace kvt

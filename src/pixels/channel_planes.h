@@ -1,16 +1,15 @@
 #pragma once
 
 #include "pixels/inline.h"
-#include "pixels/write_rows.h"
 
 #include <cstddef>
 #include <cstdint>
 
-/// Pixels of four bytes taken apart into planes, a byte of each pixel in each, so that loops over planes work on as
-/// many pixels at once as a vector has bytes.
+/// Pixels taken apart into planes, one for each channel, so that loops over planes work on as many pixels at once as a
+/// vector has bytes, and know no layout.
 namespace kvt {
 
-/// The bytes of up to kPlanePixels pixels that lie at one place in each pixel.
+/// A channel of up to kPlanePixels pixels.
 inline constexpr std::ptrdiff_t kPlanePixels = 512;
 using Plane = std::uint8_t[kPlanePixels];
 
@@ -20,11 +19,21 @@ KVT_INLINE constexpr std::ptrdiff_t WholeSteps(std::ptrdiff_t pixels) {
     return (pixels + kPlaneStep - 1) / kPlaneStep * kPlaneStep;
 }
 
-/// The first byte of every pixel goes into planes[0], and so on; the planes are filled up to whole steps. The order of
-/// the pixels within a plane is the same in all four and undone by JoinPlanes.
-void TakeApart(const unsigned char *pixels, std::ptrdiff_t count, Plane (&planes)[4]);
+struct ChannelPlanes {
+    alignas(kPlaneStep) Plane red;
+    alignas(kPlaneStep) Plane green;
+    alignas(kPlaneStep) Plane blue;
+};
 
-/// The pixels whose bytes the four planes hold, from the first byte to the fourth.
-void JoinPlanes(const std::uint8_t *const (&planes)[4], unsigned char *pixels, std::ptrdiff_t count);
+/// Fills the planes with the channels of `count` pixels, up to whole steps. The order of the pixels within a plane is
+/// the same in all three and undone by joining.
+using TakeApart = void(const unsigned char *pixels, std::ptrdiff_t count, ChannelPlanes &planes);
+
+/// Stores the `count` opaque pixels whose channels the planes hold.
+using JoinPlanes = void(const ChannelPlanes &planes, unsigned char *pixels, std::ptrdiff_t count);
+
+/// For pixels of a format code, at the active level.
+TakeApart *TakingApart(std::int32_t format);
+JoinPlanes *Joining(std::int32_t format);
 
 } // namespace kvt

@@ -112,12 +112,11 @@ void Map(const PictureEditor &source, const PictureEditor &target, Area area, Th
     const ChannelTables &tables = *op.tables;
 #if defined(__x86_64__) || defined(__i386__)
     if (ActiveInstructionSet() == InstructionSet::Avx512) {
-        MapPlanes(source, target, inside,
-                  [&](std::uint8_t *red, std::uint8_t *green, std::uint8_t *blue, std::ptrdiff_t count) {
-                      LookUpAvx512(tables.red, red, count);
-                      LookUpAvx512(tables.green, green, count);
-                      LookUpAvx512(tables.blue, blue, count);
-                  });
+        MapPlanes(source, target, inside, [&](ChannelPlanes &planes, std::ptrdiff_t count) {
+            LookUpAvx512(tables.red, planes.red, count);
+            LookUpAvx512(tables.green, planes.green, count);
+            LookUpAvx512(tables.blue, planes.blue, count);
+        });
         return;
     }
     if (ActiveInstructionSet() == InstructionSet::Avx2) {
@@ -127,12 +126,11 @@ void Map(const PictureEditor &source, const PictureEditor &target, Area area, Th
         FillDifferences(reds, tables.red);
         FillDifferences(greens, tables.green);
         FillDifferences(blues, tables.blue);
-        MapPlanes(source, target, inside,
-                  [&](std::uint8_t *red, std::uint8_t *green, std::uint8_t *blue, std::ptrdiff_t count) {
-                      LookUpAvx2(reds, red, count);
-                      LookUpAvx2(greens, green, count);
-                      LookUpAvx2(blues, blue, count);
-                  });
+        MapPlanes(source, target, inside, [&](ChannelPlanes &planes, std::ptrdiff_t count) {
+            LookUpAvx2(reds, planes.red, count);
+            LookUpAvx2(greens, planes.green, count);
+            LookUpAvx2(blues, planes.blue, count);
+        });
         return;
     }
 #endif

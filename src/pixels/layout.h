@@ -209,8 +209,4 @@ template <class Use> KVT_INLINE auto WithLayoutOf(std::int32_t format, Use use) 
 
 template <class Use> auto WithLayout(const PictureEditor &editor, Use use) { return WithLayoutOf(editor.format, use); }
 
-inline ByteOrder OrderOf(const PictureEditor &editor) {
-    return WithLayout(editor, [](auto layout) { return decltype(layout)::kOrder; });
-}
-
 } // namespace kvt

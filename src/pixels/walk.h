@@ -53,32 +53,21 @@ void MapAs(const PictureEditor &source, const PictureEditor &target, Area area, 
     });
 }
 
-/// Maps in blocks of planes: `change` gets the channels' planes and the number of whole steps' places in them, and
-/// replaces the values.
+/// Maps in blocks of planes: change(planes, count) replaces the levels of that many places, in whole steps.
 template <class Change>
 void MapPlanes(const PictureEditor &source, const PictureEditor &target, Area area, Change change) {
     const Area inside = Inside(source, Inside(target, area));
     if (inside.Empty())
         return;
-    AtActiveLevel([=, from = RowsOf(source), to = RowsOf(target), fromOrder = OrderOf(source),
-                   toOrder = OrderOf(target)]() KVT_INLINE_LAMBDA {
-        alignas(kPlaneStep) Plane planes[4];
-        alignas(kPlaneStep) Plane opaque;
-        std::memset(opaque, toOrder.opaque, sizeof opaque);
-        std::uint8_t *red = planes[fromOrder.red];
-        std::uint8_t *green = planes[fromOrder.green];
-        std::uint8_t *blue = planes[fromOrder.blue];
-        const std::uint8_t *joined[4];
-        joined[toOrder.red] = red;
-        joined[toOrder.green] = green;
-        joined[toOrder.blue] = blue;
-        joined[toOrder.fourth] = opaque;
+    AtActiveLevel([=, from = RowsOf(source), to = RowsOf(target), takeApart = TakingApart(source.format),
+                   join = Joining(target.format)]() KVT_INLINE_LAMBDA {
+        ChannelPlanes planes;
         for (std::int32_t row = inside.top; row < inside.bottom; ++row) {
             for (std::ptrdiff_t x = inside.left; x < inside.right; x += kPlanePixels) {
-                const std::ptrdiff_t count = Lower<std::ptrdiff_t>(inside.right - x, kPlanePixels);
-                TakeApart(from[row] + x * 4, count, planes);
-                change(red, green, blue, WholeSteps(count));
-                JoinPlanes(joined, to[row] + x * 4, count);
+                const std::ptrdiff_t count = Lower(inside.right - x, kPlanePixels);
+                takeApart(from[row] + x * 4, count, planes);
+                change(planes, WholeSteps(count));
+                join(planes, to[row] + x * 4, count);
             }
         }
     });
@@ -87,14 +76,14 @@ void MapPlanes(const PictureEditor &source, const PictureEditor &target, Area ar
 /// A change of planes that takes one place after the other. Whole steps leave no rest to the vectors.
 template <class Op> struct ChangeEach {
     Op op;
-    KVT_INLINE void operator()(std::uint8_t *red, std::uint8_t *green, std::uint8_t *blue, std::ptrdiff_t count) const {
+    KVT_INLINE void operator()(ChannelPlanes &planes, std::ptrdiff_t count) const {
         for (std::ptrdiff_t step = 0; step < count; step += kPlaneStep) {
             KVT_INDEPENDENT_ITERATIONS
             for (std::ptrdiff_t i = step; i < step + kPlaneStep; ++i) {
-                const RgbBytes result = op(RgbBytes{red[i], green[i], blue[i]});
-                red[i] = result.red;
-                green[i] = result.green;
-                blue[i] = result.blue;
+                const RgbBytes result = op(RgbBytes{planes.red[i], planes.green[i], planes.blue[i]});
+                planes.red[i] = result.red;
+                planes.green[i] = result.green;
+                planes.blue[i] = result.blue;
             }
         }
     }

@@ -20,33 +20,74 @@ struct Saturation {
     }
 };
 
-/// The same in 16-bit integers. What the factor's part below 255 does to a distance d is the upper half of a product:
-/// with part / 255 rounded up to 65536ths, by so little that |d| < 256 never carries into the next whole number. Upper
-/// halves are rounded down, so that those of negative distances are one less than the truncated quotient.
-template <int Sign> class ModerateSaturation {
-  public:
+// The same in bytes and 16-bit integers, for moderate factors.
+
+/// Half the sum, rounded down.
+KVT_INLINE std::uint8_t HalfSum(std::uint8_t a, std::uint8_t b) {
+    return static_cast<std::uint8_t>(((a + b + 1) >> 1) - ((a ^ b) & 1));
+}
+
+KVT_INLINE std::uint8_t GrayOf(RgbBytes pixel) { return HalfSum(HalfSum(pixel.red, pixel.blue), pixel.green); }
+
+/// A level and its gray.
+struct Levels {
+    KVT_INLINE Levels(std::uint8_t grayLevel, std::uint8_t itself)
+        : gray(grayLevel), level(itself), higher(Higher(gray, level)),
+          distance(Difference(higher, Lower(gray, level))) {}
+    std::uint8_t gray;
+    std::uint8_t level;
+    std::uint8_t higher;
+    std::uint16_t distance;
+};
+
+/// A part of a distance: the upper half of a product, with part / 255 rounded up to 65536ths by so little that a
+/// distance below 256 never carries into the next whole number.
+struct Part {
+    explicit Part(std::int32_t factor) : in65536ths(static_cast<std::uint16_t>(factor % 255 * 257 + 1)) {}
+    KVT_INLINE std::uint16_t Of(std::uint16_t distance) const {
+        return static_cast<std::uint16_t>(std::uint32_t{distance} * in65536ths >> 16);
+    }
+    std::uint16_t in65536ths;
+};
+
+/// Up or down by so much, limited to 0..255. Up is down among the complements.
+KVT_INLINE std::uint8_t Moved(std::uint8_t level, bool up, std::uint8_t by) {
+    const auto flip = static_cast<std::uint8_t>(up ? 255 : 0);
+    const auto room = static_cast<std::uint8_t>(level ^ flip);
+    return static_cast<std::uint8_t>(Difference(Higher(room, by), by) ^ flip);
+}
+
+/// Factors below two distances move a level by a part of its distance, from where it is or from its gray.
+template <bool FromLevel> struct SlightSaturation {
+    Part part;
+
+    KVT_INLINE RgbBytes operator()(RgbBytes pixel) const {
+        const std::uint8_t gray = GrayOf(pixel);
+        return {Stretch({gray, pixel.red}), Stretch({gray, pixel.green}), Stretch({gray, pixel.blue})};
+    }
+    KVT_INLINE std::uint8_t Stretch(Levels at) const {
+        return Moved(FromLevel ? at.level : at.gray, at.higher == at.level,
+                     static_cast<std::uint8_t>(part.Of(at.distance)));
+    }
+};
+
+/// `Sign` times a factor: whole distances and a part of one from the gray.
+template <int Sign> struct ModerateSaturation {
     static constexpr std::int32_t kLargestFactor = 125 * 255; ///< beyond it, sums could overflow
 
-    /// For `Sign` times the factor, which is 0 or more.
-    explicit ModerateSaturation(std::int32_t factor) {
-        const std::int32_t scaled = factor / 255 * 65536 + factor % 255 * 257 + 1;
-        part_ = static_cast<std::int16_t>(scaled);
-        whole_ = static_cast<std::int16_t>((scaled - part_) / 65536);
-    }
+    explicit ModerateSaturation(std::int32_t factor) : whole(static_cast<std::uint16_t>(factor / 255)), part(factor) {}
+    std::uint16_t whole;
+    Part part;
+
     KVT_INLINE RgbBytes operator()(RgbBytes pixel) const {
-        const auto gray = static_cast<std::int16_t>((pixel.red + pixel.blue + 2 * pixel.green) / 4);
-        return {Stretch(gray, pixel.red), Stretch(gray, pixel.green), Stretch(gray, pixel.blue)};
+        const std::uint8_t gray = GrayOf(pixel);
+        return {Stretch({gray, pixel.red}), Stretch({gray, pixel.green}), Stretch({gray, pixel.blue})};
     }
-
-  private:
-    KVT_INLINE std::uint8_t Stretch(std::int16_t gray, std::int16_t level) const {
-        const auto distance = static_cast<std::int16_t>(Sign * (level - gray));
-        const std::int32_t stretched = distance * whole_ + (distance * part_ >> 16) - (distance >> 15);
-        return static_cast<std::uint8_t>(ToByte(static_cast<std::int16_t>(gray + stretched)));
+    KVT_INLINE std::uint8_t Stretch(Levels at) const {
+        const auto sum = static_cast<std::int16_t>(at.distance * whole + part.Of(at.distance));
+        return Moved(at.gray, at.higher == (Sign > 0 ? at.level : at.gray),
+                     static_cast<std::uint8_t>(Lower<std::int16_t>(sum, 255)));
     }
-
-    std::int16_t whole_;
-    std::int16_t part_; ///< in 65536ths; negative where the whole part is rounded up
 };
 
 /// A new picture with an operation's result for every pixel.
@@ -66,7 +107,11 @@ REALpictureStruct *SaturationPicture(REALpictureStruct *picture, std::int32_t am
     constexpr std::int64_t kLargestFactor = std::int64_t{256} * 255;
     const auto factor =
         static_cast<std::int32_t>(std::clamp(std::int64_t{amount} + 255, -kLargestFactor, kLargestFactor));
-    if (factor >= 0 && factor <= ModerateSaturation<1>::kLargestFactor)
+    if (factor >= 0 && factor < 255)
+        return MapWhole(picture, SlightSaturation<false>{Part(factor)});
+    if (factor >= 255 && factor < 2 * 255)
+        return MapWhole(picture, SlightSaturation<true>{Part(factor)});
+    if (factor > 0 && factor <= ModerateSaturation<1>::kLargestFactor)
         return MapWhole(picture, ModerateSaturation<1>(factor));
     if (factor < 0 && -factor <= ModerateSaturation<-1>::kLargestFactor)
         return MapWhole(picture, ModerateSaturation<-1>(-factor));

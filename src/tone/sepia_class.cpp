@@ -38,47 +38,90 @@ template <class Integer> struct Sepia {
     }
 };
 
-/// The same in 16-bit integers, for weights that are not negative and in sum below 4. They are split into 64ths and
-/// what remains in 1024ths; a sum's quotient by 1024 is the quotient by 64 of its 64ths and the whole 64ths in the
-/// remainders.
+/// Weights that are not negative, each split by a power of two: parts, and what remains in 1024ths. A sum's quotient by
+/// 1024 is that of its parts and of the whole parts in the remainders.
+template <int RemainderBits> struct SplitWeights {
+    explicit SplitWeights(Channels weights) : red(weights.red), green(weights.green), blue(weights.blue) {}
+
+    KVT_INLINE std::uint16_t Gray(RgbBytes pixel) const {
+        const auto remainders = static_cast<std::uint16_t>(pixel.red * red.remainder + pixel.green * green.remainder +
+                                                           pixel.blue * blue.remainder);
+        const auto sum = static_cast<std::uint16_t>(pixel.red * red.parts + pixel.green * green.parts +
+                                                    pixel.blue * blue.parts + (remainders >> RemainderBits));
+        return static_cast<std::uint16_t>(sum >> (10 - RemainderBits));
+    }
+
+    struct Channel {
+        explicit Channel(std::int32_t weight)
+            : parts(static_cast<std::uint16_t>(weight >> RemainderBits)),
+              remainder(static_cast<std::uint16_t>(weight & ((1 << RemainderBits) - 1))) {}
+        std::uint16_t parts;
+        std::uint16_t remainder;
+    };
+    Channel red;
+    Channel green;
+    Channel blue;
+};
+
+/// The same in 16-bit integers, for weights that are not negative and in sum at most kLargestSum.
 class ModerateSepia {
   public:
-    static bool Serves(Channels weights) {
-        return weights.red >= 0 && weights.green >= 0 && weights.blue >= 0 &&
-               std::int64_t{weights.red} + weights.green + weights.blue <= kLargestSum;
-    }
+    static constexpr std::int32_t kLargestSum = 250 * 16;
+
     ModerateSepia(Channels weights, Channels offsets)
-        : red_(weights.red, offsets.red), green_(weights.green, offsets.green), blue_(weights.blue, offsets.blue) {}
+        : weights_(weights), red_(Limited(offsets.red)), green_(Limited(offsets.green)), blue_(Limited(offsets.blue)) {}
 
     KVT_INLINE RgbBytes operator()(RgbBytes pixel) const {
-        const auto remainders = static_cast<std::uint16_t>(pixel.red * red_.remainder + pixel.green * green_.remainder +
-                                                           pixel.blue * blue_.remainder);
-        const auto sum = static_cast<std::uint16_t>(pixel.red * red_.weight + pixel.green * green_.weight +
-                                                    pixel.blue * blue_.weight + (remainders >> 4));
-        const auto gray = static_cast<std::int16_t>(sum >> 6);
-        return {Toned(gray, red_.offset), Toned(gray, green_.offset), Toned(gray, blue_.offset)};
+        const auto gray = static_cast<std::int16_t>(weights_.Gray(pixel));
+        return {Toned(gray, red_), Toned(gray, green_), Toned(gray, blue_)};
     }
 
   private:
-    static constexpr std::int32_t kLargestSum = 250 * 16;
-
-    struct Channel {
-        Channel(std::int32_t weight1024, std::int32_t anyOffset)
-            : weight(static_cast<std::uint16_t>(weight1024 / 16)),
-              remainder(static_cast<std::uint16_t>(weight1024 % 16)),
-              offset(static_cast<std::int16_t>(std::clamp(anyOffset, -2000, 2000))) {}
-        std::uint16_t weight;    ///< in 64ths
-        std::uint16_t remainder; ///< in 1024ths
-        std::int16_t offset;     ///< limited to where every gray ends at 0 or 255
-    };
-
+    /// To where every gray ends at 0 or 255.
+    static std::int16_t Limited(std::int32_t offset) {
+        return static_cast<std::int16_t>(std::clamp(offset, -2000, 2000));
+    }
     KVT_INLINE static std::uint8_t Toned(std::int16_t gray, std::int16_t offset) {
         return static_cast<std::uint8_t>(ToByte(static_cast<std::int16_t>(gray + offset)));
     }
 
-    Channel red_;
-    Channel green_;
-    Channel blue_;
+    SplitWeights<4> weights_;
+    std::int16_t red_;
+    std::int16_t green_;
+    std::int16_t blue_;
+};
+
+/// The same for weights that are in sum at most 1: then a gray is a byte, and so are the steps of its toning.
+class PlainSepia {
+  public:
+    static constexpr std::int32_t kLargestSum = 1024;
+
+    PlainSepia(Channels weights, Channels offsets)
+        : weights_(weights), red_(offsets.red), green_(offsets.green), blue_(offsets.blue) {}
+
+    KVT_INLINE RgbBytes operator()(RgbBytes pixel) const {
+        const auto gray = static_cast<std::uint8_t>(weights_.Gray(pixel));
+        return {red_.Toned(gray), green_.Toned(gray), blue_.Toned(gray)};
+    }
+
+  private:
+    struct Offset {
+        explicit Offset(std::int32_t offset)
+            : down(static_cast<std::uint8_t>(-std::clamp(offset, -255, 0))),
+              up(static_cast<std::uint8_t>(std::clamp(offset, 0, 255))), room(static_cast<std::uint8_t>(255 - up)) {}
+        KVT_INLINE std::uint8_t Toned(std::uint8_t gray) const {
+            const std::uint8_t lowered = Difference(Higher(gray, down), down);
+            return static_cast<std::uint8_t>(Lower(lowered, room) + up);
+        }
+        std::uint8_t down; ///< what is taken off
+        std::uint8_t up;   ///< what is added; one of the two is 0
+        std::uint8_t room; ///< the largest level that can be raised in full
+    };
+
+    SplitWeights<2> weights_;
+    Offset red_;
+    Offset green_;
+    Offset blue_;
 };
 
 REALpictureStruct *NewToned(const PictureSepiaData &data) {
@@ -89,8 +132,13 @@ REALpictureStruct *NewToned(const PictureSepiaData &data) {
         const Bounds bounds{data.minX, data.minY, data.maxX, data.maxY};
         return MapPicture(data.sourcePicture, NewPicture::SameSize, bounds, op);
     };
-    if (ModerateSepia::Serves(weights))
-        return map(ModerateSepia(weights, offsets));
+    if (weights.red >= 0 && weights.green >= 0 && weights.blue >= 0) {
+        const std::int64_t sum = std::int64_t{weights.red} + weights.green + weights.blue;
+        if (sum <= PlainSepia::kLargestSum)
+            return map(PlainSepia(weights, offsets));
+        if (sum <= ModerateSepia::kLargestSum)
+            return map(ModerateSepia(weights, offsets));
+    }
     if (AreSmall(weights) && AreSmall(offsets))
         return map(Sepia<std::int32_t>{weights, offsets});
     return map(Sepia<std::int64_t>{weights, offsets});
