@@ -97,12 +97,15 @@ TEST_P(EveryLevel, TintsWithAnyColors) {
     }
 }
 
-// Weights are whole 1024ths here. Together 4000 of them are the most that the narrow form serves.
+// Weights are whole 1024ths here. Together 1024 of them are the most that bytes serve, and 4000 the narrow form.
 constexpr struct {
     const char *what;
     int red, green, blue;
     int offset;
 } kSepias[] = {
+    {"the largest sum of bytes", 512, 256, 256, -30},
+    {"the largest sum of bytes, with remainders", 343, 339, 342, 300},
+    {"one more than bytes serve", 341, 342, 342, -30},
     {"the narrow form's largest sum", 1350, 1325, 1325, -700},
     {"the narrow form's largest remainders", 1343, 1327, 1327, 0},
     {"one channel alone", 0, 4000, 0, -900},
