@@ -10,12 +10,8 @@ namespace {
 
 constexpr std::int32_t kWordBits = 32;
 
-/// A column's word of marks with the one of the pixel's row added.
-struct MarkIfColored {
-    std::uint32_t mark;
-    KVT_INLINE std::uint32_t operator()(std::uint32_t marks, Rgb pixel) const {
-        return marks | (IsGray(pixel) ? 0 : mark);
-    }
+struct IsColored {
+    template <class Layout> KVT_INLINE bool operator()(WholePixel<Layout> pixel) const { return !pixel.IsGray(); }
 };
 
 /// Whether a row of a column lies above the end of the lowest box that has taken in the column so far.
@@ -50,11 +46,9 @@ ColorRectangles::ColorRectangles(const PictureEditor &source, Area area)
     : columns_(source.width, source.height), rows_(source.height, source.width), blackRows_(source.width) {
     if (!*this || area.Empty())
         return;
-    for (std::int32_t y = area.top; y < area.bottom; ++y) {
-        const MarkIfColored op{std::uint32_t{1} << y % kWordBits};
-        FoldColumns(source, area.left, area.right, &columns_.Word(0, y / kWordBits), op, y);
-    }
-    Transpose(columns_, rows_);
+    for (std::int32_t y = area.top; y < area.bottom; ++y)
+        MarkPassing(source, y, area.left, area.right, &rows_.Word(y, 0), IsColored{});
+    Transpose(rows_, columns_);
 }
 
 /// The smallest box around a mark that has no marks directly beside it. It is the same whichever side moves first,

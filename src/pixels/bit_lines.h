@@ -108,10 +108,13 @@ template <WordOrder Order> class BitLines {
 inline void TransposeSquare(std::uint32_t (&words)[32]) {
     std::uint32_t lowHalves = 0x0000FFFF;
     for (int half = 16; half; half /= 2, lowHalves ^= lowHalves << half) {
-        for (int i = 0; i < 32; i = (i + half + 1) & ~half) {
-            const std::uint32_t crossing = (words[i] >> half ^ words[i + half]) & lowHalves;
-            words[i] ^= crossing << half;
-            words[i + half] ^= crossing;
+        for (int quarters = 0; quarters < 32; quarters += 2 * half) {
+            KVT_INDEPENDENT_ITERATIONS
+            for (int i = quarters; i < quarters + half; ++i) {
+                const std::uint32_t crossing = (words[i] >> half ^ words[i + half]) & lowHalves;
+                words[i] ^= crossing << half;
+                words[i + half] ^= crossing;
+            }
         }
     }
 }
@@ -120,11 +123,14 @@ inline void TransposeSquare(std::uint32_t (&words)[32]) {
 /// the reverse.
 template <WordOrder From, WordOrder To> void Transpose(const BitLines<From> &from, const BitLines<To> &to) {
     constexpr std::int32_t kBits = 32;
-    for (std::int32_t y = 0; y < to.Lines(); y += kBits) {
-        for (std::int32_t x = 0; x < from.Lines(); x += kBits) {
+    for (std::int32_t x = 0; x < from.Lines(); x += kBits) {
+        for (std::int32_t y = 0; y < to.Lines(); y += kBits) {
             std::uint32_t square[kBits] = {};
+            std::uint32_t any = 0;
             for (std::int32_t i = 0; i < std::min(kBits, from.Lines() - x); ++i)
-                square[i] = from.Word(x + i, y / kBits);
+                any |= square[i] = from.Word(x + i, y / kBits);
+            if (!any) // the new lines begin with all bits 0
+                continue;
             TransposeSquare(square);
             for (std::int32_t i = 0; i < std::min(kBits, to.Lines() - y); ++i)
                 to.Word(y + i, x / kBits) = square[i];
