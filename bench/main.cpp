@@ -13,6 +13,8 @@
 #include <algorithm>
 #include <cstdlib>
 #include <fmt/format.h>
+#include <limits>
+#include <malloc.h>
 #include <string>
 #include <tuple>
 #include <vector>
@@ -136,6 +138,10 @@ int Run(int argc, char **argv) {
 } // namespace
 
 int main(int argc, char **argv) {
+    // The heap keeps what is given back to it. Fresh memory is cleared by the system page by page as it is touched, and
+    // would cost the operations that ask for much more than all that they do.
+    mallopt(M_MMAP_MAX, 0);
+    mallopt(M_TRIM_THRESHOLD, std::numeric_limits<int>::max());
     try {
         return Run(argc, argv);
     } catch (const std::exception &error) {
