@@ -104,8 +104,10 @@ int Run(int argc, char **argv) {
         "in full or in part; none named means all. Fails when a figure is much worse than the reference, unless CI is\n"
         "true in the environment."};
     app.add_option("operation", selection.names, "methods to measure, such as InvertKVT");
-    app.add_option("--layout", selection.layouts, "layout pairs, such as high>high or table");
-    app.add_option("--level", selection.levels, "instruction-set levels: sse2, avx2, avx512, best");
+    app.add_option("--layout", selection.layouts, "layout pairs, such as high>high or table; may be repeated")
+        ->allow_extra_args(false);
+    app.add_option("--level", selection.levels, "instruction-set levels: sse2, avx2, avx512, best; may be repeated")
+        ->allow_extra_args(false);
     app.add_option("--size", options.size, "WxH in pixels: only a list of the figures of this size");
     app.add_option("--runs", selection.runs, "the best of how many runs counts (default 7)")
         ->check(CLI::Range(1, 1000));
