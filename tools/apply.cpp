@@ -86,6 +86,10 @@ void CheckOutput(const std::string &output, const std::vector<BoundCall> &calls,
                                     output));
 }
 
+bool LeavesPictureUnsaved(const std::string &output, const std::vector<BoundCall> &calls) {
+    return output.empty() && !calls.empty() && (calls.back().YieldsPicture() || calls.back().assigned);
+}
+
 /// A chain of calls while it runs.
 class Chain {
   public:
@@ -164,6 +168,8 @@ Harvest RunAll(standin::Host &host, const ApplyRequest &request, ApplyReport &re
                 if (SameName(saved.name, name) && value.Is<Ref>())
                     harvest.files[saved.path] = Copy(BytesOf(value.AsRef().block()));
     }
+    if (LeavesPictureUnsaved(request.output, plan.calls))
+        report.unsaved = Shown(chain.picture());
     if (request.output.empty())
         return harvest;
     if (TakesPicture(request.output, plan.calls))
@@ -216,9 +222,9 @@ ApplyReport Apply(const standin::HostDescription &host, const ApplyRequest &requ
     return report;
 }
 
-void CheckCalls(const standin::HostDescription &description, const ApplyRequest &request) {
+bool CheckCalls(const standin::HostDescription &description, const ApplyRequest &request) {
     standin::Host host(description);
-    MakePlan(host, request);
+    return LeavesPictureUnsaved(request.output, MakePlan(host, request).calls);
 }
 
 SavedBlock ParseSavedBlock(const std::string &option) {

@@ -91,6 +91,22 @@ Run 0 apply s.bmp isWhiteKVT 'isGrayKVT(0, 0, 21, 40, 2)' 'CountColorKVT(&cFF000
 Prints "isWhiteKVT = false"
 Prints "isGrayKVT = true"
 Prints "CountColorKVT = 10"
+# A picture that nothing takes is told of, once.
+Unsaved() { # MESSAGE ARGUMENT...: with status 0, and no other message
+    local message=$1
+    shift
+    call="apply $*"
+    "$kvt" apply "$@" >out 2>err
+    Equal "status" 0 $?
+    Equal "messages" "$message" "$(cat err)"
+}
+Unsaved 'kvt: the last call made a picture of 40 x 25, which is not saved; -o FILE saves it' s.bmp isWhiteKVT InvertKVT
+Unsaved 'kvt: the last call made a picture of 40 x 25, which is not saved; -o FILE saves it' alpha.png \
+    'EmbeddedMaskKVT(false) = s.bmp'
+Unsaved "kvt: the last call made pictures, which are not saved; -o 'FOLDER/{name}.png' saves them" s.bmp alpha.png InvertKVT
+Unsaved "" s.bmp InvertKVT --json
+Unsaved "" s.bmp InvertKVT isWhiteKVT
+
 Run 0 apply s.bmp 'FindPicture("s.bmp", -1, -1)'
 Prints "FindPicture = true"
 Prints "x = 0"
