@@ -195,8 +195,10 @@ class Binder {
 
     Slot ValueOf(const Parameter &parameter, const Argument &argument) {
         const auto misfit = [&](std::string_view expected) {
-            Fail(fmt::format("{} as {}: expected {}, not \"{}\"", parameter.name, NameOf(parameter.type), expected,
-                             argument.text),
+            const std::string found = argument.form == Form::Quoted      ? "a string in quotes"
+                                      : argument.form == Form::FileBytes ? "a file's bytes"
+                                                                         : fmt::format("\"{}\"", argument.text);
+            Fail(fmt::format("{} as {}: expected {}, not {}", parameter.name, NameOf(parameter.type), expected, found),
                  argument.place);
         };
         const std::optional<double> number =

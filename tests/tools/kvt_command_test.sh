@@ -195,6 +195,10 @@ Says 'no InvertKVT takes 2 arguments'
 Says '  InvertKVT(left as integer,top as integer,width as integer,height as integer) as picture'
 Run 2 apply s.bmp 'InvertKVT(1, 2, 3.5, 4)' -o none.png
 Says 'width as Integer: expected a whole number of 32 bits, not "3.5"'
+Run 2 apply s.bmp 'ChangeSaturationKVT("60")' -o none.png
+Says 'Amount as Integer: expected a whole number of 32 bits, not a string in quotes'
+Run 2 apply s.bmp 'ReplaceRedChannelKVT(@s.bmp)' -o none.png
+Says "RedChannel as Picture: expected nil, me or a picture file, without @, not a file's bytes"
 Run 2 apply s.bmp 'TintPictureKVT(me, &cGG, &c0)' -o none.png
 Says 'GreyBase as Color: expected a color'
 Run 2 apply s.bmp 'EmbeddedMaskKVT(0)' -o none.png
