@@ -1,5 +1,6 @@
 #include "tools/bound_call.h"
 
+#include "tools/list.h"
 #include "tools/nearest.h"
 #include "tools/picture_files.h"
 #include "tools/wav_file.h"
@@ -75,14 +76,7 @@ class Binder {
         throw CallError(message, call_.text, place, declared_);
     }
     [[noreturn]] void FailUnknown() const {
-        std::vector<std::string_view> names;
-        for (const RegisteredMethod &method : host_.PictureMethods())
-            names.push_back(method.declaration.name);
-        for (const RegisteredMethod &method : host_.GlobalMethods())
-            names.push_back(method.declaration.name);
-        for (const auto &definition : host_.Classes())
-            names.push_back(definition->name);
-        const std::string suggestion = Suggestion(call_.name, names);
+        const std::string suggestion = Suggestion(call_.name, InterfaceNames(host_));
         // A file that is not there is read as a call.
         const bool couldBeFile = call_.arguments.empty() && !call_.assigned;
         Fail(fmt::format("there is no method or class \"{}\"{}{}", call_.name,

@@ -2,6 +2,7 @@
 #include "tools/files.h"
 #include "tools/host_options.h"
 #include "tools/list.h"
+#include "tools/nearest.h"
 
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
@@ -20,7 +21,8 @@ void RunList(const ListOptions &options) {
     const standin::Host host(DescribeHost(options.host));
     const std::string text = ListInterface(host, options.filter);
     if (text.empty())
-        throw UserError(fmt::format("nothing in the interface has \"{}\" in its name", options.filter));
+        throw UserError(fmt::format("nothing in the interface has \"{}\" in its name{}", options.filter,
+                                    Suggestion(options.filter, InterfaceNames(host))));
     if (options.json)
         fmt::print("{}\n", InterfaceJson(host, options.filter));
     else

@@ -1,7 +1,9 @@
 #include "tools/list.h"
 
 #include "tools/json.h"
+#include "tools/nearest.h"
 
+#include <algorithm>
 #include <fmt/format.h>
 
 namespace tools {
@@ -12,15 +14,6 @@ using standin::RegisteredMethod;
 using standin::RegisteredProperty;
 
 constexpr std::uint32_t kConsole = 4; ///< the host's flag of what it also offers to console applications
-
-bool Contains(std::string_view name, std::string_view part) {
-    if (part.size() > name.size())
-        return false;
-    for (std::size_t at = 0; at <= name.size() - part.size(); ++at)
-        if (standin::SameName(name.substr(at, part.size()), part))
-            return true;
-    return false;
-}
 
 std::string Flags(std::uint32_t flags) {
     if (flags == 0)
@@ -77,7 +70,7 @@ std::string_view NameOf(const RegisteredProperty &property) { return property.na
 template <class Kind> std::vector<const Kind *> Chosen(const std::vector<Kind> &all, std::string_view filter) {
     std::vector<const Kind *> chosen;
     for (const Kind &one : all)
-        if (Contains(NameOf(one), filter))
+        if (HasPart(NameOf(one), filter))
             chosen.push_back(&one);
     return chosen;
 }
@@ -111,7 +104,7 @@ struct ChosenClass {
 std::vector<ChosenClass> ChosenClasses(const standin::Host &host, std::string_view filter) {
     std::vector<ChosenClass> classes;
     for (const auto &definition : host.Classes()) {
-        const std::string_view part = Contains(definition->name, filter) ? std::string_view() : filter;
+        const std::string_view part = HasPart(definition->name, filter) ? std::string_view() : filter;
         ChosenClass chosen{definition.get(), Chosen(definition->properties, part), Chosen(definition->methods, part)};
         if (!chosen.properties.empty() || !chosen.methods.empty())
             classes.push_back(std::move(chosen));
@@ -120,6 +113,18 @@ std::vector<ChosenClass> ChosenClasses(const standin::Host &host, std::string_vi
 }
 
 } // namespace
+
+std::vector<std::string_view> InterfaceNames(const standin::Host &host) {
+    std::vector<std::string_view> names;
+    for (const auto *methods : {&host.PictureMethods(), &host.GlobalMethods()})
+        for (const RegisteredMethod &method : *methods)
+            names.push_back(method.declaration.name);
+    for (const auto &definition : host.Classes())
+        names.push_back(definition->name);
+    std::sort(names.begin(), names.end());
+    names.erase(std::unique(names.begin(), names.end()), names.end());
+    return names;
+}
 
 std::string ListInterface(const standin::Host &host, std::string_view filter) {
     std::string text = Section("Global methods", Chosen(host.GlobalMethods(), filter));

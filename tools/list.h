@@ -4,8 +4,12 @@
 
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace tools {
+
+/// The names of all methods and classes, each once, in the order of the alphabet. Seen while the host lives.
+std::vector<std::string_view> InterfaceNames(const standin::Host &host);
 
 /// The interface as the host received it, a line each: global methods, methods of Picture, classes with their members.
 /// With a filter, those whose name contains it; a class whose name does is listed whole.

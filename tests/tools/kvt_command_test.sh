@@ -70,7 +70,8 @@ Prints "Class PictureLut3DKVT (140000 bytes of instance data)  [console]"
 Run 0 list --host-version none invertkvt
 Prints "  InvertKVT as picture"
 Equal "lines about InvertKVT" 3 "$(grep -c . out)"
-Run 2 list nothing-is-called-so
+Run 2 list InvertsKVT
+Says 'nothing in the interface has "InvertsKVT" in its name; did you mean "InvertKVT"?'
 
 # Results.
 Run 0 apply s.bmp InvertKVT -o inverted.bmp
@@ -190,6 +191,8 @@ Says '  InvertKVT(10, 5 200)'
 Says '                  ^^^'
 Run 2 apply s.bmp InvertKVTT -o none.png
 Says 'there is no method or class "InvertKVTT", and no file "InvertKVTT"; did you mean "InvertKVT"?'
+Run 2 apply s.bmp 'Saturation(60)' -o none.png
+Says 'there is no method or class "Saturation"; did you mean "ChangeSaturationKVT"?'
 Run 2 apply s.bmp 'InvertKVT(1, 2)' -o none.png
 Says 'no InvertKVT takes 2 arguments'
 Says '  InvertKVT(left as integer,top as integer,width as integer,height as integer) as picture'
