@@ -145,7 +145,7 @@ Plan MakePlan(standin::Host &host, const ApplyRequest &request) {
     Plan plan;
     bool hasPicture = request.input.has_value();
     for (const std::string &text : request.calls) {
-        plan.calls.push_back(Bind(host, ParseCall(text), hasPicture));
+        plan.calls.push_back(Bind(host, text, hasPicture));
         hasPicture = hasPicture || plan.calls.back().YieldsPicture();
     }
     plan.savedBlocks = ParseSavedBlocks(request.savedBlocks, plan.calls);

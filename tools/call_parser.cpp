@@ -118,6 +118,11 @@ CallError::CallError(std::string_view message, std::string_view call, Place plac
     : UserError(fmt::format("{}\n  {}\n  {:>{}}{:^<{}}{}{}", message, call, "", place.at, "",
                             std::max<std::size_t>(place.length, 1), note.empty() ? "" : "\n", note)) {}
 
+std::string_view NameAtStart(std::string_view text) {
+    const auto start = std::find_if_not(text.begin(), text.end(), IsSpace);
+    return {start, std::find_if_not(start, text.end(), IsNameCharacter)};
+}
+
 Call ParseCall(std::string_view text) {
     Call call;
     call.text = text;

@@ -78,11 +78,17 @@ bool WritesToStream(const ApplyRequest &request) {
                        [](const std::string &option) { return ParseSavedBlock(option).path == kStandardStream; });
 }
 
-/// Reads standard input now if something is to be made of it, before processes would take it from each other.
+/// Reads standard input now if something is to be made of it, before processes would take it from each other. What is
+/// wrong with a call shows when it is bound.
 void ReadSharedInput(const std::vector<std::string> &inputs, const std::vector<std::string> &calls) {
     bool isWanted = std::find(inputs.begin(), inputs.end(), kStandardStream) != inputs.end();
     for (const std::string &text : calls) {
-        const Call call = ParseCall(text);
+        Call call;
+        try {
+            call = ParseCall(text);
+        } catch (const CallError &) {
+            continue;
+        }
         isWanted = isWanted || (call.assigned && call.assigned->text == kStandardStream) ||
                    std::any_of(call.arguments.begin(), call.arguments.end(),
                                [](const Argument &argument) { return argument.text == kStandardStream; });

@@ -189,12 +189,14 @@ before=$(ls)
 Run 2 apply s.bmp InvertKVT 'InvertKVT(10, 5 200)' -o none.png
 Says '  InvertKVT(10, 5 200)'
 Says '                  ^^^'
+Says '  InvertKVT(left as integer,top as integer,width as integer,height as integer) as picture'
 Run 2 apply s.bmp InvertKVTT -o none.png
 Says 'there is no method or class "InvertKVTT", and no file "InvertKVTT"; did you mean "InvertKVT"?'
 Run 2 apply s.bmp 'Saturation(60)' -o none.png
 Says 'there is no method or class "Saturation"; did you mean "ChangeSaturationKVT"?'
 Run 2 apply s.bmp 'InvertKVT(1, 2)' -o none.png
-Says 'no InvertKVT takes 2 arguments'
+Says 'no InvertKVT takes 2 arguments: width and height are missing'
+Says '                ^'
 Says '  InvertKVT(left as integer,top as integer,width as integer,height as integer) as picture'
 Run 2 apply s.bmp 'InvertKVT(1, 2, 3.5, 4)' -o none.png
 Says 'width as Integer: expected a whole number of 32 bits, not "3.5"'
@@ -216,6 +218,14 @@ Run 2 make 'InvertKVT' -o none.png
 Says 'there is no picture yet'
 Run 2 apply s.bmp 'ReplaceRedChannelKVT(missing.png)' -o none.png
 Says 'missing.png: cannot be opened'
+Says '                       ^^^^^^^^^^^'
+Says '  ReplaceRedChannelKVT(RedChannel as picture) as picture'
+Run 2 apply s.bmp ReplaceRedChannelKVT -o none.png
+Says 'no ReplaceRedChannelKVT takes 0 arguments: RedChannel is missing'
+Run 2 apply s.bmp 'ChangeSaturationKVT(1, 2)' -o none.png
+Says 'no ChangeSaturationKVT takes 2 arguments'
+Run 2 apply s.bmp 'PictureLut3DKVT(missing.cube).Run' -o none.png
+Says '                  ^^^^^^^^^^^^'
 Run 2 apply s.bmp InvertKVT -o none.ppic
 Says 'none.ppic: pictures are saved as'
 Run 2 apply s.bmp 'CountColorsKVT(nil, nil, nil, 0)' --save-block cyan=none.bin
