@@ -57,7 +57,7 @@ Run 0 sample film.cube
 Run 0 list
 counts=
 for heading in "Global methods" "Methods of Picture"; do
-    count=$(sed -n "/^$heading (/,/^$/p" out | grep -c '^  ')
+    count=$(sed -n "/^$heading (/,/^$/p" out | grep -c '^  [^ ]')
     Prints "$heading ($count)"
     counts+="$count "
 done
@@ -69,7 +69,14 @@ Prints "  FactorRed as Double  [own accessors]"
 Prints "Class PictureLut3DKVT (140000 bytes of instance data)  [console]"
 Run 0 list --host-version none invertkvt
 Prints "  InvertKVT as picture"
-Equal "lines about InvertKVT" 3 "$(grep -c . out)"
+Equal "forms of InvertKVT, each with what it is" "2 2" "$(grep -c '^  InvertKVT.* as picture$' out) $(grep -c '^      Photographic negative$' out)"
+Prints "  InvertKVT(100, 100, 300, 200)"
+Prints "Ranges, formats and what surprises: docs/reference.md#invertkvt"
+Run 0 list picturesepiakvt
+Prints "      Toning by weights and offsets"
+Prints "Ranges, formats and what surprises: docs/reference.md#class-picturesepiakvt"
+Run 0 list Close
+Equal "what is told beside members of classes" 2 "$(grep -c '^      ' out)"
 Run 2 list InvertsKVT
 Says 'nothing in the interface has "InvertsKVT" in its name; did you mean "InvertKVT"?'
 
