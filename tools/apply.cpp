@@ -29,10 +29,6 @@ struct Harvest {
 
 Bytes Copy(std::span<const unsigned char> bytes) { return {bytes.begin(), bytes.end()}; }
 
-std::span<const unsigned char> BytesOf(const standin::MemoryBlock &block) {
-    return {block.memory.data(), block.memory.size()};
-}
-
 std::string JsonOf(Type type, const Value &value) {
     const auto count = [](auto number) { return fmt::format("{}", number); };
     if (value.Is<bool>())
@@ -46,7 +42,7 @@ std::string JsonOf(Type type, const Value &value) {
     if (type == Type::Picture)
         return json::Object({{"width", count(value.AsPicture().width)}, {"height", count(value.AsPicture().height)}});
     return json::Object({{"bytes", count(type == Type::String ? value.AsRef().text().bytes().size()
-                                                              : BytesOf(value.AsRef().block()).size())}});
+                                                              : AsBytes(value.AsRef().block()).size())}});
 }
 
 Answer AnswerOf(std::string_view name, Type type, const Value &value) {
@@ -166,7 +162,7 @@ Harvest RunAll(standin::Host &host, const ApplyRequest &request, ApplyReport &re
         for (const auto &[name, value] : chain.byref())
             for (const SavedBlock &saved : plan.savedBlocks)
                 if (SameName(saved.name, name) && value.Is<Ref>())
-                    harvest.files[saved.path] = Copy(BytesOf(value.AsRef().block()));
+                    harvest.files[saved.path] = Copy(AsBytes(value.AsRef().block()));
     }
     if (LeavesPictureUnsaved(request.output, plan.calls))
         report.unsaved = Shown(chain.picture());
