@@ -1,4 +1,4 @@
-#include "tools/routines.h"
+#include "tools/check/routines.h"
 
 #include "standin/arguments.h"
 #include "tools/files.h"
@@ -9,7 +9,7 @@
 #include <iterator>
 #include <random>
 
-namespace tools {
+namespace tools::check {
 namespace {
 
 using standin::Application;
@@ -420,4 +420,4 @@ std::string Difference(const std::vector<Seen> &wanted, const std::vector<Seen> 
     return "";
 }
 
-} // namespace tools
+} // namespace tools::check

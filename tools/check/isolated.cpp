@@ -1,4 +1,4 @@
-#include "tools/isolated.h"
+#include "tools/check/isolated.h"
 
 #include "tools/child_process.h"
 
@@ -14,7 +14,7 @@
 #include <sys/resource.h>
 #include <unistd.h>
 
-namespace tools {
+namespace tools::check {
 namespace {
 
 // What is sent: the kind, the text, a zero.
@@ -157,4 +157,4 @@ Account RunIsolated(const std::function<void(Report &)> &work, std::chrono::mill
     return account;
 }
 
-} // namespace tools
+} // namespace tools::check
