@@ -26,8 +26,8 @@ std::optional<int> EndOf(pid_t process, int options) {
 } // namespace
 
 pid_t StartProcess(const std::function<int()> &work) {
-    std::signal(SIGCHLD, SIG_DFL);           // whoever ignores it hears of no end
-    static_cast<void>(std::fflush(nullptr)); // or both processes would write what waits
+    static_cast<void>(std::signal(SIGCHLD, SIG_DFL)); // whoever ignores it hears of no end
+    static_cast<void>(std::fflush(nullptr));          // or both processes would write what waits
     const pid_t process = fork();
     if (process < 0)
         throw std::system_error(errno, std::generic_category(), "no process can be started");

@@ -136,7 +136,7 @@ Outcome RunMany(const ApplyOptions &options, const std::vector<ApplyRequest> &re
                                : fmt::format("ended with status {}", finished.status);
             Tell(options, requests[index], report, true);
         }
-        std::fflush(stdout);
+        static_cast<void>(std::fflush(stdout));
         failures += outcome == Done ? 0 : 1;
         worst = std::max(worst, outcome);
     };

@@ -132,7 +132,7 @@ std::string BashKind(const CLI::App &command) {
     return {};
 }
 
-std::string ZshText(std::string text) {
+std::string ZshText(const std::string &text) {
     std::string quoted;
     for (const char c : text) {
         if (c == '[' || c == ']' || c == ':' || c == '\\')
@@ -193,7 +193,7 @@ std::string BashCompletion(const CLI::App &program, const standin::Host &host) {
             if (!option->get_positional() && !Placeholder(*option).empty()) {
                 std::vector<std::string> patterns;
                 for (const std::string &written : Names(*option))
-                    patterns.push_back(name + "," + written);
+                    patterns.push_back(fmt::format("{},{}", name, written));
                 fmt::format_to(std::back_inserter(optionValues), "    {}) kind='{}' values='{}' ;;\n",
                                fmt::join(patterns, " | "), Values(*option).empty() ? Placeholder(*option) : "",
                                Values(*option));

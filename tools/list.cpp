@@ -100,6 +100,7 @@ template <class Kind> std::string Lines(const std::vector<const Kind *> &chosen)
 
 template <class Kind> std::string JsonOf(const std::vector<const Kind *> &chosen) {
     std::vector<std::string> objects;
+    objects.reserve(chosen.size());
     for (const Kind *one : chosen)
         objects.push_back(JsonOf(*one));
     return json::Array(objects);

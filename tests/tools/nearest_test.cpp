@@ -17,7 +17,7 @@ const struct {
 } kWritten[] = {
     {"a letter too many", "InvertKVTT", {"InvertKVT"}},
     {"letters replaced, other case", "hasMusqKvt", {"HasMaskKVT"}},
-    {"the name itself first, then longer ones", "InvertKVT", {"InvertKVT"}},
+    {"the name itself, once", "InvertKVT", {"InvertKVT"}},
     {"the start", "Invert", {"InvertKVT", "InvertGrayKVT"}},
     {"a part", "saturation", {"ChangeSaturationKVT"}},
     {"the shortest three", "Channel", {"ReplaceRedChannelKVT", "ReplaceBlueChannelKVT", "MergeChannelsOfAllKVT"}},
