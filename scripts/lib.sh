@@ -17,3 +17,24 @@ NeedPackages() {
     "${run[@]}" apt-get update -qq
     DEBIAN_FRONTEND=noninteractive "${run[@]}" apt-get install -qq -y "${options[@]}" "${missing[@]}" >/dev/null
 }
+
+# Runs a command without a word, or shows the end of what it said and leaves the script.
+Quietly() { # LOG COMMAND...
+    local log=$1
+    shift
+    "$@" >>"$log" 2>&1 || { tail -n 40 "$log" && exit 2; }
+}
+
+# Configures and builds, on a terminal with a line that tells how far it is, elsewhere without a word.
+BuildTargets() { # PRESET TARGET...
+    local preset=$1 log=build/$1-targets.log
+    shift
+    mkdir -p build
+    rm -f "$log"
+    Quietly "$log" cmake --preset "$preset"
+    if [ -t 1 ]; then
+        cmake --build --preset "$preset" --target "$@"
+    else
+        Quietly "$log" cmake --build --preset "$preset" --target "$@"
+    fi
+}

@@ -1,5 +1,7 @@
 #include "standin/declaration.h"
 
+#include "standin/text_reader.h"
+
 #include <algorithm>
 #include <cctype>
 #include <charconv>
@@ -19,80 +21,57 @@ constexpr struct {
     {Type::Picture, "Picture"}, {Type::MemoryBlock, "MemoryBlock"},
 };
 
-bool IsNameCharacter(char c) { return std::isalnum(static_cast<unsigned char>(c)) || c == '_'; }
-
-/// Reads a declaration from left to right.
-class Reader {
+/// Reads a declaration.
+class Reader : public TextReader {
   public:
-    explicit Reader(std::string_view text) : text_(text) {}
+    using TextReader::TextReader;
 
     [[noreturn]] void Fail(std::string_view expected) const {
         throw std::invalid_argument(
-            fmt::format("not a declaration: expected {} at character {} of \"{}\"", expected, at_ + 1, text_));
+            fmt::format("not a declaration: expected {} at character {} of \"{}\"", expected, at() + 1, text()));
     }
-    void SkipSpaces() {
-        while (at_ < text_.size() && text_[at_] == ' ')
-            ++at_;
-    }
-    bool AtEnd() {
-        SkipSpaces();
-        return at_ == text_.size();
-    }
-    bool Take(char wanted) {
-        SkipSpaces();
-        if (at_ == text_.size() || text_[at_] != wanted)
-            return false;
-        ++at_;
-        return true;
-    }
-    std::string Word(std::string_view expected) {
-        SkipSpaces();
-        const std::size_t start = at_;
-        while (at_ < text_.size() && IsNameCharacter(text_[at_]))
-            ++at_;
-        if (at_ == start)
+    std::string Name(std::string_view expected) {
+        const std::string_view name = Word();
+        if (name.empty())
             Fail(expected);
-        return std::string(text_.substr(start, at_ - start));
+        return std::string(name);
     }
     bool TakeWord(std::string_view wanted) {
         SkipSpaces();
-        const std::size_t end = at_ + wanted.size();
-        if (end > text_.size() || !SameName(text_.substr(at_, wanted.size()), wanted) ||
-            (end < text_.size() && IsNameCharacter(text_[end])))
-            return false;
-        at_ = end;
-        return true;
+        const std::size_t start = at();
+        if (SameName(Word(), wanted))
+            return true;
+        MoveTo(start);
+        return false;
     }
     Type AsType() {
         if (!TakeWord("as"))
             Fail("\"as\"");
-        const std::string name = Word("a type");
+        const std::string name = Name("a type");
         for (const auto &known : kTypeNames)
             if (SameName(known.name, name))
                 return known.type;
-        at_ -= name.size();
+        MoveTo(at() - name.size());
         Fail("a known type");
     }
     std::string Default() {
         SkipSpaces();
-        const std::size_t end = std::min(text_.find_first_of(",)", at_), text_.size());
-        std::string value(text_.substr(at_, end - at_));
-        value.erase(value.find_last_not_of(' ') + 1);
-        if (value.empty())
+        const std::size_t start = at();
+        std::string value(TakeWhile([](char c) { return c != ',' && c != ')'; }));
+        while (!value.empty() && IsSpace(value.back()))
+            value.pop_back();
+        if (value.empty()) {
+            MoveTo(start);
             Fail("a default value");
-        at_ = end;
+        }
         return value;
     }
-
-  private:
-    std::string_view text_;
-    std::size_t at_ = 0;
 };
 
 Parameter ReadParameter(Reader &reader) {
     Parameter parameter;
     parameter.byref = reader.TakeWord("byref");
-    parameter.name = reader.Word("a parameter's name");
+    parameter.name = reader.Name("a parameter's name");
     parameter.type = reader.AsType();
     if (reader.Take('='))
         parameter.defaultText = reader.Default();
@@ -117,7 +96,7 @@ Declaration ParseDeclaration(std::string_view text) {
     Declaration declaration;
     declaration.text = text;
     Reader reader(text);
-    declaration.name = reader.Word("a name");
+    declaration.name = reader.Name("a name");
     if (reader.Take('(') && !reader.Take(')')) {
         do {
             declaration.parameters.push_back(ReadParameter(reader));

@@ -29,10 +29,6 @@ struct Harvest {
 
 Bytes Copy(std::span<const unsigned char> bytes) { return {bytes.begin(), bytes.end()}; }
 
-std::span<const unsigned char> BytesOf(const standin::MemoryBlock &block) {
-    return {block.memory.data(), block.memory.size()};
-}
-
 std::string JsonOf(Type type, const Value &value) {
     const auto count = [](auto number) { return fmt::format("{}", number); };
     if (value.Is<bool>())
@@ -46,7 +42,7 @@ std::string JsonOf(Type type, const Value &value) {
     if (type == Type::Picture)
         return json::Object({{"width", count(value.AsPicture().width)}, {"height", count(value.AsPicture().height)}});
     return json::Object({{"bytes", count(type == Type::String ? value.AsRef().text().bytes().size()
-                                                              : BytesOf(value.AsRef().block()).size())}});
+                                                              : AsBytes(value.AsRef().block()).size())}});
 }
 
 Answer AnswerOf(std::string_view name, Type type, const Value &value) {
@@ -84,6 +80,10 @@ void CheckOutput(const std::string &output, const std::vector<BoundCall> &calls,
         throw UserError(fmt::format("{}: pictures are saved as .png, .jpg, .jpeg or .bmp; a file of another name takes "
                                     "the string that the last call returns, and there is none",
                                     output));
+}
+
+bool LeavesPictureUnsaved(const std::string &output, const std::vector<BoundCall> &calls) {
+    return output.empty() && !calls.empty() && (calls.back().YieldsPicture() || calls.back().assigned);
 }
 
 /// A chain of calls while it runs.
@@ -141,7 +141,7 @@ Plan MakePlan(standin::Host &host, const ApplyRequest &request) {
     Plan plan;
     bool hasPicture = request.input.has_value();
     for (const std::string &text : request.calls) {
-        plan.calls.push_back(Bind(host, ParseCall(text), hasPicture));
+        plan.calls.push_back(Bind(host, text, hasPicture));
         hasPicture = hasPicture || plan.calls.back().YieldsPicture();
     }
     plan.savedBlocks = ParseSavedBlocks(request.savedBlocks, plan.calls);
@@ -162,8 +162,10 @@ Harvest RunAll(standin::Host &host, const ApplyRequest &request, ApplyReport &re
         for (const auto &[name, value] : chain.byref())
             for (const SavedBlock &saved : plan.savedBlocks)
                 if (SameName(saved.name, name) && value.Is<Ref>())
-                    harvest.files[saved.path] = Copy(BytesOf(value.AsRef().block()));
+                    harvest.files[saved.path] = Copy(AsBytes(value.AsRef().block()));
     }
+    if (LeavesPictureUnsaved(request.output, plan.calls))
+        report.unsaved = Shown(chain.picture());
     if (request.output.empty())
         return harvest;
     if (TakesPicture(request.output, plan.calls))
@@ -216,9 +218,9 @@ ApplyReport Apply(const standin::HostDescription &host, const ApplyRequest &requ
     return report;
 }
 
-void CheckCalls(const standin::HostDescription &description, const ApplyRequest &request) {
+bool CheckCalls(const standin::HostDescription &description, const ApplyRequest &request) {
     standin::Host host(description);
-    MakePlan(host, request);
+    return LeavesPictureUnsaved(request.output, MakePlan(host, request).calls);
 }
 
 SavedBlock ParseSavedBlock(const std::string &option) {

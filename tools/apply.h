@@ -47,6 +47,7 @@ struct CallReport {
 struct ApplyReport {
     Outcome outcome = Wrong;
     std::vector<CallReport> calls; ///< those that gave what they are there for
+    std::string unsaved;           ///< the picture that the last call made and nothing takes; empty when there is none
     std::optional<standin::RaisedException> raised;
     std::string error; ///< why nothing was saved; empty when all went well
     std::vector<std::string> violations;
@@ -58,8 +59,9 @@ struct ApplyReport {
 /// request's: what is wrong with it stands in the report.
 ApplyReport Apply(const standin::HostDescription &host, const ApplyRequest &request);
 
-/// Throws UserError for what is wrong with the calls themselves, whatever the input holds.
-void CheckCalls(const standin::HostDescription &host, const ApplyRequest &request);
+/// Throws UserError for what is wrong with the calls themselves, whatever the input holds. Whether the last one makes a
+/// picture that nothing takes.
+bool CheckCalls(const standin::HostDescription &host, const ApplyRequest &request);
 
 /// NAME and FILE of NAME=FILE. Throws UserError.
 struct SavedBlock {

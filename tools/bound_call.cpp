@@ -1,5 +1,6 @@
 #include "tools/bound_call.h"
 
+#include "tools/list.h"
 #include "tools/nearest.h"
 #include "tools/picture_files.h"
 #include "tools/wav_file.h"
@@ -10,6 +11,7 @@
 #include <filesystem>
 #include <fmt/format.h>
 #include <limits>
+#include <span>
 
 namespace tools {
 namespace {
@@ -48,11 +50,43 @@ bool HasTable(const RegisteredClass &definition) {
     return table && table->record.setter;
 }
 
+/// What is declared under a name, a line each below a heading; empty when nothing is.
+std::string Declared(const standin::Host &host, std::string_view name) {
+    std::string lines;
+    const auto add = [&](std::string_view line) { lines += fmt::format("\n  {}", line); };
+    for (const auto &definition : host.Classes())
+        if (SameName(definition->name, name)) {
+            for (const auto &property : definition->properties)
+                add(fmt::format("{}.{} as {}", definition->name, property.name, NameOf(property.type)));
+            for (const RegisteredMethod &method : definition->methods)
+                add(fmt::format("{}.{}", definition->name, method.declaration.text));
+        }
+    for (const auto *methods : {&host.PictureMethods(), &host.GlobalMethods()})
+        for (const RegisteredMethod &method : *methods)
+            if (SameName(method.declaration.name, name))
+                add(method.declaration.text);
+    return lines.empty() ? lines : "declared:" + lines;
+}
+
+/// Where something should stand that is missing behind the last argument.
+Place Behind(const Call &call) {
+    const Place &last = call.arguments.empty() ? call.namePlace : call.arguments.back().place;
+    return {last.at + last.length, 1};
+}
+
+/// "source1", "left, top and width"
+std::string Enumerated(std::span<const Parameter> parameters) {
+    std::string list;
+    for (std::size_t i = 0; i < parameters.size(); ++i)
+        list += (i == 0 ? "" : i + 1 == parameters.size() ? " and " : ", ") + parameters[i].name;
+    return list;
+}
+
 /// Binds one call; what it fails with shows the call and the declarations that it could have meant.
 class Binder {
   public:
     Binder(standin::Host &host, const Call &call, bool hasPicture)
-        : host_(host), call_(call), hasPicture_(hasPicture) {}
+        : host_(host), call_(call), hasPicture_(hasPicture), declared_(Declared(host, call.name)) {}
 
     BoundCall Run() {
         for (const auto &definition : host_.Classes())
@@ -75,14 +109,7 @@ class Binder {
         throw CallError(message, call_.text, place, declared_);
     }
     [[noreturn]] void FailUnknown() const {
-        std::vector<std::string_view> names;
-        for (const RegisteredMethod &method : host_.PictureMethods())
-            names.push_back(method.declaration.name);
-        for (const RegisteredMethod &method : host_.GlobalMethods())
-            names.push_back(method.declaration.name);
-        for (const auto &definition : host_.Classes())
-            names.push_back(definition->name);
-        const std::string suggestion = Suggestion(call_.name, names);
+        const std::string suggestion = Suggestion(call_.name, InterfaceNames(host_));
         // A file that is not there is read as a call.
         const bool couldBeFile = call_.arguments.empty() && !call_.assigned;
         Fail(fmt::format("there is no method or class \"{}\"{}{}", call_.name,
@@ -98,13 +125,25 @@ class Binder {
                          Suggestion(argument.name, names)),
              argument.namePlace);
     }
-    void ShowDeclared(std::string_view line) {
-        declared_ += fmt::format("{}  {}", declared_.empty() ? "declared:\n" : "\n", line);
+    /// Names what is missing to the next longer form, when there is one.
+    [[noreturn]] void FailArguments(const std::vector<Candidate> &candidates) const {
+        const std::size_t count = call_.arguments.size();
+        const standin::Declaration *next = nullptr;
+        for (const Candidate &candidate : candidates) {
+            const standin::Declaration &declaration = candidate.method->declaration;
+            if (declaration.Required() > count && (!next || declaration.Required() < next->Required()))
+                next = &declaration;
+        }
+        const std::string message = fmt::format("no {} takes {} argument{}", candidates[0].method->declaration.name,
+                                                count, count == 1 ? "" : "s");
+        if (!next)
+            Fail(message, call_.namePlace);
+        const auto missing = std::span(next->parameters).subspan(count, next->Required() - count);
+        Fail(fmt::format("{}: {} {} missing", message, Enumerated(missing), missing.size() == 1 ? "is" : "are"),
+             Behind(call_));
     }
 
     BoundCall BindMethod(const std::vector<Candidate> &candidates) {
-        for (const Candidate &candidate : candidates)
-            ShowDeclared(candidate.method->declaration.text);
         const auto fits = [&](const Candidate &candidate) {
             const standin::Declaration &declaration = candidate.method->declaration;
             return call_.arguments.size() >= declaration.Required() &&
@@ -112,9 +151,7 @@ class Binder {
         };
         const auto chosen = std::find_if(candidates.begin(), candidates.end(), fits);
         if (chosen == candidates.end())
-            Fail(fmt::format("no {} takes {} argument{}", candidates[0].method->declaration.name,
-                             call_.arguments.size(), call_.arguments.size() == 1 ? "" : "s"),
-                 call_.namePlace);
+            FailArguments(candidates);
         const standin::Declaration &declaration = chosen->method->declaration;
         if (!call_.member.empty())
             Fail(fmt::format("{} is a method: it has no member \"{}\"", declaration.name, call_.member),
@@ -149,10 +186,6 @@ class Binder {
     }
 
     BoundCall BindClass(const RegisteredClass &definition) {
-        for (const auto &property : definition.properties)
-            ShowDeclared(fmt::format("{}.{} as {}", definition.name, property.name, NameOf(property.type)));
-        for (const RegisteredMethod &method : definition.methods)
-            ShowDeclared(fmt::format("{}.{}", definition.name, method.declaration.text));
         if (call_.assigned)
             Fail(fmt::format("{} is a class: it cannot be assigned to", definition.name), call_.assigned->place);
         const RegisteredMethod *member = MethodNamed(definition, call_.member);
@@ -168,7 +201,8 @@ class Binder {
         bool hasSource = false;
         for (const Argument &argument : call_.arguments) {
             if (HasTable(definition) && (argument.name.empty() || SameName(argument.name, kTable))) {
-                bound.table = ParseCube(AsText(ReadBytes(argument.text)), argument.text);
+                bound.table =
+                    FromFile(argument, [&] { return ParseCube(AsText(ReadBytes(argument.text)), argument.text); });
                 continue;
             }
             const auto property = std::find_if(definition.properties.begin(), definition.properties.end(),
@@ -193,10 +227,21 @@ class Binder {
         Fail("there is no picture yet: a call that makes one must come first", place);
     }
 
+    /// What `read` makes of the file that an argument names; shows the argument when it cannot be used.
+    template <class Read> auto FromFile(const Argument &argument, Read read) const -> decltype(read()) {
+        try {
+            return read();
+        } catch (const UserError &error) {
+            Fail(error.what(), argument.place);
+        }
+    }
+
     Slot ValueOf(const Parameter &parameter, const Argument &argument) {
         const auto misfit = [&](std::string_view expected) {
-            Fail(fmt::format("{} as {}: expected {}, not \"{}\"", parameter.name, NameOf(parameter.type), expected,
-                             argument.text),
+            const std::string found = argument.form == Form::Quoted      ? "a string in quotes"
+                                      : argument.form == Form::FileBytes ? "a file's bytes"
+                                                                         : fmt::format("\"{}\"", argument.text);
+            Fail(fmt::format("{} as {}: expected {}, not {}", parameter.name, NameOf(parameter.type), expected, found),
                  argument.place);
         };
         const std::optional<double> number =
@@ -240,7 +285,7 @@ class Binder {
             }
             if (argument.form == Form::FileBytes)
                 misfit("nil, me or a picture file, without @");
-            return Value(MakePicture(host_, ReadImage(argument.text)));
+            return Value(MakePicture(host_, FromFile(argument, [&] { return ReadImage(argument.text); })));
         case Type::MemoryBlock:
             if (IsWord(argument, "nil"))
                 return Value();
@@ -254,16 +299,17 @@ class Binder {
 
     standin::Ref StringOf(const Argument &argument) {
         if (argument.form == Form::FileBytes)
-            return host_.MakeString(AsText(ReadBytes(argument.text)), kBinaryString);
+            return host_.MakeString(AsText(FromFile(argument, [&] { return ReadBytes(argument.text); })),
+                                    kBinaryString);
         if (std::filesystem::exists(argument.text))
             hint_ = fmt::format("a file is called so: @\"{}\" stands for its bytes", argument.text);
         return host_.MakeString(argument.text);
     }
 
     standin::Ref BlockOf(const Argument &argument) {
-        Bytes bytes = ReadBytes(argument.text);
+        Bytes bytes = FromFile(argument, [&] { return ReadBytes(argument.text); });
         if (IsWav(bytes)) {
-            Sound sound = ReadWav(bytes, argument.text);
+            Sound sound = FromFile(argument, [&] { return ReadWav(bytes, argument.text); });
             bits_ = sound.Bits();
             soundPlace_ = argument.place;
             bytes = std::move(sound.samples);
@@ -302,5 +348,16 @@ bool BoundCall::YieldsString() const {
 }
 
 BoundCall Bind(standin::Host &host, const Call &call, bool hasPicture) { return Binder(host, call, hasPicture).Run(); }
+
+BoundCall Bind(standin::Host &host, std::string_view call, bool hasPicture) {
+    Call parsed;
+    try {
+        parsed = ParseCall(call);
+    } catch (const CallError &error) {
+        const std::string declared = Declared(host, NameAtStart(call));
+        throw UserError(error.what() + (declared.empty() ? "" : "\n" + declared));
+    }
+    return Bind(host, parsed, hasPicture);
+}
 
 } // namespace tools

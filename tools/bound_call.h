@@ -39,7 +39,10 @@ struct BoundCall {
 };
 
 /// Finds the method or class that a call names and makes its values. `hasPicture` says whether there is a current
-/// picture at that point of the chain. Throws CallError, or UserError for a file that cannot be used.
+/// picture at that point of the chain. Throws CallError, which shows what is declared under that name.
 BoundCall Bind(standin::Host &host, const Call &call, bool hasPicture);
+
+/// Parses the call first. Throws UserError, which shows the same.
+BoundCall Bind(standin::Host &host, std::string_view call, bool hasPicture);
 
 } // namespace tools

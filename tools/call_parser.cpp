@@ -1,115 +1,92 @@
 #include "tools/call_parser.h"
 
+#include "standin/text_reader.h"
+
 #include <algorithm>
-#include <cctype>
 #include <fmt/format.h>
 
 namespace tools {
 namespace {
 
-bool IsSpace(char c) { return std::isspace(static_cast<unsigned char>(c)); }
-bool IsNameCharacter(char c) { return std::isalnum(static_cast<unsigned char>(c)) || c == '_'; }
+using standin::IsSpace;
 
-/// Reads a call from left to right.
-class Reader {
+bool IsDelimiter(char c) { return c == ',' || c == '(' || c == ')' || c == '='; }
+
+/// Reads a call.
+class Reader : public standin::TextReader {
   public:
-    explicit Reader(std::string_view text) : text_(text) {}
+    using TextReader::TextReader;
 
     /// Says what was expected and quotes the word that stands there instead.
     [[noreturn]] void Fail(std::string_view expected) {
         SkipSpaces();
-        std::size_t end = at_;
-        while (end < text_.size() && !IsSpace(text_[end]) && !IsDelimiter(text_[end]))
-            ++end;
-        if (end == at_ && end < text_.size())
-            ++end;
-        const std::string_view found = text_.substr(at_, end - at_);
+        const std::size_t start = at();
+        std::string_view found = TakeWhile([](char c) { return !IsSpace(c) && !IsDelimiter(c); });
+        if (found.empty())
+            found = rest().substr(0, 1);
         throw CallError(found.empty() ? fmt::format("expected {} at the end", expected)
                                       : fmt::format("expected {}, not \"{}\"", expected, found),
-                        text_, {at_, found.size()});
-    }
-    void SkipSpaces() {
-        while (at_ < text_.size() && IsSpace(text_[at_]))
-            ++at_;
-    }
-    bool AtEnd() {
-        SkipSpaces();
-        return at_ == text_.size();
-    }
-    bool Take(char wanted) {
-        if (AtEnd() || text_[at_] != wanted)
-            return false;
-        ++at_;
-        return true;
+                        text(), {start, found.size()});
     }
     std::string Name(std::string_view expected, Place &place) {
-        SkipSpaces();
-        const std::size_t start = at_;
-        while (at_ < text_.size() && IsNameCharacter(text_[at_]))
-            ++at_;
-        if (at_ == start)
+        const std::string_view name = Word();
+        if (name.empty())
             Fail(expected);
-        place = {start, at_ - start};
-        return std::string(text_.substr(start, at_ - start));
+        place = {at() - name.size(), name.size()};
+        return std::string(name);
     }
     /// A value, and the name before it when there is one.
     Argument Value() {
         Argument argument;
         argument.name = PropertyName(argument.namePlace);
         SkipSpaces();
-        const std::size_t start = at_;
+        const std::size_t start = at();
         if (Take('@'))
             argument.form = Argument::Form::FileBytes;
-        if (at_ < text_.size() && text_[at_] == '"') {
+        if (rest().starts_with('"')) {
             if (argument.form == Argument::Form::Bare)
                 argument.form = Argument::Form::Quoted;
             argument.text = Quoted();
         } else {
             argument.text = Bare();
         }
-        argument.place = {start, at_ - start};
+        argument.place = {start, at() - start};
         return argument;
     }
 
   private:
-    static bool IsDelimiter(char c) { return c == ',' || c == '(' || c == ')' || c == '='; }
-
     /// The name before a sign of equality; empty, and nothing read, when none stands here.
     std::string PropertyName(Place &place) {
-        SkipSpaces();
-        std::size_t end = at_;
-        while (end < text_.size() && IsNameCharacter(text_[end]))
-            ++end;
-        std::size_t sign = end;
-        while (sign < text_.size() && IsSpace(text_[sign]))
-            ++sign;
-        if (end == at_ || sign == text_.size() || text_[sign] != '=')
+        const std::size_t start = at();
+        const std::string_view name = Word();
+        const std::size_t end = at();
+        if (name.empty() || !Take('=')) {
+            MoveTo(start);
             return {};
-        place = {at_, end - at_};
-        at_ = sign + 1;
-        return std::string(text_.substr(place.at, place.length));
+        }
+        place = {end - name.size(), name.size()};
+        return std::string(name);
     }
     std::string Quoted() {
-        const std::size_t start = at_++;
+        const std::size_t start = at();
         std::string value;
-        for (; at_ < text_.size(); ++at_) {
-            if (text_[at_] == '"' && (++at_ == text_.size() || text_[at_] != '"'))
-                return value;
-            value += text_[at_];
-        }
-        throw CallError("a string has no closing double quote", text_, {start, text_.size() - start});
+        do {
+            MoveTo(at() + 1); // the opening quote, or the second of two
+            value += TakeWhile([](char c) { return c != '"'; });
+            if (rest().empty())
+                throw CallError("a string has no closing double quote", text(), {start, text().size() - start});
+            MoveTo(at() + 1);
+            if (rest().starts_with('"'))
+                value += '"';
+        } while (rest().starts_with('"'));
+        return value;
     }
     std::string Bare() {
-        const std::size_t start = at_;
-        while (at_ < text_.size() && !IsSpace(text_[at_]) && !IsDelimiter(text_[at_]) && text_[at_] != '"')
-            ++at_;
-        if (at_ == start)
+        const std::string_view word = TakeWhile([](char c) { return !IsSpace(c) && !IsDelimiter(c) && c != '"'; });
+        if (word.empty())
             Fail("a value");
-        return std::string(text_.substr(start, at_ - start));
+        return std::string(word);
     }
-
-    std::string_view text_;
-    std::size_t at_ = 0;
 };
 
 } // namespace
@@ -117,6 +94,8 @@ class Reader {
 CallError::CallError(std::string_view message, std::string_view call, Place place, std::string_view note)
     : UserError(fmt::format("{}\n  {}\n  {:>{}}{:^<{}}{}{}", message, call, "", place.at, "",
                             std::max<std::size_t>(place.length, 1), note.empty() ? "" : "\n", note)) {}
+
+std::string_view NameAtStart(std::string_view text) { return standin::TextReader(text).Word(); }
 
 Call ParseCall(std::string_view text) {
     Call call;

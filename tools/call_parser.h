@@ -47,6 +47,9 @@ struct CallError : UserError {
     CallError(std::string_view message, std::string_view call, Place place, std::string_view note = {});
 };
 
+/// The name that a text begins with, whatever follows; empty when there is none.
+std::string_view NameAtStart(std::string_view text);
+
 /// Throws CallError.
 Call ParseCall(std::string_view text);
 

@@ -78,11 +78,17 @@ bool WritesToStream(const ApplyRequest &request) {
                        [](const std::string &option) { return ParseSavedBlock(option).path == kStandardStream; });
 }
 
-/// Reads standard input now if something is to be made of it, before processes would take it from each other.
+/// Reads standard input now if something is to be made of it, before processes would take it from each other. What is
+/// wrong with a call shows when it is bound.
 void ReadSharedInput(const std::vector<std::string> &inputs, const std::vector<std::string> &calls) {
     bool isWanted = std::find(inputs.begin(), inputs.end(), kStandardStream) != inputs.end();
     for (const std::string &text : calls) {
-        const Call call = ParseCall(text);
+        Call call;
+        try {
+            call = ParseCall(text);
+        } catch (const CallError &) {
+            continue;
+        }
         isWanted = isWanted || (call.assigned && call.assigned->text == kStandardStream) ||
                    std::any_of(call.arguments.begin(), call.arguments.end(),
                                [](const Argument &argument) { return argument.text == kStandardStream; });
@@ -105,10 +111,12 @@ void Tell(const ApplyOptions &options, const ApplyRequest &request, const ApplyR
 Outcome RunOne(const ApplyOptions &options, const ApplyRequest &request, bool isOneOfMany) {
     const ApplyReport report = Apply(DescribeHost(options.host), request);
     Tell(options, request, report, isOneOfMany);
+    if (!isOneOfMany && !options.json && report.outcome == Done && !report.unsaved.empty())
+        fmt::print(stderr, "kvt: the last call made a {}, which is not saved; -o FILE saves it\n", report.unsaved);
     return report.outcome;
 }
 
-Outcome RunMany(const ApplyOptions &options, const std::vector<ApplyRequest> &requests) {
+Outcome RunMany(const ApplyOptions &options, const std::vector<ApplyRequest> &requests, bool leavesUnsaved) {
     Outcome worst = Done;
     std::size_t failures = 0;
     Progress progress(requests.size());
@@ -128,12 +136,15 @@ Outcome RunMany(const ApplyOptions &options, const std::vector<ApplyRequest> &re
                                : fmt::format("ended with status {}", finished.status);
             Tell(options, requests[index], report, true);
         }
-        std::fflush(stdout);
+        static_cast<void>(std::fflush(stdout));
         failures += outcome == Done ? 0 : 1;
         worst = std::max(worst, outcome);
     };
     RunInProcesses(requests.size(), options.jobs, work, done, [&](std::size_t through) { progress.Show(through); });
     progress.Hide();
+    if (leavesUnsaved && !options.json && failures < requests.size())
+        fmt::print(stderr,
+                   "kvt: the last call made pictures, which are not saved; -o 'FOLDER/{{name}}.png' saves them\n");
     if (failures > 0)
         fmt::print(stderr, "kvt: {} of {} pictures failed\n", failures, requests.size());
     return worst;
@@ -149,11 +160,11 @@ Outcome Run(ApplyOptions &options, const std::vector<std::string> &inputs) {
     std::vector<ApplyRequest> requests = {options.request};
     if (!inputs.empty())
         requests = PlanBatch(options.request, inputs);
-    if (requests.size() > 1)
-        CheckCalls(DescribeHost(options.host), requests[0]);
+    const bool isOne = requests.size() == 1;
+    const bool leavesUnsaved = !isOne && CheckCalls(DescribeHost(options.host), requests[0]);
     if (options.json)
         fmt::print("[\n");
-    const Outcome outcome = requests.size() == 1 ? RunOne(options, requests[0], false) : RunMany(options, requests);
+    const Outcome outcome = isOne ? RunOne(options, requests[0], false) : RunMany(options, requests, leavesUnsaved);
     if (options.json)
         fmt::print("\n]\n");
     return outcome;

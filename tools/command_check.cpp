@@ -1,4 +1,4 @@
-#include "tools/check.h"
+#include "tools/check/check.h"
 #include "tools/commands.h"
 
 #include <CLI/CLI.hpp>
@@ -9,7 +9,7 @@ namespace tools {
 namespace {
 
 struct CheckOptions {
-    CheckRequest request;
+    check::Request request;
     bool lists = false;
 };
 
@@ -18,19 +18,19 @@ struct CheckOptions {
 void AddCheckCommand(CLI::App &program, Outcome &outcome) {
     CLI::App *command = program.add_subcommand("check", "Try whether a module keeps its promises to hosts");
     const auto options = std::make_shared<CheckOptions>();
-    CheckRequest &request = options->request;
+    check::Request &request = options->request;
     command->add_option("module", request.module, "the module's file; the one beside the program when left out");
     command->add_option("--only", request.rules, "one rule, by its name; may be repeated")->allow_extra_args(false);
     command->add_flag("--list", options->lists, "print the rules and what they say");
     command->add_flag("--json", request.json, "print the result for programs, with all findings");
     command->add_option("--time-limit", request.patience, "seconds after which a call hangs")->capture_default_str();
-    command->footer(kCheckExamples);
+    command->footer(check::kExamples);
     command->callback([options, &outcome] {
         if (options->lists) {
-            fmt::print("{}", ListRules());
+            fmt::print("{}", check::ListRules());
             outcome = Done;
         } else {
-            outcome = Check(options->request);
+            outcome = check::Check(options->request);
         }
     });
 }

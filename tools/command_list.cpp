@@ -2,6 +2,7 @@
 #include "tools/files.h"
 #include "tools/host_options.h"
 #include "tools/list.h"
+#include "tools/nearest.h"
 
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
@@ -20,7 +21,8 @@ void RunList(const ListOptions &options) {
     const standin::Host host(DescribeHost(options.host));
     const std::string text = ListInterface(host, options.filter);
     if (text.empty())
-        throw UserError(fmt::format("nothing in the interface has \"{}\" in its name", options.filter));
+        throw UserError(fmt::format("nothing in the interface has \"{}\" in its name{}", options.filter,
+                                    Suggestion(options.filter, InterfaceNames(host))));
     if (options.json)
         fmt::print("{}\n", InterfaceJson(host, options.filter));
     else
@@ -30,14 +32,19 @@ void RunList(const ListOptions &options) {
 } // namespace
 
 void AddListCommand(CLI::App &program, Outcome &outcome) {
-    CLI::App *command = program.add_subcommand("list", "Print the interface as the host received it");
+    CLI::App *command =
+        program.add_subcommand("list", "Print the interface as the host received it, and what it is for");
     const auto options = std::make_shared<ListOptions>();
-    command->add_option("name", options->filter, "only what has this in its name")->type_name("NAME");
+    command
+        ->add_option("name", options->filter,
+                     "only what has this in its name; a whole name also tells what it does and shows calls")
+        ->type_name("NAME");
     command->add_flag("--json", options->json, "print one JSON object, with parameters and their defaults");
     AddHostOptions(*command, options->host);
     command->footer(R"(Examples:
   kvt list
   kvt list Sepia
+  kvt list InvertKVT
   kvt list --json)");
     command->callback([options, &outcome] {
         RunList(*options);

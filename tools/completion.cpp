@@ -1,6 +1,7 @@
 #include "tools/completion.h"
 
 #include "tools/command_line.h"
+#include "tools/list.h"
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
@@ -92,19 +93,6 @@ _kvt() {{
 if [[ $funcstack[1] == _kvt ]]; then _kvt "$@"; else compdef _kvt kvt kvt32; fi
 )";
 
-std::vector<std::string> Names(const standin::Host &host) {
-    std::vector<std::string> names;
-    for (const auto &method : host.PictureMethods())
-        names.push_back(method.declaration.name);
-    for (const auto &method : host.GlobalMethods())
-        names.push_back(method.declaration.name);
-    for (const auto &definition : host.Classes())
-        names.push_back(definition->name);
-    std::sort(names.begin(), names.end());
-    names.erase(std::unique(names.begin(), names.end()), names.end());
-    return names;
-}
-
 std::vector<const CLI::App *> Commands(const CLI::App &program) {
     return program.get_subcommands([](const CLI::App *command) { return !command->get_group().empty(); });
 }
@@ -144,7 +132,7 @@ std::string BashKind(const CLI::App &command) {
     return {};
 }
 
-std::string ZshText(std::string text) {
+std::string ZshText(const std::string &text) {
     std::string quoted;
     for (const char c : text) {
         if (c == '[' || c == ']' || c == ':' || c == '\\')
@@ -205,7 +193,7 @@ std::string BashCompletion(const CLI::App &program, const standin::Host &host) {
             if (!option->get_positional() && !Placeholder(*option).empty()) {
                 std::vector<std::string> patterns;
                 for (const std::string &written : Names(*option))
-                    patterns.push_back(name + "," + written);
+                    patterns.push_back(fmt::format("{},{}", name, written));
                 fmt::format_to(std::back_inserter(optionValues), "    {}) kind='{}' values='{}' ;;\n",
                                fmt::join(patterns, " | "), Values(*option).empty() ? Placeholder(*option) : "",
                                Values(*option));
@@ -213,7 +201,7 @@ std::string BashCompletion(const CLI::App &program, const standin::Host &host) {
     }
     commands.pop_back();
     optionValues.pop_back();
-    return fmt::format(kBash, fmt::arg("methods", fmt::join(Names(host), " ")), fmt::arg("commands", commands),
+    return fmt::format(kBash, fmt::arg("methods", fmt::join(InterfaceNames(host), " ")), fmt::arg("commands", commands),
                        fmt::arg("programOptions", BashOptions(program, false)),
                        fmt::arg("commandNames", fmt::join(names, " ")), fmt::arg("optionValues", optionValues));
 }
@@ -229,7 +217,7 @@ std::string ZshCompletion(const CLI::App &program, const standin::Host &host) {
     }
     commands.pop_back();
     cases.pop_back();
-    return fmt::format(kZsh, fmt::arg("methods", fmt::join(Names(host), " ")), fmt::arg("commands", commands),
+    return fmt::format(kZsh, fmt::arg("methods", fmt::join(InterfaceNames(host), " ")), fmt::arg("commands", commands),
                        fmt::arg("programOptions", ZshArguments(program)), fmt::arg("cases", cases));
 }
 

@@ -1,5 +1,7 @@
 #include "tools/files.h"
 
+#include "standin/objects.h"
+
 #include <algorithm>
 #include <cctype>
 #include <cerrno>
@@ -140,6 +142,10 @@ std::string_view AsText(std::span<const unsigned char> bytes) {
 
 std::span<const unsigned char> AsBytes(std::string_view text) {
     return {reinterpret_cast<const unsigned char *>(text.data()), text.size()};
+}
+
+std::span<const unsigned char> AsBytes(const standin::MemoryBlock &block) {
+    return {block.memory.data(), block.memory.size()};
 }
 
 std::string EndingOf(std::string_view path) {

@@ -6,6 +6,10 @@
 #include <string_view>
 #include <vector>
 
+namespace standin {
+struct MemoryBlock;
+}
+
 namespace tools {
 
 using Bytes = std::vector<unsigned char>;
@@ -29,6 +33,7 @@ void WriteBytes(const std::string &path, std::span<const unsigned char> bytes);
 
 std::string_view AsText(std::span<const unsigned char> bytes);
 std::span<const unsigned char> AsBytes(std::string_view text);
+std::span<const unsigned char> AsBytes(const standin::MemoryBlock &block); ///< as long as it lives
 
 /// The part of the name from its last dot on, in small letters; empty when there is none.
 std::string EndingOf(std::string_view path);

@@ -6,10 +6,14 @@
 
 namespace tools {
 
-/// The name among `names` that someone may have meant; empty when none is near. Letters compare without case.
-std::string_view NearestName(std::string_view written, const std::vector<std::string_view> &names);
+/// Whether `part` occurs in a name. Letters compare without case, as in all of these.
+bool HasPart(std::string_view name, std::string_view part);
 
-/// `; did you mean "Name"?`, for the end of a message; empty when no name is near.
+/// The names that someone may have meant, three at the most: the one that differs in the fewest letters, unless it
+/// differs in too many, then those that hold what was written, the shortest first.
+std::vector<std::string_view> NearNames(std::string_view written, const std::vector<std::string_view> &names);
+
+/// `; did you mean "Name" or "OtherName"?`, for the end of a message; empty when no name is near.
 std::string Suggestion(std::string_view written, const std::vector<std::string_view> &names);
 
 } // namespace tools

@@ -1,5 +1,7 @@
 #include "tools/processes.h"
 
+#include "tools/child_process.h"
+
 #include <algorithm>
 #include <cerrno>
 #include <csignal>
@@ -8,7 +10,6 @@
 #include <memory>
 #include <optional>
 #include <sys/prctl.h>
-#include <sys/wait.h>
 #include <system_error>
 #include <unistd.h>
 #include <vector>
@@ -44,7 +45,6 @@ struct Process {
 class Signals {
   public:
     Signals() {
-        std::signal(SIGCHLD, SIG_DFL); // whoever ignores it gets no statuses
         sigemptyset(&awaited_);
         for (const int signal : {SIGCHLD, SIGHUP, SIGINT, SIGTERM})
             sigaddset(&awaited_, signal);
@@ -77,22 +77,14 @@ class Pool {
 
     void Start(std::size_t index) {
         Process &process = *(processes_[index] = std::make_unique<Process>());
-        std::fflush(nullptr); // or the process would write it once more
-        const pid_t parent = getpid();
-        const pid_t id = fork();
-        if (id < 0)
-            throw std::system_error(errno, std::generic_category(), "no process");
-        if (id == 0) {
+        const pid_t id = StartProcess([&, parent = getpid()] {
             prctl(PR_SET_PDEATHSIG, SIGTERM);
             signals_.Restore();
             if (getppid() != parent || dup2(fileno(process.output.get()), STDOUT_FILENO) < 0 ||
                 dup2(fileno(process.messages.get()), STDERR_FILENO) < 0)
                 _exit(EXIT_FAILURE);
-            const auto run = [&]() noexcept { return work_(index); }; // nothing flies on into what is the parent's
-            const int status = run();
-            std::fflush(nullptr);
-            _exit(status);
-        }
+            return work_(index);
+        });
         running_[id] = index;
     }
     /// Waits until a process is through.
@@ -112,21 +104,16 @@ class Pool {
 
   private:
     void Collect() {
-        int status = 0;
-        for (pid_t id; !running_.empty() && (id = waitpid(-1, &status, WNOHANG)) != 0;) {
-            if (id < 0 && errno == EINTR)
+        for (auto next = running_.begin(); next != running_.end();) {
+            const auto running = next++;
+            const std::optional<int> status = EndOf(running->first);
+            if (!status)
                 continue;
-            if (id < 0)
-                throw std::system_error(errno, std::generic_category(), "a process was lost");
-            const auto found = running_.find(id);
-            if (found == running_.end())
-                continue;
-            Process &process = *processes_[found->second];
-            process.finished = Finished{WIFSIGNALED(status) ? -WTERMSIG(status) : WEXITSTATUS(status),
-                                        Content(process.output.get()), Content(process.messages.get())};
+            Process &process = *processes_[running->second];
+            process.finished = Finished{*status, Content(process.output.get()), Content(process.messages.get())};
             process.output.reset();
             process.messages.reset();
-            running_.erase(found);
+            running_.erase(running);
             ++through_;
         }
     }
@@ -135,7 +122,7 @@ class Pool {
         for (const auto &[id, index] : running_)
             kill(id, SIGTERM);
         for (const auto &[id, index] : running_)
-            waitpid(id, nullptr, 0);
+            WaitForEnd(id);
         running_.clear();
     }
 

@@ -1,7 +1,7 @@
-#include "tools/check.h"
+#include "tools/check/check.h"
 
 #include "standin/module_file.h"
-#include "tools/check_rules.h"
+#include "tools/check/rules.h"
 #include "tools/files.h"
 
 #include <algorithm>
@@ -16,24 +16,24 @@
 namespace {
 
 using namespace std::chrono_literals;
-using tools::Account;
-using tools::Report;
+using tools::check::Account;
+using tools::check::Report;
 
 constexpr auto kPatience = 60s;
 
 std::string Module() { return standin::ModuleBesideProgram(); }
 std::string FaultyModule() { return (std::filesystem::path(Module()).parent_path() / "faulty_module.so").string(); }
 
-const tools::Rule &RuleCalled(std::string_view name) {
-    const auto rules = tools::Rules();
+const tools::check::Rule &RuleCalled(std::string_view name) {
+    const auto rules = tools::check::Rules();
     const auto found = std::find_if(rules.begin(), rules.end(), [&](const auto &rule) { return rule.name == name; });
     if (found == rules.end())
         throw std::logic_error("no such rule: " + std::string(name));
     return *found;
 }
 
-Account Try(const tools::Rule &rule, const std::string &module, std::chrono::milliseconds patience = kPatience) {
-    return tools::RunIsolated([&](Report &report) { rule.run(module, report); }, patience);
+Account Try(const tools::check::Rule &rule, const std::string &module, std::chrono::milliseconds patience = kPatience) {
+    return tools::check::RunIsolated([&](Report &report) { rule.run(module, report); }, patience);
 }
 
 #if defined(__SANITIZE_ADDRESS__) || defined(KVT_COVERAGE)
@@ -92,10 +92,10 @@ TEST(Check, FindsEachFault) {
     }
 }
 
-class EveryRule : public testing::TestWithParam<const tools::Rule *> {};
+class EveryRule : public testing::TestWithParam<const tools::check::Rule *> {};
 
 TEST_P(EveryRule, IsKeptByAModuleWithoutFault) {
-    const tools::Rule &rule = *GetParam();
+    const tools::check::Rule &rule = *GetParam();
     for (const std::string &module : {Module(), FaultyModule()}) {
         if (kIsInstrumented && module == FaultyModule())
             continue; // takes as long again
@@ -110,9 +110,9 @@ TEST_P(EveryRule, IsKeptByAModuleWithoutFault) {
     }
 }
 
-std::vector<const tools::Rule *> AllRules() {
-    std::vector<const tools::Rule *> rules;
-    for (const tools::Rule &rule : tools::Rules())
+std::vector<const tools::check::Rule *> AllRules() {
+    std::vector<const tools::check::Rule *> rules;
+    for (const tools::check::Rule &rule : tools::check::Rules())
         rules.push_back(&rule);
     return rules;
 }
@@ -134,7 +134,7 @@ TEST(Check, TellsWhatIsWrongWithAFile) {
 }
 
 TEST(Check, EveryRuleIsShownToFail) {
-    for (const tools::Rule &rule : tools::Rules())
+    for (const tools::check::Rule &rule : tools::check::Rules())
         EXPECT_TRUE(std::string_view(rule.name) == "file" || std::string_view(rule.name) == "stack" ||
                     std::any_of(std::begin(kFaults), std::end(kFaults),
                                 [&](const auto &row) { return std::string_view(row.rule) == rule.name; }))
@@ -151,7 +151,7 @@ TEST(Check, EndsWhatHangs) {
 }
 
 TEST(Isolated, WorkThatGoesOnIsNotEndedAndAllOfItArrives) {
-    const Account account = tools::RunIsolated(
+    const Account account = tools::check::RunIsolated(
         [](Report &report) {
             for (int step = 0; step < 12; ++step) {
                 report.Doing("step");
@@ -167,7 +167,7 @@ TEST(Isolated, WorkThatGoesOnIsNotEndedAndAllOfItArrives) {
 }
 
 TEST(Isolated, AnExceptionIsAFinding) {
-    const Account account = tools::RunIsolated([](Report &) { throw std::runtime_error("no luck"); }, kPatience);
+    const Account account = tools::check::RunIsolated([](Report &) { throw std::runtime_error("no luck"); }, kPatience);
     EXPECT_EQ(account.findings, std::vector<std::string>{"no luck"});
 }
 

@@ -57,7 +57,7 @@ Run 0 sample film.cube
 Run 0 list
 counts=
 for heading in "Global methods" "Methods of Picture"; do
-    count=$(sed -n "/^$heading (/,/^$/p" out | grep -c '^  ')
+    count=$(sed -n "/^$heading (/,/^$/p" out | grep -c '^  [^ ]')
     Prints "$heading ($count)"
     counts+="$count "
 done
@@ -69,8 +69,16 @@ Prints "  FactorRed as Double  [own accessors]"
 Prints "Class PictureLut3DKVT (140000 bytes of instance data)  [console]"
 Run 0 list --host-version none invertkvt
 Prints "  InvertKVT as picture"
-Equal "lines about InvertKVT" 3 "$(grep -c . out)"
-Run 2 list nothing-is-called-so
+Equal "forms of InvertKVT, each with what it is" "2 2" "$(grep -c '^  InvertKVT.* as picture$' out) $(grep -c '^      Photographic negative$' out)"
+Prints "  InvertKVT(100, 100, 300, 200)"
+Prints "Ranges, formats and what surprises: docs/reference.md#invertkvt"
+Run 0 list picturesepiakvt
+Prints "      Toning by weights and offsets"
+Prints "Ranges, formats and what surprises: docs/reference.md#class-picturesepiakvt"
+Run 0 list Close
+Equal "what is told beside members of classes" 2 "$(grep -c '^      ' out)"
+Run 2 list InvertsKVT
+Says 'nothing in the interface has "InvertsKVT" in its name; did you mean "InvertKVT"?'
 
 # Results.
 Run 0 apply s.bmp InvertKVT -o inverted.bmp
@@ -91,6 +99,22 @@ Run 0 apply s.bmp isWhiteKVT 'isGrayKVT(0, 0, 21, 40, 2)' 'CountColorKVT(&cFF000
 Prints "isWhiteKVT = false"
 Prints "isGrayKVT = true"
 Prints "CountColorKVT = 10"
+# A picture that nothing takes is told of, once.
+Unsaved() { # MESSAGE ARGUMENT...: with status 0, and no other message
+    local message=$1
+    shift
+    call="apply $*"
+    "$kvt" apply "$@" >out 2>err
+    Equal "status" 0 $?
+    Equal "messages" "$message" "$(cat err)"
+}
+Unsaved 'kvt: the last call made a picture of 40 x 25, which is not saved; -o FILE saves it' s.bmp isWhiteKVT InvertKVT
+Unsaved 'kvt: the last call made a picture of 40 x 25, which is not saved; -o FILE saves it' alpha.png \
+    'EmbeddedMaskKVT(false) = s.bmp'
+Unsaved "kvt: the last call made pictures, which are not saved; -o 'FOLDER/{name}.png' saves them" s.bmp alpha.png InvertKVT
+Unsaved "" s.bmp InvertKVT --json
+Unsaved "" s.bmp InvertKVT isWhiteKVT
+
 Run 0 apply s.bmp 'FindPicture("s.bmp", -1, -1)'
 Prints "FindPicture = true"
 Prints "x = 0"
@@ -172,13 +196,21 @@ before=$(ls)
 Run 2 apply s.bmp InvertKVT 'InvertKVT(10, 5 200)' -o none.png
 Says '  InvertKVT(10, 5 200)'
 Says '                  ^^^'
+Says '  InvertKVT(left as integer,top as integer,width as integer,height as integer) as picture'
 Run 2 apply s.bmp InvertKVTT -o none.png
 Says 'there is no method or class "InvertKVTT", and no file "InvertKVTT"; did you mean "InvertKVT"?'
+Run 2 apply s.bmp 'Saturation(60)' -o none.png
+Says 'there is no method or class "Saturation"; did you mean "ChangeSaturationKVT"?'
 Run 2 apply s.bmp 'InvertKVT(1, 2)' -o none.png
-Says 'no InvertKVT takes 2 arguments'
+Says 'no InvertKVT takes 2 arguments: width and height are missing'
+Says '                ^'
 Says '  InvertKVT(left as integer,top as integer,width as integer,height as integer) as picture'
 Run 2 apply s.bmp 'InvertKVT(1, 2, 3.5, 4)' -o none.png
 Says 'width as Integer: expected a whole number of 32 bits, not "3.5"'
+Run 2 apply s.bmp 'ChangeSaturationKVT("60")' -o none.png
+Says 'Amount as Integer: expected a whole number of 32 bits, not a string in quotes'
+Run 2 apply s.bmp 'ReplaceRedChannelKVT(@s.bmp)' -o none.png
+Says "RedChannel as Picture: expected nil, me or a picture file, without @, not a file's bytes"
 Run 2 apply s.bmp 'TintPictureKVT(me, &cGG, &c0)' -o none.png
 Says 'GreyBase as Color: expected a color'
 Run 2 apply s.bmp 'EmbeddedMaskKVT(0)' -o none.png
@@ -193,6 +225,14 @@ Run 2 make 'InvertKVT' -o none.png
 Says 'there is no picture yet'
 Run 2 apply s.bmp 'ReplaceRedChannelKVT(missing.png)' -o none.png
 Says 'missing.png: cannot be opened'
+Says '                       ^^^^^^^^^^^'
+Says '  ReplaceRedChannelKVT(RedChannel as picture) as picture'
+Run 2 apply s.bmp ReplaceRedChannelKVT -o none.png
+Says 'no ReplaceRedChannelKVT takes 0 arguments: RedChannel is missing'
+Run 2 apply s.bmp 'ChangeSaturationKVT(1, 2)' -o none.png
+Says 'no ChangeSaturationKVT takes 2 arguments'
+Run 2 apply s.bmp 'PictureLut3DKVT(missing.cube).Run' -o none.png
+Says '                  ^^^^^^^^^^^^'
 Run 2 apply s.bmp InvertKVT -o none.ppic
 Says 'none.ppic: pictures are saved as'
 Run 2 apply s.bmp 'CountColorsKVT(nil, nil, nil, 0)' --save-block cyan=none.bin

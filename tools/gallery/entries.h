@@ -34,9 +34,9 @@ struct Shot {
 
 /// A method or class.
 struct Entry {
-    std::string_view method; ///< as registered
-    std::string_view heading;
-    std::string_view promise;
+    std::string_view method;  ///< as registered
+    std::string_view heading; ///< what it is, in a few words; also in `kvt list` and in README's table
+    std::string_view promise; ///< what it does, in a sentence or a few
     std::vector<Shot> shots;
     Illustration illustration = Illustration::None;
 };
@@ -48,6 +48,9 @@ struct Chapter {
 
 /// All that the gallery shows, in its order.
 const std::vector<Chapter> &Chapters();
+
+/// The entry of a method or class; null when there is none.
+const Entry *FindEntry(std::string_view name);
 
 /// The registered methods, forms of methods and classes that no call shows, and the entries that nothing is registered
 /// for; a sentence each.

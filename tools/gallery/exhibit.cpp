@@ -47,10 +47,6 @@ Image Ramp() {
     return ramp;
 }
 
-std::span<const unsigned char> BytesOf(const Value &block) {
-    return {block.AsRef().block().memory.data(), block.AsRef().block().memory.size()};
-}
-
 /// Makes one shot.
 class Studio {
   public:
@@ -226,10 +222,9 @@ class Studio {
         } else if (!exhibit_.after) {
             Ref picture = MakeInput();
             const auto blocks = RunCall(host_, bound, picture).byref; // counters of red, green and blue
+            const auto counters = [&](std::size_t i) { return CountersIn(AsBytes(blocks[i].second.AsRef().block())); };
             if (blocks.size() >= 3)
-                exhibit_.charts.push_back(HistogramChart("levels as counted", {CountersIn(BytesOf(blocks[0].second)),
-                                                                               CountersIn(BytesOf(blocks[1].second)),
-                                                                               CountersIn(BytesOf(blocks[2].second))}));
+                exhibit_.charts.push_back(HistogramChart("levels as counted", {counters(0), counters(1), counters(2)}));
         }
     }
 

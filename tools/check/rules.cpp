@@ -1,9 +1,9 @@
-#include "tools/check_rules.h"
+#include "tools/check/rules.h"
 
 #include "standin/elf_file.h"
 #include "standin/host.h"
+#include "tools/check/routines.h"
 #include "tools/files.h"
-#include "tools/routines.h"
 
 #include <algorithm>
 #include <array>
@@ -17,7 +17,7 @@
 #include <set>
 #include <utility>
 
-namespace tools {
+namespace tools::check {
 namespace {
 
 using standin::Concern;
@@ -641,4 +641,4 @@ constexpr Rule kRules[] = {
 
 std::span<const Rule> Rules() { return kRules; }
 
-} // namespace tools
+} // namespace tools::check

@@ -1,8 +1,8 @@
-#include "tools/check.h"
+#include "tools/check/check.h"
 
 #include "standin/elf_file.h"
 #include "standin/module_file.h"
-#include "tools/check_rules.h"
+#include "tools/check/rules.h"
 #include "tools/files.h"
 #include "tools/json.h"
 #include "tools/nearest.h"
@@ -14,7 +14,7 @@
 #include <filesystem>
 #include <fmt/format.h>
 
-namespace tools {
+namespace tools::check {
 namespace {
 
 constexpr std::size_t kShownFindings = 4; ///< of one rule, for people
@@ -73,7 +73,7 @@ std::string ListRules() {
     return lines;
 }
 
-Outcome Check(const CheckRequest &request) {
+Outcome Check(const Request &request) {
     const std::vector<const Rule *> rules = ChosenRules(request.rules);
     constexpr double kMostPatience = 86400;
     if (!(request.patience > 0 && request.patience <= kMostPatience))
@@ -116,4 +116,4 @@ Outcome Check(const CheckRequest &request) {
     return broken == 0 ? Done : Failed;
 }
 
-} // namespace tools
+} // namespace tools::check

@@ -1,11 +1,11 @@
 #pragma once
 
-#include "tools/isolated.h"
+#include "tools/check/isolated.h"
 
 #include <span>
 #include <string>
 
-namespace tools {
+namespace tools::check {
 
 /// One part of what a module promises its host.
 struct Rule {
@@ -17,4 +17,4 @@ struct Rule {
 
 std::span<const Rule> Rules();
 
-} // namespace tools
+} // namespace tools::check

@@ -8,7 +8,7 @@
 #include <string_view>
 #include <vector>
 
-namespace tools {
+namespace tools::check {
 
 /// How work in a process of its own tells what it does. Everything arrives, even when the process ends in the midst.
 class Report {
@@ -40,4 +40,4 @@ struct Account {
 /// exception. What the work prints goes to standard error.
 Account RunIsolated(const std::function<void(Report &)> &work, std::chrono::milliseconds patience);
 
-} // namespace tools
+} // namespace tools::check

@@ -1,6 +1,7 @@
-#include "tools/routines.h"
+#include "tools/check/routines.h"
 
 #include "standin/arguments.h"
+#include "tools/files.h"
 
 #include <algorithm>
 #include <bit>
@@ -8,7 +9,7 @@
 #include <iterator>
 #include <random>
 
-namespace tools {
+namespace tools::check {
 namespace {
 
 using standin::Application;
@@ -295,8 +296,7 @@ class Caller {
         } else if (object.kind == standin::Kind::String) {
             seen.value = static_cast<const standin::Text &>(object).bytes();
         } else if (object.kind == standin::Kind::MemoryBlock) {
-            const auto &memory = static_cast<const standin::MemoryBlock &>(object).memory;
-            seen.value.assign(reinterpret_cast<const char *>(memory.data()), memory.size());
+            seen.value = AsText(AsBytes(static_cast<const standin::MemoryBlock &>(object)));
         }
     }
 
@@ -420,4 +420,4 @@ std::string Difference(const std::vector<Seen> &wanted, const std::vector<Seen> 
     return "";
 }
 
-} // namespace tools
+} // namespace tools::check

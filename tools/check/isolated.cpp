@@ -1,20 +1,20 @@
-#include "tools/isolated.h"
+#include "tools/check/isolated.h"
+
+#include "tools/child_process.h"
 
 #include <algorithm>
 #include <array>
 #include <cerrno>
 #include <csignal>
-#include <cstdio>
 #include <cstring>
 #include <exception>
 #include <fmt/format.h>
 #include <poll.h>
 #include <stdexcept>
 #include <sys/resource.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
-namespace tools {
+namespace tools::check {
 namespace {
 
 // What is sent: the kind, the text, a zero.
@@ -24,7 +24,7 @@ enum Kind : char { kStep = 's', kFinding = 'f', kRemark = 'r', kDone = 'd' };
     throw std::runtime_error(fmt::format("{}: {}", what, std::strerror(errno)));
 }
 
-[[noreturn]] void RunAndEnd(const std::function<void(Report &)> &work, int descriptor) {
+void RunAndTell(const std::function<void(Report &)> &work, int descriptor) {
     constexpr rlimit kNoFile = {0, 0};
     setrlimit(RLIMIT_CORE, &kNoFile);
     dup2(STDERR_FILENO, STDOUT_FILENO);
@@ -37,7 +37,6 @@ enum Kind : char { kStep = 's', kFinding = 'f', kRemark = 'r', kDone = 'd' };
         report.Found("an exception was thrown that is none of the standard library's");
     }
     report.Done();
-    _exit(0); // nothing of the parent's is to be written or ended here
 }
 
 /// The reading end: takes messages apart as they come.
@@ -93,11 +92,10 @@ class Listener {
 };
 
 std::string HowItEnded(int status) {
-    if (WIFEXITED(status))
-        return fmt::format("ended the process with status {}", WEXITSTATUS(status));
-    const int signal = WTERMSIG(status);
-    const char *name = sigabbrev_np(signal);
-    return fmt::format("crashed with SIG{} ({})", name ? name : std::to_string(signal), strsignal(signal));
+    if (status >= 0)
+        return fmt::format("ended the process with status {}", status);
+    const char *name = sigabbrev_np(-status);
+    return fmt::format("crashed with SIG{} ({})", name ? name : std::to_string(-status), strsignal(-status));
 }
 
 } // namespace
@@ -124,19 +122,22 @@ void Report::Remark(const std::string &sentence) { Send(kRemark, sentence); }
 void Report::Done() { Send(kDone, ""); }
 
 Account RunIsolated(const std::function<void(Report &)> &work, std::chrono::milliseconds patience) {
-    static_cast<void>(std::fflush(nullptr)); // or both processes would write what waits
     int ends[2];
     if (pipe(ends) != 0)
         Fail("no process can be started");
-    const pid_t process = fork();
-    if (process == 0) {
-        close(ends[0]);
-        RunAndEnd(work, ends[1]);
+    Listener listener(ends[0]);
+    pid_t process;
+    try {
+        process = StartProcess([&] {
+            close(ends[0]);
+            RunAndTell(work, ends[1]);
+            return 0;
+        });
+    } catch (...) {
+        close(ends[1]);
+        throw;
     }
     close(ends[1]);
-    Listener listener(ends[0]);
-    if (process < 0)
-        Fail("no process can be started");
 
     Listener::State state;
     do {
@@ -144,9 +145,7 @@ Account RunIsolated(const std::function<void(Report &)> &work, std::chrono::mill
     } while (state == Listener::Hears && !listener.done);
     if (state == Listener::Silence)
         kill(process, SIGKILL);
-    int status = 0;
-    while (waitpid(process, &status, 0) < 0 && errno == EINTR) {
-    }
+    const int status = WaitForEnd(process);
 
     Account account = std::move(listener.account);
     const std::string step = listener.step.empty() ? "" : ": " + listener.step;
@@ -158,4 +157,4 @@ Account RunIsolated(const std::function<void(Report &)> &work, std::chrono::mill
     return account;
 }
 
-} // namespace tools
+} // namespace tools::check

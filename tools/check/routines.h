@@ -11,7 +11,7 @@
 
 /// Calls of whatever a module registered, with arguments made from the declarations. The same call on another host, of
 /// another module, gets the same arguments.
-namespace tools {
+namespace tools::check {
 
 /// A kind of host and how it stores the pictures of a call.
 struct Place {
@@ -90,4 +90,4 @@ std::optional<Called> Call(standin::Host &host, const Place &place, const Routin
 /// The first thing that differs, in a sentence; empty when nothing does. Pictures of two layouts compare by color.
 std::string Difference(const std::vector<Seen> &wanted, const std::vector<Seen> &found);
 
-} // namespace tools
+} // namespace tools::check
