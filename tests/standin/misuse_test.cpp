@@ -125,7 +125,7 @@ constexpr struct {
 };
 
 bool IsMemoryFault(int status) {
-#ifdef __SANITIZE_ADDRESS__
+#ifdef KVT_SANITIZE
     return WIFEXITED(status) && WEXITSTATUS(status) != 0; // the sanitizer catches the signal
 #else
     return WIFSIGNALED(status) && WTERMSIG(status) == SIGSEGV;

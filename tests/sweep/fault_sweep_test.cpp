@@ -156,7 +156,7 @@ std::string Judge(const Routine &routine, const Outcome &plain, const Outcome &o
 std::string gCase; ///< which one runs, for a crash
 
 void TellOfCrashes() {
-#ifndef __SANITIZE_ADDRESS__
+#ifndef KVT_SANITIZE
     for (const int signal : {SIGSEGV, SIGBUS, SIGFPE, SIGABRT})
         std::signal(signal, [](int caught) {
             constexpr std::string_view kCrash = "the sweep crashed at ";
@@ -170,7 +170,7 @@ void TellOfCrashes() {
 }
 
 /// Of how many cases one is tried.
-#ifdef __SANITIZE_ADDRESS__
+#ifdef KVT_SANITIZE
 constexpr int kSparse = 4;
 #else
 constexpr int kSparse = 1;

@@ -36,12 +36,12 @@ Account Try(const tools::check::Rule &rule, const std::string &module, std::chro
     return tools::check::RunIsolated([&](Report &report) { rule.run(module, report); }, patience);
 }
 
-#if defined(__SANITIZE_ADDRESS__) || defined(KVT_COVERAGE)
+#if defined(KVT_SANITIZE) || defined(KVT_COVERAGE)
 constexpr bool kIsInstrumented = true; // the file has more in it then than the module
 #else
 constexpr bool kIsInstrumented = false;
 #endif
-#ifdef __SANITIZE_ADDRESS__ // which catches signals
+#ifdef KVT_SANITIZE // which catches signals
 constexpr const char *kSegmentFault = "ended the process with status 1";
 #else
 constexpr const char *kSegmentFault = "crashed with SIGSEGV (Segmentation fault)";
