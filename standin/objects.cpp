@@ -160,21 +160,6 @@ std::uint64_t Picture::Checksum() const { return Mix(0, memory.data(), memory.si
 
 namespace {
 
-/// The steps of a line at which its pen reaches the picture. Of every line of any length these are few: along its
-/// longer side it moves by a whole pixel a step.
-struct Steps {
-    std::int64_t first;
-    std::int64_t last;
-};
-
-Steps StepsInside(std::int64_t from, std::int64_t to, int pen, int extent) {
-    const std::int64_t least = 1 - std::int64_t{pen}; // positions from which the pen reaches in
-    const std::int64_t most = std::int64_t{extent} - 1;
-    const std::int64_t length = std::abs(to - from);
-    return to >= from ? Steps{std::max<std::int64_t>(least - from, 0), std::min(most - from, length)}
-                      : Steps{std::max<std::int64_t>(from - most, 0), std::min(from - least, length)};
-}
-
 /// `from` moved by `step` of `steps` parts of the way to `to`, toward `from`. Both are 32-bit, so that products stay
 /// within 64 bits.
 std::int64_t Between(std::int64_t from, std::int64_t to, std::uint64_t step, std::uint64_t steps) {
@@ -183,25 +168,52 @@ std::int64_t Between(std::int64_t from, std::int64_t to, std::uint64_t step, std
     return to >= from ? from + moved : from - moved;
 }
 
+/// The first number below `end` from which on `reached` holds, which stays so once it does; `end` when it never does.
+template <class Reached> std::uint64_t FirstOf(std::uint64_t end, Reached reached) {
+    std::uint64_t first = 0;
+    for (std::uint64_t length = end; length > 0;) {
+        const std::uint64_t half = length / 2;
+        if (reached(first + half)) {
+            length = half;
+        } else {
+            first += half + 1;
+            length -= half + 1;
+        }
+    }
+    return first;
+}
+
 } // namespace
 
+/// Row by row of the picture, however long the line and however large its pen: the steps at which the pen reaches a row
+/// follow each other, and from one to the next it moves by a column at the most, so that they fill the row from the
+/// first pen's end to the last one's.
 void DrawLine(Graphics &graphics, int x1, int y1, int x2, int y2) {
     Picture &picture = *graphics.picture;
     picture.lines.push_back({x1, y1, x2, y2, graphics.penWidth, graphics.penHeight, graphics.foreColor});
+    if (graphics.penWidth < 1 || graphics.penHeight < 1)
+        return;
     const std::uint32_t word = OpaqueWord(picture.layout, graphics.foreColor);
-    const std::int64_t stepsX = std::abs(std::int64_t{x2} - x1);
-    const std::int64_t stepsY = std::abs(std::int64_t{y2} - y1);
-    const auto steps = static_cast<std::uint64_t>(std::max<std::int64_t>({stepsX, stepsY, 1}));
-    const Steps inside = stepsX >= stepsY ? StepsInside(x1, x2, graphics.penWidth, picture.width)
-                                          : StepsInside(y1, y2, graphics.penHeight, picture.height);
-    for (std::int64_t step = inside.first; step <= inside.last; ++step) {
-        const std::int64_t x = Between(x1, x2, static_cast<std::uint64_t>(step), steps);
-        const std::int64_t y = Between(y1, y2, static_cast<std::uint64_t>(step), steps);
-        const std::int64_t right = std::min<std::int64_t>(x + graphics.penWidth, picture.width);
-        const std::int64_t bottom = std::min<std::int64_t>(y + graphics.penHeight, picture.height);
-        for (std::int64_t row = std::max<std::int64_t>(y, 0); row < bottom; ++row)
-            for (std::int64_t column = std::max<std::int64_t>(x, 0); column < right; ++column)
-                picture.SetWord(static_cast<int>(column), static_cast<int>(row), word);
+    const auto steps = static_cast<std::uint64_t>(
+        std::max<std::int64_t>({std::abs(std::int64_t{x2} - x1), std::abs(std::int64_t{y2} - y1), 1}));
+    const auto topAt = [&](std::uint64_t step) { return Between(y1, y2, step, steps); };
+    const std::int64_t lastRow =
+        std::min<std::int64_t>(std::int64_t{std::max(y1, y2)} + graphics.penHeight, picture.height) - 1;
+    for (int row = std::max(std::min(y1, y2), 0); row <= lastRow; ++row) {
+        const std::int64_t highest = std::int64_t{row} - graphics.penHeight + 1; // of a pen that reaches the row
+        const auto above = [&](std::uint64_t step) { return topAt(step) < highest; };
+        const auto below = [&](std::uint64_t step) { return topAt(step) > row; };
+        const bool down = y2 >= y1;
+        const std::uint64_t first =
+            FirstOf(steps + 1, [&](std::uint64_t step) { return down ? !above(step) : !below(step); });
+        const std::uint64_t end =
+            FirstOf(steps + 1, [&](std::uint64_t step) { return down ? below(step) : above(step); });
+        if (first >= end)
+            continue;
+        const auto [left, right] = std::minmax({Between(x1, x2, first, steps), Between(x1, x2, end - 1, steps)});
+        const std::int64_t stop = std::min<std::int64_t>(right + graphics.penWidth, picture.width);
+        for (std::int64_t column = std::max<std::int64_t>(left, 0); column < stop; ++column)
+            picture.SetWord(static_cast<int>(column), row, word);
     }
 }
 

@@ -49,6 +49,8 @@ constexpr struct {
     {"beside the picture", 6, 0, 9, 3, 2, 2, "....../....../....../....../"},
     {"as long as can be", INT_MIN, 2, INT_MAX, 2, 1, 1, "....../....../######/....../"},
     {"across the whole plane", INT_MIN, INT_MIN, INT_MAX, INT_MAX, 1, 1, "#...../.#..../..#.../...#../"},
+    {"a pen as large as can be", INT_MIN, INT_MIN, 3, 2, INT_MAX, INT_MAX, "######/######/######/######/"},
+    {"upwards", 4, 3, 1, 0, 1, 2, ".#..../.##.../..##../...##./"},
     {"ends far away", 0, 0, 3000000, 1500000, 1, 1, "##..../..##../....##/....../"},
     {"misses from far away", -2000000000, 5, 2000000000, 40, 1, 1, "....../....../....../....../"},
 };
