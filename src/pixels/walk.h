@@ -29,14 +29,14 @@ KVT_INLINE void MapPixel(const unsigned char *from, unsigned char *to, Op op) {
 /// A walk's pixels over rows of one layout: `area` in the coordinates of all rows alike.
 template <class From, class To, class Op> void MapRows(Rows from, Rows to, Area area, Op op) {
     AtActiveLevel([=]() KVT_INLINE_LAMBDA {
-        WriteRows(to, area,
-                  [=](std::int32_t row, std::ptrdiff_t first, std::ptrdiff_t count, unsigned char *pixels)
-                      KVT_INLINE_LAMBDA {
-                          const unsigned char *source = from[row] + first * From::kBytes;
-                          KVT_INDEPENDENT_ITERATIONS
-                          for (std::ptrdiff_t x = 0; x < count; ++x)
-                              MapPixel<From, To>(source + x * From::kBytes, pixels + x * To::kBytes, op);
-                      });
+        WriteRows<To::kReplaces>(
+            to, area,
+            [=](std::int32_t row, std::ptrdiff_t first, std::ptrdiff_t count, unsigned char *pixels) KVT_INLINE_LAMBDA {
+                const unsigned char *source = from[row] + first * From::kBytes;
+                KVT_INDEPENDENT_ITERATIONS
+                for (std::ptrdiff_t x = 0; x < count; ++x)
+                    MapPixel<From, To>(source + x * From::kBytes, pixels + x * To::kBytes, op);
+            });
     });
 }
 
@@ -260,10 +260,11 @@ KVT_INLINE void CombineRow(unsigned char *target, std::ptrdiff_t count, EachLeve
 template <class To, class Op, std::size_t... Index, class... Operands>
 KVT_INLINE void CombineRows(Rows to, Area area, Op op, std::index_sequence<Index...>, const Operands &...operands) {
     alignas(64) unsigned char blocks[sizeof...(Index)][kPortionPixels * 4];
-    WriteRows(to, area,
-              [&](std::int32_t row, std::ptrdiff_t x, std::ptrdiff_t count, unsigned char *pixels) KVT_INLINE_LAMBDA {
-                  CombineRow<To>(pixels, count, op, InLayout<To>(operands, row, x, count, blocks[Index])...);
-              });
+    WriteRows<To::kReplaces>(
+        to, area,
+        [&](std::int32_t row, std::ptrdiff_t x, std::ptrdiff_t count, unsigned char *pixels) KVT_INLINE_LAMBDA {
+            CombineRow<To>(pixels, count, op, InLayout<To>(operands, row, x, count, blocks[Index])...);
+        });
 }
 
 /// target(x, y) = op(a(x, y), b(x, y), ...) for every pixel of the area: `op` takes one Rgb a source and yields one.

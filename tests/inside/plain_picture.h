@@ -15,14 +15,19 @@
 /// One format code a layout.
 inline constexpr std::int32_t kFormats[] = {1, 2, kvt::kConsoleFormat};
 
-/// The memory of a picture: guard bytes before, between and behind rows that begin at odd addresses, those of the
-/// row-table layout in descending order. Pixels and guards are noise, the pixels' fourth bytes too.
+/// How many guard bytes there are: so many that rows begin at odd addresses, or at whole words.
+inline constexpr std::size_t kOddRows = 37;
+inline constexpr std::size_t kWholeWords = 36;
+
+/// The memory of a picture: guard bytes before, between and behind the rows, those of the row-table layout in
+/// descending order. Pixels and guards are noise, the pixels' fourth bytes too.
 struct Memory {
-    Memory(std::int32_t columns, std::int32_t rows, std::int32_t code, std::uint32_t seed)
-        : Memory(expected::Noise(columns, rows, seed), code, seed) {}
-    Memory(const expected::Picture &colors, std::int32_t code, std::uint32_t seed)
-        : width(colors.width), height(colors.height), format(code), layout(expected::LayoutOf(code)),
-          bytes(kGuard + static_cast<std::size_t>(std::max(height, 1)) * RowBytes()) {
+    Memory(std::int32_t columns, std::int32_t rows, std::int32_t code, std::uint32_t seed,
+           std::size_t guardBytes = kOddRows)
+        : Memory(expected::Noise(columns, rows, seed), code, seed, guardBytes) {}
+    Memory(const expected::Picture &colors, std::int32_t code, std::uint32_t seed, std::size_t guardBytes = kOddRows)
+        : width(colors.width), height(colors.height), format(code), layout(expected::LayoutOf(code)), guard(guardBytes),
+          bytes(guard + static_cast<std::size_t>(std::max(height, 1)) * RowBytes()) {
         expected::Random random(seed);
         for (unsigned char &byte : bytes)
             byte = static_cast<unsigned char>(random.Below(256));
@@ -31,10 +36,10 @@ struct Memory {
                 SetColor(x, y, colors.At(x, y));
     }
 
-    std::size_t RowBytes() const { return static_cast<std::size_t>(width) * 4 + kGuard; }
+    std::size_t RowBytes() const { return static_cast<std::size_t>(width) * 4 + guard; }
     std::size_t RowStart(std::int32_t y) const {
         const std::int32_t row = format == kvt::kConsoleFormat ? std::max(height, 1) - 1 - y : y;
-        return kGuard + static_cast<std::size_t>(row) * RowBytes();
+        return guard + static_cast<std::size_t>(row) * RowBytes();
     }
     std::size_t Offset(std::int32_t x, std::int32_t y) const { return RowStart(y) + static_cast<std::size_t>(x) * 4; }
 
@@ -52,11 +57,11 @@ struct Memory {
         SetWord(x, y, (expected::OpaqueWord(color, layout) & ~fourth) | (Word(x, y) & fourth));
     }
 
-    static constexpr std::size_t kGuard = 37;
     std::int32_t width;
     std::int32_t height;
     std::int32_t format;
     expected::Layout layout;
+    std::size_t guard;
     std::vector<unsigned char> bytes;
 };
 

@@ -18,14 +18,14 @@ using namespace kvt;
 /// Every number of pixels up to three of the widest vectors and one more.
 constexpr std::int32_t kWidest = 3 * 64 + 1;
 
-/// Inner areas of this many columns are written past the caches.
+/// Inner areas of this many columns are written past the caches, where rows begin at whole words.
 constexpr std::int32_t kLarge = kPastCachesPixels / 2;
 
 /// `count` columns of the inner rows, from a column on that varies, in a picture of count + 5 columns.
 Area InnerArea(std::int32_t count) { return {count % 4, 1, count % 4 + count, 3}; }
 
 Memory PictureAround(std::int32_t count, std::int32_t format, std::uint32_t seed) {
-    return {count + 5, 4, format, seed};
+    return {count + 5, 4, format, seed, count < kLarge ? kOddRows : kWholeWords};
 }
 
 template <class Use> void ForEachPixel(Area area, Use use) {
