@@ -25,10 +25,6 @@ struct RgbBytes {
     std::uint8_t red;
     std::uint8_t green;
     std::uint8_t blue;
-
-    KVT_INLINE friend constexpr bool operator==(RgbBytes a, RgbBytes b) {
-        return ((a.red ^ b.red) | (a.green ^ b.green) | (a.blue ^ b.blue)) == 0;
-    }
 };
 
 /// The channels of a host color 0x00RRGGBB; the top byte does not count.
@@ -38,9 +34,6 @@ KVT_INLINE constexpr Rgb RgbOfColor(std::uint32_t color) {
 }
 
 KVT_INLINE constexpr Rgb GrayLevel(std::int32_t level) { return {level, level, level}; }
-
-KVT_INLINE constexpr bool IsGray(Rgb pixel) { return pixel == GrayLevel(pixel.green); }
-KVT_INLINE constexpr bool IsGray(RgbBytes pixel) { return pixel == RgbBytes{pixel.green, pixel.green, pixel.green}; }
 
 /// Limits to 0..255.
 KVT_INLINE constexpr std::int32_t ToByte(std::int32_t value) { return value < 0 ? 0 : value > 255 ? 255 : value; }

@@ -40,6 +40,12 @@ struct Levels {
     std::uint16_t distance;
 };
 
+/// Each channel's level becomes stretch(its Levels).
+template <class Stretch> KVT_INLINE RgbBytes StretchEach(RgbBytes pixel, Stretch stretch) {
+    const std::uint8_t gray = GrayOf(pixel);
+    return {stretch({gray, pixel.red}), stretch({gray, pixel.green}), stretch({gray, pixel.blue})};
+}
+
 /// A part of a distance: the upper half of a product, with part / 255 rounded up to 65536ths by so little that a
 /// distance below 256 never carries into the next whole number.
 struct Part {
@@ -62,12 +68,10 @@ template <bool FromLevel> struct SlightSaturation {
     Part part;
 
     KVT_INLINE RgbBytes operator()(RgbBytes pixel) const {
-        const std::uint8_t gray = GrayOf(pixel);
-        return {Stretch({gray, pixel.red}), Stretch({gray, pixel.green}), Stretch({gray, pixel.blue})};
-    }
-    KVT_INLINE std::uint8_t Stretch(Levels at) const {
-        return Moved(FromLevel ? at.level : at.gray, at.higher == at.level,
-                     static_cast<std::uint8_t>(part.Of(at.distance)));
+        return StretchEach(pixel, [*this](Levels at) KVT_INLINE_LAMBDA {
+            return Moved(FromLevel ? at.level : at.gray, at.higher == at.level,
+                         static_cast<std::uint8_t>(part.Of(at.distance)));
+        });
     }
 };
 
@@ -80,13 +84,11 @@ template <int Sign> struct ModerateSaturation {
     Part part;
 
     KVT_INLINE RgbBytes operator()(RgbBytes pixel) const {
-        const std::uint8_t gray = GrayOf(pixel);
-        return {Stretch({gray, pixel.red}), Stretch({gray, pixel.green}), Stretch({gray, pixel.blue})};
-    }
-    KVT_INLINE std::uint8_t Stretch(Levels at) const {
-        const auto sum = static_cast<std::int16_t>(at.distance * whole + part.Of(at.distance));
-        return Moved(at.gray, at.higher == (Sign > 0 ? at.level : at.gray),
-                     static_cast<std::uint8_t>(Lower<std::int16_t>(sum, 255)));
+        return StretchEach(pixel, [*this](Levels at) KVT_INLINE_LAMBDA {
+            const auto sum = static_cast<std::int16_t>(at.distance * whole + part.Of(at.distance));
+            return Moved(at.gray, at.higher == (Sign > 0 ? at.level : at.gray),
+                         static_cast<std::uint8_t>(Lower<std::int16_t>(sum, 255)));
+        });
     }
 };
 
@@ -109,7 +111,7 @@ REALpictureStruct *SaturationPicture(REALpictureStruct *picture, std::int32_t am
         static_cast<std::int32_t>(std::clamp(std::int64_t{amount} + 255, -kLargestFactor, kLargestFactor));
     if (factor >= 0 && factor < 255)
         return MapWhole(picture, SlightSaturation<false>{Part(factor)});
-    if (factor >= 255 && factor < 2 * 255)
+    if (factor > 0 && factor < 2 * 255)
         return MapWhole(picture, SlightSaturation<true>{Part(factor)});
     if (factor > 0 && factor <= ModerateSaturation<1>::kLargestFactor)
         return MapWhole(picture, ModerateSaturation<1>(factor));
