@@ -18,6 +18,28 @@ NeedPackages() {
     DEBIAN_FRONTEND=noninteractive "${run[@]}" apt-get install -qq -y "${options[@]}" "${missing[@]}" >/dev/null
 }
 
+EMULATED_32_BITS=/proc/sys/fs/binfmt_misc/qemu-i386
+
+# Sees to it that 32-bit programs run. Where the kernel refuses them, as some virtual machines' kernels do, they are
+# handed to an emulator from then on, which has every instruction set but AVX-512.
+NeedThirtyTwoBits() {
+    # The loader is a 32-bit program itself.
+    ! /lib/ld-linux.so.2 --version >/dev/null 2>&1 || return 0
+    NeedPackages qemu-user
+    local run=(bash) magic mask
+    [ "$(id -u)" = 0 ] || run=(sudo bash)
+    # Files of 32 bits, programs or shared objects, of the processor i386.
+    magic='\x7fELF\x01\x01\x01\x00\x00\x00\x00\x00\x00\x00\x00\x00\x02\x00\x03\x00'
+    mask='\xff\xff\xff\xff\xff\xff\xff\x00\xff\xff\xff\xff\xff\xff\xff\xff\xfe\xff\xff\xff'
+    "${run[@]}" -c "mountpoint -q ${EMULATED_32_BITS%/*} || mount -t binfmt_misc binfmt_misc ${EMULATED_32_BITS%/*}
+        printf %s ':qemu-i386:M::$magic:$mask:/usr/bin/qemu-i386:F' >${EMULATED_32_BITS%/*}/register"
+    /lib/ld-linux.so.2 --version >/dev/null || exit 2
+    echo "this kernel runs no 32-bit programs: an emulator does"
+}
+
+# Whether they run in an emulator, whose times tell nothing and in which the address sanitizer does not end.
+EmulatesThirtyTwoBits() { [ -e "$EMULATED_32_BITS" ]; }
+
 # Runs a command without a word, or shows the end of what it said and leaves the script.
 Quietly() { # LOG COMMAND...
     local log=$1
@@ -29,6 +51,7 @@ Quietly() { # LOG COMMAND...
 BuildTargets() { # PRESET TARGET...
     local preset=$1 log=build/$1-targets.log
     shift
+    [[ $preset != x86* ]] || NeedThirtyTwoBits
     mkdir -p build
     rm -f "$log"
     Quietly "$log" cmake --preset "$preset"

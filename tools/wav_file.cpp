@@ -21,7 +21,10 @@ std::uint32_t Number(std::span<const unsigned char> bytes, std::size_t at, std::
     return number;
 }
 
-void Append(Bytes &bytes, std::string_view text) { bytes.insert(bytes.end(), text.begin(), text.end()); }
+void Append(Bytes &bytes, std::string_view text) {
+    for (const char letter : text)
+        bytes.push_back(static_cast<unsigned char>(letter));
+}
 void Append(Bytes &bytes, std::uint32_t number, int count) {
     for (int i = 0; i < count; ++i)
         bytes.push_back(static_cast<unsigned char>(number >> 8 * i));

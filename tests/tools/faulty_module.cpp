@@ -71,6 +71,7 @@ void Unlock(Picture picture) {
     Entry<void(Picture)>("unlockPictureDescription")(picture);
     if (Has("writes unlocked") && gLockedBytes && gLockedSize > 0)
         gLockedBytes[0] ^= 1;
+    gLockedBytes = nullptr; // the picture can go from now on
 }
 
 void ClearCache(Picture picture) {
