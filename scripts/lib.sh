@@ -25,14 +25,14 @@ EMULATED_32_BITS=/proc/sys/fs/binfmt_misc/qemu-i386
 NeedThirtyTwoBits() {
     # The loader is a 32-bit program itself.
     ! /lib/ld-linux.so.2 --version >/dev/null 2>&1 || return 0
-    NeedPackages qemu-user
+    NeedPackages qemu-user-static # linked statically, so that what its variables tell the loader is meant for the program
     local run=(bash) magic mask
     [ "$(id -u)" = 0 ] || run=(sudo bash)
     # Files of 32 bits, programs or shared objects, of the processor i386.
     magic='\x7fELF\x01\x01\x01\x00\x00\x00\x00\x00\x00\x00\x00\x00\x02\x00\x03\x00'
     mask='\xff\xff\xff\xff\xff\xff\xff\x00\xff\xff\xff\xff\xff\xff\xff\xff\xfe\xff\xff\xff'
     "${run[@]}" -c "mountpoint -q ${EMULATED_32_BITS%/*} || mount -t binfmt_misc binfmt_misc ${EMULATED_32_BITS%/*}
-        printf %s ':qemu-i386:M::$magic:$mask:/usr/bin/qemu-i386:F' >${EMULATED_32_BITS%/*}/register"
+        printf %s ':qemu-i386:M::$magic:$mask:/usr/bin/qemu-i386-static:F' >${EMULATED_32_BITS%/*}/register"
     /lib/ld-linux.so.2 --version >/dev/null || exit 2
     echo "this kernel runs no 32-bit programs: an emulator does"
 }
