@@ -15,9 +15,9 @@ std::int64_t PixelsOf(const PictureEditor &editor) { return std::int64_t{editor.
 /// The first pixel of the needle that differs from its first one, which tells more than any of those before it; the
 /// first one again in a needle of one color.
 Point SecondProbe(const PictureEditor &needle) {
-    const Rgb first = PixelAt(needle, {0, 0});
+    const Rgb first = PixelAt(needle, Point{0, 0});
     Point at{0, 0};
-    while (at.y < needle.height && All(needle, {0, at.y, needle.width, at.y + 1}, IsColor{first}))
+    while (at.y < needle.height && All(needle, Area{0, at.y, needle.width, at.y + 1}, IsColor{first}))
         ++at.y;
     if (at.y == needle.height)
         return {0, 0};
@@ -33,7 +33,7 @@ constexpr std::int64_t kPlaceCost = 64;
 /// differ; Unfinished, with the next place in `at`, when `budget` pixels were compared in vain.
 Outcome SearchByProbes(const PictureEditor &haystack, const PictureEditor &needle, std::int64_t budget, Point &at) {
     const Point second = SecondProbe(needle);
-    const Rgb firstColor = PixelAt(needle, {0, 0});
+    const Rgb firstColor = PixelAt(needle, Point{0, 0});
     const Rgb secondColor = PixelAt(needle, second);
     const std::int32_t endX = haystack.width - needle.width + 1;
     const std::int32_t endY = haystack.height - needle.height + 1;
@@ -128,9 +128,9 @@ class SequenceMatcher {
 /// Looks from the row of `at` on where the needle's columns follow each other by their hashes, and compares there. Its
 /// time does not depend on the pictures' content. Unfinished, with nothing done, when memory is refused.
 Outcome SearchByColumns(const PictureEditor &haystack, const PictureEditor &needle, Point &at) {
-    const ClearBuffer<std::uint32_t> hashes{haystack.width};
-    const ClearBuffer<std::uint32_t> sought{needle.width};
-    const ClearBuffer<std::int32_t> borders{needle.width};
+    ClearBuffer<std::uint32_t> hashes{haystack.width};
+    ClearBuffer<std::uint32_t> sought{needle.width};
+    ClearBuffer<std::int32_t> borders{needle.width};
     if (!hashes || !sought || !borders)
         return Outcome::Unfinished;
     HashColumns(needle, 0, needle.height, sought.data());

@@ -43,14 +43,14 @@ struct Colored {
 
 unsigned char isWhite(REALpictureStruct *picture, std::int32_t left, std::int32_t top, std::int32_t width,
                       std::int32_t height) {
-    return AllOf(picture, {left, top, width, height}, IsColor{GrayLevel(255)});
+    return AllOf(picture, Rectangle{left, top, width, height}, IsColor{GrayLevel(255)});
 }
 
 unsigned char isWhite2(REALpictureStruct *picture) { return isWhite(picture, 0, 0, -1, -1); }
 
 unsigned char isBlack(REALpictureStruct *picture, std::int32_t left, std::int32_t top, std::int32_t width,
                       std::int32_t height) {
-    return AllOf(picture, {left, top, width, height}, IsColor{GrayLevel(0)});
+    return AllOf(picture, Rectangle{left, top, width, height}, IsColor{GrayLevel(0)});
 }
 
 unsigned char isBlack2(REALpictureStruct *picture) { return isBlack(picture, 0, 0, -1, -1); }
@@ -60,7 +60,7 @@ unsigned char isGray(REALpictureStruct *picture, std::int32_t tolerance, std::in
     // Channels differ by 255 at the most.
     const std::int32_t limited = std::clamp(tolerance, -255, 255);
     const auto distance = static_cast<std::uint8_t>(limited < 0 ? -limited : limited);
-    return AllOf(picture, {left, top, width, height}, GrayWithin{distance});
+    return AllOf(picture, Rectangle{left, top, width, height}, GrayWithin{distance});
 }
 
 unsigned char isGray2(REALpictureStruct *picture, std::int32_t tolerance) {

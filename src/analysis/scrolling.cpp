@@ -3,6 +3,7 @@
 #include "analysis/legacy_drawing.h"
 #include "host/entries.h"
 #include "pixels/open.h"
+#include "pixels/picture_lock.h"
 #include "pixels/rotate.h"
 
 #include <algorithm>

@@ -17,25 +17,26 @@ struct Histograms {
     std::uint32_t blue[256];
 };
 
-/// One of the caller's three variables, and what is known of the block in it.
+/// The block in one of the caller's three variables.
 struct Block {
-    explicit Block(REALmemoryBlockStruct **variable) {
-        if (!variable)
-            return;
-        if (!*variable) {
-            *variable = REALNewMemoryBlock(kHistogramBytes);
-            isNew = true;
-        }
-        block = *variable;
-    }
     /// The block's counters; null when it has no address or is too short. A block made here has the size asked for.
     unsigned char *Counters() const {
         const bool longEnough = isNew || REALMemoryBlockGetSize(block) >= kHistogramBytes;
         return longEnough ? static_cast<unsigned char *>(REALMemoryBlockGetPtr(block)) : nullptr;
     }
-    REALmemoryBlockStruct *block = nullptr;
-    bool isNew = false;
+    REALmemoryBlockStruct *block;
+    bool isNew;
 };
+
+/// A variable without a block is given a new one, if the host makes it.
+Block BlockIn(REALmemoryBlockStruct **variable) {
+    if (!variable)
+        return {nullptr, false};
+    const bool isNew = !*variable;
+    if (isNew)
+        *variable = REALNewMemoryBlock(kHistogramBytes);
+    return {*variable, isNew};
+}
 
 /// Neighbors count in turn into histograms of their own: they often have the same levels, and a counter that was just
 /// written is read again with a delay.
@@ -87,9 +88,9 @@ std::int32_t CountColorKVT(REALpictureStruct *picture, std::uint32_t color) {
 
 void CountColorsKVT(REALpictureStruct *picture, REALmemoryBlockStruct **red, REALmemoryBlockStruct **blue,
                     REALmemoryBlockStruct **green, std::int32_t *count) {
-    const Block first{red};
-    const Block second{blue};
-    const Block third{green};
+    const Block first = BlockIn(red);
+    const Block second = BlockIn(blue);
+    const Block third = BlockIn(green);
     const std::int32_t counted = AddHistograms(picture, first, second, third);
     if (count)
         *count = counted;

@@ -8,8 +8,6 @@
 namespace kvt {
 namespace {
 
-constexpr std::int32_t kWordBits = 32;
-
 struct IsColored {
     template <class Layout> KVT_INLINE bool operator()(WholePixel<Layout> pixel) const { return !pixel.IsGray(); }
 };
@@ -32,7 +30,7 @@ class ColorRectangles {
     void Draw(const PictureEditor &target);
 
   private:
-    Area Grow(Point seed) const;
+    Area Grow(Point seed);
     void Take(const Area &box);
     void TakeSingles(std::int32_t y, std::int32_t word);
 
@@ -54,7 +52,7 @@ ColorRectangles::ColorRectangles(const PictureEditor &source, Area area)
 /// The smallest box around a mark that has no marks directly beside it. It is the same whichever side moves first,
 /// since a move never takes away the reason for another; so a mark beside the box takes the run behind it along. The
 /// seed is the first mark left in reading order: none lies above it.
-KVT_INLINE Area ColorRectangles::Grow(Point seed) const {
+KVT_INLINE Area ColorRectangles::Grow(Point seed) {
     Area box{seed.x, seed.y, seed.x + 1, seed.y + 1};
     for (std::int32_t height = 0;;) {
         while (box.bottom < rows_.Lines()) {
@@ -121,10 +119,10 @@ void ColorRectangles::Draw(const PictureEditor &target) {
             while (rows_.Word(y, word)) {
                 TakeSingles(y, word);
                 if (const std::uint32_t marks = rows_.Word(y, word))
-                    Take(Grow({word * kWordBits + std::countr_zero(marks), y}));
+                    Take(Grow(Point{word * kWordBits + std::countr_zero(marks), y}));
             }
         }
-        Paint(target, {0, y, width, y + 1}, GrayLevel(255), GrayLevel(0), IsBlack{blackRows_.data()});
+        Paint(target, Area{0, y, width, y + 1}, GrayLevel(255), GrayLevel(0), IsBlack{blackRows_.data()});
     }
 }
 

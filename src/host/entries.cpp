@@ -4,6 +4,17 @@
 
 namespace kvt {
 
+void RegisterPluginVersion(std::int32_t interfaceVersion) {
+    static void (*pRegisterPluginVersion)(std::int32_t);
+    if (Found(pRegisterPluginVersion, "RegisterPluginVersion"))
+        pRegisterPluginVersion(interfaceVersion);
+}
+
+double REALGetRBVersion() {
+    static double (*pGetRBVersion)();
+    return Found(pGetRBVersion, "REALGetRBVersion") ? pGetRBVersion() : 0.0;
+}
+
 void REALRegisterClass(REALclassDefinition *definition) {
     static void (*pRegisterClass)(REALclassDefinition *);
     if (Found(pRegisterClass, "PluginRegisterClass"))

@@ -6,10 +6,17 @@
 #include <cstdint>
 
 /// One wrapper per host entry, with the host's meaning. Where the host lacks the entry, a wrapper does nothing and
-/// yields null, 0 or false. Of a boolean result only the low 8 bits count.
+/// yields null, 0 or false. Of a boolean result only the low 8 bits count. The entries that read strings are looked up
+/// in support/strings.cpp, where it depends on their presence what is done instead.
 namespace kvt {
 
+// Start-up.
+
+void RegisterPluginVersion(std::int32_t interfaceVersion);
+double REALGetRBVersion(); ///< the host's version
+
 // Registration.
+
 void REALRegisterClass(REALclassDefinition *definition); ///< the host fills `dataOffset` of the record
 void REALRegisterClassExtension(REALclassDefinition *definition);
 void REALRegisterMethod(REALmethodDefinition *definition);

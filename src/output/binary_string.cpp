@@ -46,7 +46,7 @@ REALstringStruct *PicturetoBinaryString(REALpictureStruct *picture) {
         return nullptr;
     const Area area = AreaOf(*source, kWholePicture);
     const std::int64_t length = kHeaderBytes + PixelBytes(area.right, area.bottom);
-    const ClearBuffer<unsigned char> bytes(length > kLargestString ? 0 : length);
+    ClearBuffer<unsigned char> bytes(length > kLargestString ? 0 : length);
     if (!bytes)
         return nullptr;
     std::memcpy(bytes.data(), kMagic, sizeof kMagic);

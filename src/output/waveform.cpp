@@ -101,7 +101,7 @@ std::int64_t FirstSample(std::int32_t column, std::int32_t columns, std::int32_t
 
 /// Fills both series with twice the mean of that sign's part over all samples of the column, and yields the largest
 /// level. A column without samples of its own shows the one that it begins at; without any samples all levels are 0.
-double Bin(const Samples &samples, const Envelopes &levels) {
+double Bin(const Samples &samples, Envelopes &levels) {
     double peak = 0.0;
     if (samples.count < 1)
         return peak;
@@ -119,7 +119,7 @@ double Bin(const Samples &samples, const Envelopes &levels) {
 }
 
 /// Replaces a series by its exponential moving average.
-void Smooth(const ClearBuffer<double> &series, std::int32_t columns, double alpha) {
+void Smooth(ClearBuffer<double> &series, std::int32_t columns, double alpha) {
     double average = series[0];
     for (std::int32_t column = 0; column < columns; ++column) {
         average = average * (1.0 - alpha) + alpha * series[column];
@@ -128,12 +128,12 @@ void Smooth(const ClearBuffer<double> &series, std::int32_t columns, double alph
 }
 
 /// Turns levels into rows: a level of `divisor` becomes the whole height, and every level 0 when `divisor` is 0.
-void Scale(const ClearBuffer<double> &series, std::int32_t columns, std::int32_t height, double divisor) {
+void Scale(ClearBuffer<double> &series, std::int32_t columns, std::int32_t height, double divisor) {
     for (std::int32_t column = 0; column < columns; ++column)
         series[column] = divisor == 0.0 ? 0.0 : series[column] * height / divisor;
 }
 
-void SmoothAndScale(const Envelopes &levels, std::int32_t smooth, double scale, std::int32_t height) {
+void SmoothAndScale(Envelopes &levels, std::int32_t smooth, double scale, std::int32_t height) {
     const double alpha = 2.0 / (smooth + 1.0);
     double divisor = scale;
     if (smooth != -1 && alpha > 0.0) {
@@ -158,7 +158,7 @@ struct Bar {
 };
 
 /// Both halves begin at the center row, so together they are one bar.
-void FindBars(const Envelopes &levels, std::int32_t height, const ClearBuffer<Bar> &bars) {
+void FindBars(const Envelopes &levels, std::int32_t height, ClearBuffer<Bar> &bars) {
     const std::int32_t middle = height / 2;
     for (std::int32_t column = 0; column < levels.columns; ++column) {
         const std::int32_t negative = Truncate(middle + levels.negative[column]);
@@ -246,8 +246,8 @@ REALpictureStruct *RenderSamples(REALmemoryBlockStruct *samples, std::int32_t sa
     const auto *bytes = static_cast<const unsigned char *>(REALMemoryBlockGetPtr(samples));
     if (!bytes)
         return nullptr;
-    const Envelopes levels(columns);
-    const ClearBuffer<Bar> bars(columns);
+    Envelopes levels(columns);
+    ClearBuffer<Bar> bars(columns);
     if (!levels || !bars)
         return nullptr;
     const double peak = Bin({kind, bytes, count}, levels);
@@ -257,7 +257,7 @@ REALpictureStruct *RenderSamples(REALmemoryBlockStruct *samples, std::int32_t sa
     OpenWriter result{columns, rows};
     if (!result)
         return nullptr;
-    PaintBars(*result, {0, 0, columns, rows}, bars, RgbOfColor(backColor), RgbOfColor(foreColor));
+    PaintBars(*result, Area{0, 0, columns, rows}, bars, RgbOfColor(backColor), RgbOfColor(foreColor));
     if (outlineWidth == 1)
         DrawThinOutline(*result, levels, rows);
     REALpictureStruct *picture = result.Render();

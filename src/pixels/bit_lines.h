@@ -10,6 +10,8 @@
 
 namespace kvt {
 
+inline constexpr std::int32_t kWordBits = 32;
+
 /// Which words of a BitLines are neighbors in memory: those of one line, or those at one place in all lines.
 enum class WordOrder { LineByLine, WordByWord };
 
@@ -19,8 +21,6 @@ enum class WordOrder { LineByLine, WordByWord };
 /// are not empty.
 template <WordOrder Order> class BitLines {
   public:
-    static constexpr std::int32_t kWordBits = 32;
-
     /// All bits 0. Converts to false when the memory was refused or there is no bit.
     BitLines(std::int32_t lines, std::int32_t length)
         : lines_(lines), lineWords_(length / kWordBits + (length % kWordBits > 0)),
@@ -31,10 +31,11 @@ template <WordOrder Order> class BitLines {
     std::int32_t LineWords() const { return lineWords_; }
 
     /// Bits 32 * word up to 32 * word + 31 of a line, the first one lowest. Bits beyond the line's length are 0.
-    KVT_INLINE std::uint32_t &Word(std::int32_t line, std::int32_t word) const { return words_[Place(line, word)]; }
+    KVT_INLINE std::uint32_t &Word(std::int32_t line, std::int32_t word) { return words_[Place(line, word)]; }
+    KVT_INLINE std::uint32_t Word(std::int32_t line, std::int32_t word) const { return words_[Place(line, word)]; }
 
     /// The first set bit of the range; `end` or beyond when there is none.
-    KVT_INLINE std::int32_t Next(std::int32_t line, std::int32_t first, std::int32_t end) const {
+    KVT_INLINE std::int32_t Next(std::int32_t line, std::int32_t first, std::int32_t end) {
         const std::uint32_t bits = Word(line, WordOf(first)) & From(first);
         if (bits)
             return WordOf(first) * kWordBits + std::countr_zero(bits);
@@ -50,7 +51,7 @@ template <WordOrder Order> class BitLines {
     }
 
     /// Clears the range.
-    KVT_INLINE void Clear(std::int32_t line, std::int32_t first, std::int32_t end) const {
+    KVT_INLINE void Clear(std::int32_t line, std::int32_t first, std::int32_t end) {
         const std::int32_t last = WordOf(end - 1);
         if (WordOf(first) == last)
             Word(line, last) &= ~(From(first) & UpTo(end - 1));
@@ -68,7 +69,7 @@ template <WordOrder Order> class BitLines {
     }
 
     /// The first word that is not empty, from `word` on; LineWords() when there is none.
-    std::int32_t NextUsed(std::int32_t line, std::int32_t word) const {
+    std::int32_t NextUsed(std::int32_t line, std::int32_t word) {
         std::int32_t used = word;
         while (used < lineWords_ && !Word(line, used))
             used += 1 + links_[Place(line, used)];
@@ -82,12 +83,12 @@ template <WordOrder Order> class BitLines {
     }
 
     /// The first set bit in the words behind one; at the end of all words when there is none.
-    [[gnu::noinline]] std::int32_t NextBehind(std::int32_t line, std::int32_t word) const {
+    [[gnu::noinline]] std::int32_t NextBehind(std::int32_t line, std::int32_t word) {
         const std::int32_t used = NextUsed(line, word + 1);
         return used * kWordBits + (used < lineWords_ ? std::countr_zero(Word(line, used)) : 0);
     }
 
-    [[gnu::noinline]] void ClearWords(std::int32_t line, std::int32_t first, std::int32_t end) const {
+    [[gnu::noinline]] void ClearWords(std::int32_t line, std::int32_t first, std::int32_t end) {
         const std::int32_t last = WordOf(end - 1);
         Word(line, WordOf(first)) &= ~From(first);
         std::int32_t word = NextUsed(line, WordOf(first) + 1);
@@ -105,10 +106,10 @@ template <WordOrder Order> class BitLines {
 
 /// Bit j of word i changes places with bit i of word j: quarters of the square of bits cross over, then the quarters of
 /// each quarter, down to single bits.
-inline void TransposeSquare(std::uint32_t (&words)[32]) {
+inline void TransposeSquare(std::uint32_t (&words)[kWordBits]) {
     std::uint32_t lowHalves = 0x0000FFFF;
-    for (int half = 16; half; half /= 2, lowHalves ^= lowHalves << half) {
-        for (int quarters = 0; quarters < 32; quarters += 2 * half) {
+    for (int half = kWordBits / 2; half; half /= 2, lowHalves ^= lowHalves << half) {
+        for (int quarters = 0; quarters < kWordBits; quarters += 2 * half) {
             KVT_INDEPENDENT_ITERATIONS
             for (int i = quarters; i < quarters + half; ++i) {
                 const std::uint32_t crossing = (words[i] >> half ^ words[i + half]) & lowHalves;
@@ -121,19 +122,18 @@ inline void TransposeSquare(std::uint32_t (&words)[32]) {
 
 /// Bit y of line x of `from` becomes bit x of line y of `to`, which has as many lines as `from` has bits a line, and
 /// the reverse.
-template <WordOrder From, WordOrder To> void Transpose(const BitLines<From> &from, const BitLines<To> &to) {
-    constexpr std::int32_t kBits = 32;
-    for (std::int32_t x = 0; x < from.Lines(); x += kBits) {
-        for (std::int32_t y = 0; y < to.Lines(); y += kBits) {
-            std::uint32_t square[kBits] = {};
+template <WordOrder From, WordOrder To> void Transpose(const BitLines<From> &from, BitLines<To> &to) {
+    for (std::int32_t x = 0; x < from.Lines(); x += kWordBits) {
+        for (std::int32_t y = 0; y < to.Lines(); y += kWordBits) {
+            std::uint32_t square[kWordBits] = {};
             std::uint32_t any = 0;
-            for (std::int32_t i = 0; i < std::min(kBits, from.Lines() - x); ++i)
-                any |= square[i] = from.Word(x + i, y / kBits);
+            for (std::int32_t i = 0; i < std::min(kWordBits, from.Lines() - x); ++i)
+                any |= square[i] = from.Word(x + i, y / kWordBits);
             if (!any) // the new lines begin with all bits 0
                 continue;
             TransposeSquare(square);
-            for (std::int32_t i = 0; i < std::min(kBits, to.Lines() - y); ++i)
-                to.Word(y + i, x / kBits) = square[i];
+            for (std::int32_t i = 0; i < std::min(kWordBits, to.Lines() - y); ++i)
+                to.Word(y + i, x / kWordBits) = square[i];
         }
     }
 }

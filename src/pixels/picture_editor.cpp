@@ -3,6 +3,7 @@
 #include "host/entries.h"
 #include "host/resolver.h"
 #include "pixels/picture_helpers.h"
+#include "pixels/picture_lock.h"
 #include "platform/CoreGraphics.h"
 
 #include <cstddef>
@@ -207,13 +208,5 @@ void ClosePictureEditor(PictureEditor &editor) {
 }
 
 void ClosePictureReader(PictureEditor &editor) { ClosePictureEditor(editor); }
-
-bool REALLockPictureDescriptionX(REALpictureStruct *picture, REALpictureDescription *description, std::uint32_t type) {
-    if (REALLockPictureDescription(picture, description, static_cast<std::int32_t>(type)))
-        return true;
-    if (!(rbversion_rbversion >= 2012.0))
-        REALUnlockPictureDescription(picture);
-    return false;
-}
 
 } // namespace kvt

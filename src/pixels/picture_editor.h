@@ -1,16 +1,10 @@
 #pragma once
 
 #include "host/handles.h"
-#include "host/records.h"
 
 #include <cstdint>
 
 namespace kvt {
-
-/// Description types that a picture's pixels can be locked in.
-inline constexpr std::uint32_t kGraphicsWorldDescription = 4;
-inline constexpr std::uint32_t kBitmapDescription = 8;
-inline constexpr std::uint32_t kConsoleDescription = 10;
 
 /// The format code of console pictures. Codes 1 to 6 are a bitmap context's alpha info; layout.h turns codes into
 /// types.
@@ -72,8 +66,5 @@ REALpictureStruct *RenderPictureWriter(PictureEditor &writer);
 /// Gives back the lock and the reference. Harmless on an editor that never opened and when done twice.
 void ClosePictureReader(PictureEditor &editor);
 void ClosePictureEditor(PictureEditor &editor);
-
-/// The typed lock. Hosts before 2012.0 leave a lock behind when they fail, which is taken back here.
-bool REALLockPictureDescriptionX(REALpictureStruct *picture, REALpictureDescription *description, std::uint32_t type);
 
 } // namespace kvt

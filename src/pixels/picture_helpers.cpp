@@ -1,7 +1,7 @@
 #include "pixels/picture_helpers.h"
 
 #include "host/entries.h"
-#include "pixels/picture_editor.h"
+#include "pixels/picture_lock.h"
 
 #include <cstring>
 
@@ -18,6 +18,8 @@ const REALconsolePicture *ConsolePicture(const REALpictureDescription &descripti
                                                    : nullptr;
 }
 
+/// Copies all pixels of a console picture to another one of its size, none where there are none. Whether the words are
+/// true colors does not matter to a copy.
 bool CopyRows(const REALconsolePicture *target, const REALconsolePicture *source) {
     if (!target || !source || target->width != source->width || target->height != source->height ||
         target->paletteRows || source->paletteRows || !target->rows || !source->rows)

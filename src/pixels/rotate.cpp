@@ -41,7 +41,7 @@ bool Rotate(const PictureEditor &editor, std::int32_t right, std::int32_t down) 
     const std::int32_t shift = ShiftWithin(down, editor.height);
     if (columns == 0 && shift == 0)
         return true;
-    const ClearBuffer<unsigned char> spare(editor.rowBytes);
+    ClearBuffer<unsigned char> spare(editor.rowBytes);
     if (!spare)
         return false;
     const RowParts parts{static_cast<std::size_t>(editor.width - columns) * 4, static_cast<std::size_t>(columns) * 4,

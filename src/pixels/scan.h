@@ -1,5 +1,6 @@
 #pragma once
 
+#include "pixels/bit_lines.h"
 #include "pixels/walk.h"
 
 #if defined(__SSE2__)
@@ -106,41 +107,40 @@ void FoldColumns(const PictureEditor &source, std::int32_t first, std::int32_t e
 }
 
 /// Bit i becomes the highest bit of byte i.
-KVT_INLINE std::uint32_t HighestBits(const unsigned char (&bytes)[32]) {
+KVT_INLINE std::uint32_t HighestBits(const unsigned char (&bytes)[kWordBits]) {
     std::uint32_t bits = 0;
 #if defined(__SSE2__)
     for (int half = 1; half >= 0; --half)
         bits = bits << 16 | static_cast<std::uint32_t>(_mm_movemask_epi8(
                                 _mm_loadu_si128(reinterpret_cast<const __m128i *>(bytes + half * 16))));
 #else
-    for (int i = 31; i >= 0; --i)
+    for (int i = kWordBits - 1; i >= 0; --i)
         bits = bits << 1 | bytes[i] >> 7;
 #endif
     return bits;
 }
 
-/// Sets bit x % 32 of words[x / 32] for the pixels of a row that pass, of the columns `first` up to, not including,
-/// `end`. The test takes a WholePixel of any layout.
+/// Sets bit x % kWordBits of words[x / kWordBits] for the pixels of a row that pass, of the columns `first` up to, not
+/// including, `end`. The test takes a WholePixel of any layout.
 template <class Test>
 void MarkPassing(const PictureEditor &source, std::int32_t row, std::int32_t first, std::int32_t end,
                  std::uint32_t *words, Test test) {
     WithLayout(source, [&](auto layout) {
         using From = decltype(layout);
         AtActiveLevel([=, pixels = AddressOf(source, Point{0, row})]() KVT_INLINE_LAMBDA {
-            constexpr std::int32_t kBits = 32;
             const auto passes = [=](std::ptrdiff_t x) KVT_INLINE_LAMBDA {
                 return test(WholePixel<From>{LoadWord(pixels + x * From::kBytes)});
             };
-            for (std::int32_t word = first / kBits; word * kBits < end; ++word) {
-                const std::int32_t begin = word * kBits;
-                if (begin >= first && begin + kBits <= end) {
-                    unsigned char passing[kBits];
-                    for (std::int32_t bit = 0; bit < kBits; ++bit)
+            for (std::int32_t word = first / kWordBits; word * kWordBits < end; ++word) {
+                const std::int32_t begin = word * kWordBits;
+                if (begin >= first && begin + kWordBits <= end) {
+                    unsigned char passing[kWordBits];
+                    for (std::int32_t bit = 0; bit < kWordBits; ++bit)
                         passing[bit] = passes(begin + bit) ? 255 : 0;
                     words[word] |= HighestBits(passing);
                 } else {
-                    for (std::int32_t x = Higher(first, begin); x < Lower(end, begin + kBits); ++x)
-                        words[word] |= passes(x) ? std::uint32_t{1} << x % kBits : 0;
+                    for (std::int32_t x = Higher(first, begin); x < Lower(end, begin + kWordBits); ++x)
+                        words[word] |= passes(x) ? std::uint32_t{1} << x % kWordBits : 0;
                 }
             }
         });

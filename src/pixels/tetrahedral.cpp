@@ -262,7 +262,7 @@ template <class From> void MapBlocks(Rows from, Rows to, Area area, const Corner
 bool MapFast(const PictureEditor &source, const PictureEditor &target, Area area, const ColorGrid &grid) {
     if (area.Pixels() < kWorthwhilePixels || area.right - area.left < kWorthwhileWidth)
         return false;
-    const ClearBuffer<unsigned char> memory((kCorners + 1) * sizeof(Corner));
+    ClearBuffer<unsigned char> memory((kCorners + 1) * sizeof(Corner));
     if (!memory)
         return false;
     const auto first = reinterpret_cast<std::uintptr_t>(memory.data());

@@ -136,6 +136,18 @@ template <class Test, class Use> auto WithTestedLayout(const PictureEditor &sour
     });
 }
 
+/// Calls visit(pixels, count) for blocks that make up the area, of at most `kBlock` pixels each, until it yields false.
+/// Whether it never did.
+template <std::ptrdiff_t kBlock, class From, class Visit> KVT_INLINE bool ForBlocks(Rows rows, Area area, Visit visit) {
+    for (std::int32_t row = area.top; row < area.bottom; ++row) {
+        const unsigned char *pixels = rows[row];
+        for (std::ptrdiff_t x = area.left; x < area.right; x += kBlock)
+            if (!visit(pixels + x * From::kBytes, Lower(area.right - x, kBlock)))
+                return false;
+    }
+    return true;
+}
+
 /// The number of pixels of the area that pass `test`.
 template <class Test> std::int64_t Count(const PictureEditor &source, Area area, Test test) {
     const Area inside = Inside(source, area);
@@ -147,17 +159,13 @@ template <class Test> std::int64_t Count(const PictureEditor &source, Area area,
         // As many as a level can count, and whole vectors.
         constexpr std::ptrdiff_t kBlock = sizeof(Level) == 1 ? 224 : 4096;
         std::int64_t total = 0;
-        for (std::int32_t row = inside.top; row < inside.bottom; ++row) {
-            const unsigned char *pixel = rows[row] + std::ptrdiff_t{inside.left} * From::kBytes;
-            for (std::ptrdiff_t left = inside.right - inside.left; left > 0; left -= kBlock) {
-                const std::ptrdiff_t count = Lower(left, kBlock);
-                Level passed = 0;
-                for (std::ptrdiff_t x = 0; x < count; ++x)
-                    passed = static_cast<Level>(passed + (Passes<From>(pixel + x * From::kBytes, test) ? 1 : 0));
-                total += passed;
-                pixel += kBlock * From::kBytes;
-            }
-        }
+        ForBlocks<kBlock, From>(rows, inside, [&](const unsigned char *pixels, std::ptrdiff_t count) KVT_INLINE_LAMBDA {
+            Level passed = 0;
+            for (std::ptrdiff_t x = 0; x < count; ++x)
+                passed = static_cast<Level>(passed + (Passes<From>(pixels + x * From::kBytes, test) ? 1 : 0));
+            total += passed;
+            return true;
+        });
         return total;
     });
 }
@@ -170,20 +178,13 @@ template <class Test> bool All(const PictureEditor &source, Area area, Test test
     return WithTestedLayout<Test>(source, [=, rows = RowsOf(source)](auto layout) KVT_INLINE_LAMBDA {
         using From = decltype(layout);
         using Level = typename From::Level;
-        constexpr std::ptrdiff_t kBlock = 256;
-        for (std::int32_t row = inside.top; row < inside.bottom; ++row) {
-            const unsigned char *pixel = rows[row] + std::ptrdiff_t{inside.left} * From::kBytes;
-            for (std::ptrdiff_t left = inside.right - inside.left; left > 0; left -= kBlock) {
-                const std::ptrdiff_t count = Lower(left, kBlock);
+        return ForBlocks<256, From>(
+            rows, inside, [=](const unsigned char *pixels, std::ptrdiff_t count) KVT_INLINE_LAMBDA {
                 Level failed = 0;
                 for (std::ptrdiff_t x = 0; x < count; ++x)
-                    failed = static_cast<Level>(failed | (Passes<From>(pixel + x * From::kBytes, test) ? 0 : 1));
-                if (failed)
-                    return false;
-                pixel += kBlock * From::kBytes;
-            }
-        }
-        return true;
+                    failed = static_cast<Level>(failed | (Passes<From>(pixels + x * From::kBytes, test) ? 0 : 1));
+                return failed == 0;
+            });
     });
 }
 

@@ -8,12 +8,8 @@ void REALPluginMain(kvt::HostResolver resolver) {
     if (!resolver)
         return;
     kvt::gResolver = resolver;
-    static void (*pRegisterPluginVersion)(std::int32_t);
-    if (kvt::Found(pRegisterPluginVersion, "RegisterPluginVersion"))
-        pRegisterPluginVersion(static_cast<std::int32_t>(kInterfaceVersion));
-    static double (*pGetRBVersion)();
-    if (kvt::Found(pGetRBVersion, "REALGetRBVersion"))
-        kvt::rbversion_rbversion = pGetRBVersion();
+    kvt::RegisterPluginVersion(static_cast<std::int32_t>(kInterfaceVersion));
+    kvt::rbversion_rbversion = kvt::REALGetRBVersion();
     kvt::PluginEntry();
 }
 

@@ -26,8 +26,10 @@ template <class Element> class ClearBuffer {
     ClearBuffer &operator=(const ClearBuffer &) = delete;
 
     explicit operator bool() const { return elements_ != nullptr; }
-    Element *data() const { return elements_; }
-    Element &operator[](std::ptrdiff_t index) const { return elements_[index]; }
+    Element *data() { return elements_; }
+    const Element *data() const { return elements_; }
+    Element &operator[](std::ptrdiff_t index) { return elements_[index]; }
+    const Element &operator[](std::ptrdiff_t index) const { return elements_[index]; }
 
   private:
     Element *elements_;
