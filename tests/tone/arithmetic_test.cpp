@@ -79,21 +79,43 @@ TEST_P(EveryLevel, StretchesSaturationByAnyAmount) {
     }
 }
 
+/// Rows of grays, all the same or in turn, between rows of colors.
+expected::Picture GraysAndColors() {
+    expected::Picture picture{1100, 24, {}};
+    expected::Random random(3);
+    for (int y = 0; y < picture.height; ++y)
+        for (int x = 0; x < picture.width; ++x) {
+            const int gray = y % 4 < 2 ? 255 - y : x % 256;
+            const expected::Rgb color{random.Between(0, 255), random.Between(0, 255), random.Between(0, 255)};
+            picture.pixels.push_back(y % 4 == 3 || x % 300 > 250 ? color : expected::Rgb{gray, gray, gray});
+        }
+    return picture;
+}
+
 TEST_P(EveryLevel, TintsWithAnyColors) {
-    const expected::Picture distances = EveryDistance();
-    const Ref picture = Make(distances);
     std::vector<std::pair<std::uint32_t, std::uint32_t>> colors = {
-        {0x555555, 0xFFFFFF}, {0x555555, 0x555555}, {0xFFFFFF, 0xFFFFFF}, {0x4D961D, 0xFFFFFF},
-        {0x4D961D, 0xFFE0B3}, {0xFF0000, 0xFFFFFF}, {0x000000, 0xFFFFFF}, {0xFFFFFF, 0x010203},
+        {0x555555, 0xFFFFFF}, {0x555555, 0x555555}, {0xFFFFFF, 0xFFFFFF}, {0x4D961D, 0xFFFFFF}, {0x4C961D, 0xFFFFFF},
+        {0x4D961D, 0xFFE0B3}, {0x4C961D, 0xFFE0B3}, {0x4C961D, 0xF3E0B3}, {0x4D971D, 0xFDE0B3}, {0x4D971E, 0xFCE0B3},
+        {0x33CC00, 0xFF8000}, {0xFF0000, 0xFFFFFF}, {0x000000, 0xFFFFFF}, {0xFFFFFF, 0x010203}, {0x4D961D, 0x000000},
     };
     expected::Random random(2);
     for (int i = 0; i < 20; ++i)
         colors.emplace_back(random.Next() & 0xFFFFFF, random.Next() & 0xFFFFFF);
-    for (const auto &[gray, tint] : colors) {
-        SCOPED_TRACE(testing::Message() << std::hex << gray << " and " << tint);
-        const auto result = host.CallGlobal("TintPictureKVT", picture, gray, tint);
-        ExpectColors(result.picture(), expected::Tint(distances, gray, tint));
-        ASSERT_FALSE(HasFatalFailure());
+    for (int i = 0; i < 20; ++i) { // weights that are about 1 in sum
+        const int red = random.Between(0, 255);
+        const int green = random.Between(0, 255 - red);
+        const int blue = random.Between(253, 257) - red - green;
+        colors.emplace_back(MakeColor(unsigned(red), unsigned(green), unsigned(std::clamp(blue, 0, 255))),
+                            random.Next() & 0xFFFFFF);
+    }
+    for (const expected::Picture &source : {EveryDistance(), GraysAndColors()}) {
+        const Ref picture = Make(source);
+        for (const auto &[gray, tint] : colors) {
+            SCOPED_TRACE(testing::Message() << std::hex << gray << " and " << tint);
+            const auto result = host.CallGlobal("TintPictureKVT", picture, gray, tint);
+            ExpectColors(result.picture(), expected::Tint(source, gray, tint));
+            ASSERT_FALSE(HasFatalFailure());
+        }
     }
 }
 
