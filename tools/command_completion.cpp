@@ -4,6 +4,7 @@
 #include "tools/files.h"
 #include "tools/manual.h"
 #include "tools/nearest.h"
+#include "tools/version.h"
 
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
@@ -32,7 +33,7 @@ void AddManualCommand(CLI::App &program, Outcome &outcome) {
     command->footer(R"(Examples:
   kvt manual | man -l -)");
     command->callback([&program, &outcome] {
-        fmt::print("{}", ManualPage(program, "kvt " KVT_VERSION, KVT_DATE));
+        fmt::print("{}", ManualPage(program, kVersion, kDate));
         outcome = Done;
     });
 }

@@ -1,6 +1,7 @@
 #include "tools/command_line.h"
 #include "tools/commands.h"
 #include "tools/processes.h"
+#include "tools/version.h"
 
 #include <CLI/CLI.hpp>
 #include <csignal>
@@ -29,7 +30,7 @@ void Report(const char *problem) { static_cast<void>(std::fprintf(stderr, "kvt: 
 
 int Run(int argc, char **argv) {
     CLI::App program("Calls the picture-processing module's methods from the command line.", "kvt");
-    program.set_version_flag("--version", "kvt " KVT_VERSION);
+    program.set_version_flag("--version", std::string(tools::kVersion));
     program.require_subcommand(0, 1);
     program.formatter(tools::HelpFormatter());
     program.footer(kExamples);
