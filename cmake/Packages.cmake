@@ -44,7 +44,7 @@ endif()
 
 set(CPACK_PACKAGE_NAME kvtpicture)
 set(CPACK_PACKAGE_VENDOR "KVT Picture")
-set(CPACK_PACKAGE_CONTACT "The authors of KVT Picture <kvtpicture@example.org>")
+set(CPACK_PACKAGE_CONTACT "The authors of KVT Picture <authors@kvtpicture.invalid>") # an address is due, there is none
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "picture-processing plug-in module in both widths, and its command line")
 set(CPACK_RESOURCE_FILE_LICENSE ${PROJECT_SOURCE_DIR}/LICENSE)
 set(CPACK_GENERATOR TGZ DEB)
