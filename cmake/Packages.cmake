@@ -51,6 +51,7 @@ set(CPACK_GENERATOR TGZ DEB)
 set(CPACK_STRIP_FILES OFF) # a stripped module cannot be forced to an instruction-set level
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_SECTION graphics)
+# scripts/package knows the versions.
 set(CPACK_DEBIAN_PACKAGE_DEPENDS "libc6, libstdc++6")
 set(CPACK_DEBIAN_PACKAGE_RECOMMENDS "libc6-i386, lib32stdc++6")
 include(CPack)

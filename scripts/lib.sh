@@ -37,8 +37,14 @@ NeedThirtyTwoBits() {
     echo "this kernel runs no 32-bit programs: an emulator does"
 }
 
-# Whether they run in an emulator, whose times tell nothing and in which the address sanitizer does not end.
+# Whether they run in an emulator, whose times tell nothing.
 EmulatesThirtyTwoBits() { [ -e "$EMULATED_32_BITS" ]; }
+
+# What the address sanitizer is told in a preset's programs. It looks for leaks in a thread that stops the others, which
+# does not end in the emulator.
+SanitizerOptions() { # PRESET
+    if [[ $1 == x86* ]] && EmulatesThirtyTwoBits; then echo detect_leaks=0; else echo detect_leaks=1; fi
+}
 
 # Runs a command without a word, or shows the end of what it said and leaves the script.
 Quietly() { # LOG COMMAND...

@@ -84,7 +84,7 @@ bool ModuleFile::Redirect(const char *name, void *replacement) const {
         else if (entry->d_tag == DT_STRTAB)
             names = reinterpret_cast<const char *>(entry->d_un.d_ptr);
     }
-    for (std::size_t i = 0; calls && i < bytes / sizeof *calls; ++i)
+    for (std::size_t i = 0; calls && symbols && names && i < bytes / sizeof *calls; ++i)
         if (std::strcmp(names + symbols[symbolOf(calls[i])].st_name, name) == 0) {
             std::memcpy(reinterpret_cast<void *>(map->l_addr + calls[i].r_offset), &replacement, sizeof replacement);
             return true;

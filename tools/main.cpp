@@ -58,7 +58,7 @@ int main(int argc, char **argv) {
     try {
         return Run(argc, argv);
     } catch (const tools::Interrupted &interrupted) {
-        std::signal(interrupted.signal, SIG_DFL);
+        static_cast<void>(std::signal(interrupted.signal, SIG_DFL));
         return std::raise(interrupted.signal);
     } catch (const std::bad_alloc &) {
         Report("there is not enough memory");

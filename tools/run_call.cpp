@@ -64,11 +64,9 @@ Result RunCall(Host &host, const BoundCall &call, Ref &picture) {
     Result result = call.assigned ? RunAssignment(host, call, picture, std::move(arguments))
                                   : host.CallRecord(*call.method, call.target == Target::GlobalMethod, picture,
                                                     std::move(arguments));
-    if (result.raised) {
-        CallFailed failed(fmt::format("{} raised {}: {}", call.name, result.raised->className, result.raised->message));
-        failed.raised = result.raised;
-        throw failed;
-    }
+    if (result.raised)
+        throw CallFailed(fmt::format("{} raised {}: {}", call.name, result.raised->className, result.raised->message),
+                         result.raised);
     if ((call.YieldsPicture() || call.YieldsString()) && result.value.IsNil())
         throw CallFailed(call.name + " returned nil" + (call.hint.empty() ? "" : "\n" + call.hint));
     if (call.YieldsPicture())

@@ -4,13 +4,15 @@
 
 #include <optional>
 #include <stdexcept>
+#include <utility>
 
 namespace tools {
 
 /// A call that came to nothing: it returned nil or false, or raised an exception.
 struct CallFailed : std::runtime_error {
-    using runtime_error::runtime_error;
-    std::optional<standin::RaisedException> raised = {};
+    explicit CallFailed(const std::string &what, std::optional<standin::RaisedException> thrown = {})
+        : runtime_error(what), raised(std::move(thrown)) {}
+    std::optional<standin::RaisedException> raised;
 };
 
 /// Makes a call, of a class its run. `picture` is the current one, which serves as `me`; a picture that the call yields

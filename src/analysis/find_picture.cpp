@@ -3,6 +3,7 @@
 #include "pixels/open.h"
 #include "support/memory.h"
 
+#include <algorithm>
 #include <limits>
 
 namespace kvt {
@@ -54,12 +55,13 @@ Outcome SearchByProbes(const PictureEditor &haystack, const PictureEditor &needl
     return Outcome::Missing;
 }
 
-// Columns of pixels are hashed as numbers in base kBase modulo a prime, whose digits are the colors from the top. The
-// base is a primitive root without small relations between its powers. A modulus of 2^32 would not do: there, some
-// textures of two colors collide in every base.
+// Sequences are hashed as numbers in some base modulo a prime: columns of pixels, whose digits are the colors from the
+// top, and rows of such hashes from the left. The bases are primitive roots without small relations between their
+// powers. A modulus of 2^32 would not do: there, some textures of two colors collide in every base.
 
 constexpr std::uint32_t kPrime = 0x7FFFFFFF;
-constexpr std::uint32_t kBase = 950706376;
+constexpr std::uint32_t kColumnBase = 950706376;
+constexpr std::uint32_t kRowBase = 742938285;
 
 /// Modulo 2^31 - 1, of a value below 2^63: 2^31 is 1, so the upper bits are added to the lower.
 KVT_INLINE constexpr std::uint32_t Modulo(std::uint64_t value) {
@@ -69,23 +71,25 @@ KVT_INLINE constexpr std::uint32_t Modulo(std::uint64_t value) {
 }
 
 KVT_INLINE std::uint32_t Digit(Rgb pixel) { return RowTable::Word(pixel); }
+KVT_INLINE std::uint32_t Digit(std::uint32_t hash) { return hash; }
 
-/// The hash of a column that becomes one pixel longer.
-struct Lengthen {
-    KVT_INLINE std::uint32_t operator()(std::uint32_t hash, Rgb entering) const {
+/// The hash of a sequence that becomes one digit longer.
+template <std::uint32_t kBase> struct Lengthen {
+    template <class Entering> KVT_INLINE std::uint32_t operator()(std::uint32_t hash, Entering entering) const {
         return Modulo(std::uint64_t{hash} * kBase + Digit(entering));
     }
 };
 
-/// The hash of a column that moves one pixel down. A pixel leaves with the weight that it has risen to, base^height.
-struct MoveDown {
-    explicit MoveDown(std::int32_t height) {
+/// The hash of a sequence that moves by one digit. One leaves with the weight that it has risen to, base^length.
+template <std::uint32_t kBase> struct Move {
+    explicit Move(std::int32_t length) {
         std::uint32_t power = 1;
-        for (std::int32_t i = 0; i < height; ++i)
+        for (std::int32_t i = 0; i < length; ++i)
             power = Modulo(std::uint64_t{power} * kBase);
         negatedWeight = kPrime - power;
     }
-    KVT_INLINE std::uint32_t operator()(std::uint32_t hash, Rgb entering, Rgb leaving) const {
+    template <class Entering>
+    KVT_INLINE std::uint32_t operator()(std::uint32_t hash, Entering entering, Entering leaving) const {
         return Modulo(std::uint64_t{hash} * kBase + Digit(entering) + std::uint64_t{Digit(leaving)} * negatedWeight);
     }
     std::uint32_t negatedWeight;
@@ -93,66 +97,66 @@ struct MoveDown {
 
 void HashColumns(const PictureEditor &source, std::int32_t top, std::int32_t height, std::uint32_t *hashes) {
     for (std::int32_t y = top; y < top + height; ++y)
-        FoldColumns(source, 0, source.width, hashes, Lengthen{}, y);
+        FoldColumns(source, 0, source.width, hashes, Lengthen<kColumnBase>{}, y);
 }
 
-/// Finds a sequence of numbers in others, in time linear in the length of each.
-class SequenceMatcher {
-  public:
-    /// `borders` is for the matcher's own use, as long as the sequence.
-    SequenceMatcher(const std::uint32_t *sequence, std::int32_t *borders, std::int32_t length)
-        : sequence_(sequence), borders_(borders), length_(length) {
-        std::int32_t matched = 0;
-        for (std::int32_t i = 1; i < length; ++i)
-            borders[i] = matched = Advance(matched, sequence[i]);
+/// The leftmost of `places` places, numbered from 0, whose columns are together hashed as `sought` and that `isIt` says
+/// is right; `places` when there is none. Each step waits for the one before, so several stretches of places are gone
+/// through at once, the last ones perhaps overlapping.
+template <class IsIt>
+std::int32_t FirstOfHash(const std::uint32_t *columns, std::int32_t places, Move<kRowBase> moveRight,
+                         std::int32_t width, std::uint32_t sought, IsIt isIt) {
+    constexpr std::int32_t kStretches = 4;
+    const std::int32_t length = (places + kStretches - 1) / kStretches;
+    const std::uint32_t *stretches[kStretches];
+    std::uint32_t hashes[kStretches] = {};
+    for (std::int32_t i = 0; i < kStretches; ++i) {
+        stretches[i] = columns + std::min(i * length, places - length);
+        for (std::int32_t x = 0; x < width; ++x)
+            hashes[i] = Lengthen<kRowBase>{}(hashes[i], stretches[i][x]);
     }
-
-    /// How much of the sequence's beginning ends in `next`, when `matched` of it, not all, ended just before.
-    KVT_INLINE std::int32_t Advance(std::int32_t matched, std::uint32_t next) const {
-        while (sequence_[matched] != next) {
-            if (matched == 0)
-                return 0;
-            matched = borders_[matched - 1];
+    std::int32_t first = places;
+    for (std::int32_t x = 0;; ++x) {
+        for (std::int32_t i = 0; i < kStretches; ++i) {
+            const auto place = static_cast<std::int32_t>(stretches[i] + x - columns);
+            if (hashes[i] == sought && place < first && isIt(place))
+                first = place;
         }
-        return matched + 1;
+        if (x + 1 == length)
+            return first;
+        for (std::int32_t i = 0; i < kStretches; ++i)
+            hashes[i] = moveRight(hashes[i], stretches[i][x + width], stretches[i][x]);
     }
-    /// From where to go on after the whole sequence.
-    std::int32_t AfterMatch() const { return borders_[length_ - 1]; }
+}
 
-  private:
-    const std::uint32_t *sequence_;
-    std::int32_t *borders_; ///< of each beginning: the longest shorter one that it ends in
-    std::int32_t length_;
-};
-
-/// Looks from the row of `at` on where the needle's columns follow each other by their hashes, and compares there. Its
-/// time does not depend on the pictures' content. Unfinished, with nothing done, when memory is refused.
-Outcome SearchByColumns(const PictureEditor &haystack, const PictureEditor &needle, Point &at) {
-    ClearBuffer<std::uint32_t> hashes{haystack.width};
-    ClearBuffer<std::uint32_t> sought{needle.width};
-    ClearBuffer<std::int32_t> borders{needle.width};
-    if (!hashes || !sought || !borders)
+/// Looks from the row of `at` on where as many columns as the needle has are together hashed as the needle is, and
+/// compares there. Its time does not depend on what the pictures show, unless hashes collide. Unfinished, with nothing
+/// done, when memory is refused.
+Outcome SearchByHashes(const PictureEditor &haystack, const PictureEditor &needle, Point &at) {
+    ClearBuffer<std::uint32_t> columns{haystack.width};
+    ClearBuffer<std::uint32_t> soughtColumns{needle.width};
+    if (!columns || !soughtColumns)
         return Outcome::Unfinished;
-    HashColumns(needle, 0, needle.height, sought.data());
-    HashColumns(haystack, at.y, needle.height, hashes.data());
-    const SequenceMatcher matcher{sought.data(), borders.data(), needle.width};
-    const MoveDown moveDown{needle.height};
+    HashColumns(needle, 0, needle.height, soughtColumns.data());
+    HashColumns(haystack, at.y, needle.height, columns.data());
+    std::uint32_t sought = 0;
+    for (std::int32_t x = 0; x < needle.width; ++x)
+        sought = Lengthen<kRowBase>{}(sought, soughtColumns[x]);
+    const Move<kRowBase> moveRight{needle.width};
+    const Move<kColumnBase> moveDown{needle.height};
+    const std::int32_t places = haystack.width - needle.width + 1;
     for (std::int32_t y = at.y;; ++y) {
-        std::int32_t matched = 0;
-        for (std::int32_t x = 0; x < haystack.width; ++x) {
-            matched = matcher.Advance(matched, hashes[x]);
-            if (matched < needle.width)
-                continue;
-            const Point place{x + 1 - needle.width, y};
-            if (EqualPixels(haystack, place, needle) == PixelsOf(needle)) {
-                at = place;
-                return Outcome::Found;
-            }
-            matched = matcher.AfterMatch();
+        const std::int32_t x =
+            FirstOfHash(columns.data(), places, moveRight, needle.width, sought, [&](std::int32_t place) {
+                return EqualPixels(haystack, Point{place, y}, needle) == PixelsOf(needle);
+            });
+        if (x < places) {
+            at = {x, y};
+            return Outcome::Found;
         }
         if (y + needle.height == haystack.height)
             return Outcome::Missing;
-        FoldColumns(haystack, 0, haystack.width, hashes.data(), moveDown, y + needle.height, y);
+        FoldColumns(haystack, 0, haystack.width, columns.data(), moveDown, y + needle.height, y);
     }
 }
 
@@ -164,7 +168,7 @@ bool FindNeedle(const PictureEditor &haystack, const PictureEditor &needle, Poin
     Point at{0, 0};
     Outcome outcome = SearchByProbes(haystack, needle, PixelsOf(haystack), at);
     if (outcome == Outcome::Unfinished)
-        outcome = SearchByColumns(haystack, needle, at);
+        outcome = SearchByHashes(haystack, needle, at);
     if (outcome == Outcome::Unfinished)
         outcome = SearchByProbes(haystack, needle, std::numeric_limits<std::int64_t>::max(), at);
     if (outcome != Outcome::Found)

@@ -110,7 +110,7 @@ void FoldColumns(const PictureEditor &source, std::int32_t first, std::int32_t e
 KVT_INLINE std::uint32_t HighestBits(const unsigned char (&bytes)[kWordBits]) {
     std::uint32_t bits = 0;
 #if defined(__SSE2__)
-    for (int half = 1; half >= 0; --half)
+    for (std::ptrdiff_t half = 1; half >= 0; --half)
         bits = bits << 16 | static_cast<std::uint32_t>(_mm_movemask_epi8(
                                 _mm_loadu_si128(reinterpret_cast<const __m128i *>(bytes + half * 16))));
 #else

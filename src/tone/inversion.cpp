@@ -13,7 +13,7 @@ struct Negative {
 
 struct NegativeOfGrays {
     template <class Layout> KVT_INLINE WholePixel<Layout> operator()(WholePixel<Layout> pixel) const {
-        return pixel.IsGray() ? pixel.Negative() : pixel;
+        return pixel.NegativeIf(pixel.IsGray());
     }
 };
 
