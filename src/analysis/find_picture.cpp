@@ -110,11 +110,11 @@ std::int32_t FirstOfHash(const std::uint32_t *columns, std::int32_t places, Move
     const std::int32_t length = (places + kStretches - 1) / kStretches;
     const std::uint32_t *stretches[kStretches];
     std::uint32_t hashes[kStretches] = {};
-    for (std::int32_t i = 0; i < kStretches; ++i) {
+    for (std::int32_t i = 0; i < kStretches; ++i)
         stretches[i] = columns + std::min(i * length, places - length);
-        for (std::int32_t x = 0; x < width; ++x)
+    for (std::int32_t x = 0; x < width; ++x)
+        for (std::int32_t i = 0; i < kStretches; ++i)
             hashes[i] = Lengthen<kRowBase>{}(hashes[i], stretches[i][x]);
-    }
     std::int32_t first = places;
     for (std::int32_t x = 0;; ++x) {
         for (std::int32_t i = 0; i < kStretches; ++i) {

@@ -123,6 +123,10 @@ TEST(Search, IsNotTakenInByColumnsOfTheSameHash) {
     EXPECT_TRUE(Missed(Find(host, MakePicture(host, haystack), MakePicture(host, needle))));
     put(199, needle);
     EXPECT_TRUE(Found(Find(host, MakePicture(host, haystack), MakePicture(host, needle)), 199, 0));
+    for (const int x : {150, 100, 60}) { // the leftmost, whatever is looked at first
+        put(x, needle);
+        EXPECT_TRUE(Found(Find(host, MakePicture(host, haystack), MakePicture(host, needle)), x, 0));
+    }
 }
 
 TEST(Search, WithNothingToFind) {
