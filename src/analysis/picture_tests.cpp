@@ -17,7 +17,7 @@ template <class Test> unsigned char AllOf(REALpictureStruct *picture, Rectangle 
 /// Two channels differ by the tolerance at the most when the lowest and the highest do.
 struct GrayWithin {
     std::uint8_t tolerance;
-    template <class Pixel> KVT_INLINE bool operator()(Pixel pixel) const {
+    KVT_INLINE bool operator()(RgbBytes pixel) const {
         const auto highest = Higher(Higher(pixel.red, pixel.green), pixel.blue);
         const auto lowest = Lower(Lower(pixel.red, pixel.green), pixel.blue);
         return Difference(highest, lowest) <= tolerance;
@@ -29,7 +29,7 @@ constexpr std::uint8_t kDarkest = 30; ///< a pixel all of whose channels are bel
 /// Not dark, and red or blue at least `distance` away from green.
 struct Colored {
     std::uint8_t distance;
-    template <class Pixel> KVT_INLINE bool operator()(Pixel pixel) const {
+    KVT_INLINE bool operator()(RgbBytes pixel) const {
         const auto high = Higher(pixel.red, pixel.blue);
         const auto low = Lower(pixel.red, pixel.blue);
         const auto highest = Higher(high, pixel.green);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "pixels/inline.h"
+#include "pixels/rgb.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -23,10 +24,17 @@ struct ChannelPlanes {
     alignas(kPlaneStep) Plane red;
     alignas(kPlaneStep) Plane green;
     alignas(kPlaneStep) Plane blue;
+
+    KVT_INLINE RgbBytes operator[](std::ptrdiff_t i) const { return {red[i], green[i], blue[i]}; }
+    KVT_INLINE void Set(std::ptrdiff_t i, RgbBytes pixel) {
+        red[i] = pixel.red;
+        green[i] = pixel.green;
+        blue[i] = pixel.blue;
+    }
 };
 
-/// Fills the planes with the channels of `count` pixels, up to whole steps. The order of the pixels within a plane is
-/// the same in all three and undone by joining.
+/// Fills the planes with the channels of `count` pixels and, up to whole steps, of black ones. The order of the pixels
+/// within a plane is the same in all three and undone by joining.
 using TakeApart = void(const unsigned char *pixels, std::ptrdiff_t count, ChannelPlanes &planes);
 
 /// Stores the `count` opaque pixels whose channels the planes hold.

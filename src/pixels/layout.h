@@ -32,7 +32,6 @@ struct ByteOrder {
 /// A 32-bit pixel word: where its channels begin, and what an opaque word holds beside them. The byte at `MaskShift` is
 /// the pixel's alpha.
 template <int RedShift, int GreenShift, int BlueShift, int MaskShift, std::uint32_t Opaque> struct PixelWord {
-    using Level = std::int32_t; ///< what a channel is loaded as
     static constexpr std::int32_t kBytes = 4;
     static constexpr bool kReplaces = true; ///< whether storing a pixel leaves nothing of what stood there
     static constexpr std::int32_t kRedShift = RedShift;
@@ -127,14 +126,6 @@ template <class From, class To> KVT_INLINE std::uint32_t Converted(std::uint32_t
 
 /// The layout as it is; the counterpart of MaskOf.
 template <class Layout> using ColorOf = Layout;
-
-/// A layout whose channels are loaded as bytes.
-template <class Layout> struct BytesOf : Layout {
-    using Level = std::uint8_t;
-    KVT_INLINE static RgbBytes Load(const unsigned char *pixel) {
-        return {pixel[Layout::kRedShift / 8], pixel[Layout::kGreenShift / 8], pixel[Layout::kBlueShift / 8]};
-    }
-};
 
 /// Calls `use` with a value of the layout type of a format code. An open editor's is always one of these.
 template <class Use> KVT_INLINE auto WithLayoutOf(std::int32_t format, Use use) {

@@ -17,13 +17,22 @@
 /// smaller of the pictures and do nothing for an empty area. Source and target may be the very same picture.
 namespace kvt {
 
-/// A pixel of one layout becomes one of another by an operation over its channels or over its word.
+/// `count` pixels of one layout become pixels of another by an operation over their channels or over their words. What
+/// is done with words takes few instructions, so that those of the loop itself count.
 template <class From, class To, class Op>
-KVT_INLINE void MapPixel(const unsigned char *from, unsigned char *to, Op op) {
-    if constexpr (std::is_invocable_v<Op, Rgb>)
-        To::Store(to, op(From::Load(from)));
-    else
-        StoreWord(to, Converted<From, To>(op(WholePixel<From>{LoadWord(from)}).word));
+KVT_INLINE void MapPixels(const unsigned char *from, unsigned char *to, std::ptrdiff_t count, Op op) {
+    if constexpr (std::is_invocable_v<Op, Rgb>) {
+        KVT_INDEPENDENT_ITERATIONS
+        for (std::ptrdiff_t x = 0; x < count; ++x)
+            To::Store(to + x * To::kBytes, op(From::Load(from + x * From::kBytes)));
+    } else {
+        KVT_INDEPENDENT_ITERATIONS
+        KVT_UNROLLED
+        for (std::ptrdiff_t x = 0; x < count; ++x) {
+            const WholePixel<From> pixel{LoadWord(from + x * From::kBytes)};
+            StoreWord(to + x * To::kBytes, Converted<From, To>(op(pixel).word));
+        }
+    }
 }
 
 /// A walk's pixels over rows of one layout: `area` in the coordinates of all rows alike.
@@ -31,12 +40,8 @@ template <class From, class To, class Op> void MapRows(Rows from, Rows to, Area 
     AtActiveLevel([=]() KVT_INLINE_LAMBDA {
         WriteRows<To::kReplaces>(
             to, area,
-            [=](std::int32_t row, std::ptrdiff_t first, std::ptrdiff_t count, unsigned char *pixels) KVT_INLINE_LAMBDA {
-                const unsigned char *source = from[row] + first * From::kBytes;
-                KVT_INDEPENDENT_ITERATIONS
-                for (std::ptrdiff_t x = 0; x < count; ++x)
-                    MapPixel<From, To>(source + x * From::kBytes, pixels + x * To::kBytes, op);
-            });
+            [=](std::int32_t row, std::ptrdiff_t first, std::ptrdiff_t count, unsigned char *pixels)
+                KVT_INLINE_LAMBDA { MapPixels<From, To>(from[row] + first * From::kBytes, pixels, count, op); });
     });
 }
 
@@ -79,12 +84,8 @@ template <class Op> struct ChangeEach {
     KVT_INLINE void operator()(ChannelPlanes &planes, std::ptrdiff_t count) const {
         for (std::ptrdiff_t step = 0; step < count; step += kPlaneStep) {
             KVT_INDEPENDENT_ITERATIONS
-            for (std::ptrdiff_t i = step; i < step + kPlaneStep; ++i) {
-                const RgbBytes result = op(RgbBytes{planes.red[i], planes.green[i], planes.blue[i]});
-                planes.red[i] = result.red;
-                planes.green[i] = result.green;
-                planes.blue[i] = result.blue;
-            }
+            for (std::ptrdiff_t i = step; i < step + kPlaneStep; ++i)
+                planes.Set(i, op(planes[i]));
         }
     }
 };
@@ -109,7 +110,7 @@ template <class Op> void MapToMask(const PictureEditor &source, const PictureEdi
     MapAs<ColorOf, MaskOf>(source, target, area, op);
 }
 
-// Count and All take a test: a callable for pixels of either channel type, Rgb and RgbBytes, or an IsColor.
+// Count and All take a test: a callable for RgbBytes, or an IsColor.
 
 /// The test for one color.
 struct IsColor {
@@ -117,75 +118,66 @@ struct IsColor {
     template <class Layout> KVT_INLINE bool operator()(WholePixel<Layout> pixel) const { return pixel.Is(color); }
 };
 
-template <class From, class Test> KVT_INLINE bool Passes(const unsigned char *pixel, Test test) {
-    return test(From::Load(pixel));
-}
-template <class From> KVT_INLINE bool Passes(const unsigned char *pixel, IsColor test) {
-    return test(WholePixel<From>{LoadWord(pixel)});
-}
-
-/// Calls `use`, compiled for the active level, with the picture's layout in the form that tests are fastest with.
-/// Baseline vectors know the larger of two bytes, but not of two 32-bit numbers.
-template <class Test, class Use> auto WithTestedLayout(const PictureEditor &source, Use use) {
-    return WithLayout(source, [&](auto layout) {
-        using Layout = decltype(layout);
-        if constexpr (!std::is_same_v<Test, IsColor>)
-            if (ActiveInstructionSet() == InstructionSet::Baseline)
-                return use(BytesOf<Layout>{});
-        return AtActiveLevel([=]() KVT_INLINE_LAMBDA { return use(Layout{}); });
-    });
-}
-
 /// Calls visit(pixels, count) for blocks that make up the area, of at most `kBlock` pixels each, until it yields false.
 /// Whether it never did.
-template <std::ptrdiff_t kBlock, class From, class Visit> KVT_INLINE bool ForBlocks(Rows rows, Area area, Visit visit) {
+template <std::ptrdiff_t kBlock, class Visit> KVT_INLINE bool ForBlocks(Rows rows, Area area, Visit visit) {
     for (std::int32_t row = area.top; row < area.bottom; ++row) {
         const unsigned char *pixels = rows[row];
         for (std::ptrdiff_t x = area.left; x < area.right; x += kBlock)
-            if (!visit(pixels + x * From::kBytes, Lower(area.right - x, kBlock)))
+            if (!visit(pixels + x * 4, Lower(area.right - x, kBlock)))
                 return false;
     }
     return true;
 }
 
+/// Calls visit(passed, count) for blocks that make up the area, with the number of a block's pixels that pass and of
+/// all its pixels, until it yields false. Whether it never did.
+template <class Visit> bool CountBlocks(const PictureEditor &source, Area area, IsColor test, Visit visit) {
+    return WithLayout(source, [=, rows = RowsOf(source)](auto layout) {
+        using From = decltype(layout);
+        return AtActiveLevel([=]() KVT_INLINE_LAMBDA {
+            return ForBlocks<1024>(
+                rows, area, [=](const unsigned char *pixels, std::ptrdiff_t count) KVT_INLINE_LAMBDA {
+                    std::int32_t passed = 0;
+                    KVT_UNROLLED
+                    for (std::ptrdiff_t x = 0; x < count; ++x)
+                        passed += test(WholePixel<From>{LoadWord(pixels + x * From::kBytes)}) ? 1 : 0;
+                    return visit(passed, count);
+                });
+        });
+    });
+}
+
+template <class Test, class Visit> bool CountBlocks(const PictureEditor &source, Area area, Test test, Visit visit) {
+    return AtActiveLevel([=, rows = RowsOf(source), takeApart = TakingApart(source.format)]() KVT_INLINE_LAMBDA {
+        constexpr std::ptrdiff_t kBlock = 255 / kPlaneStep * kPlaneStep; // as many as a byte can count
+        const std::int32_t black = test(RgbBytes{0, 0, 0}) ? 1 : 0;
+        ChannelPlanes planes;
+        return ForBlocks<kBlock>(rows, area, [&](const unsigned char *pixels, std::ptrdiff_t count) KVT_INLINE_LAMBDA {
+            takeApart(pixels, count, planes);
+            const std::ptrdiff_t filled = WholeSteps(count);
+            std::uint8_t passed = 0;
+            for (std::ptrdiff_t i = 0; i < filled; ++i)
+                passed = static_cast<std::uint8_t>(passed + (test(planes[i]) ? 1 : 0));
+            return visit(passed - black * static_cast<std::int32_t>(filled - count), count);
+        });
+    });
+}
+
 /// The number of pixels of the area that pass `test`.
 template <class Test> std::int64_t Count(const PictureEditor &source, Area area, Test test) {
-    const Area inside = Inside(source, area);
-    if (inside.Empty())
-        return 0;
-    return WithTestedLayout<Test>(source, [=, rows = RowsOf(source)](auto layout) KVT_INLINE_LAMBDA {
-        using From = decltype(layout);
-        using Level = typename From::Level;
-        // As many as a level can count, and whole vectors.
-        constexpr std::ptrdiff_t kBlock = sizeof(Level) == 1 ? 224 : 4096;
-        std::int64_t total = 0;
-        ForBlocks<kBlock, From>(rows, inside, [&](const unsigned char *pixels, std::ptrdiff_t count) KVT_INLINE_LAMBDA {
-            Level passed = 0;
-            for (std::ptrdiff_t x = 0; x < count; ++x)
-                passed = static_cast<Level>(passed + (Passes<From>(pixels + x * From::kBytes, test) ? 1 : 0));
-            total += passed;
-            return true;
-        });
-        return total;
+    std::int64_t total = 0;
+    CountBlocks(source, Inside(source, area), test, [&total](std::int32_t passed, std::ptrdiff_t) KVT_INLINE_LAMBDA {
+        total += passed;
+        return true;
     });
+    return total;
 }
 
 /// Whether every pixel of the area passes `test`; true for an empty area. Stops soon after the first that fails.
 template <class Test> bool All(const PictureEditor &source, Area area, Test test) {
-    const Area inside = Inside(source, area);
-    if (inside.Empty())
-        return true;
-    return WithTestedLayout<Test>(source, [=, rows = RowsOf(source)](auto layout) KVT_INLINE_LAMBDA {
-        using From = decltype(layout);
-        using Level = typename From::Level;
-        return ForBlocks<256, From>(
-            rows, inside, [=](const unsigned char *pixels, std::ptrdiff_t count) KVT_INLINE_LAMBDA {
-                Level failed = 0;
-                for (std::ptrdiff_t x = 0; x < count; ++x)
-                    failed = static_cast<Level>(failed | (Passes<From>(pixels + x * From::kBytes, test) ? 0 : 1));
-                return failed == 0;
-            });
-    });
+    return CountBlocks(source, Inside(source, area), test,
+                       [](std::int32_t passed, std::ptrdiff_t count) KVT_INLINE_LAMBDA { return passed == count; });
 }
 
 /// Hands every pixel of the area to `visit` (a lambda marked KVT_INLINE_LAMBDA), row by row from the top and left to

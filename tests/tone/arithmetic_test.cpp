@@ -119,6 +119,21 @@ TEST_P(EveryLevel, TintsWithAnyColors) {
     }
 }
 
+TEST_P(EveryLevel, TintsEveryGray) {
+    expected::Picture grays{256, 256, {}}; // 0 to 65280 of 255ths, with the weights below
+    for (int y = 0; y < grays.height; ++y)
+        for (int x = 0; x < grays.width; ++x)
+            grays.pixels.push_back({x, y, 255 - x});
+    const Ref picture = Make(grays);
+    for (unsigned level = 0; level < 256; ++level) {
+        SCOPED_TRACE("tint " + std::to_string(level));
+        const std::uint32_t tint = MakeColor(level, level, level);
+        const auto result = host.CallGlobal("TintPictureKVT", picture, 0xFF0100, tint);
+        ExpectColors(result.picture(), expected::Tint(grays, 0xFF0100, tint));
+        ASSERT_FALSE(HasFatalFailure());
+    }
+}
+
 // Weights are whole 1024ths here. Together 1024 of them are the most that bytes serve, and 4000 the narrow form.
 constexpr struct {
     const char *what;
