@@ -1,9 +1,6 @@
 #include "pixels/tinted_gray.h"
 
-#include "pixels/instruction_set.h"
-#include "pixels/layout.h"
-#include "pixels/rows.h"
-#include "pixels/write_rows.h"
+#include "pixels/walk.h"
 
 #include <bit>
 #include <cstring>
@@ -11,21 +8,6 @@
 
 namespace kvt {
 namespace {
-
-/// Where the channels of a pixel word begin. A source's layout is data, a target's is compiled in: kernels for every
-/// pair of layouts would be three times the code, and no faster.
-struct Shifts {
-    std::int32_t red;
-    std::int32_t green;
-    std::int32_t blue;
-};
-
-Shifts ShiftsOf(const PictureEditor &editor) {
-    return WithLayout(editor, [](auto layout) {
-        using Layout = decltype(layout);
-        return Shifts{Layout::kRedShift, Layout::kGreenShift, Layout::kBlueShift};
-    });
-}
 
 struct Shares {
     explicit Shares(Rgb level) : red(level.red / 255.0), green(level.green / 255.0), blue(level.blue / 255.0) {}
@@ -38,27 +20,17 @@ struct Shares {
 enum class Limit { NotNeeded, Needed };
 
 /// The plain form, as defined.
-template <class To, Limit kLimit> struct InDoubles {
-    Shifts from;
+template <Limit kLimit> struct InDoubles {
     Shares weight;
     Shares tint;
 
-    KVT_INLINE void Map(const unsigned char *source, unsigned char *target) const {
-        const std::uint32_t word = LoadWord(source);
-        const auto level = [=](std::int32_t shift)
-                               KVT_INLINE_LAMBDA { return static_cast<std::int32_t>(word >> shift & 255); };
-        const double gray =
-            level(from.red) * weight.red + level(from.green) * weight.green + level(from.blue) * weight.blue;
-        To::Store(target, {Tinted(tint.red * gray), Tinted(tint.green * gray), Tinted(tint.blue * gray)});
+    KVT_INLINE Rgb operator()(Rgb pixel) const {
+        const double gray = pixel.red * weight.red + pixel.green * weight.green + pixel.blue * weight.blue;
+        return {Tinted(tint.red * gray), Tinted(tint.green * gray), Tinted(tint.blue * gray)};
     }
     KVT_INLINE static std::int32_t Tinted(double level) {
         const auto truncated = static_cast<std::int32_t>(level);
         return kLimit == Limit::Needed ? Lower(truncated, 255) : truncated;
-    }
-    KVT_INLINE void Map(const unsigned char *source, unsigned char *target, std::ptrdiff_t count) const {
-        KVT_INDEPENDENT_ITERATIONS
-        for (std::ptrdiff_t x = 0; x < count; ++x)
-            Map(source + x * 4, target + x * 4);
     }
 };
 
@@ -71,6 +43,28 @@ constexpr std::int32_t kOne = 255 * 255;
 /// The largest gray, that of white with weights of 256 in all. The gray below yields the same levels, but none above
 /// 255, and is not doubtful.
 constexpr std::int32_t kLargestGray = 256 * 255;
+
+/// Where the channels of a source's pixel words begin: kernels for every pair of layouts would be three times the code,
+/// and the fast form no faster.
+struct Shifts {
+    std::int32_t red;
+    std::int32_t green;
+    std::int32_t blue;
+
+    KVT_INLINE Rgb Load(const unsigned char *pixel) const {
+        const std::uint32_t word = LoadWord(pixel);
+        const auto level = [=](std::int32_t shift)
+                               KVT_INLINE_LAMBDA { return static_cast<std::int32_t>(word >> shift & 255); };
+        return {level(red), level(green), level(blue)};
+    }
+};
+
+Shifts ShiftsOf(const PictureEditor &editor) {
+    return WithLayout(editor, [](auto layout) {
+        using Layout = decltype(layout);
+        return Shifts{Layout::kRedShift, Layout::kGreenShift, Layout::kBlueShift};
+    });
+}
 
 /// What the fast form multiplies with. In single precision a quotient that is not whole comes out on the right side of
 /// the next whole number, for every tint and every gray of 16 bits.
@@ -192,7 +186,8 @@ KVT_INLINE void MapInSingles(const InSingles &form, const unsigned char *source,
 /// The fast form, portion by portion.
 template <class Vector, class To> struct Mostly {
     InSingles singles;
-    InDoubles<To, Limit::Needed> doubles;
+    InDoubles<Limit::Needed> doubles;
+    Shifts from;
     std::int32_t plainPortions = 0; ///< so many are still to come
 
     KVT_INLINE void Map(const unsigned char *source, unsigned char *target, std::ptrdiff_t count) {
@@ -204,13 +199,13 @@ template <class Vector, class To> struct Mostly {
         static_assert(kPortionPixels <= kPixels * 32);
         if (plainPortions > 0) {
             --plainPortions;
-            doubles.Map(source, target, count);
+            MapPlain(source, target, 0, count);
             return;
         }
         const std::ptrdiff_t whole = count / kPixels * kPixels;
         typename Vector::Doubts doubtful;
         MapInSingles<Vector, To>(singles, source, target, whole, doubtful);
-        doubles.Map(source + whole * 4, target + whole * 4, count - whole);
+        MapPlain(source, target, whole, count);
         std::uint32_t any = 0;
         for (const std::uint32_t bits : doubtful)
             any |= bits;
@@ -221,53 +216,65 @@ template <class Vector, class To> struct Mostly {
             doubts += std::popcount(bits);
         if (doubts > kFewDoubtful) {
             plainPortions = kPlainPortions;
-            doubles.Map(source, target, whole);
+            MapPlain(source, target, 0, whole);
             return;
         }
         for (std::ptrdiff_t k = 0; std::uint32_t bits : doubtful) {
             for (; bits; bits &= bits - 1) {
                 const std::ptrdiff_t x = std::countr_zero(bits) * kPixels + k;
-                doubles.Map(source + x * 4, target + x * 4);
+                MapPlain(source, target, x, x + 1);
             }
             ++k;
         }
     }
+
+    /// Pixels `first` up to, not including, `end` of a portion.
+    KVT_INLINE void MapPlain(const unsigned char *source, unsigned char *target, std::ptrdiff_t first,
+                             std::ptrdiff_t end) const {
+        KVT_INDEPENDENT_ITERATIONS
+        for (std::ptrdiff_t x = first; x < end; ++x)
+            To::Store(target + x * 4, doubles(from.Load(source + x * 4)));
+    }
 };
 
-template <class Form> KVT_INLINE void MapArea(Rows from, Rows to, Area area, Form form) {
+template <class Form> KVT_INLINE void MapPortions(Rows from, Rows to, Area area, Form form) {
     WriteRows<true>(to, area,
                     [&](std::int32_t row, std::ptrdiff_t first, std::ptrdiff_t count, unsigned char *pixels)
                         KVT_INLINE_LAMBDA { form.Map(from[row] + first * 4, pixels, count); });
+}
+
+void MapFast(const PictureEditor &source, const PictureEditor &target, Area area, TintedGray tinted) {
+    const Shifts shifts = ShiftsOf(source);
+    const InSingles singles = SinglesOf(tinted, shifts);
+    const InDoubles<Limit::Needed> doubles{Shares(tinted.weight), Shares(tinted.tint)};
+    WithLayout(target, [=, from = RowsOf(source), to = RowsOf(target)](auto layout) {
+        using To = decltype(layout);
+        if (ActiveInstructionSet() == InstructionSet::Baseline)
+            MapPortions(from, to, area, Mostly<FourPixels, To>{singles, doubles, shifts});
+        else
+            AtActiveLevel([=]() KVT_INLINE_LAMBDA {
+                MapPortions(from, to, area, Mostly<EightPixels, To>{singles, doubles, shifts});
+            });
+    });
+}
+
+template <Limit kLimit>
+void MapPlain(const PictureEditor &source, const PictureEditor &target, Area area, TintedGray tinted) {
+    Map(source, target, area, InDoubles<kLimit>{Shares(tinted.weight), Shares(tinted.tint)});
 }
 
 } // namespace
 
 void Map(const PictureEditor &source, const PictureEditor &target, Area area, TintedGray tinted) {
     const Area inside = Inside(source, Inside(target, area));
-    if (inside.Empty())
-        return;
-    const Rows from = RowsOf(source);
-    const Rows to = RowsOf(target);
-    const auto map = [=](auto form) { AtActiveLevel([=]() KVT_INLINE_LAMBDA { MapArea(from, to, inside, form); }); };
-    const Shifts shifts = ShiftsOf(source);
-    const Shares weight(tinted.weight);
-    const Shares tint(tinted.tint);
-    WithLayout(target, [&](auto layout) {
-        using To = decltype(layout);
-        const InDoubles<To, Limit::Needed> doubles{shifts, weight, tint};
-        const std::int32_t strongest = Higher(Higher(tinted.tint.red, tinted.tint.green), tinted.tint.blue);
-        if (SuitsSingles(inside, tinted)) {
-            const InSingles singles = SinglesOf(tinted, shifts);
-            if (ActiveInstructionSet() == InstructionSet::Baseline)
-                MapArea(from, to, inside, Mostly<FourPixels, To>{singles, doubles});
-            else
-                map(Mostly<EightPixels, To>{singles, doubles});
-        } else if (Sum(tinted.weight) * strongest <= kOne) {
-            map(InDoubles<To, Limit::NotNeeded>{shifts, weight, tint});
-        } else {
-            map(doubles);
-        }
-    });
+    const Rgb tint = tinted.tint;
+    const std::int32_t strongest = Higher(Higher(tint.red, tint.green), tint.blue);
+    if (SuitsSingles(inside, tinted))
+        MapFast(source, target, inside, tinted);
+    else if (Sum(tinted.weight) * strongest <= kOne)
+        MapPlain<Limit::NotNeeded>(source, target, inside, tinted);
+    else
+        MapPlain<Limit::Needed>(source, target, inside, tinted);
 }
 
 } // namespace kvt
