@@ -127,22 +127,14 @@ InSingles SinglesOf(TintedGray tinted, Shifts from) {
             kLargestGray / period};
 }
 
-/// How many pixels the fast form works on at once.
-struct FourPixels {
-    static constexpr std::ptrdiff_t kPixels = 4;
-    using Words [[gnu::vector_size(16)]] = std::uint32_t;
-    using Halves [[gnu::vector_size(16)]] = std::uint16_t;
-    using Numbers [[gnu::vector_size(16)]] = std::int32_t;
-    using Singles [[gnu::vector_size(16)]] = float;
-    using Doubts = std::uint32_t[4];
-};
-struct EightPixels {
-    static constexpr std::ptrdiff_t kPixels = 8;
-    using Words [[gnu::vector_size(32)]] = std::uint32_t;
-    using Halves [[gnu::vector_size(32)]] = std::uint16_t;
-    using Numbers [[gnu::vector_size(32)]] = std::int32_t;
-    using Singles [[gnu::vector_size(32)]] = float;
-    using Doubts = std::uint32_t[8];
+/// What the fast form works on: some pixels at once.
+template <std::size_t kBytes> struct Vectors {
+    static constexpr std::ptrdiff_t kPixels = kBytes / 4;
+    using Words [[gnu::vector_size(kBytes)]] = std::uint32_t;
+    using Halves [[gnu::vector_size(kBytes)]] = std::uint16_t;
+    using Numbers [[gnu::vector_size(kBytes)]] = std::int32_t;
+    using Singles [[gnu::vector_size(kBytes)]] = float;
+    using Doubts = std::uint32_t[kBytes / 4];
 };
 
 /// Maps whole vectors of pixels. Bit i of word k in `doubtful` says that pixel i * kPixels + k is doubtful.
@@ -250,10 +242,10 @@ void MapFast(const PictureEditor &source, const PictureEditor &target, Area area
     WithLayout(target, [=, from = RowsOf(source), to = RowsOf(target)](auto layout) {
         using To = decltype(layout);
         if (ActiveInstructionSet() == InstructionSet::Baseline)
-            MapPortions(from, to, area, Mostly<FourPixels, To>{singles, doubles, shifts});
+            MapPortions(from, to, area, Mostly<Vectors<16>, To>{singles, doubles, shifts});
         else
             AtActiveLevel([=]() KVT_INLINE_LAMBDA {
-                MapPortions(from, to, area, Mostly<EightPixels, To>{singles, doubles, shifts});
+                MapPortions(from, to, area, Mostly<Vectors<32>, To>{singles, doubles, shifts});
             });
     });
 }
