@@ -150,17 +150,23 @@ template <class Visit> bool CountBlocks(const PictureEditor &source, Area area, 
 
 template <class Test, class Visit> bool CountBlocks(const PictureEditor &source, Area area, Test test, Visit visit) {
     return AtActiveLevel([=, rows = RowsOf(source), takeApart = TakingApart(source.format)]() KVT_INLINE_LAMBDA {
-        constexpr std::ptrdiff_t kBlock = 255 / kPlaneStep * kPlaneStep; // as many as a byte can count
+        constexpr std::ptrdiff_t kCounted = 255 / kPlaneStep * kPlaneStep; // as many as a byte can count
         const std::int32_t black = test(RgbBytes{0, 0, 0}) ? 1 : 0;
         ChannelPlanes planes;
-        return ForBlocks<kBlock>(rows, area, [&](const unsigned char *pixels, std::ptrdiff_t count) KVT_INLINE_LAMBDA {
-            takeApart(pixels, count, planes);
-            const std::ptrdiff_t filled = WholeSteps(count);
-            std::uint8_t passed = 0;
-            for (std::ptrdiff_t i = 0; i < filled; ++i)
-                passed = static_cast<std::uint8_t>(passed + (test(planes[i]) ? 1 : 0));
-            return visit(passed - black * static_cast<std::int32_t>(filled - count), count);
-        });
+        return ForBlocks<kPlanePixels>(
+            rows, area, [&](const unsigned char *pixels, std::ptrdiff_t count) KVT_INLINE_LAMBDA {
+                takeApart(pixels, count, planes);
+                const std::ptrdiff_t filled = WholeSteps(count);
+                std::int32_t total = 0;
+                for (std::ptrdiff_t first = 0; first < filled; first += kCounted) {
+                    const std::ptrdiff_t end = Lower(filled, first + kCounted);
+                    std::uint8_t passed = 0;
+                    for (std::ptrdiff_t i = first; i < end; ++i)
+                        passed = static_cast<std::uint8_t>(passed + (test(planes[i]) ? 1 : 0));
+                    total += passed;
+                }
+                return visit(total - black * static_cast<std::int32_t>(filled - count), count);
+            });
     });
 }
 
