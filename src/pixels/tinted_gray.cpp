@@ -198,7 +198,7 @@ template <class Vector, class To> struct Mostly {
         typename Vector::Doubts doubtful;
         MapInSingles<Vector, To>(singles, source, target, whole, doubtful);
         MapPlain(source, target, whole, count);
-        std::uint32_t any = 0;
+        std::uint32_t any = 0; // as a rule none; to count them takes longer
         for (const std::uint32_t bits : doubtful)
             any |= bits;
         if (!any)
