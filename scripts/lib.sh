@@ -40,13 +40,14 @@ NeedThirtyTwoBits() {
 # Whether they run in an emulator, whose times tell nothing.
 EmulatesThirtyTwoBits() { [ -e "$EMULATED_32_BITS" ]; }
 
-# Sets how the address sanitizer works in a preset's programs. Its search for leaks stops the program from outside, which
-# does not end in the emulator; and of the four gigabytes that the emulator offers, it knows not quite three.
+# Sets how the address sanitizer works in a preset's programs. It tells where undefined behaviour ended the program. Its
+# search for leaks stops the program from outside, which does not end in the emulator; and of the four gigabytes that
+# the emulator offers, it knows not quite three.
 SetSanitizerOptions() { # PRESET
-    export ASAN_OPTIONS=detect_leaks=1
+    export ASAN_OPTIONS=handle_sigill=1:detect_leaks=1
     unset QEMU_RESERVED_VA
     if [[ $1 == x86-* ]] && EmulatesThirtyTwoBits; then
-        export ASAN_OPTIONS=detect_leaks=0 QEMU_RESERVED_VA=0xbf000000
+        export ASAN_OPTIONS=handle_sigill=1:detect_leaks=0 QEMU_RESERVED_VA=0xbf000000
     fi
 }
 
