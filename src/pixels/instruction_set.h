@@ -2,6 +2,9 @@
 
 #include "pixels/inline.h"
 
+#include <cstddef>
+#include <type_traits>
+
 namespace kvt {
 
 /// What the kernels are compiled for. Every level yields the same bits.
@@ -40,6 +43,22 @@ template <class Body> auto AtActiveLevel(Body body) {
         break;
     }
     return body();
+}
+
+/// Likewise, with the bytes of the level's widest vector as a constant, for a body that is written in vectors:
+/// `body(std::integral_constant<std::size_t, 16>())`, or 32, or 64.
+template <class Body> auto AtActiveWidth(Body body) {
+    switch (ActiveInstructionSet()) {
+#if defined(__x86_64__) || defined(__i386__)
+    case InstructionSet::Avx512:
+        return RunWithAvx512([=]() KVT_INLINE_LAMBDA { return body(std::integral_constant<std::size_t, 64>()); });
+    case InstructionSet::Avx2:
+        return RunWithAvx2([=]() KVT_INLINE_LAMBDA { return body(std::integral_constant<std::size_t, 32>()); });
+#endif
+    default:
+        break;
+    }
+    return body(std::integral_constant<std::size_t, 16>());
 }
 
 } // namespace kvt

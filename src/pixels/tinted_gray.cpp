@@ -241,12 +241,9 @@ void MapFast(const PictureEditor &source, const PictureEditor &target, Area area
     const InDoubles<Limit::Needed> doubles{Shares(tinted.weight), Shares(tinted.tint)};
     WithLayout(target, [=, from = RowsOf(source), to = RowsOf(target)](auto layout) {
         using To = decltype(layout);
-        if (ActiveInstructionSet() == InstructionSet::Baseline)
-            MapPortions(from, to, area, Mostly<Vectors<16>, To>{singles, doubles, shifts});
-        else
-            AtActiveLevel([=]() KVT_INLINE_LAMBDA {
-                MapPortions(from, to, area, Mostly<Vectors<32>, To>{singles, doubles, shifts});
-            });
+        AtActiveWidth([=](auto width) KVT_INLINE_LAMBDA {
+            MapPortions(from, to, area, Mostly<Vectors<decltype(width)::value>, To>{singles, doubles, shifts});
+        });
     });
 }
 
