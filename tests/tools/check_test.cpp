@@ -5,11 +5,13 @@
 #include "tools/files.h"
 
 #include <algorithm>
+#include <cctype>
 #include <chrono>
 #include <csignal>
 #include <cstdlib>
 #include <filesystem>
 #include <gtest/gtest.h>
+#include <ostream>
 #include <unistd.h>
 
 /// The check finds what it is for: each rule is broken by a module with one fault and kept by the module itself.
@@ -48,11 +50,15 @@ constexpr const char *kSegmentFault = "crashed with SIGSEGV (Segmentation fault)
 #endif
 constexpr const char *kAbort = "crashed with SIGABRT (Aborted)";
 
-const struct {
+struct Fault {
     const char *fault;
     const char *rule;
     const char *finding; ///< a part of the first
-} kFaults[] = {
+};
+
+void PrintTo(const Fault &fault, std::ostream *out) { *out << fault.fault << ", " << fault.rule; }
+
+constexpr Fault kFaults[] = {
     {"starts without looking", "start", "starting with a null resolver"},
     {"asks for coffee", "start", "asks for \"REALMakeCoffee\" at its start, which no host has"},
     {"registers late", "order", "\"extension of Picture\" comes after \"method RenderSamplesKVT"},
@@ -81,16 +87,27 @@ const struct {
     {"crashes", "inputs", ": HasMaskKVT as boolean; 67 x 3 pixels; bitmaps, first byte skipped"},
 };
 
-TEST(Check, FindsEachFault) {
-    for (const auto &row : kFaults) {
-        SCOPED_TRACE(std::string(row.fault) + ", " + row.rule);
-        setenv("KVT_FAULT", row.fault, 1);
-        const Account account = Try(RuleCalled(row.rule), FaultyModule());
-        unsetenv("KVT_FAULT");
-        ASSERT_FALSE(account.findings.empty());
-        EXPECT_NE(account.findings.front().find(row.finding), std::string::npos) << account.findings.front();
-    }
+/// What a test's name may hold of a text.
+std::string NameOf(std::string text) {
+    std::replace_if(
+        text.begin(), text.end(), [](unsigned char letter) { return !std::isalnum(letter); }, '_');
+    return text;
 }
+
+class EveryFault : public testing::TestWithParam<Fault> {};
+
+TEST_P(EveryFault, IsFound) {
+    const Fault &row = GetParam();
+    setenv("KVT_FAULT", row.fault, 1);
+    const Account account = Try(RuleCalled(row.rule), FaultyModule());
+    unsetenv("KVT_FAULT");
+    ASSERT_FALSE(account.findings.empty());
+    EXPECT_NE(account.findings.front().find(row.finding), std::string::npos) << account.findings.front();
+}
+
+INSTANTIATE_TEST_SUITE_P(, EveryFault, testing::ValuesIn(kFaults), [](const auto &fault) {
+    return NameOf(std::string(fault.param.fault) + "_by_" + fault.param.rule);
+});
 
 class EveryRule : public testing::TestWithParam<const tools::check::Rule *> {};
 
@@ -117,11 +134,8 @@ std::vector<const tools::check::Rule *> AllRules() {
     return rules;
 }
 
-INSTANTIATE_TEST_SUITE_P(, EveryRule, testing::ValuesIn(AllRules()), [](const auto &rule) {
-    std::string name = rule.param->name;
-    std::replace(name.begin(), name.end(), '-', '_');
-    return name;
-});
+INSTANTIATE_TEST_SUITE_P(, EveryRule, testing::ValuesIn(AllRules()),
+                         [](const auto &rule) { return NameOf(std::string(rule.param->name)); });
 
 TEST(Check, TellsWhatIsWrongWithAFile) {
     const Account account = Try(RuleCalled("file"), FaultyModule());
