@@ -20,22 +20,24 @@ bool Is(const char *text, std::string_view name) { return text && text == name; 
 /// While the host itself works on a picture its pixels can be touched, locked or not.
 class HostAccess {
   public:
-    explicit HostAccess(Picture &picture) : memory_(picture.memory), sealed_(memory_.sealed()) { memory_.Open(); }
+    explicit HostAccess(Picture &picture) : picture_(picture), sealed_(picture.memory.sealed()) {
+        picture.memory.Open();
+    }
     ~HostAccess() {
         if (sealed_)
-            memory_.Seal();
+            picture_.Seal();
     }
     HostAccess(const HostAccess &) = delete;
     HostAccess &operator=(const HostAccess &) = delete;
 
   private:
-    GuardedMemory &memory_;
+    Picture &picture_;
     bool sealed_;
 };
 
 void SealUnlocked(Picture &picture) {
     if (gHost->description.sealsPictures && picture.locks == 0)
-        picture.memory.Seal();
+        picture.Seal();
 }
 
 // Start-up and registration.

@@ -50,7 +50,7 @@ void GuardedMemory::Seal() {
         sealed_ = mprotect(pages_, pageBytes_, PROT_NONE) == 0;
 }
 
-void GuardedMemory::Open() {
+void GuardedMemory::Open() const {
     if (sealed_)
         sealed_ = mprotect(pages_, pageBytes_, PROT_READ | PROT_WRITE) != 0;
 }

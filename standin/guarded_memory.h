@@ -24,14 +24,14 @@ class GuardedMemory {
     std::size_t size() const { return size_; }
     bool sealed() const { return sealed_; }
     void Seal();
-    void Open();
+    void Open() const; ///< changes nothing of what it holds
 
   private:
     unsigned char *data_ = nullptr;
     std::size_t size_ = 0;
     unsigned char *pages_ = nullptr; ///< the accessible pages, between the two guards
     std::size_t pageBytes_ = 0;
-    bool sealed_ = false;
+    mutable bool sealed_ = false;
 };
 
 } // namespace standin

@@ -66,7 +66,10 @@ std::string Picture::Describe() const {
 
 std::string_view Text::bytes() const { return {record.storage + 1, static_cast<std::size_t>(record.length)}; }
 
-unsigned char *Picture::Row(int y) const { return static_cast<unsigned char *>(trueRows[static_cast<std::size_t>(y)]); }
+unsigned char *Picture::Row(int y) const {
+    memory.Open();
+    return static_cast<unsigned char *>(trueRows[static_cast<std::size_t>(y)]);
+}
 
 std::uint32_t Picture::Word(int x, int y) const {
     std::uint32_t word;
@@ -143,6 +146,7 @@ bool Picture::BordersIntact() const {
     const std::ptrdiff_t used = std::ptrdiff_t{width} * kPixelBytes;
     if (pitch == used)
         return true;
+    memory.Open();
     return std::all_of(trueRows.begin(), trueRows.end(), [&](const void *row) {
         const auto *bytes = static_cast<const unsigned char *>(row);
         return AllBorder(bytes + used, bytes + pitch);
@@ -156,7 +160,14 @@ bool Picture::RowTableIntact() const {
     return true;
 }
 
-std::uint64_t Picture::Checksum() const { return Mix(0, memory.data(), memory.size()); }
+std::uint64_t Picture::Checksum() const { return memory.sealed() ? sealedSum : Mix(0, memory.data(), memory.size()); }
+
+void Picture::Seal() {
+    if (memory.sealed())
+        return;
+    sealedSum = Checksum();
+    memory.Seal();
+}
 
 namespace {
 

@@ -79,7 +79,7 @@ struct Picture : Object {
     Picture() : Object(Kind::Picture) {}
     std::string Describe() const override;
 
-    unsigned char *Row(int y) const; ///< its first pixel
+    unsigned char *Row(int y) const; ///< its first pixel; opens the pixels when they are sealed
     std::uint32_t Word(int x, int y) const;
     void SetWord(int x, int y, std::uint32_t word);
     ColorValue ColorAt(int x, int y) const { return ColorOf(layout, Word(x, y)); }
@@ -94,13 +94,16 @@ struct Picture : Object {
     /// Whether the bytes between and around rows are as they were made.
     bool BordersIntact() const;
     bool RowTableIntact() const;    ///< likewise the addresses that the module was handed
-    std::uint64_t Checksum() const; ///< of all pixels and borders
+    std::uint64_t Checksum() const; ///< of all pixels and borders; leaves them sealed
+    /// Makes pixels and borders inaccessible until they are opened again.
+    void Seal();
 
     PictureDescription description;
     int width = 0;
     int height = 0;
     Layout layout = Layout::AlphaLow;
     GuardedMemory memory;
+    std::uint64_t sealedSum = 0;  ///< the checksum of what is sealed, which nobody can change
     std::ptrdiff_t pitch = 0;     ///< bytes from slot to slot
     std::vector<void *> rowTable; ///< of a console picture: as handed to the module
     std::vector<void *> trueRows; ///< where rows really lie
