@@ -83,7 +83,7 @@ void TakePending(Result &result) {
 template <class Body> Result RunRoutine(const std::string &declaration, Body body) {
     Result result;
     gHost->running = declaration;
-    SealPictures(); // those that are not locked stay so until somebody looks at them: that would take most of a test
+    SealPictures(); // for the call and until somebody looks at them: to open them all again would take most of the time
     const InputWatch watch;
     gHost->timeInEntries = {};
     gHost->entered = 0;
