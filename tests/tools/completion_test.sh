@@ -62,29 +62,36 @@ if command -v zsh >/dev/null; then
     mkdir functions
     "$kvt" completion zsh >functions/_kvt
     cat >drive.zsh <<'EOF'
+# Types each line into a shell, asks for its completion, and waits for the text that is wanted, twenty seconds at the
+# most. Tells which did not appear, and what did. usage: drive.zsh LINE WANTED...
+setopt extendedglob
 zmodload zsh/zpty
 zpty shell zsh -f -i
-Read() { local all part; while zpty -r -t shell part 2>/dev/null || { sleep 0.1; zpty -r -t shell part 2>/dev/null; }; do all+=$part; done; print -r -- "$all"; }
+WaitFor() { # TEXT
+    local shown part
+    for _ in {1..400}; do
+        while zpty -r -t shell part 2>/dev/null; do shown+=${part//$'\e['[0-9;?]#[a-zA-Z]/}; done
+        [[ $shown == *"$1"* ]] && return
+        sleep 0.05
+    done
+    print -r -- "zsh: nothing completes to $1, but: ${(V)shown}"
+}
+Settle() { # waits until the shell has answered all that was typed before
+    zpty -w shell 'print set$((1 - 1))tled'
+    WaitFor set0tled
+}
 zpty -w shell "PS1= ; fpath=($PWD/functions \$fpath); autoload -U compinit; compinit -u -d $PWD/dump; zstyle ':completion:*' list-colors ''"
-sleep 1; Read >/dev/null
-for line in "$@"; do
+Settle
+for line wanted in "$@"; do
     zpty -w -n shell "$line"$'\t'
-    sleep 0.7
-    Read
+    WaitFor "$wanted"
     zpty -w -n shell $'\C-u'
-    sleep 0.1
-    Read >/dev/null
+    Settle
 done
 EOF
-    zsh -f drive.zsh 'kvt ap' 'kvt apply photo.png InvertG' 'kvt apply photo.png --layout row' 'kvt apply pho' \
-        'kvt completion ba' >zsh.out 2>&1
-    for wanted in 'kvt apply ' InvertGrayKVT row-table photo.png 'completion bash'; do
-        sed 's/\x1b\[[0-9;?]*[a-zA-Z]//g' zsh.out | grep -qF -- "$wanted" || {
-            echo "zsh: nothing completes to $wanted"
-            cat -v zsh.out
-            failed=1
-        }
-    done
+    missing=$(zsh -f drive.zsh 'kvt ap' 'kvt apply ' 'kvt apply photo.png InvertG' InvertGrayKVT \
+        'kvt apply photo.png --layout row' row-table 'kvt apply pho' photo.png 'kvt completion ba' 'completion bash' 2>&1)
+    [ -z "$missing" ] || { echo "$missing"; failed=1; }
 fi
 
 if command -v mandoc >/dev/null; then
