@@ -47,7 +47,8 @@ SetSanitizerOptions() { # PRESET
     export ASAN_OPTIONS=handle_sigill=1:detect_leaks=1
     unset QEMU_RESERVED_VA
     if [[ $1 == x86-* ]] && EmulatesThirtyTwoBits; then
-        export ASAN_OPTIONS=handle_sigill=1:detect_leaks=0 QEMU_RESERVED_VA=0xbf000000
+        ASAN_OPTIONS+=:detect_leaks=0
+        export QEMU_RESERVED_VA=0xbf000000
     fi
 }
 
