@@ -6,6 +6,7 @@
 #include "bench/small_pictures.h"
 #include "bench/targets.h"
 
+#include "standin/guarded_memory.h"
 #include "tools/samples.h"
 
 #include <CLI/CLI.hpp>
@@ -140,10 +141,11 @@ int Run(int argc, char **argv) {
 } // namespace
 
 int main(int argc, char **argv) {
-    // The heap keeps what is given back to it. Fresh memory is cleared by the system page by page as it is touched, and
-    // would cost the operations that ask for much more than all that they do.
+    // The heap and the host keep what is given back to them. Fresh memory is cleared by the system page by page as it
+    // is touched, and would cost the operations that ask for much more than all that they do.
     mallopt(M_MMAP_MAX, 0);
     mallopt(M_TRIM_THRESHOLD, std::numeric_limits<int>::max());
+    standin::GuardedMemory::KeepLargePieces();
     try {
         return Run(argc, argv);
     } catch (const std::exception &error) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <vector>
 
 namespace standin {
 
@@ -26,11 +27,26 @@ class GuardedMemory {
     void Seal();
     void Open() const; ///< changes nothing of what it holds
 
+    /// From now on the few large pieces given back last are kept, and cleared when memory of their size is asked for
+    /// again: for benchmarks, since new pages cost the system much more, and on some machines their first users too.
+    static void KeepLargePieces();
+
   private:
+    /// Accessible pages, between the two guards.
+    struct Pages {
+        unsigned char *start = nullptr;
+        std::size_t bytes = 0;
+    };
+    static Pages Map(std::size_t bytes);
+    static void Unmap(Pages pages);
+    static Pages TakeKept(std::size_t bytes);
+
+    static bool keepsLargePieces_;
+    static std::vector<Pages> kept_; ///< the oldest first
+
     unsigned char *data_ = nullptr;
     std::size_t size_ = 0;
-    unsigned char *pages_ = nullptr; ///< the accessible pages, between the two guards
-    std::size_t pageBytes_ = 0;
+    Pages pages_;
     mutable bool sealed_ = false;
 };
 
