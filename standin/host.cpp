@@ -38,10 +38,10 @@ class InputWatch {
     InputWatch() {
         if (!gHost->description.watchesInputs)
             return;
-        for (const auto &[handle, object] : gHost->objects)
-            if (!object->dead && !gHost->mayChange.contains(object.get()))
+        for (const Object *object : gHost->living)
+            if (!gHost->mayChange.contains(object))
                 if (const std::optional<std::uint64_t> sum = Sum(*object))
-                    before_.emplace_back(object.get(), *sum);
+                    before_.emplace_back(object, *sum);
     }
     void Report() const {
         for (const auto &[object, sum] : before_)
@@ -67,8 +67,8 @@ class InputWatch {
 
 void SealPictures() {
     if (gHost->description.sealsPictures)
-        for (const auto &[handle, object] : gHost->objects)
-            if (object->kind == Kind::Picture && !object->dead)
+        for (Object *object : gHost->living)
+            if (object->kind == Kind::Picture)
                 static_cast<Picture &>(*object).Seal();
 }
 
@@ -152,9 +152,11 @@ Host::Host(HostDescription description) : state_(std::make_unique<HostState>(std
 
 void Host::Finish() {
     state_->Audit();
-    for (const auto &[handle, object] : state_->objects)
-        if (!std::exchange(object->dead, true))
-            state_->Violation(fmt::format("{} outlives the host", object->Describe()), Concern::References);
+    for (Object *object : state_->living) {
+        object->dead = true;
+        state_->Violation(fmt::format("{} outlives the host", object->Describe()), Concern::References);
+    }
+    state_->living.clear();
 }
 
 // Without memory for a sentence the program ends, which tells as much.
@@ -368,10 +370,7 @@ int Host::CallsOf(std::string_view entry) const {
 
 int Host::HeapRequests() const { return state_->heapRequests; }
 
-std::size_t Host::LivingObjects() const {
-    return static_cast<std::size_t>(std::count_if(state_->objects.begin(), state_->objects.end(),
-                                                  [](const auto &entry) { return !entry.second->dead; }));
-}
+std::size_t Host::LivingObjects() const { return state_->living.size(); }
 
 bool Host::ForceLevel(int level) {
     auto *forced = static_cast<int *>(state_->module->Internal("gForcedLevel"));

@@ -51,6 +51,7 @@ template <class Made> Made &HostState::Adopt(std::unique_ptr<Made> object, void 
     object->references = 1;
     Made &made = *object;
     objects[handle] = std::move(object);
+    living.push_back(&made);
     return made;
 }
 
@@ -185,6 +186,7 @@ void HostState::Release(Object &object) {
 
 void HostState::Die(Object &object) {
     object.dead = true;
+    std::erase(living, &object);
     if (object.kind == Kind::Picture) {
         auto &picture = static_cast<Picture &>(object);
         if (picture.locks > 0 && !Missed("unlockPictureDescription"))
@@ -221,8 +223,8 @@ void HostState::Die(Object &object) {
 
 std::map<const Object *, int> HostState::HeldByFields() {
     std::map<const Object *, int> held;
-    for (const auto &[handle, object] : objects) {
-        if (object->dead || object->kind != Kind::Instance)
+    for (Object *object : living) {
+        if (object->kind != Kind::Instance)
             continue;
         for (const RegisteredProperty &property : static_cast<Instance &>(*object).definition->properties) {
             if (property.type != Type::Picture || !UsesStandardAccess(property))
@@ -253,11 +255,6 @@ void HostState::Audit() {
     int references = 0;
     int locks = strayLocks + locksOfDead;
     int copies = copiesOfDead;
-    std::vector<Object *> living;
-    for (const auto &[handle, object] : objects)
-        if (!object->dead)
-            living.push_back(object.get());
-    std::sort(living.begin(), living.end(), [](const Object *a, const Object *b) { return a->number < b->number; });
     for (Object *object : living) {
         const int extra = object->references - owned(object);
         references += extra;
@@ -301,7 +298,7 @@ void HostState::Audit() {
         if (object->kind == Kind::String)
             static_cast<Text &>(*object).copies.clear();
     }
-    for (Object *object : living)
+    for (Object *object : std::vector<Object *>(living)) // what dies may take others with it
         if (object->references <= 0 && !object->dead)
             Die(*object);
 }

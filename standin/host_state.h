@@ -23,6 +23,7 @@ struct HostState {
     std::unique_ptr<ModuleFile> module;
     std::map<std::string, EntryState, std::less<>> entries;
     std::unordered_map<const void *, std::unique_ptr<Object>> objects; ///< by handle; dead ones stay known
+    std::vector<Object *> living;                                      ///< in the order in which they were made
     int objectsMade = 0;
     std::vector<Breach> violations;
     std::string running; ///< the declaration of the routine that runs

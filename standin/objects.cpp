@@ -36,7 +36,8 @@ std::uint64_t Mix(std::uint64_t sum, const unsigned char *bytes, std::size_t cou
 }
 
 bool AllBorder(const unsigned char *from, const unsigned char *to) {
-    return std::all_of(from, to, [](unsigned char byte) { return byte == kBorder; });
+    return from == to ||
+           (*from == kBorder && std::memcmp(from, from + 1, static_cast<std::size_t>(to - from - 1)) == 0);
 }
 
 const char *AlphaInfoName(std::uint32_t alphaInfo) {
@@ -163,8 +164,10 @@ bool Picture::RowTableIntact() const {
 std::uint64_t Picture::Checksum() const { return memory.sealed() ? sealedSum : Mix(0, memory.data(), memory.size()); }
 
 void Picture::Seal() {
-    if (memory.sealed())
+    constexpr int kMostTimes = 64;
+    if (memory.sealed() || timesSealed == kMostTimes)
         return;
+    ++timesSealed;
     sealedSum = Checksum();
     memory.Seal();
 }

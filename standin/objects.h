@@ -95,7 +95,8 @@ struct Picture : Object {
     bool BordersIntact() const;
     bool RowTableIntact() const;    ///< likewise the addresses that the module was handed
     std::uint64_t Checksum() const; ///< of all pixels and borders; leaves them sealed
-    /// Makes pixels and borders inaccessible until they are opened again.
+    /// Makes pixels and borders inaccessible until they are opened again; so many times, then no more. Each costs the
+    /// system as much as a short call, and many times that where other processes do the same.
     void Seal();
 
     PictureDescription description;
@@ -103,7 +104,8 @@ struct Picture : Object {
     int height = 0;
     Layout layout = Layout::AlphaLow;
     GuardedMemory memory;
-    std::uint64_t sealedSum = 0;  ///< the checksum of what is sealed, which nobody can change
+    std::uint64_t sealedSum = 0; ///< the checksum of what is sealed, which nobody can change
+    int timesSealed = 0;
     std::ptrdiff_t pitch = 0;     ///< bytes from slot to slot
     std::vector<void *> rowTable; ///< of a console picture: as handed to the module
     std::vector<void *> trueRows; ///< where rows really lie
