@@ -53,7 +53,7 @@ struct HostDescription {
     Guard guard = Guard::After;
     bool watchesInputs = true;  ///< after every call, reports pictures, blocks and strings that changed and were not to
     bool scattersRows = true;   ///< of console pictures; rows in order are what a benchmark wants
-    bool sealsPictures = false; ///< pixels are inaccessible while they are not locked
+    bool sealsPictures = false; ///< pixels are inaccessible while they are not locked; see Picture::Seal
     std::string module = {};    ///< the module's file; empty: the one beside the program
 };
 
