@@ -21,6 +21,7 @@ enum class Limit { NotNeeded, Needed };
 
 /// The plain form, as defined.
 template <Limit kLimit> struct InDoubles {
+    static constexpr bool kSlowerThanMemory = true;
     Shares weight;
     Shares tint;
 
@@ -230,9 +231,9 @@ template <class Vector, class To> struct Mostly {
 };
 
 template <class Form> KVT_INLINE void MapPortions(Rows from, Rows to, Area area, Form form) {
-    WriteRows<true>(to, area,
-                    [&](std::int32_t row, std::ptrdiff_t first, std::ptrdiff_t count, unsigned char *pixels)
-                        KVT_INLINE_LAMBDA { form.Map(from[row] + first * 4, pixels, count); });
+    WriteRows<false>(to, area,
+                     [&](std::int32_t row, std::ptrdiff_t first, std::ptrdiff_t count, unsigned char *pixels)
+                         KVT_INLINE_LAMBDA { form.Map(from[row] + first * 4, pixels, count); });
 }
 
 void MapFast(const PictureEditor &source, const PictureEditor &target, Area area, TintedGray tinted) {

@@ -35,10 +35,14 @@ KVT_INLINE void MapPixels(const unsigned char *from, unsigned char *to, std::ptr
     }
 }
 
+/// Whether an operation says so. Stores past the caches would then add to its time: they wait for each other, and the
+/// memory that they save has time enough.
+template <class Op> constexpr bool kIsSlowerThanMemory = requires { requires Op::kSlowerThanMemory; };
+
 /// A walk's pixels over rows of one layout: `area` in the coordinates of all rows alike.
 template <class From, class To, class Op> void MapRows(Rows from, Rows to, Area area, Op op) {
     AtActiveLevel([=]() KVT_INLINE_LAMBDA {
-        WriteRows<To::kReplaces>(
+        WriteRows<To::kReplaces && !kIsSlowerThanMemory<Op>>(
             to, area,
             [=](std::int32_t row, std::ptrdiff_t first, std::ptrdiff_t count, unsigned char *pixels)
                 KVT_INLINE_LAMBDA { MapPixels<From, To>(from[row] + first * From::kBytes, pixels, count, op); });

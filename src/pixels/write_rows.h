@@ -49,11 +49,11 @@ KVT_INLINE void FinishPastCaches() {}
 #endif
 
 /// Calls produce(row, x, count, pixels) for portions that make up the area: it writes `count` pixels, those from
-/// (x, row) on, to `pixels`. That is their place in the target or, where the walk `Replaces` whole pixels, perhaps a
-/// block beside it, so that what stands there says nothing.
-template <bool Replaces, class Produce> KVT_INLINE void WriteRows(Rows to, Area area, Produce produce) {
+/// (x, row) on, to `pixels`. That is their place in the target or perhaps, if it `MayPassCaches`, a block beside it, so
+/// that what stands there says nothing: for walks that replace whole pixels and are as fast as memory.
+template <bool MayPassCaches, class Produce> KVT_INLINE void WriteRows(Rows to, Area area, Produce produce) {
     alignas(kCacheLine) unsigned char block[kPortionPixels * 4];
-    const bool pastCaches = kWritesPastCaches && Replaces && area.Pixels() >= kPastCachesPixels;
+    const bool pastCaches = kWritesPastCaches && MayPassCaches && area.Pixels() >= kPastCachesPixels;
     for (std::int32_t row = area.top; row < area.bottom; ++row) {
         unsigned char *pixels = to[row];
         std::ptrdiff_t count = 0;

@@ -33,14 +33,14 @@ struct Target {
 };
 
 /// Writes the area in portions and returns how many of its pixels were written beside their places.
-template <bool Replaces> std::int64_t Write(const Target &target, Area area) {
+template <bool MayPassCaches> std::int64_t Write(const Target &target, Area area) {
     std::int64_t beside = 0;
-    WriteRows<Replaces>(target.All(), area,
-                        [&](std::int32_t row, std::ptrdiff_t x, std::ptrdiff_t count, unsigned char *pixels) {
-                            beside += pixels == target.All()[row] + x * 4 ? 0 : count;
-                            for (std::ptrdiff_t i = 0; i < count; ++i)
-                                StoreWord(pixels + i * 4, WordAt(row, x + i));
-                        });
+    WriteRows<MayPassCaches>(target.All(), area,
+                             [&](std::int32_t row, std::ptrdiff_t x, std::ptrdiff_t count, unsigned char *pixels) {
+                                 beside += pixels == target.All()[row] + x * 4 ? 0 : count;
+                                 for (std::ptrdiff_t i = 0; i < count; ++i)
+                                     StoreWord(pixels + i * 4, WordAt(row, x + i));
+                             });
     return beside;
 }
 
