@@ -50,8 +50,9 @@ template <class Made> Made &HostState::Adopt(std::unique_ptr<Made> object, void 
     object->handle = handle;
     object->references = 1;
     Made &made = *object;
-    objects[handle] = std::move(object);
-    living.push_back(&made);
+    std::unique_ptr<Object> &kept = objects[handle];
+    kept = std::move(object);
+    living.push_back(kept.get());
     return made;
 }
 
