@@ -477,8 +477,8 @@ void DisposeStringData(REALstringData *data) {
     const EntryScope scope("PluginDisposeStringData");
     if (scope.fails())
         return;
-    for (const auto &[handle, object] : gHost->objects) {
-        if (object->kind != Kind::String || object.get() != data->maker)
+    for (Object *object : gHost->living) { // the dead have given their copies back
+        if (object->kind != Kind::String || object != data->maker)
             continue;
         const auto isIt = [&](const GuardedMemory &copy) {
             return static_cast<const void *>(copy.data()) == data->bytes;

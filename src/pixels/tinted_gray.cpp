@@ -231,6 +231,7 @@ template <class Vector, class To> struct Mostly {
 };
 
 template <class Form> KVT_INLINE void MapPortions(Rows from, Rows to, Area area, Form form) {
+    // Not past the caches: like the plain form, these are slower than memory.
     WriteRows<false>(to, area,
                      [&](std::int32_t row, std::ptrdiff_t first, std::ptrdiff_t count, unsigned char *pixels)
                          KVT_INLINE_LAMBDA { form.Map(from[row] + first * 4, pixels, count); });
