@@ -134,7 +134,9 @@ Host::Host(HostDescription description) : state_(std::make_unique<HostState>(std
     if (gHost)
         throw std::logic_error("one host lives at a time");
     const std::string &file = state_->description.module;
-    state_->module = std::make_unique<ModuleFile>(file.empty() ? ModuleBesideProgram() : file);
+    state_->module = std::make_unique<ModuleFile>(file.empty() ? ModuleBesideProgram() : file,
+                                                  state_->description.keepsModule ? ModuleFile::Unloading::Pretended
+                                                                                  : ModuleFile::Unloading::Real);
     void *start = state_->module->Exported("REALPluginMain");
     if (!start)
         throw std::runtime_error(state_->module->path() + " exports no REALPluginMain");

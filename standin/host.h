@@ -55,6 +55,7 @@ struct HostDescription {
     bool scattersRows = true;   ///< of console pictures; rows in order are what a benchmark wants
     bool sealsPictures = false; ///< pixels are inaccessible while they are not locked; see Picture::Seal
     std::string module = {};    ///< the module's file; empty: the one beside the program
+    bool keepsModule = false;   ///< in memory, for the next host of this process; see ModuleFile::Unloading
 };
 
 /// One reference that the script side holds; null is nil. Ends before its host does.

@@ -2,13 +2,16 @@
 
 #include "standin/elf_file.h"
 
+#include <algorithm>
 #include <cstring>
 #include <dlfcn.h>
 #include <filesystem>
 #include <fstream>
 #include <link.h>
 #include <map>
+#include <span>
 #include <stdexcept>
+#include <unistd.h>
 #include <utility>
 #include <vector>
 
@@ -29,6 +32,58 @@ std::uintptr_t OffsetOf(const std::string &path, const char *name) {
     return offset;
 }
 
+std::uintptr_t LoadAddress(void *handle) {
+    const link_map *map = nullptr;
+    return dlinfo(handle, RTLD_DI_LINKMAP, static_cast<void *>(&map)) == 0 ? map->l_addr : 0;
+}
+
+/// Where the variables of a loaded module lie, the addresses of functions that it imports among them; without what the
+/// loader protected when it was done.
+std::span<unsigned char> VariablesOf(void *handle) {
+    struct Search {
+        std::uintptr_t loadAddress, begin = 0, end = 0, protectedEnd = 0;
+    } search{LoadAddress(handle)};
+    dl_iterate_phdr(
+        [](dl_phdr_info *object, std::size_t, void *data) {
+            auto &found = *static_cast<Search *>(data);
+            if (object->dlpi_addr != found.loadAddress)
+                return 0;
+            for (const auto &part : std::span(object->dlpi_phdr, object->dlpi_phnum)) {
+                const std::uintptr_t begin = object->dlpi_addr + part.p_vaddr;
+                if (part.p_type == PT_LOAD && (part.p_flags & PF_W) != 0) {
+                    found.begin = begin;
+                    found.end = begin + part.p_memsz;
+                } else if (part.p_type == PT_GNU_RELRO) { // whole pages alone can be protected
+                    const auto page = static_cast<std::uintptr_t>(sysconf(_SC_PAGESIZE));
+                    found.protectedEnd = (begin + part.p_memsz) / page * page;
+                }
+            }
+            return 1;
+        },
+        &search);
+    const std::uintptr_t begin = std::max(search.begin, search.protectedEnd);
+    return {reinterpret_cast<unsigned char *>(begin), search.end - begin};
+}
+
+/// A module that stays in memory.
+struct KeptModule {
+    void *handle;
+    std::span<unsigned char> variables;
+    std::vector<unsigned char> fresh; ///< what the variables held when it was loaded
+};
+
+std::map<std::string, KeptModule> &KeptModules() {
+    static std::map<std::string, KeptModule> kept;
+    return kept;
+}
+
+/// Byte by byte, since the address sanitizer would have no function touch what it laid between a module's variables.
+__attribute__((no_sanitize("address"))) void CopyBytes(const unsigned char *from, volatile unsigned char *to,
+                                                       std::size_t bytes) {
+    for (std::size_t i = 0; i < bytes; ++i)
+        to[i] = *static_cast<const volatile unsigned char *>(from + i);
+}
+
 } // namespace
 
 bool ModuleFile::IsLoaded(const std::string &path) {
@@ -36,15 +91,30 @@ bool ModuleFile::IsLoaded(const std::string &path) {
     return loaded && dlclose(loaded) == 0;
 }
 
-ModuleFile::ModuleFile(const std::string &path) : path_(path) {
+ModuleFile::ModuleFile(const std::string &path, Unloading unloading) : path_(path), unloading_(unloading) {
+    if (const auto found = KeptModules().find(path); found != KeptModules().end()) {
+        const KeptModule &kept = found->second;
+        CopyBytes(kept.fresh.data(), kept.variables.data(), kept.fresh.size());
+        handle_ = kept.handle;
+        unloading_ = Unloading::Pretended;
+        return;
+    }
     if (IsLoaded(path))
         throw std::logic_error(path + " is still loaded, so it would not start afresh");
     handle_ = dlopen(path.c_str(), RTLD_LAZY | RTLD_LOCAL);
     if (!handle_)
         throw std::runtime_error(std::string("the module cannot be loaded: ") + dlerror());
+    if (unloading == Unloading::Pretended) {
+        const std::span<unsigned char> variables = VariablesOf(handle_);
+        KeptModule &kept = KeptModules()[path] = {handle_, variables, std::vector<unsigned char>(variables.size())};
+        CopyBytes(variables.data(), kept.fresh.data(), variables.size());
+    }
 }
 
-ModuleFile::~ModuleFile() { dlclose(handle_); }
+ModuleFile::~ModuleFile() {
+    if (unloading_ == Unloading::Real)
+        dlclose(handle_);
+}
 
 void *ModuleFile::Exported(const char *name) const { return dlsym(handle_, name); }
 
@@ -53,11 +123,7 @@ void *ModuleFile::Internal(const char *name) const {
     const auto [found, isNew] = known.try_emplace({path_, name});
     if (isNew)
         found->second = OffsetOf(path_, name);
-    const std::uintptr_t offset = found->second;
-    const link_map *map = nullptr;
-    if (offset == 0 || dlinfo(handle_, RTLD_DI_LINKMAP, static_cast<void *>(&map)) != 0)
-        return nullptr;
-    return reinterpret_cast<void *>(map->l_addr + offset);
+    return found->second == 0 ? nullptr : reinterpret_cast<void *>(LoadAddress(handle_) + found->second);
 }
 
 bool ModuleFile::Redirect(const char *name, void *replacement) const {

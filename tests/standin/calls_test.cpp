@@ -159,12 +159,18 @@ TEST(Modules, ThatCannotPlayTheirPartAreRefused) {
 }
 
 TEST(Modules, StartAfreshWithEveryHost) {
-    for (const Application application : {Application::Desktop, Application::Console, Application::Desktop}) {
-        TestHost host({.application = application});
+    const struct {
+        Application application;
+        bool keepsModule;
+    } kHosts[] = {{Application::Desktop, false}, {Application::Console, false}, {Application::Desktop, false},
+                  {Application::Console, true},  {Application::Desktop, true},  {Application::Console, true}};
+    for (const auto &[application, keepsModule] : kHosts) {
+        TestHost host({.application = application, .keepsModule = keepsModule});
         const Ref picture = host.Make(kFiveByThree);
         EXPECT_TRUE(host.Call(picture, "InvertKVT").value.Is<Ref>())
             << "the kind of the application before is forgotten";
     }
+    EXPECT_TRUE(ModuleFile::IsLoaded(ModuleBesideProgram())) << "the last three had one module";
 }
 
 TEST(InstructionSets, ThatAreForcedAreActive) {

@@ -321,6 +321,7 @@ Outcome Try(const Routine &routine, const Situation &situation, HostDescription 
     namespace platform = kvt::platform;
     platform::Reset();
     description.sealsPictures = true;
+    description.keepsModule = true;
     description.newPicturePadding = 8;
     description.faults = situation.faults;
     const auto &sources = Sources();
