@@ -1,12 +1,15 @@
 #include "tools/check/routines.h"
 
 #include "standin/arguments.h"
+#include "standin/elf_file.h"
 #include "tools/files.h"
 
 #include <algorithm>
 #include <bit>
+#include <elf.h>
 #include <fmt/format.h>
 #include <iterator>
+#include <map>
 #include <random>
 
 namespace tools::check {
@@ -310,6 +313,17 @@ class Caller {
     std::vector<Seen> seen_;
 };
 
+/// Whether nothing but its variables tells a module that was just loaded from one that was used.
+bool RunsNothingWhenLoaded(const std::string &module) {
+    static std::map<std::string, bool> known; // a file stays as it is
+    const auto [found, isNew] = known.try_emplace(module);
+    if (isNew) {
+        const standin::ElfFile file(ReadBytes(module));
+        found->second = file.OwnFunctionsRun(DT_INIT_ARRAYSZ) == 0 && file.OwnFunctionsRun(DT_FINI_ARRAYSZ) == 0;
+    }
+    return found->second;
+}
+
 } // namespace
 
 std::span<const Place> Places() { return kPlaces; }
@@ -321,7 +335,8 @@ standin::HostDescription DescribeHost(const Place &place, const std::string &mod
             .newAlphaPictureAlphaInfo = place.newAlphaInfo % 2 == 1 ? 1u : 2u,
             .newPicturePadding = place.padding,
             .freshWord = 0x5A5A5A5A,
-            .module = module};
+            .module = module,
+            .keepsModule = RunsNothingWhenLoaded(module)};
 }
 
 std::string Routine::Describe() const {

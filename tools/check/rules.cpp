@@ -82,9 +82,8 @@ void CheckFile(const std::string &module, Report &report) {
     if (file.Number(DT_BIND_NOW) || (file.Number(DT_FLAGS).value_or(0) & DF_BIND_NOW) != 0 ||
         (file.Number(DT_FLAGS_1).value_or(0) & DF_1_NOW) != 0)
         report.Found("has all platform functions bound when it is loaded, not when they are called");
-    const std::uintptr_t initialisers = file.Number(DT_INIT_ARRAYSZ).value_or(0) / sizeof(void *);
-    if (initialisers > 1) // one is the C run-time's
-        report.Found(fmt::format("runs {} initialiser(s) of its own when it is loaded", initialisers - 1));
+    if (const std::uintptr_t initialisers = file.OwnFunctionsRun(DT_INIT_ARRAYSZ); initialisers > 0)
+        report.Found(fmt::format("runs {} initialiser(s) of its own when it is loaded", initialisers));
 }
 
 // The start.
@@ -597,7 +596,9 @@ void CheckReload(const std::string &module, Report &report) {
     for (const Place &place : {desktop, console, desktop}) {
         {
             report.Doing(fmt::format("starting; {}", place.name));
-            RunningHost host(DescribeHost(place, module));
+            HostDescription description = DescribeHost(place, module);
+            description.keepsModule = false;
+            RunningHost host(description);
             if (!log.empty() && log != host.StartUpLog())
                 report.Found("registers something else when it is loaded again");
             log = host.StartUpLog();
