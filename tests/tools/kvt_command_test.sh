@@ -352,7 +352,12 @@ import json, sys
 print(*(len(part) for part in json.load(sys.stdin).values()))' <out)"
 
 # A signal ends the processes too, and leaves no half-written file; on a terminal a bar shows how far it is.
-Run 0 sample large.bmp --size 3000x3000
+python3 -c '
+import struct, sys
+width = height = 3000
+header = struct.pack("<2sIHHI IiiHHIIiiII", b"BM", 54 + 3 * width * height, 0, 0, 54,
+                     40, width, height, 1, 24, 0, 0, 0, 0, 0, 0)
+sys.stdout.buffer.write(header + bytes(3 * width * height))' >large.bmp
 for i in 1 2 3 4; do cp large.bmp "in/large$i.bmp"; done
 "$kvt" apply in/large*.bmp InvertKVT -j 4 -o 'late/{name}.bmp' &
 sleep 0.3
