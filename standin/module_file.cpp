@@ -77,11 +77,11 @@ std::map<std::string, KeptModule> &KeptModules() {
     return kept;
 }
 
-/// Byte by byte, since the address sanitizer would have no function touch what it laid between a module's variables.
+/// Byte by byte, since the address sanitizer lets no library function touch what it laid between a module's variables.
 __attribute__((no_sanitize("address"))) void CopyBytes(const unsigned char *from, volatile unsigned char *to,
                                                        std::size_t bytes) {
     for (std::size_t i = 0; i < bytes; ++i)
-        to[i] = *static_cast<const volatile unsigned char *>(from + i);
+        to[i] = from[i];
 }
 
 } // namespace

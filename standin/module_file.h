@@ -11,8 +11,7 @@ class ModuleFile {
     enum class Unloading {
         Real,
         /// Stays in memory for good, and whoever loads the file next finds its variables set back. To a module that
-        /// runs nothing when it is loaded, and so has nothing but variables, that is a load; it takes a tenth of the
-        /// time.
+        /// runs nothing when it is loaded, and so has nothing but variables, that is a load; it takes next to no time.
         Pretended
     };
 

@@ -313,8 +313,9 @@ class Caller {
     std::vector<Seen> seen_;
 };
 
-/// Whether nothing but its variables tells a module that was just loaded from one that was used.
-bool RunsNothingWhenLoaded(const std::string &module) {
+/// Whether the module has nothing run when it is loaded or unloaded: then its variables are all that tells it from one
+/// that was just loaded.
+bool RunsNothingByItself(const std::string &module) {
     static std::map<std::string, bool> known; // a file stays as it is
     const auto [found, isNew] = known.try_emplace(module);
     if (isNew) {
@@ -336,7 +337,7 @@ standin::HostDescription DescribeHost(const Place &place, const std::string &mod
             .newPicturePadding = place.padding,
             .freshWord = 0x5A5A5A5A,
             .module = module,
-            .keepsModule = RunsNothingWhenLoaded(module)};
+            .keepsModule = RunsNothingByItself(module)};
 }
 
 std::string Routine::Describe() const {
