@@ -32,25 +32,29 @@ awk -v script="$script" '
     }
     /<\/body>/ { print "<script>"; while ((getline line <script) > 0) print line; print "</script>" }
     { print }' index.html >tested.html
-Look() { # WIDTH HEIGHT SCHEME    0: dark, 1: light. In a frame, for the browser's own window has a least width.
-    local outcome
-    cat >frame.html <<END
-<!doctype html><html><iframe src="tested.html" style="width:$1px;height:$2px;border:0"></iframe><script>
+Look() { # SCHEME    0: dark, 1: light. In frames, for the browser's own window has a least width.
+    local light outcome
+    light=$([ "$1" = 0 ] && echo dark || echo light)
+    cat >frames.html <<'END'
+<!doctype html><html><iframe src="tested.html" style="width:1280px;height:900px;border:0"></iframe>
+<iframe src="tested.html" style="width:390px;height:844px;border:0"></iframe><script>
 addEventListener('load', () => {
-    document.documentElement.dataset.outcome = frames[0].document.documentElement.dataset.outcome;
+    document.documentElement.dataset.outcome =
+        [frames[0], frames[1]].map((frame) => frame.document.documentElement.dataset.outcome).join('; ');
 });</script></html>
 END
     timeout 120 "$browser" --headless --no-sandbox --disable-gpu --user-data-dir="$folder/profile" \
-        --allow-file-access-from-files --blink-settings=preferredColorScheme="$3" --window-size=1400,1000 \
-        --dump-dom "file://$folder/frame.html" >dom.html 2>browser.log || true
+        --allow-file-access-from-files --blink-settings=preferredColorScheme="$1" --window-size=1400,1000 \
+        --dump-dom "file://$folder/frames.html" >dom.html 2>browser.log || true
     outcome=$(sed -n 's/.*<html[^>]* data-outcome="\([^"]*\)".*/\1/p' dom.html)
     echo "${outcome:-the browser gave no outcome: $(tail -n 3 browser.log)}"
-    case $outcome in "0 failed of "*" at $1 pixels, $([ "$3" = 0 ] && echo dark || echo light): ") ;; *) failed=1 ;; esac
+    case $outcome in
+    "0 failed of "*" at 1280 pixels, $light: ; 0 failed of "*" at 390 pixels, $light: ") ;;
+    *) failed=1 ;;
+    esac
 }
-Look 1280 900 1
-Look 1280 900 0
-Look 390 844 1
-Look 390 844 0
+Look 1
+Look 0
 
 # What the page says to copy works in its folder.
 kvt() { "$kvt" "$@"; }
