@@ -380,7 +380,7 @@ bool Host::ForceLevel(int level) {
         return false;
     *forced = level;
     const Ref probe = Make({});
-    Call(probe, "isWhiteKVT");
+    Call(probe, "ChangeSaturationKVT", 1); // has a form for every level
     return level < 0 || ActiveLevel() == level;
 }
 

@@ -1,5 +1,6 @@
 #include "analysis/find_picture.h"
 
+#include "kernels/area.h"
 #include "pixels/open.h"
 #include "support/memory.h"
 
@@ -7,24 +8,44 @@
 #include <limits>
 
 namespace kvt {
+
+/// A color looked for at a place; 0x00RRGGBB.
+struct Sought {
+    Point at;
+    std::uint32_t color;
+};
+
+} // namespace kvt
+
+#define KVT_KERNELS "analysis/find_picture_kernel.h"
+#include "kernels/each_level.h"
+
+namespace kvt {
 namespace {
 
 enum class Outcome { Found, Missing, Unfinished };
 
-std::int64_t PixelsOf(const PictureEditor &editor) { return std::int64_t{editor.width} * editor.height; }
+std::int64_t SizeOf(const PictureEditor &editor) { return std::int64_t{editor.width} * editor.height; }
+
+/// As a host color.
+std::uint32_t ColorAt(const PictureEditor &source, Point at) {
+    const Rgb pixel = Channels(LayoutOf(source), LoadWord(AddressOf(RowsOf(source), at)));
+    return Word(kRowTable, pixel);
+}
 
 /// The first pixel of the needle that differs from its first one, which tells more than any of those before it; the
 /// first one again in a needle of one color.
 Point SecondProbe(const PictureEditor &needle) {
-    const Rgb first = PixelAt(needle, Point{0, 0});
-    Point at{0, 0};
-    while (at.y < needle.height && All(needle, Area{0, at.y, needle.width, at.y + 1}, IsColor{first}))
-        ++at.y;
-    if (at.y == needle.height)
-        return {0, 0};
-    while (PixelAt(needle, at) == first)
-        ++at.x;
-    return at;
+    const std::uint32_t first = ColorAt(needle, Point{0, 0});
+    for (Point at{0, 0}; at.y < needle.height; ++at.y)
+        for (at.x = 0; at.x < needle.width; ++at.x)
+            if (ColorAt(needle, at) != first)
+                return at;
+    return {0, 0};
+}
+
+std::int64_t Equal(const PictureEditor &haystack, Point at, const PictureEditor &needle) {
+    return KVT_SELECT(EqualPixels)(PixelsOf(haystack), at, PixelsOf(needle), needle.width, needle.height);
 }
 
 /// What it costs to come to a place and begin a comparison, in pixels compared.
@@ -34,20 +55,20 @@ constexpr std::int64_t kPlaceCost = 64;
 /// differ; Unfinished, with the next place in `at`, when `budget` pixels were compared in vain.
 Outcome SearchByProbes(const PictureEditor &haystack, const PictureEditor &needle, std::int64_t budget, Point &at) {
     const Point second = SecondProbe(needle);
-    const Rgb firstColor = PixelAt(needle, Point{0, 0});
-    const Rgb secondColor = PixelAt(needle, second);
+    const std::uint32_t firstColor = ColorAt(needle, Point{0, 0});
+    const std::uint32_t secondColor = ColorAt(needle, second);
     const std::int32_t endX = haystack.width - needle.width + 1;
     const std::int32_t endY = haystack.height - needle.height + 1;
     for (; at.y < endY; ++at.y, at.x = 0) {
         for (;; ++at.x) {
             if (budget < 0)
                 return Outcome::Unfinished;
-            at.x = FirstOfColors(haystack, at.x, endX, Sought{{0, at.y}, firstColor},
+            at.x = KVT_SELECT(FirstOfColors)(PixelsOf(haystack), at.x, endX, Sought{{0, at.y}, firstColor},
                                  Sought{{second.x, at.y + second.y}, secondColor});
             if (at.x == endX)
                 break;
-            const std::int64_t equal = EqualPixels(haystack, at, needle);
-            if (equal == PixelsOf(needle))
+            const std::int64_t equal = Equal(haystack, at, needle);
+            if (equal == SizeOf(needle))
                 return Outcome::Found;
             budget -= equal + kPlaceCost;
         }
@@ -70,7 +91,6 @@ KVT_INLINE constexpr std::uint32_t Modulo(std::uint64_t value) {
     return folded >= kPrime ? folded - kPrime : folded;
 }
 
-KVT_INLINE std::uint32_t Digit(Rgb pixel) { return RowTable::Word(pixel); }
 KVT_INLINE std::uint32_t Digit(std::uint32_t hash) { return hash; }
 
 /// The hash of a sequence that becomes one digit longer.
@@ -97,7 +117,8 @@ template <std::uint32_t kBase> struct Move {
 
 void HashColumns(const PictureEditor &source, std::int32_t top, std::int32_t height, std::uint32_t *hashes) {
     for (std::int32_t y = top; y < top + height; ++y)
-        FoldColumns(source, 0, source.width, hashes, Lengthen<kColumnBase>{}, y);
+        for (std::int32_t x = 0; x < source.width; ++x)
+            hashes[x] = Lengthen<kColumnBase>{}(hashes[x], ColorAt(source, {x, y}));
 }
 
 /// The leftmost of `places` places, numbered from 0, whose columns are together hashed as `sought` and that `isIt` says
@@ -148,7 +169,7 @@ Outcome SearchByHashes(const PictureEditor &haystack, const PictureEditor &needl
     for (std::int32_t y = at.y;; ++y) {
         const std::int32_t x =
             FirstOfHash(columns.data(), places, moveRight, needle.width, sought, [&](std::int32_t place) {
-                return EqualPixels(haystack, Point{place, y}, needle) == PixelsOf(needle);
+                return Equal(haystack, Point{place, y}, needle) == SizeOf(needle);
             });
         if (x < places) {
             at = {x, y};
@@ -156,7 +177,8 @@ Outcome SearchByHashes(const PictureEditor &haystack, const PictureEditor &needl
         }
         if (y + needle.height == haystack.height)
             return Outcome::Missing;
-        FoldColumns(haystack, 0, haystack.width, columns.data(), moveDown, y + needle.height, y);
+        for (std::int32_t i = 0; i < haystack.width; ++i)
+            columns[i] = moveDown(columns[i], ColorAt(haystack, {i, y + needle.height}), ColorAt(haystack, {i, y}));
     }
 }
 
@@ -166,7 +188,7 @@ bool FindNeedle(const PictureEditor &haystack, const PictureEditor &needle, Poin
     if (needle.width < 1 || needle.height < 1 || needle.width > haystack.width || needle.height > haystack.height)
         return false;
     Point at{0, 0};
-    Outcome outcome = SearchByProbes(haystack, needle, PixelsOf(haystack), at);
+    Outcome outcome = SearchByProbes(haystack, needle, SizeOf(haystack), at);
     if (outcome == Outcome::Unfinished)
         outcome = SearchByHashes(haystack, needle, at);
     if (outcome == Outcome::Unfinished)

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "pixels/scan.h"
+#include "kernels/point.h"
 
 namespace kvt {
 

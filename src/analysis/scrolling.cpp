@@ -4,7 +4,7 @@
 #include "host/entries.h"
 #include "pixels/open.h"
 #include "pixels/picture_lock.h"
-#include "pixels/rotate.h"
+#include "kernels/rotate.h"
 
 #include <algorithm>
 

@@ -1,13 +1,26 @@
 #include "color/channels.h"
 
 #include "pixels/open.h"
-#include "pixels/walk.h"
 #include "support/exceptions.h"
+
+#include <cstdint>
+
+namespace kvt {
+
+// Channels as host colors.
+constexpr std::uint32_t kRed = 0xFF0000;
+constexpr std::uint32_t kGreen = 0x00FF00;
+constexpr std::uint32_t kBlue = 0x0000FF;
+
+} // namespace kvt
+
+#define KVT_KERNELS "color/channels_kernel.h"
+#include "kernels/each_level.h"
 
 namespace kvt {
 namespace {
 
-template <class Op> REALpictureStruct *ReplaceChannel(REALpictureStruct *picture, REALpictureStruct *channel, Op op) {
+REALpictureStruct *ReplaceChannel(REALpictureStruct *picture, REALpictureStruct *channel, std::uint32_t channelBits) {
     if (!channel) {
         RaiseNilObject("The channel picture is nil.");
         return nullptr;
@@ -21,38 +34,23 @@ template <class Op> REALpictureStruct *ReplaceChannel(REALpictureStruct *picture
     OpenWriter result{*receiver, NewPicture::SameSize};
     if (!result)
         return nullptr;
-    Combine(*result, AreaOf(*receiver, kWholePicture), op, *receiver, *replacement);
+    KVT_SELECT(ReplaceBits)(JobOf(*result, AreaOf(*receiver, kWholePicture), *receiver, *replacement),
+                            channelBits);
     return result.Render();
 }
-
-struct TakeRed {
-    KVT_INLINE Rgb operator()(Rgb kept, Rgb channel) const { return {channel.red, kept.green, kept.blue}; }
-};
-
-struct TakeGreen {
-    KVT_INLINE Rgb operator()(Rgb kept, Rgb channel) const { return {kept.red, channel.green, kept.blue}; }
-};
-
-struct TakeBlue {
-    KVT_INLINE Rgb operator()(Rgb kept, Rgb channel) const { return {kept.red, kept.green, channel.blue}; }
-};
-
-struct OneChannelEach {
-    KVT_INLINE Rgb operator()(Rgb reds, Rgb greens, Rgb blues) const { return {reds.red, greens.green, blues.blue}; }
-};
 
 } // namespace
 
 REALpictureStruct *ReplaceRedChannel(REALpictureStruct *picture, REALpictureStruct *channel) {
-    return ReplaceChannel(picture, channel, TakeRed{});
+    return ReplaceChannel(picture, channel, kRed);
 }
 
 REALpictureStruct *ReplaceGreenChannel(REALpictureStruct *picture, REALpictureStruct *channel) {
-    return ReplaceChannel(picture, channel, TakeGreen{});
+    return ReplaceChannel(picture, channel, kGreen);
 }
 
 REALpictureStruct *ReplaceBlueChannel(REALpictureStruct *picture, REALpictureStruct *channel) {
-    return ReplaceChannel(picture, channel, TakeBlue{});
+    return ReplaceChannel(picture, channel, kBlue);
 }
 
 REALpictureStruct *CombinePicturesKVT(REALpictureStruct *red, REALpictureStruct *blue, REALpictureStruct *green) {
@@ -68,7 +66,7 @@ REALpictureStruct *CombinePicturesKVT(REALpictureStruct *red, REALpictureStruct 
     OpenWriter result{*reds, NewPicture::SameSize};
     if (!result)
         return nullptr;
-    Combine(*result, AreaOf(*reds, kWholePicture), OneChannelEach{}, *reds, *greens, *blues);
+    KVT_SELECT(Combine)(JobOf(*result, AreaOf(*reds, kWholePicture), *reds, *greens, *blues));
     return result.Render();
 }
 

@@ -2,20 +2,16 @@
 
 #include "host/entries.h"
 #include "pixels/open.h"
-#include "pixels/walk.h"
 
 #include <cstring>
+
+#define KVT_KERNELS "color/counting_kernel.h"
+#include "kernels/each_level.h"
 
 namespace kvt {
 namespace {
 
 constexpr std::int32_t kHistogramBytes = 1024;
-
-struct Histograms {
-    std::uint32_t red[256];
-    std::uint32_t green[256];
-    std::uint32_t blue[256];
-};
 
 /// The block in one of the caller's three variables.
 struct Block {
@@ -40,15 +36,44 @@ Block BlockIn(REALmemoryBlockStruct **variable) {
 
 /// Neighbors count in turn into histograms of their own: they often have the same levels, and a counter that was just
 /// written is read again with a delay.
-constexpr std::size_t kTurns = 4;
+constexpr std::ptrdiff_t kTurns = 8;
 
-/// Counters are the host's memory and may lie at any address.
-void Add(unsigned char *counters, const Histograms (&counts)[kTurns], std::uint32_t (Histograms::*channel)[256]) {
+/// How often each level occurs in each of a pixel's color bytes, which are numbered from the lowest.
+struct Counts {
+    std::uint32_t turns[kTurns][3][256];
+};
+
+/// `kFirst` is the lowest color byte.
+template <int kFirst> void CountRow(const unsigned char *pixels, std::ptrdiff_t count, Counts &counts) {
+    const auto add = [&](std::ptrdiff_t x, std::ptrdiff_t turn) KVT_INLINE_LAMBDA {
+        const std::uint32_t colors = LoadWord(pixels + x * 4) >> 8 * kFirst;
+        ++counts.turns[turn][0][colors & 255];
+        ++counts.turns[turn][1][colors >> 8 & 255];
+        ++counts.turns[turn][2][colors >> 16 & 255];
+    };
+    std::ptrdiff_t x = 0;
+    for (; x + kTurns <= count; x += kTurns)
+        for (std::ptrdiff_t turn = 0; turn < kTurns; ++turn)
+            add(x + turn, turn);
+    for (std::ptrdiff_t turn = 0; x < count; ++x, ++turn)
+        add(x, turn);
+}
+
+void CountPixels(const PictureEditor &source, Area area, Counts &counts) {
+    if (area.Empty())
+        return;
+    const auto countRow = LayoutOf(source).other == 0 ? CountRow<1> : CountRow<0>;
+    for (std::int32_t row = area.top; row < area.bottom; ++row)
+        countRow(RowsOf(source)[row] + std::ptrdiff_t{area.left} * 4, area.right - area.left, counts);
+}
+
+/// Adds a color byte's counts. Counters are the host's memory and may lie at any address.
+void Add(unsigned char *counters, const Counts &counts, int byte) {
     for (std::ptrdiff_t level = 0; level < 256; ++level) {
         std::uint32_t counter;
         std::memcpy(&counter, counters + level * 4, sizeof counter);
-        for (const Histograms &histograms : counts)
-            counter += (histograms.*channel)[level];
+        for (const auto &turn : counts.turns)
+            counter += turn[byte][level];
         std::memcpy(counters + level * 4, &counter, sizeof counter);
     }
 }
@@ -65,15 +90,13 @@ std::int32_t AddHistograms(REALpictureStruct *picture, const Block &first, const
     if (!reds || !greens || !blues)
         return -1;
     const Area area = AreaOf(*source, kWholePicture);
-    Histograms counts[kTurns] = {};
-    ForEach<kTurns>(*source, area, [&](Rgb pixel, std::size_t turn) KVT_INLINE_LAMBDA {
-        ++counts[turn].red[pixel.red];
-        ++counts[turn].green[pixel.green];
-        ++counts[turn].blue[pixel.blue];
-    });
-    Add(reds, counts, &Histograms::red);
-    Add(greens, counts, &Histograms::green);
-    Add(blues, counts, &Histograms::blue);
+    Counts counts = {};
+    CountPixels(*source, area, counts);
+    const Layout &layout = LayoutOf(*source);
+    const int lowest = layout.other == 0 ? 1 : 0;
+    Add(reds, counts, layout.red - lowest);
+    Add(greens, counts, layout.green - lowest);
+    Add(blues, counts, layout.blue - lowest);
     return static_cast<std::int32_t>(area.Pixels());
 }
 
@@ -83,7 +106,8 @@ std::int32_t CountColorKVT(REALpictureStruct *picture, std::uint32_t color) {
     const OpenReader source{picture};
     if (!source)
         return 0;
-    return static_cast<std::int32_t>(Count(*source, AreaOf(*source, kWholePicture), IsColor{RgbOfColor(color)}));
+    return static_cast<std::int32_t>(
+        KVT_SELECT(CountColor)(PixelsOf(*source), AreaOf(*source, kWholePicture), color));
 }
 
 void CountColorsKVT(REALpictureStruct *picture, REALmemoryBlockStruct **red, REALmemoryBlockStruct **blue,

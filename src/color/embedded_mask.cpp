@@ -2,18 +2,11 @@
 
 #include "host/entries.h"
 #include "pixels/open.h"
-#include "pixels/walk.h"
+
+#define KVT_KERNELS "color/embedded_mask_kernel.h"
+#include "kernels/each_level.h"
 
 namespace kvt {
-namespace {
-
-struct MaybeSwapped {
-    std::int32_t flip; ///< 255 or 0: value ^ 255 is 255 - value
-    KVT_INLINE Rgb operator()(Rgb pixel) const { return GrayLevel(pixel.red ^ flip); }
-};
-
-} // namespace
-
 REALpictureStruct *GetEmbededMask(REALpictureStruct *picture, signed char swap) {
     const OpenReader source{picture};
     if (!source)
@@ -21,7 +14,7 @@ REALpictureStruct *GetEmbededMask(REALpictureStruct *picture, signed char swap) 
     OpenWriter result{*source, NewPicture::SameSize};
     if (!result)
         return nullptr;
-    MapFromMask(*source, *result, AreaOf(*source, kWholePicture), MaybeSwapped{swap ? 255 : 0});
+    KVT_SELECT(ReadMask)(JobOf(*result, AreaOf(*source, kWholePicture), *source), swap != 0);
     return result.Render();
 }
 
@@ -34,7 +27,7 @@ void SetEmbededMask(REALpictureStruct *picture, signed char swap, REALpictureStr
     const OpenReader values{mask};
     if (!values)
         return;
-    MapToMask(*values, *receiver, AreaOf(*receiver, kWholePicture), MaybeSwapped{swap ? 255 : 0});
+    KVT_SELECT(WriteMask)(JobOf(*receiver, AreaOf(*receiver, kWholePicture), *values, *receiver), swap != 0);
 }
 
 unsigned char PictureHasMask(REALpictureStruct *picture) {

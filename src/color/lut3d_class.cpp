@@ -1,7 +1,11 @@
 #include "color/lut3d_class.h"
 
-#include "pixels/map_picture.h"
+#include "kernels/map_picture.h"
 #include "support/instance_data.h"
+
+#define KVT_KERNELS "color/lut3d_kernel.h"
+#define KVT_WITH_AVX512
+#include "kernels/each_level.h"
 
 namespace kvt {
 namespace {
@@ -28,7 +32,8 @@ unsigned char Lut3DRun(REALobjectStruct *instance) {
     Lut3DClassData &data = DataOf(instance);
     ReleasePicture(data.destinationPicture);
     data.destinationPicture = MapPicture(data.sourcePicture, NewPicture::LikeSource,
-                                         Bounds{data.minX, data.minY, data.maxX, data.maxY}, ThroughGrid{&data.table});
+                                         Bounds{data.minX, data.minY, data.maxX, data.maxY},
+                                         KVT_SELECT(Interpolate), &data.table);
     return data.destinationPicture != nullptr;
 }
 

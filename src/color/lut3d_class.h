@@ -2,12 +2,20 @@
 
 #include "host/handles.h"
 #include "host/records.h"
-#include "pixels/tetrahedral.h"
 
 #include <cstddef>
 #include <cstdint>
 
 namespace kvt {
+
+/// Grid points an axis that are stored; the first 16 stand for the levels 0, 17, ... 255 and are the ones that count.
+inline constexpr std::uint32_t kGridPoints = 18;
+inline constexpr std::int32_t kGridLevels = 16;
+inline constexpr std::int32_t kGridSpacing = 17;
+inline constexpr std::uint32_t kGridChannels = 3;
+
+/// Outputs by red, green, blue and output channel, on the scale 0..255. Any double will do.
+using ColorGrid = double[kGridPoints][kGridPoints][kGridPoints][kGridChannels];
 
 /// Instance data of PictureLut3DKVT. The host reads and writes all but the table itself, at these offsets. It hands out
 /// zeros: nil pictures, bounds that stand for the whole picture, a black table.

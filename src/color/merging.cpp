@@ -1,19 +1,11 @@
 #include "color/merging.h"
 
 #include "pixels/open.h"
-#include "pixels/walk.h"
 
-#include <cstdint>
+#define KVT_KERNELS "color/merging_kernel.h"
+#include "kernels/each_level.h"
 
 namespace kvt {
-namespace {
-
-struct Lighter {
-    KVT_INLINE std::uint8_t operator()(std::uint8_t a, std::uint8_t b) const { return Higher(a, b); }
-};
-
-} // namespace
-
 REALpictureStruct *MergePicture(REALpictureStruct *source1, REALpictureStruct *source2) {
     if (!source1 || !source2)
         return nullptr;
@@ -26,7 +18,7 @@ REALpictureStruct *MergePicture(REALpictureStruct *source1, REALpictureStruct *s
     OpenWriter result{*first, NewPicture::SameSize};
     if (!result)
         return nullptr;
-    CombineLevels(*result, AreaOf(*first, kWholePicture), Lighter{}, *first, *second);
+    KVT_SELECT(Merge)(JobOf(*result, AreaOf(*first, kWholePicture), *first, *second));
     return result.Render();
 }
 

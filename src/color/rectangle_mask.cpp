@@ -1,22 +1,18 @@
 #include "color/rectangle_mask.h"
 
-#include "pixels/bit_lines.h"
+#include "kernels/bit_lines.h"
+#include "kernels/paint.h"
+#include "kernels/point.h"
 #include "pixels/open.h"
-#include "pixels/paint.h"
-#include "pixels/scan.h"
+
+#define KVT_KERNELS "color/rectangle_mask_kernel.h"
+#include "kernels/each_level.h"
 
 namespace kvt {
 namespace {
 
-struct IsColored {
-    template <class Layout> KVT_INLINE bool operator()(WholePixel<Layout> pixel) const { return !pixel.IsGray(); }
-};
-
-/// Whether a row of a column lies above the end of the lowest box that has taken in the column so far.
-struct IsBlack {
-    const std::int32_t *blackRows;
-    KVT_INLINE bool operator()(std::ptrdiff_t x, std::int32_t y) const { return y < blackRows[x]; }
-};
+constexpr std::uint32_t kWhite = 0xFFFFFF;
+constexpr std::uint32_t kBlack = 0;
 
 /// The mask's two halves, between which the new picture is made.
 class ColorRectangles {
@@ -44,8 +40,10 @@ ColorRectangles::ColorRectangles(const PictureEditor &source, Area area)
     : columns_(source.width, source.height), rows_(source.height, source.width), blackRows_(source.width) {
     if (!*this || area.Empty())
         return;
+    const Pixels pixels = PixelsOf(source);
+    const auto mark = KVT_SELECT(MarkColored);
     for (std::int32_t y = area.top; y < area.bottom; ++y)
-        MarkPassing(source, y, area.left, area.right, &rows_.Word(y, 0), IsColored{});
+        mark(pixels.layout, pixels.rows[y], area.left, area.right, &rows_.Word(y, 0));
     Transpose(rows_, columns_);
 }
 
@@ -122,7 +120,7 @@ void ColorRectangles::Draw(const PictureEditor &target) {
                     Take(Grow(Point{word * kWordBits + std::countr_zero(marks), y}));
             }
         }
-        Paint(target, Area{0, y, width, y + 1}, GrayLevel(255), GrayLevel(0), IsBlack{blackRows_.data()});
+        Paint(target, Area{0, y, width, y + 1}, kWhite, kBlack, nullptr, blackRows_.data());
     }
 }
 

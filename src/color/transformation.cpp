@@ -1,6 +1,6 @@
 #include "color/transformation.h"
 
-#include "pixels/channel_tables.h"
+#include "kernels/channel_tables.h"
 #include "support/exceptions.h"
 #include "support/rb_data.h"
 
@@ -47,7 +47,7 @@ REALpictureStruct *TransformColorsKVT(REALpictureStruct *picture, REALmemoryBloc
     if (!result)
         return nullptr;
     const ChannelTables tables{TableIn(reds), TableIn(greens), TableIn(blues)};
-    Map(*source, *result, AreaOf(*source, kWholePicture), ThroughTables{&tables});
+    MapThroughTables(JobOf(*result, AreaOf(*source, kWholePicture), *source), tables);
     return result.Render();
 }
 

@@ -1,16 +1,28 @@
 #include "output/waveform.h"
 
 #include "host/entries.h"
+#include "kernels/paint.h"
 #include "output/wu_line.h"
 #include "pixels/open.h"
-#include "pixels/paint.h"
 #include "pixels/picture_helpers.h"
 #include "support/exceptions.h"
 #include "support/memory.h"
 
 #include <algorithm>
-#include <cstring>
 #include <limits>
+
+namespace kvt {
+
+/// The sums of the samples below and above 0.
+struct Sums {
+    std::int64_t negative;
+    std::int64_t positive;
+};
+
+} // namespace kvt
+
+#define KVT_KERNELS "output/waveform_kernel.h"
+#include "kernels/each_level.h"
 
 namespace kvt {
 namespace {
@@ -46,42 +58,10 @@ struct Samples {
     std::int32_t count;
 };
 
-/// The sums of the samples below and above 0.
-struct Sums {
-    std::int64_t negative;
-    std::int64_t positive;
-};
-
-/// As many samples as two sums of 32 bits can take.
-constexpr std::int64_t kSumBlock = 65535;
-
-template <class Sample> Sums SumOf(const unsigned char *bytes, std::int64_t count, std::int32_t flip) {
-    constexpr std::int32_t kSilence = 1 << (8 * sizeof(Sample) - 1);
-    return AtActiveLevel([=]() KVT_INLINE_LAMBDA {
-        Sums sums = {};
-        for (std::int64_t first = 0; first < count; first += kSumBlock) {
-            const unsigned char *block = bytes + first * static_cast<std::int64_t>(sizeof(Sample));
-            const auto length = static_cast<std::ptrdiff_t>(std::min(count - first, kSumBlock));
-            std::int32_t negative = 0;
-            std::int32_t positive = 0;
-            for (std::ptrdiff_t i = 0; i < length; ++i) {
-                Sample stored;
-                std::memcpy(&stored, block + i * static_cast<std::ptrdiff_t>(sizeof stored), sizeof stored);
-                const std::int32_t level = (stored ^ flip) - kSilence;
-                negative += level < 0 ? level : 0;
-                positive += level > 0 ? level : 0;
-            }
-            sums.negative += negative;
-            sums.positive += positive;
-        }
-        return sums;
-    });
-}
-
 Sums SumOf(const Samples &samples, std::int64_t first, std::int64_t count) {
     const unsigned char *bytes = samples.bytes + first * samples.kind->bytes;
-    return samples.kind->bytes == 1 ? SumOf<std::uint8_t>(bytes, count, samples.kind->flip)
-                                    : SumOf<std::uint16_t>(bytes, count, samples.kind->flip);
+    return samples.kind->bytes == 1 ? KVT_SELECT(SumOfBytes)(bytes, count, samples.kind->flip)
+                                    : KVT_SELECT(SumOfShorts)(bytes, count, samples.kind->flip);
 }
 
 /// The two level series, one entry a column: first mean levels, then rows below the center row. An average that
@@ -151,28 +131,22 @@ template <class Integer> Integer Limit(std::int64_t value) {
     return static_cast<Integer>(std::clamp<std::int64_t>(value, Range::min(), Range::max()));
 }
 
-/// The rows from `top` to `bottom`, both included, that a column's two halves cover.
-struct Bar {
-    std::int32_t top;
-    std::int32_t bottom;
+/// The rows of each column that its two halves cover: both begin at the center row, so together they are one bar.
+struct Bars {
+    explicit Bars(std::int32_t width) : tops(width), ends(width) {}
+    explicit operator bool() const { return tops && ends; }
+    ClearBuffer<std::int32_t> tops;
+    ClearBuffer<std::int32_t> ends; ///< the row below the last one
 };
 
-/// Both halves begin at the center row, so together they are one bar.
-void FindBars(const Envelopes &levels, std::int32_t height, ClearBuffer<Bar> &bars) {
+void FindBars(const Envelopes &levels, std::int32_t height, Bars &bars) {
     const std::int32_t middle = height / 2;
     for (std::int32_t column = 0; column < levels.columns; ++column) {
         const std::int32_t negative = Truncate(middle + levels.negative[column]);
         const std::int32_t positive = Truncate(middle + levels.positive[column]);
-        bars[column] = {std::clamp(std::min({middle, negative, positive}), 0, height - 1),
-                        std::clamp(std::max({middle, negative, positive}), 0, height - 1)};
+        bars.tops[column] = std::clamp(std::min({middle, negative, positive}), 0, height - 1);
+        bars.ends[column] = std::clamp(std::max({middle, negative, positive}), 0, height - 1) + 1;
     }
-}
-
-/// Background and bars in one go, row by row as the picture's memory lies.
-void PaintBars(const PictureEditor &picture, Area area, const ClearBuffer<Bar> &bars, Rgb back, Rgb fore) {
-    Paint(picture, area, back, fore, [bar = bars.data()](std::ptrdiff_t x, std::int32_t y) KVT_INLINE_LAMBDA {
-        return (y >= bar[x].top) & (y <= bar[x].bottom);
-    });
 }
 
 /// Hands the two polylines along the envelopes to `draw`, as (x, y) to (x, y): column by column, first the negative
@@ -247,7 +221,7 @@ REALpictureStruct *RenderSamples(REALmemoryBlockStruct *samples, std::int32_t sa
     if (!bytes)
         return nullptr;
     Envelopes levels(columns);
-    ClearBuffer<Bar> bars(columns);
+    Bars bars(columns);
     if (!levels || !bars)
         return nullptr;
     const double peak = Bin({kind, bytes, count}, levels);
@@ -257,7 +231,7 @@ REALpictureStruct *RenderSamples(REALmemoryBlockStruct *samples, std::int32_t sa
     OpenWriter result{columns, rows};
     if (!result)
         return nullptr;
-    PaintBars(*result, Area{0, 0, columns, rows}, bars, RgbOfColor(backColor), RgbOfColor(foreColor));
+    Paint(*result, AreaOf(*result, kWholePicture), backColor, foreColor, bars.tops.data(), bars.ends.data());
     if (outlineWidth == 1)
         DrawThinOutline(*result, levels, rows);
     REALpictureStruct *picture = result.Render();

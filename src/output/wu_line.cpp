@@ -1,6 +1,6 @@
 #include "output/wu_line.h"
 
-#include "pixels/paint.h"
+#include "kernels/paint.h"
 
 #include <algorithm>
 #include <utility>
@@ -89,22 +89,18 @@ void TraceWuLine(std::int32_t width, std::int32_t height, std::int16_t x0, std::
     plot(x1, y1, 0);
 }
 
-template <class Layout> Blender<Layout> OutlineBlender(const PictureEditor &editor) {
+Blender OutlineBlender(const PictureEditor &editor) {
     return {editor, Rgb{gOutLineColorR, gOutLineColorG, gOutLineColorB}};
 }
 
 } // namespace
 
 void DrawPixel(const PictureEditor &editor, std::int32_t x, std::int32_t y, std::int32_t intensity) {
-    WithLayout(editor, [&](auto layout) {
-        OutlineBlender<decltype(layout)>(editor)(x, y, static_cast<std::uint32_t>(intensity));
-    });
+    OutlineBlender(editor)(x, y, static_cast<std::uint32_t>(intensity));
 }
 
 void DrawWuLine(const PictureEditor &editor, std::int16_t x0, std::int16_t y0, std::int16_t x1, std::int16_t y1) {
-    WithLayout(editor, [&](auto layout) {
-        TraceWuLine(editor.width, editor.height, x0, y0, x1, y1, OutlineBlender<decltype(layout)>(editor));
-    });
+    TraceWuLine(editor.width, editor.height, x0, y0, x1, y1, OutlineBlender(editor));
 }
 
 } // namespace kvt

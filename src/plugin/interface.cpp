@@ -14,8 +14,9 @@
 #include "output/waveform.h"
 #include "plugin/console_flags.h"
 #include "tone/contrast_brightness.h"
-#include "tone/custom_saturation.h"
+#include "tone/custom.h"
 #include "tone/inversion.h"
+#include "tone/saturation.h"
 #include "tone/tint.h"
 
 #include <cstddef>

@@ -1,21 +1,12 @@
 #include "tone/inversion.h"
 
-#include "pixels/map_picture.h"
+#include "kernels/map_picture.h"
+
+#define KVT_KERNELS "tone/inversion_kernel.h"
+#include "kernels/each_level.h"
 
 namespace kvt {
 namespace {
-
-struct Negative {
-    template <class Layout> KVT_INLINE WholePixel<Layout> operator()(WholePixel<Layout> pixel) const {
-        return pixel.Negative();
-    }
-};
-
-struct NegativeOfGrays {
-    template <class Layout> KVT_INLINE WholePixel<Layout> operator()(WholePixel<Layout> pixel) const {
-        return pixel.NegativeIf(pixel.IsGray());
-    }
-};
 
 std::int32_t WholeWhenZero(std::int32_t extent) { return extent > 0 ? extent : -1; }
 
@@ -24,14 +15,14 @@ std::int32_t WholeWhenZero(std::int32_t extent) { return extent > 0 ? extent : -
 REALpictureStruct *InvertPicture(REALpictureStruct *picture, std::int32_t left, std::int32_t top, std::int32_t width,
                                  std::int32_t height) {
     const Rectangle rectangle{left, top, WholeWhenZero(width), WholeWhenZero(height)};
-    return MapPicture(picture, NewPicture::LikeSource, rectangle, Negative{});
+    return MapPicture(picture, NewPicture::LikeSource, rectangle, KVT_SELECT(Invert));
 }
 
 REALpictureStruct *InvertPicture2(REALpictureStruct *picture) { return InvertPicture(picture, 0, 0, -1, -1); }
 
 REALpictureStruct *InvertGrayPicture(REALpictureStruct *picture, std::int32_t left, std::int32_t top,
                                      std::int32_t width, std::int32_t height) {
-    return MapPicture(picture, NewPicture::LikeSource, Rectangle{left, top, width, height}, NegativeOfGrays{});
+    return MapPicture(picture, NewPicture::LikeSource, Rectangle{left, top, width, height}, KVT_SELECT(InvertGray));
 }
 
 REALpictureStruct *InvertGrayPicture2(REALpictureStruct *picture) { return InvertGrayPicture(picture, 0, 0, -1, -1); }

@@ -1,0 +1,231 @@
+// The loops over pixels that kernels share, at one level. Included by each_level.h alone. A kernel is a record of
+// constants with an operator() over vectors of pixel words.
+namespace kvt::KVT_LEVEL {
+
+// Map.
+
+/// What kernels of Map derive from: how many sources they read, and whether the sources' words come in the target's
+/// layout, so that the kernel knows one layout alone, or as they are.
+enum class SourceLayout { OfTarget, Own };
+template <std::size_t kCount, SourceLayout kLayout = SourceLayout::OfTarget> struct Reads {
+    static constexpr std::size_t kSources = kCount;
+    static constexpr bool kConverts = kLayout == SourceLayout::OfTarget;
+};
+
+/// Opaque pixels of one layout in another one. Each byte moves on its own: what host mixes layouts at this level is
+/// rare.
+struct Conversion : Reads<1> {
+    int right[3];
+    int left[3];
+    std::uint32_t opaque;
+
+    Conversion(const Layout &from, const Layout &to)
+        : right{8 * from.red, 8 * from.green, 8 * from.blue}, left{8 * to.red, 8 * to.green, 8 * to.blue},
+          opaque(to.OpaqueBits()) {}
+    KVT_INLINE V operator()(V v) const {
+        V converted = All32(opaque);
+        for (int channel = 0; channel < 3; ++channel)
+            converted = converted | Left32By(Right32By(v, right[channel]) & All32(255), left[channel]);
+        return converted;
+    }
+};
+
+/// A block of pixels that a kernel takes at once: a vector, or `kVectors` of them where it says so.
+template <class Kernel> constexpr std::ptrdiff_t kVectorsOf = 1;
+template <class Kernel>
+    requires requires { Kernel::kVectors; }
+constexpr std::ptrdiff_t kVectorsOf<Kernel> = Kernel::kVectors;
+template <class Kernel> constexpr std::ptrdiff_t kBlockBytes = kVectorsOf<Kernel> * kBytes;
+
+template <std::size_t kSources> struct Sources {
+    const unsigned char *at[kSources];
+};
+
+/// Where results go.
+struct Stored {
+    KVT_INLINE static void Put(void *to, V v) { Store(to, v); }
+};
+struct Streamed {
+    KVT_INLINE static void Put(void *to, V v) { Stream(to, v); }
+};
+
+template <class Out, class Kernel>
+KVT_INLINE void MapBlock(const Kernel &kernel, const Sources<Kernel::kSources> &from, std::ptrdiff_t at,
+                         unsigned char *to) {
+    if constexpr (requires { Kernel::kVectors; }) {
+        V block[Kernel::kVectors];
+        for (int i = 0; i < Kernel::kVectors; ++i)
+            block[i] = Load(from.at[0] + at + i * kBytes);
+        kernel(block);
+        for (int i = 0; i < Kernel::kVectors; ++i)
+            Out::Put(to + i * kBytes, block[i]);
+    } else if constexpr (Kernel::kSources == 1) {
+        Out::Put(to, kernel(Load(from.at[0] + at)));
+    } else if constexpr (Kernel::kSources == 2) {
+        Out::Put(to, kernel(Load(from.at[0] + at), Load(from.at[1] + at)));
+    } else {
+        Out::Put(to, kernel(Load(from.at[0] + at), Load(from.at[1] + at), Load(from.at[2] + at)));
+    }
+}
+
+/// Less than a block, through a buffer and the same kernel.
+template <class Kernel>
+[[gnu::noinline]] void MapPart(const Kernel &kernel, const Sources<Kernel::kSources> &from, std::ptrdiff_t bytes,
+                               unsigned char *to) {
+    alignas(64) unsigned char buffers[Kernel::kSources][kBlockBytes<Kernel>] = {};
+    Sources<Kernel::kSources> buffered;
+    for (std::size_t source = 0; source < Kernel::kSources; ++source) {
+        std::memcpy(buffers[source], from.at[source], static_cast<std::size_t>(bytes));
+        buffered.at[source] = buffers[source];
+    }
+    MapBlock<Stored>(kernel, buffered, 0, buffers[0]);
+    std::memcpy(to, buffers[0], static_cast<std::size_t>(bytes));
+}
+
+/// One stretch of pixels, the very same ones or apart. The last block is read before anything is written and stored in
+/// the end: it may share pixels with the one before it, which in place are read only once so.
+template <class Kernel>
+[[gnu::noinline]] void MapStretch(const Kernel &kernel, const Sources<Kernel::kSources> &from, std::ptrdiff_t bytes,
+                                  unsigned char *to, bool stream) {
+    constexpr std::ptrdiff_t kStep = kBlockBytes<Kernel>;
+    if (bytes < kStep)
+        return MapPart(kernel, from, bytes, to);
+    alignas(64) unsigned char last[std::size_t{kStep}];
+    MapBlock<Stored>(kernel, from, bytes - kStep, last);
+    std::ptrdiff_t at = 0;
+    const auto misplaced = static_cast<std::ptrdiff_t>(reinterpret_cast<std::uintptr_t>(to) % kBytes);
+    if (stream && misplaced % 4 == 0) { // non-temporal stores want whole vectors' places
+        if (misplaced) {
+            MapBlock<Stored>(kernel, from, 0, to);
+            at = kBytes - misplaced;
+        }
+        for (; at + kStep <= bytes; at += kStep)
+            MapBlock<Streamed>(kernel, from, at, to + at);
+    } else {
+        for (; at + kStep <= bytes; at += kStep)
+            MapBlock<Stored>(kernel, from, at, to + at);
+    }
+    if (at < bytes)
+        std::memcpy(to + bytes - kStep, last, kStep);
+}
+
+/// A stretch whose sources have not all the target's layout: those others are converted in pieces that stay in the
+/// nearest cache.
+template <class Kernel>
+[[gnu::noinline]] void MapConverted(const Kernel &kernel, const MapJob &job, const Sources<Kernel::kSources> &from,
+                                    std::ptrdiff_t bytes, unsigned char *to) {
+    constexpr std::ptrdiff_t kPiece = 4096;
+    alignas(64) unsigned char converted[Kernel::kSources][kPiece];
+    for (std::ptrdiff_t at = 0; at < bytes; at += kPiece) {
+        const std::ptrdiff_t piece = bytes - at < kPiece ? bytes - at : kPiece;
+        Sources<Kernel::kSources> pieces;
+        for (std::size_t source = 0; source < Kernel::kSources; ++source) {
+            pieces.at[source] = from.at[source] + at;
+            if (job.sources[source].layout != job.target.layout) {
+                const Conversion conversion(job.sources[source].layout, job.target.layout);
+                MapStretch(conversion, {{pieces.at[source]}}, piece, converted[source], false);
+                pieces.at[source] = converted[source];
+            }
+        }
+        MapStretch(kernel, pieces, piece, to + at, job.stream);
+    }
+}
+
+/// target(x, y) = kernel(sources(x, y)...) for every pixel of the job's area.
+template <class Kernel> KVT_INLINE void Map(const MapJob &job, const Kernel &kernel) {
+    if (job.area.Empty())
+        return;
+    const std::ptrdiff_t first = std::ptrdiff_t{job.area.left} * 4;
+    const std::ptrdiff_t bytes = std::ptrdiff_t{job.area.right - job.area.left} * 4;
+    bool mixed = false;
+    for (std::size_t source = 0; source < Kernel::kSources; ++source)
+        mixed |= Kernel::kConverts && job.sources[source].layout != job.target.layout;
+    for (std::int32_t row = job.area.top; row < job.area.bottom; ++row) {
+        Sources<Kernel::kSources> from;
+        for (std::size_t source = 0; source < Kernel::kSources; ++source)
+            from.at[source] = job.sources[source].rows[row] + first;
+        unsigned char *to = job.target.rows[row] + first;
+        if (mixed)
+            MapConverted(kernel, job, from, bytes, to);
+        else
+            MapStretch(kernel, from, bytes, to, job.stream);
+    }
+    if (job.stream)
+        FinishStreaming();
+}
+
+/// A kernel of an operation from Rgb to Rgb, which takes one pixel at a time.
+template <class Op> struct EachPixel : Reads<1> {
+    Op op;
+    Layout layout;
+    KVT_INLINE V operator()(V v) const {
+        std::uint32_t words[std::size_t{kBytes} / 4];
+        Store(words, v);
+        for (std::uint32_t &word : words)
+            word = Word(layout, op(Channels(layout, word)));
+        return Load(words);
+    }
+};
+
+// Count and All: a test yields a mask of the 32-bit lanes whose pixels pass.
+
+/// The number of pixels of the area that pass.
+template <class Test> KVT_INLINE std::int64_t CountPassing(const Rows &rows, Area area, const Test &test) {
+    constexpr std::int32_t kLanes = kBytes / 4;
+    std::int64_t total = 0;
+    if (area.Empty())
+        return total;
+    for (std::int32_t row = area.top; row < area.bottom; ++row) {
+        const unsigned char *pixels = rows[row] + std::ptrdiff_t{area.left} * 4;
+        const std::ptrdiff_t bytes = std::ptrdiff_t{area.right - area.left} * 4;
+        V passed = Zero();
+        std::ptrdiff_t at = 0;
+        KVT_UNROLLED
+        for (; at + kBytes <= bytes; at += kBytes)
+            passed = Sub32(passed, test(Load(pixels + at)));
+        std::uint32_t counts[kLanes];
+        Store(counts, passed);
+        for (const std::uint32_t count : counts)
+            total += count;
+        if (at < bytes) {
+            unsigned char rest[kBytes] = {};
+            std::memcpy(rest, pixels + at, static_cast<std::size_t>(bytes - at));
+            Store(counts, test(Load(rest)));
+            for (std::ptrdiff_t lane = 0; lane < (bytes - at) / 4; ++lane)
+                total += counts[lane] & 1;
+        }
+    }
+    return total;
+}
+
+/// Whether every pixel of the area passes; true for an empty area. Stops soon after the first that fails.
+template <class Test> KVT_INLINE bool AllPass(const Rows &rows, Area area, const Test &test) {
+    constexpr std::ptrdiff_t kBlock = 1024; // bytes between two looks at what failed
+    if (area.Empty())
+        return true;
+    const std::ptrdiff_t bytes = std::ptrdiff_t{area.right - area.left} * 4;
+    for (std::int32_t row = area.top; row < area.bottom; ++row) {
+        const unsigned char *pixels = rows[row] + std::ptrdiff_t{area.left} * 4;
+        std::ptrdiff_t at = 0;
+        while (at + kBytes <= bytes) {
+            const std::ptrdiff_t end = bytes - at < kBlock ? bytes : at + kBlock;
+            V failed = Zero();
+            KVT_UNROLLED
+            for (; at + kBytes <= end; at += kBytes)
+                failed = failed | ~test(Load(pixels + at));
+            if (!IsZero(failed))
+                return false;
+        }
+        if (at < bytes) {
+            unsigned char rest[kBytes]; // copies of one pixel fill it
+            for (std::ptrdiff_t lane = 0; lane < kBytes; lane += 4)
+                std::memcpy(rest + lane, pixels + at, 4);
+            std::memcpy(rest, pixels + at, static_cast<std::size_t>(bytes - at));
+            if (!IsZero(~test(Load(rest))))
+                return false;
+        }
+    }
+    return true;
+}
+
+} // namespace kvt::KVT_LEVEL

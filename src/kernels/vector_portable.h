@@ -1,0 +1,41 @@
+// What vector_x86.h offers, without any processor's instructions. Included by each_level.h alone.
+namespace kvt::KVT_LEVEL {
+
+KVT_INLINE void Stream(void *to, V v) { Store(to, v); }
+KVT_INLINE void FinishStreaming() {}
+
+KVT_INLINE V AddSaturatedU8(V a, V b) {
+    const V sum = a + b;
+    return sum | As<V>(sum < a);
+}
+KVT_INLINE V SubSaturatedU8(V a, V b) { return (a - b) & As<V>(a > b); }
+KVT_INLINE V AddSaturated16(V a, V b) {
+    const V sum = Add16(a, b);
+    const V overflow = As<V>(As<Halves>((a ^ sum) & (b ^ sum)) < 0);
+    const V limit = As<V>((As<Halves>(a) >> 15) ^ 0x7FFF);
+    return (overflow & limit) | (~overflow & sum);
+}
+KVT_INLINE V MulHighU16(V a, V b) {
+    const WordsU low = (As<WordsU>(a) & 0xFFFF) * (As<WordsU>(b) & 0xFFFF);
+    const WordsU high = (As<WordsU>(a) >> 16) * (As<WordsU>(b) >> 16);
+    return As<V>(low >> 16 | (high & 0xFFFF0000u));
+}
+KVT_INLINE V MulAddPairs(V a, V b) {
+    const Words low = (As<Words>(As<WordsU>(a) << 16) >> 16) * (As<Words>(As<WordsU>(b) << 16) >> 16);
+    const Words high = (As<Words>(a) >> 16) * (As<Words>(b) >> 16);
+    return Add32(As<V>(low), As<V>(high));
+}
+KVT_INLINE V Spread(V v) {
+    v = v | Left32<8>(v);
+    return v | Left32<16>(v);
+}
+KVT_INLINE bool IsZero(V v) {
+    std::uint32_t words[std::size_t{kBytes} / 4];
+    Store(words, v);
+    std::uint32_t any = 0;
+    for (const std::uint32_t word : words)
+        any |= word;
+    return any == 0;
+}
+
+} // namespace kvt::KVT_LEVEL

@@ -1,0 +1,11 @@
+#include "tone/custom.h"
+
+#include "kernels/channel_tables.h"
+
+namespace kvt {
+
+REALpictureStruct *TransformPicture(REALpictureStruct *picture, double a, double b) {
+    return AdjustPicture(picture, {.scale = a, .offset = b});
+}
+
+} // namespace kvt

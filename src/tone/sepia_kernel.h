@@ -1,0 +1,64 @@
+namespace kvt::KVT_LEVEL {
+
+/// gray + offset for each channel, limited to 0..255, with gray = the weighted sum of the channels / 1024, truncated
+/// toward zero. Weights have 16 bits. Offsets are limited to 16 bits: grays stay below 24,480 either way, so that from
+/// there on every level ends at 0 or 255, and sums are saturated.
+struct Sepia : Reads<1> {
+    V evenWeights;
+    V oddWeights;
+    V evenOffsets;
+    V oddOffsets;
+    V opaque;
+
+    Sepia(const Layout &layout, const SepiaToning &toning) {
+        const auto limited = [](std::int32_t offset) {
+            return offset < INT16_MIN ? INT16_MIN : offset > INT16_MAX ? INT16_MAX : offset;
+        };
+        const auto weights = layout.InByteOrder(toning.weights.red, toning.weights.green, toning.weights.blue, 0);
+        evenWeights = EvenLanes(weights);
+        oddWeights = OddLanes(weights);
+        const auto offsets = layout.InByteOrder(limited(toning.offsets.red), limited(toning.offsets.green),
+                                                limited(toning.offsets.blue), INT16_MIN); // the other byte becomes 0
+        evenOffsets = EvenLanes(offsets);
+        oddOffsets = OddLanes(offsets);
+        opaque = All32(layout.OpaqueBits());
+    }
+
+    KVT_INLINE V operator()(V v) const {
+        const V sum = Add32(MulAddPairs(Evens(v), evenWeights), MulAddPairs(Odds(v), oddWeights));
+        const V towardZero = Right32<22>(RightSigned32<31>(sum)); // 1023 for a negative sum
+        const V gray = RightSigned32<10>(Add32(sum, towardZero));
+        const V grays = Left32<16>(gray) | (gray & All32(0xFFFF));
+        return Joined(Toned(grays, evenOffsets), Toned(grays, oddOffsets)) | opaque;
+    }
+    KVT_INLINE V Toned(V grays, V offsets) const {
+        return Min16(Max16(AddSaturated16(grays, offsets), Zero()), All16(255));
+    }
+};
+
+/// The same for weights and offsets of 32 bits, one pixel at a time.
+struct WideSepia {
+    SepiaToning toning;
+
+    KVT_INLINE Rgb operator()(Rgb pixel) const {
+        const std::int64_t gray = (std::int64_t{pixel.red} * toning.weights.red +
+                                   std::int64_t{pixel.green} * toning.weights.green +
+                                   std::int64_t{pixel.blue} * toning.weights.blue) /
+                                  1024;
+        const auto toned = [gray](std::int32_t offset) KVT_INLINE_LAMBDA {
+            const std::int64_t level = gray + offset;
+            return static_cast<std::int32_t>(level < 0 ? 0 : level > 255 ? 255 : level);
+        };
+        return {toned(toning.offsets.red), toned(toning.offsets.green), toned(toning.offsets.blue)};
+    }
+};
+
+inline void Tone(const MapJob &job, const SepiaToning &toning) {
+    const auto isShort = [](std::int32_t weight) { return weight >= INT16_MIN && weight <= INT16_MAX; };
+    if (isShort(toning.weights.red) && isShort(toning.weights.green) && isShort(toning.weights.blue))
+        Map(job, Sepia(job.target.layout, toning));
+    else
+        Map(job, EachPixel<WideSepia>{{}, {toning}, job.target.layout});
+}
+
+} // namespace kvt::KVT_LEVEL
