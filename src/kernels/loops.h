@@ -85,13 +85,16 @@ template <class Kernel>
 /// One stretch of pixels, the very same ones or apart. The last block is read before anything is written and stored in
 /// the end: it may share pixels with the one before it, which in place are read only once so.
 template <class Kernel>
-[[gnu::noinline]] void MapStretch(const Kernel &kernel, const Sources<Kernel::kSources> &from, std::ptrdiff_t bytes,
-                                  unsigned char *to, bool stream) {
+[[gnu::noinline]] void MapStretch(const Kernel &constants, const Sources<Kernel::kSources> &sources,
+                                  std::ptrdiff_t bytes, unsigned char *to, bool stream) {
     constexpr std::ptrdiff_t kStep = kBlockBytes<Kernel>;
     if (bytes < kStep)
-        return MapPart(kernel, from, bytes, to);
+        return MapPart(constants, sources, bytes, to);
+    const Kernel kernel = constants; // copies that no store to a pixel can change stay in registers
+    const Sources<Kernel::kSources> from = sources;
     alignas(64) unsigned char last[std::size_t{kStep}];
-    MapBlock<Stored>(kernel, from, bytes - kStep, last);
+    const std::ptrdiff_t lastAt = bytes - kStep;
+    MapBlock<Stored>(kernel, from, lastAt, last);
     std::ptrdiff_t at = 0;
     const auto misplaced = static_cast<std::ptrdiff_t>(reinterpret_cast<std::uintptr_t>(to) % kBytes);
     if (stream && misplaced % 4 == 0) { // non-temporal stores want whole vectors' places
@@ -99,14 +102,14 @@ template <class Kernel>
             MapBlock<Stored>(kernel, from, 0, to);
             at = kBytes - misplaced;
         }
-        for (; at + kStep <= bytes; at += kStep)
+        for (; at <= lastAt; at += kStep)
             MapBlock<Streamed>(kernel, from, at, to + at);
     } else {
-        for (; at + kStep <= bytes; at += kStep)
+        for (; at <= lastAt; at += kStep)
             MapBlock<Stored>(kernel, from, at, to + at);
     }
     if (at < bytes)
-        std::memcpy(to + bytes - kStep, last, kStep);
+        std::memcpy(to + lastAt, last, kStep);
 }
 
 /// A stretch whose sources have not all the target's layout: those others are converted in pieces that stay in the

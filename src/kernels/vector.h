@@ -32,10 +32,6 @@ KVT_INLINE V Add16(V a, V b) { return As<V>(As<HalvesU>(a) + As<HalvesU>(b)); }
 KVT_INLINE V Add32(V a, V b) { return As<V>(As<WordsU>(a) + As<WordsU>(b)); }
 KVT_INLINE V Sub32(V a, V b) { return As<V>(As<WordsU>(a) - As<WordsU>(b)); }
 KVT_INLINE V MulLow16(V a, V b) { return As<V>(As<HalvesU>(a) * As<HalvesU>(b)); }
-KVT_INLINE V MaxU8(V a, V b) { return a > b ? a : b; }
-KVT_INLINE V MinU16(V a, V b) { return As<V>(As<HalvesU>(a) < As<HalvesU>(b) ? As<HalvesU>(a) : As<HalvesU>(b)); }
-KVT_INLINE V Min16(V a, V b) { return As<V>(As<Halves>(a) < As<Halves>(b) ? As<Halves>(a) : As<Halves>(b)); }
-KVT_INLINE V Max16(V a, V b) { return As<V>(As<Halves>(a) > As<Halves>(b) ? As<Halves>(a) : As<Halves>(b)); }
 KVT_INLINE V Equal8(V a, V b) { return As<V>(a == b); }
 KVT_INLINE V Equal32(V a, V b) { return As<V>(As<WordsU>(a) == As<WordsU>(b)); }
 

@@ -23,6 +23,16 @@ KVT_INLINE Register R(V v) { return As<Register>(v); }
 KVT_INLINE void Stream(void *to, V v) { KVT_WHOLE(stream)(static_cast<Register *>(to), R(v)); }
 KVT_INLINE void FinishStreaming() { _mm_sfence(); }
 
+KVT_INLINE V MaxU8(V a, V b) { return As<V>(KVT_OP(max_epu8)(R(a), R(b))); }
+KVT_INLINE V Min16(V a, V b) { return As<V>(KVT_OP(min_epi16)(R(a), R(b))); }
+KVT_INLINE V Max16(V a, V b) { return As<V>(KVT_OP(max_epi16)(R(a), R(b))); }
+KVT_INLINE V MinU16(V a, V b) {
+#if KVT_VECTOR_BYTES == 16
+    return As<V>(_mm_sub_epi16(R(a), _mm_subs_epu16(R(a), R(b))));
+#else
+    return As<V>(KVT_OP(min_epu16)(R(a), R(b)));
+#endif
+}
 KVT_INLINE V AddSaturatedU8(V a, V b) { return As<V>(KVT_OP(adds_epu8)(R(a), R(b))); }
 KVT_INLINE V SubSaturatedU8(V a, V b) { return As<V>(KVT_OP(subs_epu8)(R(a), R(b))); }
 KVT_INLINE V AddSaturated16(V a, V b) { return As<V>(KVT_OP(adds_epi16)(R(a), R(b))); }
@@ -49,7 +59,15 @@ KVT_INLINE V Spread(V v) {
     v = v | Left32<8>(v);
     return v | Left32<16>(v);
 #else
-    return Shuffle(v, Repeated({0, 0, 0, 0, 4, 4, 4, 4, 8, 8, 8, 8, 12, 12, 12, 12}));
+    alignas(KVT_VECTOR_BYTES) static constexpr auto kLowest = [] {
+        struct {
+            unsigned char order[KVT_VECTOR_BYTES];
+        } table{};
+        for (unsigned char byte = 0; byte < KVT_VECTOR_BYTES; ++byte)
+            table.order[byte] = byte / 4 % 4 * 4;
+        return table;
+    }();
+    return Shuffle(v, Load(kLowest.order));
 #endif
 }
 
