@@ -2,6 +2,8 @@
 // constants with an operator() over vectors of pixel words.
 namespace kvt::KVT_LEVEL {
 
+constexpr std::ptrdiff_t kAhead = 1024;
+
 // Map.
 
 /// What kernels of Map derive from: how many sources they read, and whether the sources' words come in the target's
@@ -102,8 +104,11 @@ template <class Kernel>
             MapBlock<Stored>(kernel, from, 0, to);
             at = kBytes - misplaced;
         }
-        for (; at <= lastAt; at += kStep)
+        for (; at <= lastAt; at += kStep) {
+            for (const unsigned char *source : from.at)
+                __builtin_prefetch(source + at + kAhead);
             MapBlock<Streamed>(kernel, from, at, to + at);
+        }
     } else {
         for (; at <= lastAt; at += kStep)
             MapBlock<Stored>(kernel, from, at, to + at);
@@ -184,8 +189,10 @@ template <class Test> KVT_INLINE std::int64_t CountPassing(const Rows &rows, Are
         V passed = Zero();
         std::ptrdiff_t at = 0;
         KVT_UNROLLED
-        for (; at + kBytes <= bytes; at += kBytes)
+        for (; at + kBytes <= bytes; at += kBytes) {
+            __builtin_prefetch(pixels + at + kAhead);
             passed = Sub32(passed, test(Load(pixels + at)));
+        }
         std::uint32_t counts[kLanes];
         Store(counts, passed);
         for (const std::uint32_t count : counts)
@@ -214,8 +221,10 @@ template <class Test> KVT_INLINE bool AllPass(const Rows &rows, Area area, const
             const std::ptrdiff_t end = bytes - at < kBlock ? bytes : at + kBlock;
             V failed = Zero();
             KVT_UNROLLED
-            for (; at + kBytes <= end; at += kBytes)
+            for (; at + kBytes <= end; at += kBytes) {
+                __builtin_prefetch(pixels + at + kAhead);
                 failed = failed | ~test(Load(pixels + at));
+            }
             if (!IsZero(failed))
                 return false;
         }
