@@ -2,7 +2,7 @@
 
 #include "expected/layout.h"
 #include "inside/heap.h"
-#include "pixels/instruction_set.h"
+#include "kernels/level.h"
 #include "plugin/interface.h"
 
 #include <cstdlib>

@@ -2,7 +2,7 @@
 #include "expected/analysis.h"
 #include "inside/heap.h"
 #include "inside/plain_picture.h"
-#include "pixels/rotate.h"
+#include "kernels/rotate.h"
 
 #include <gtest/gtest.h>
 
