@@ -3,6 +3,7 @@
 #include "standin/elf_file.h"
 
 #include <algorithm>
+#include <cstdlib>
 #include <cstring>
 #include <dlfcn.h>
 #include <filesystem>
@@ -160,7 +161,8 @@ bool ModuleFile::Redirect(const char *name, void *replacement) const {
 }
 
 std::string ModuleBesideProgram() {
-    return (std::filesystem::read_symlink("/proc/self/exe").parent_path() / "kvtpicture.so").string();
+    const char *named = std::getenv("KVT_MODULE");
+    return named ? named : (std::filesystem::read_symlink("/proc/self/exe").parent_path() / "kvtpicture.so").string();
 }
 
 } // namespace standin
