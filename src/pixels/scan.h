@@ -1,6 +1,7 @@
 #pragma once
 
 #include "pixels/bit_lines.h"
+#include "pixels/residues.h"
 #include "pixels/walk.h"
 
 #if defined(__SSE2__)
@@ -48,14 +49,18 @@ std::int32_t FirstOfColors(const PictureEditor &source, std::int32_t from, std::
                     passed |= different(x) ? 0 : 1;
                 return passed;
             };
-            // Narrows down: blocks that are large enough to be fast, parts of a block, single places.
+            // Where many places pass, the next one is near. Else narrows down: blocks that are large enough to be fast,
+            // parts of a block, single places.
             constexpr std::ptrdiff_t kBlock = 1024;
             constexpr std::ptrdiff_t kPart = 64;
             std::ptrdiff_t x = from;
-            while (x < end && !passing(x, Lower<std::ptrdiff_t>(end, x + kBlock)))
-                x += kBlock;
-            while (x < end && !passing(x, Lower<std::ptrdiff_t>(end, x + kPart)))
+            if (!passing(x, Lower<std::ptrdiff_t>(end, x + kPart))) {
                 x += kPart;
+                while (x < end && !passing(x, Lower<std::ptrdiff_t>(end, x + kBlock)))
+                    x += kBlock;
+                while (x < end && !passing(x, Lower<std::ptrdiff_t>(end, x + kPart)))
+                    x += kPart;
+            }
             while (x < end && different(x))
                 ++x;
             return x < end ? static_cast<std::int32_t>(x) : end;
@@ -91,18 +96,64 @@ inline std::int64_t EqualPixels(const PictureEditor &whole, Point at, const Pict
     });
 }
 
-/// values[x] = op(values[x], pixel(x, row)...) for the columns `first` up to, not including, `end`: `op` takes and
-/// yields a column's value, and takes one Rgb a row.
-template <class Op, class... RowNumbers>
-void FoldColumns(const PictureEditor &source, std::int32_t first, std::int32_t end, std::uint32_t *values, Op op,
-                 RowNumbers... rows) {
+/// The three channels as one number, whatever the layout.
+template <class Layout> KVT_INLINE std::uint32_t ColorNumber(const unsigned char *pixel) {
+    return Converted<Layout, AlphaHigh>(LoadWord(pixel)) & AlphaHigh::kColorBits;
+}
+
+inline constexpr std::int32_t kMostSteps = 512; ///< at a time
+
+/// For the compiler a number of 32 bits from here on, whose products take one instruction instead of three.
+KVT_INLINE std::uint32_t Opaque(std::uint32_t value) {
+    KVT_OPAQUE(value);
+    return value;
+}
+
+/// A pixel that counts in a sum of colors, and how often. The factor is at most kPrime.
+struct Weighed {
+    Point at;
+    std::uint32_t factor;
+};
+
+/// steps[i] has the residue (constant + sum of factor * color) * powers[i], where the pixels are those `i` to the right
+/// of the given ones, at most four. The constant and the powers are at most kPrime.
+template <class... Pixels>
+void WeighColors(const PictureEditor &source, std::int32_t count, const std::uint32_t *powers, std::uint64_t *steps,
+                 std::uint32_t constant, Pixels... weighed) {
     WithLayout(source, [&](auto layout) {
         using From = decltype(layout);
-        AtActiveLevel([=, ... pixels = AddressOf(source, Point{0, rows})]() KVT_INLINE_LAMBDA {
+        AtActiveLevel([=, ... factors = Opaque(weighed.factor),
+                       ... pixels = AddressOf(source, weighed.at)]() KVT_INLINE_LAMBDA {
+            std::uint32_t sums[kMostSteps];
             KVT_INDEPENDENT_ITERATIONS
-            for (std::ptrdiff_t x = first; x < end; ++x)
-                values[x] = op(values[x], From::Load(pixels + x * From::kBytes)...);
+            for (std::ptrdiff_t i = 0; i < count; ++i)
+                sums[i] = static_cast<std::uint32_t>(
+                    Fold((constant + ... + (std::uint64_t{factors} * ColorNumber<From>(pixels + i * From::kBytes)))));
+            KVT_INDEPENDENT_ITERATIONS
+            for (std::ptrdiff_t i = 0; i < count; ++i)
+                steps[i] = Fold(std::uint64_t{sums[i]} * powers[i]);
         });
+    });
+}
+
+/// hashes[i] gets the residue of base * hashes[i] + sum + the steps before i; behind the last one, `sum` has all steps
+/// added. Hashes are at most 2^31. True when one of them has the residue 0.
+inline bool AdvanceHashes(std::uint32_t *hashes, std::int32_t count, std::uint32_t base, std::uint64_t &sum,
+                          const std::uint64_t *steps) {
+    alignas(64) std::uint64_t sums[kMostSteps];
+    for (std::ptrdiff_t i = 0; i < count; ++i) {
+        sums[i] = sum;
+        sum += steps[i];
+    }
+    return AtActiveLevel([=, sums = &sums[0]]() KVT_INLINE_LAMBDA {
+        std::uint32_t zeros = 0;
+        KVT_INDEPENDENT_ITERATIONS
+        for (std::ptrdiff_t i = 0; i < count; ++i) {
+            const auto hash = static_cast<std::uint32_t>(Fold(Fold(std::uint64_t{base} * hashes[i] + sums[i])));
+            hashes[i] = hash;
+            zeros |= hash == 0 || hash == kPrime ? 1u : 0u;
+        }
+        return zeros != 0;
     });
 }
 
