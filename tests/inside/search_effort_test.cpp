@@ -34,17 +34,15 @@ Picture Cut(const Picture &picture, int left, int top, int width, int height) {
     return cut;
 }
 
-/// The bases that the pictures of these tests are made for, as often as foreseen, and then such as chance might yield.
+/// The bases that the pictures of these tests are made for, drawn as often as foreseen for each hash, and then such as
+/// chance might yield.
 HashBases gForeseen;
-int gForeseenDraws = 0;
+int gForeseenDraws[kHashes];
 
 void DrawForeseen(HashBases (&bases)[kHashes]) {
-    if (gForeseenDraws-- > 0) {
-        bases[0] = bases[1] = gForeseen;
-        return;
-    }
-    bases[0] = {1234567891, 987654321};
-    bases[1] = {1122334455, 246813579};
+    constexpr HashBases kByChance[kHashes] = {{1234567891, 987654321}, {1122334455, 246813579}};
+    for (int i = 0; i < kHashes; ++i)
+        bases[i] = gForeseenDraws[i]-- > 0 ? gForeseen : kByChance[i];
 }
 
 /// In stripes, with a needle that fits at every other place but for two pixels beside each other, near its last ones,
@@ -60,6 +58,13 @@ const struct {
     {"in columns of a large base", {950706376, 742938285}, {0xC3, 0x4F, 0xA8}, {0x00, 0x50, 0xA8}, {0, 0, 0}, true},
 };
 
+/// How many draws are foreseen for the two hashes, and how many it then takes. The second one counts from the second
+/// draw on.
+constexpr struct {
+    int foreseen[kHashes];
+    int draws;
+} kDraws[] = {{{0, 0}, 1}, {{0, 9}, 1}, {{1, 0}, 2}, {{9, 0}, 2}, {{1, 9}, 2}, {{2, 2}, 3}, {{4, 4}, 5}};
+
 TEST(SearchEffort, IsAPictureForEachDrawThatWasForeseen) {
     for (const auto &row : kCancelling) {
         Picture haystack = expected::Filled(150, 100, row.color);
@@ -73,21 +78,28 @@ TEST(SearchEffort, IsAPictureForEachDrawThatWasForeseen) {
         needle.At(marks[1].first, marks[1].second) = row.second;
         Picture withNeedle = haystack;
         for (const auto &[x, y] : marks)
-            withNeedle.At(x + 60, y + 40) = needle.At(x, y);
+            withNeedle.At(x + 2, y + 44) = needle.At(x, y);
         const std::int64_t pixels = 150 * 100;
-        for (const int foreseen : {0, 1, 2, 3}) {
-            SCOPED_TRACE(testing::Message() << row.what << ", draws foreseen: " << foreseen);
+        const auto foresee = [&](int first, int second) {
             gForeseen = row.bases;
-            gForeseenDraws = foreseen;
-            SearchEffort effort;
+            gForeseenDraws[0] = first;
+            gForeseenDraws[1] = second;
+        };
+        SearchEffort effort;
+        for (const auto &[foreseen, draws] : kDraws) {
+            SCOPED_TRACE(testing::Message() << row.what << ", foreseen: " << foreseen[0] << ", " << foreseen[1]);
+            foresee(foreseen[0], foreseen[1]);
             EXPECT_EQ(Find(haystack, needle, effort, DrawForeseen), std::nullopt);
-            EXPECT_EQ(effort.draws, foreseen + 1) << "each is used up";
-            // The probes, then each of those draws, end as soon as they have compared a picture in vain.
-            EXPECT_GT(effort.compared, (foreseen + 1) * pixels * 9 / 10);
-            EXPECT_LT(effort.compared, (foreseen + 1) * (pixels + 80 * 50));
-            gForeseenDraws = foreseen;
-            EXPECT_EQ(Find(withNeedle, needle, effort, DrawForeseen), Place(60, 40));
+            // The probes, then each of the foreseen draws, end as soon as they have compared a picture in vain.
+            EXPECT_EQ(effort.draws, draws);
+            EXPECT_GT(effort.compared, draws * pixels * 9 / 10);
+            EXPECT_LT(effort.compared, draws * (pixels + 80 * 50));
+            foresee(foreseen[0], foreseen[1]);
+            EXPECT_EQ(Find(withNeedle, needle, effort, DrawForeseen), Place(2, 44));
         }
+        foresee(2000, 2000);
+        EXPECT_EQ(Find(withNeedle, needle, effort, DrawForeseen), Place(2, 44)) << "every draw gets further";
+        EXPECT_LT(effort.draws, 2000);
     }
 }
 
