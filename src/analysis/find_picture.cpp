@@ -60,8 +60,8 @@ Outcome SearchByProbes(const PictureEditor &haystack, const PictureEditor &needl
 // The time is linear, whatever the pictures show: the probes and then one hash may each compare as many pixels in vain
 // as the haystack has before they give up, and beside that go through it a few times. From then on a place is compared
 // only where two hashes agree whose bases were drawn after all that: two different pictures of w x h pixels have the
-// same hash with less than w + h of 2^31 bases, so agree in both with a probability below ((w + h) / 2^31)^2, which
-// lets the wrong places of the largest pictures (2^30 pixels, 2^17 to a side) cost less than half their pixels on
+// same hash with less than (w + h) / 2^31 of all bases, so agree in both with a probability below the square of that,
+// which lets the wrong places of the largest pictures (2^30 pixels, 2^17 to a side) cost less than half their pixels on
 // average, those of 6000 x 4000 a few hundred in all. Whenever wrong places cost more than the haystack has, which
 // happens at less than every second draw, bases are drawn anew, so that knowing a draw gains nobody more than one such
 // cost.
