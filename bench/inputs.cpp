@@ -21,6 +21,12 @@ constexpr Size kTwoColorsNeedleSize = {9, 2};
 constexpr ColorValue kGray = 0x808080;
 constexpr ColorValue kMark = 0xFF8000;
 
+// The first, 950706376 times, and the second make the same number modulo 2^31 - 1: in a hash of that base, a pixel that
+// is larger by the one and the pixel below it that is smaller by the other do not show.
+constexpr ColorValue kCancelling = 0x00003D;
+constexpr ColorValue kCancelled = 0xA84FC3;
+constexpr ColorValue kStripe = kCancelled;
+
 class Random {
   public:
     explicit Random(std::uint32_t seed) : state_(seed) {}
@@ -159,6 +165,10 @@ const Ref &Inputs::SingleMarks() {
     return Picture("single marks", size_, [](int x, int y) -> ColorValue { return (x + y) % 2 ? kGray : kMark; });
 }
 
+const Ref &Inputs::Stripes() {
+    return Picture("stripes", size_, [](int x, int) -> ColorValue { return x % 2 ? kGray : kStripe; });
+}
+
 const Ref &Inputs::LyingPairs() {
     return Picture("lying pairs", size_, [](int x, int y) -> ColorValue { return (x / 2 + y) % 2 ? kGray : kMark; });
 }
@@ -195,6 +205,16 @@ const Ref &Inputs::TwoColorsNeedle() {
     return Picture("two colors needle", size, [size](int x, int y) -> ColorValue {
         const bool last = x == size.width - 1 && y == size.height - 1;
         return last ? 0x102030 : (x + y * size.width) % 2 ? kMark : kGray;
+    });
+}
+
+const Ref &Inputs::CancellingNeedle() {
+    const Size size = {std::max(2, size_.width / 2), std::max(2, size_.height / 2)};
+    const int lastStripe = (size.width - 1) / 2 * 2;
+    return Picture("cancelling needle", size, [=](int x, int y) -> ColorValue {
+        if (x == lastStripe && y >= size.height - 2)
+            return y == size.height - 2 ? kStripe + kCancelling : kStripe - kCancelled;
+        return x % 2 ? kGray : kStripe;
     });
 }
 

@@ -30,13 +30,16 @@ class Inputs {
     const standin::Ref &SparseMarks(); ///< the photo in gray, with a colored pixel here and there
     const standin::Ref &AllMarked();
     const standin::Ref &SingleMarks(); ///< a checkerboard, as many boxes as can be
+    const standin::Ref &Stripes();     ///< columns of two colors in turn
     const standin::Ref &LyingPairs();  ///< pairs of pixels beside each other, packed corner to corner
     const standin::Ref &StandingPairs();
 
     // What is looked for.
-    const standin::Ref &LateNeedle();      ///< occurs in the photo, near its end alone
-    const standin::Ref &WhiteNeedle();     ///< fits nowhere between the specks
-    const standin::Ref &AlmostSingle();    ///< of the checkerboard, but for its last pixel
+    const standin::Ref &LateNeedle();   ///< occurs in the photo, near its end alone
+    const standin::Ref &WhiteNeedle();  ///< fits nowhere between the specks
+    const standin::Ref &AlmostSingle(); ///< of the checkerboard, but for its last pixel
+    /// A quarter of the stripes, but for two of its last pixels, which a hash of a known base does not see.
+    const standin::Ref &CancellingNeedle();
     const standin::Ref &TwoColorsNeedle(); ///< 9 x 2 pixels of the same two colors in turn, the last one of a third
 
     const standin::Ref &Table();      ///< memory block: a lookup table

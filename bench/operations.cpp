@@ -94,6 +94,8 @@ const std::vector<Operation> kOperations = {
      [](Host &host, Inputs &in) { return host.Call(in.Specks(), "FindPicture", in.WhiteNeedle(), 0, 0); }},
     {"FindPicture", "a checkerboard, but for its last pixel",
      [](Host &host, Inputs &in) { return host.Call(in.SingleMarks(), "FindPicture", in.AlmostSingle(), 0, 0); }},
+    {"FindPicture", "made to collide",
+     [](Host &host, Inputs &in) { return host.Call(in.Stripes(), "FindPicture", in.CancellingNeedle(), 0, 0); }},
     {"FindPicture", "9 x 2 pixels in noise of two colors",
      [](Host &host, Inputs &in) { return host.Call(in.TwoColors(), "FindPicture", in.TwoColorsNeedle(), 0, 0); }},
     {"ScrollVerticalKVT", "wrap-around",

@@ -55,6 +55,7 @@ constexpr Target kTargets[] = {
     {"FindPicture", "a late hit", {1.0, 0.8, 0.8}},
     {"FindPicture", "one color between specks", {45, 28, 28}},
     {"FindPicture", "a checkerboard, but for its last pixel", {45, 28, 28}},
+    {"FindPicture", "made to collide", {45, 28, 28}},
     {"FindPicture", "9 x 2 pixels in noise of two colors", {45, 28, 28}},
     {"PicturetoBinaryStringKVT", "", kByteString},
     {"BinaryStringtoPictureKVT", "", kByteString},

@@ -9,7 +9,26 @@ namespace kvt {
 /// it does not occur, has no pixels or a picture cannot be read. Null addresses are fine.
 unsigned char FindPicture(REALpictureStruct *picture, REALpictureStruct *pic, std::int32_t *x, std::int32_t *y);
 
+/// What a picture's hash is computed with: numbers below kPrime.
+struct HashBases {
+    std::uint32_t column;
+    std::uint32_t row;
+};
+
+inline constexpr std::int32_t kHashes = 2;
+
+/// Yields bases for two hashes, at every call others that no picture can have been made for.
+using DrawBases = void (*)(HashBases (&bases)[kHashes]);
+void DrawByChance(HashBases (&bases)[kHashes]);
+
+/// What a search took beside reading the haystack a few times, or once more for each draw.
+struct SearchEffort {
+    std::int64_t compared = 0; ///< pixels found equal, one by one
+    std::int32_t draws = 0;
+};
+
 /// The same on open pictures; `hit` is left alone when there is none.
-bool FindNeedle(const PictureEditor &haystack, const PictureEditor &needle, Point &hit);
+bool FindNeedle(const PictureEditor &haystack, const PictureEditor &needle, Point &hit, SearchEffort &effort,
+                DrawBases draw = DrawByChance);
 
 } // namespace kvt

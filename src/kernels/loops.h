@@ -117,6 +117,12 @@ template <class Kernel>
         std::memcpy(to + lastAt, last, kStep);
 }
 
+/// `count` opaque pixels of one layout in another one, elsewhere.
+inline void Convert(const unsigned char *from, const Layout &layout, std::ptrdiff_t count, unsigned char *to,
+                    const Layout &toLayout) {
+    MapStretch(Conversion(layout, toLayout), {{from}}, count * 4, to, false);
+}
+
 /// A stretch whose sources have not all the target's layout: those others are converted in pieces that stay in the
 /// nearest cache.
 template <class Kernel>
@@ -130,8 +136,8 @@ template <class Kernel>
         for (std::size_t source = 0; source < Kernel::kSources; ++source) {
             pieces.at[source] = from.at[source] + at;
             if (job.sources[source].layout != job.target.layout) {
-                const Conversion conversion(job.sources[source].layout, job.target.layout);
-                MapStretch(conversion, {{pieces.at[source]}}, piece, converted[source], false);
+                Convert(pieces.at[source], job.sources[source].layout, piece / 4, converted[source],
+                        job.target.layout);
                 pieces.at[source] = converted[source];
             }
         }

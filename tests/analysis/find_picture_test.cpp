@@ -106,29 +106,6 @@ TEST(Search, TakesTheTopmostThenTheLeftmost) {
     }
 }
 
-TEST(Search, IsNotTakenInByColumnsOfTheSameHash) {
-    // Of very many places that begin like the needle, the search goes on by hashes of columns: numbers of base
-    // 950706376 modulo 2^31 - 1, for which these two columns are one.
-    const Picture needle = {1, 3, {{1, 2, 3}, {0, 0, 0x3D}, {0, 0, 0}}};
-    const Picture sameHash = {1, 3, {{1, 2, 3}, {0, 0, 0}, {0xA8, 0x4F, 0xC3}}};
-    Picture haystack = Filled(200, 3, {});
-    const auto put = [&](int x, const Picture &column) {
-        for (int y = 0; y < column.height; ++y)
-            haystack.At(x, y) = column.At(0, y);
-    };
-    for (int x = 0; x < 198; ++x)
-        put(x, {1, 3, {{1, 2, 3}, {0, 0, 0x3D}, {9, 9, 9}}});
-    put(198, sameHash);
-    TestHost host;
-    EXPECT_TRUE(Missed(Find(host, MakePicture(host, haystack), MakePicture(host, needle))));
-    put(199, needle);
-    EXPECT_TRUE(Found(Find(host, MakePicture(host, haystack), MakePicture(host, needle)), 199, 0));
-    for (const int x : {150, 100, 60}) { // the leftmost, whatever is looked at first
-        put(x, needle);
-        EXPECT_TRUE(Found(Find(host, MakePicture(host, haystack), MakePicture(host, needle)), x, 0));
-    }
-}
-
 TEST(Search, WithNothingToFind) {
     TestHost host;
     const Value picture = MakePicture(host, Filled(5, 4, {1, 2, 3}));
