@@ -2,6 +2,8 @@
 // constants with an operator() over vectors of pixel words.
 namespace kvt::KVT_LEVEL {
 
+/// How many bytes before they are read pixels are fetched from memory: where arithmetic takes as long as the memory, the
+/// processor does not look ahead far enough on its own.
 constexpr std::ptrdiff_t kAhead = 1024;
 
 // Map.
@@ -14,24 +16,6 @@ template <std::size_t kCount, SourceLayout kLayout = SourceLayout::OfTarget> str
     static constexpr bool kConverts = kLayout == SourceLayout::OfTarget;
 };
 
-/// Opaque pixels of one layout in another one. Each byte moves on its own: what host mixes layouts at this level is
-/// rare.
-struct Conversion : Reads<1> {
-    int right[3];
-    int left[3];
-    std::uint32_t opaque;
-
-    Conversion(const Layout &from, const Layout &to)
-        : right{8 * from.red, 8 * from.green, 8 * from.blue}, left{8 * to.red, 8 * to.green, 8 * to.blue},
-          opaque(to.OpaqueBits()) {}
-    KVT_INLINE V operator()(V v) const {
-        V converted = All32(opaque);
-        for (int channel = 0; channel < 3; ++channel)
-            converted = converted | Left32By(Right32By(v, right[channel]) & All32(255), left[channel]);
-        return converted;
-    }
-};
-
 /// A block of pixels that a kernel takes at once: a vector, or `kVectors` of them where it says so.
 template <class Kernel> constexpr std::ptrdiff_t kVectorsOf = 1;
 template <class Kernel>
@@ -39,8 +23,18 @@ template <class Kernel>
 constexpr std::ptrdiff_t kVectorsOf<Kernel> = Kernel::kVectors;
 template <class Kernel> constexpr std::ptrdiff_t kBlockBytes = kVectorsOf<Kernel> * kBytes;
 
-template <std::size_t kSources> struct Sources {
-    const unsigned char *at[kSources];
+/// Where a kernel reads, and how it brings what it read into the target's layout: by a shuffle, which changes nothing
+/// where the layouts are the same. Levels without one convert beforehand (MapConverted).
+template <class Kernel> struct Sources {
+    const unsigned char *at[Kernel::kSources];
+    V order[kShuffles ? Kernel::kSources : 1];
+
+    KVT_INLINE V Read(std::size_t source, std::ptrdiff_t offset) const {
+        const V v = Load(at[source] + offset);
+        if constexpr (kShuffles && Kernel::kConverts)
+            return Shuffle(v, order[source]);
+        return v;
+    }
 };
 
 /// Where results go.
@@ -52,30 +46,30 @@ struct Streamed {
 };
 
 template <class Out, class Kernel>
-KVT_INLINE void MapBlock(const Kernel &kernel, const Sources<Kernel::kSources> &from, std::ptrdiff_t at,
+KVT_INLINE void MapBlock(const Kernel &kernel, const Sources<Kernel> &from, std::ptrdiff_t at,
                          unsigned char *to) {
     if constexpr (requires { Kernel::kVectors; }) {
         V block[Kernel::kVectors];
         for (int i = 0; i < Kernel::kVectors; ++i)
-            block[i] = Load(from.at[0] + at + i * kBytes);
+            block[i] = from.Read(0, at + i * kBytes);
         kernel(block);
         for (int i = 0; i < Kernel::kVectors; ++i)
             Out::Put(to + i * kBytes, block[i]);
     } else if constexpr (Kernel::kSources == 1) {
-        Out::Put(to, kernel(Load(from.at[0] + at)));
+        Out::Put(to, kernel(from.Read(0, at)));
     } else if constexpr (Kernel::kSources == 2) {
-        Out::Put(to, kernel(Load(from.at[0] + at), Load(from.at[1] + at)));
+        Out::Put(to, kernel(from.Read(0, at), from.Read(1, at)));
     } else {
-        Out::Put(to, kernel(Load(from.at[0] + at), Load(from.at[1] + at), Load(from.at[2] + at)));
+        Out::Put(to, kernel(from.Read(0, at), from.Read(1, at), from.Read(2, at)));
     }
 }
 
 /// Less than a block, through a buffer and the same kernel.
 template <class Kernel>
-[[gnu::noinline]] void MapPart(const Kernel &kernel, const Sources<Kernel::kSources> &from, std::ptrdiff_t bytes,
+[[gnu::noinline]] void MapPart(const Kernel &kernel, const Sources<Kernel> &from, std::ptrdiff_t bytes,
                                unsigned char *to) {
     alignas(64) unsigned char buffers[Kernel::kSources][kBlockBytes<Kernel>] = {};
-    Sources<Kernel::kSources> buffered;
+    Sources<Kernel> buffered = from;
     for (std::size_t source = 0; source < Kernel::kSources; ++source) {
         std::memcpy(buffers[source], from.at[source], static_cast<std::size_t>(bytes));
         buffered.at[source] = buffers[source];
@@ -87,13 +81,13 @@ template <class Kernel>
 /// One stretch of pixels, the very same ones or apart. The last block is read before anything is written and stored in
 /// the end: it may share pixels with the one before it, which in place are read only once so.
 template <class Kernel>
-[[gnu::noinline]] void MapStretch(const Kernel &constants, const Sources<Kernel::kSources> &sources,
+[[gnu::noinline]] void MapStretch(const Kernel &constants, const Sources<Kernel> &sources,
                                   std::ptrdiff_t bytes, unsigned char *to, bool stream) {
     constexpr std::ptrdiff_t kStep = kBlockBytes<Kernel>;
     if (bytes < kStep)
         return MapPart(constants, sources, bytes, to);
     const Kernel kernel = constants; // copies that no store to a pixel can change stay in registers
-    const Sources<Kernel::kSources> from = sources;
+    const Sources<Kernel> from = sources;
     alignas(64) unsigned char last[std::size_t{kStep}];
     const std::ptrdiff_t lastAt = bytes - kStep;
     MapBlock<Stored>(kernel, from, lastAt, last);
@@ -117,22 +111,41 @@ template <class Kernel>
         std::memcpy(to + lastAt, last, kStep);
 }
 
+/// Opaque pixels of one layout in another one. Each byte moves on its own, without a shuffle.
+struct Conversion : Reads<1, SourceLayout::Own> {
+    int right[3];
+    int left[3];
+    std::uint32_t opaque;
+
+    Conversion(const Layout &from, const Layout &to)
+        : right{8 * from.red, 8 * from.green, 8 * from.blue}, left{8 * to.red, 8 * to.green, 8 * to.blue},
+          opaque(to.OpaqueBits()) {}
+    KVT_INLINE V operator()(V v) const {
+        V converted = All32(opaque);
+        for (int channel = 0; channel < 3; ++channel)
+            converted = converted | Left32By(Right32By(v, right[channel]) & All32(255), left[channel]);
+        return converted;
+    }
+};
+
 /// `count` opaque pixels of one layout in another one, elsewhere.
 inline void Convert(const unsigned char *from, const Layout &layout, std::ptrdiff_t count, unsigned char *to,
                     const Layout &toLayout) {
-    MapStretch(Conversion(layout, toLayout), {{from}}, count * 4, to, false);
+    Sources<Conversion> source;
+    source.at[0] = from;
+    MapStretch(Conversion(layout, toLayout), source, count * 4, to, false);
 }
 
 /// A stretch whose sources have not all the target's layout: those others are converted in pieces that stay in the
 /// nearest cache.
 template <class Kernel>
-[[gnu::noinline]] void MapConverted(const Kernel &kernel, const MapJob &job, const Sources<Kernel::kSources> &from,
+[[gnu::noinline]] void MapConverted(const Kernel &kernel, const MapJob &job, const Sources<Kernel> &from,
                                     std::ptrdiff_t bytes, unsigned char *to) {
     constexpr std::ptrdiff_t kPiece = 4096;
     alignas(64) unsigned char converted[Kernel::kSources][kPiece];
     for (std::ptrdiff_t at = 0; at < bytes; at += kPiece) {
         const std::ptrdiff_t piece = bytes - at < kPiece ? bytes - at : kPiece;
-        Sources<Kernel::kSources> pieces;
+        Sources<Kernel> pieces;
         for (std::size_t source = 0; source < Kernel::kSources; ++source) {
             pieces.at[source] = from.at[source] + at;
             if (job.sources[source].layout != job.target.layout) {
@@ -151,18 +164,22 @@ template <class Kernel> KVT_INLINE void Map(const MapJob &job, const Kernel &ker
         return;
     const std::ptrdiff_t first = std::ptrdiff_t{job.area.left} * 4;
     const std::ptrdiff_t bytes = std::ptrdiff_t{job.area.right - job.area.left} * 4;
+    Sources<Kernel> from;
     bool mixed = false;
-    for (std::size_t source = 0; source < Kernel::kSources; ++source)
-        mixed |= Kernel::kConverts && job.sources[source].layout != job.target.layout;
+    for (std::size_t source = 0; Kernel::kConverts && source < Kernel::kSources; ++source) {
+        if constexpr (kShuffles)
+            from.order[source] = Order(job.sources[source].layout, job.target.layout);
+        else
+            mixed |= job.sources[source].layout != job.target.layout;
+    }
     for (std::int32_t row = job.area.top; row < job.area.bottom; ++row) {
-        Sources<Kernel::kSources> from;
         for (std::size_t source = 0; source < Kernel::kSources; ++source)
             from.at[source] = job.sources[source].rows[row] + first;
         unsigned char *to = job.target.rows[row] + first;
-        if (mixed)
-            MapConverted(kernel, job, from, bytes, to);
-        else
+        if (!mixed)
             MapStretch(kernel, from, bytes, to, job.stream);
+        else if constexpr (!kShuffles && Kernel::kConverts)
+            MapConverted(kernel, job, from, bytes, to);
     }
     if (job.stream)
         FinishStreaming();

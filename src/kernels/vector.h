@@ -58,4 +58,13 @@ KVT_INLINE V Pairs(int low, int high) {
 KVT_INLINE V EvenLanes(const Layout::ByteOrder<std::int32_t> &values) { return Pairs(values.at[0], values.at[2]); }
 KVT_INLINE V OddLanes(const Layout::ByteOrder<std::int32_t> &values) { return Pairs(values.at[1], values.at[3]); }
 
+/// The order of bytes that brings pixels of one layout into another one, by a Shuffle.
+KVT_INLINE V Order(const Layout &from, const Layout &to) {
+    const auto bytes = to.InByteOrder<std::uint32_t>(from.red, from.green, from.blue, from.other);
+    unsigned char order[kBytes];
+    for (std::uint32_t byte = 0; byte < kBytes; ++byte)
+        order[byte] = static_cast<unsigned char>(byte % 16 / 4 * 4 + bytes.at[byte % 4]);
+    return Load(order);
+}
+
 } // namespace kvt::KVT_LEVEL

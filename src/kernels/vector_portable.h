@@ -1,6 +1,8 @@
 // What vector_x86.h offers, without any processor's instructions. Included by each_level.h alone.
 namespace kvt::KVT_LEVEL {
 
+inline constexpr bool kShuffles = false;
+
 KVT_INLINE void Stream(void *to, V v) { Store(to, v); }
 KVT_INLINE void FinishStreaming() {}
 

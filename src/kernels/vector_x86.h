@@ -41,16 +41,11 @@ KVT_INLINE V MulHighU16(V a, V b) { return As<V>(KVT_OP(mulhi_epu16)(R(a), R(b))
 /// The sums of two neighboring products of signed 16-bit lanes, in 32 bits.
 KVT_INLINE V MulAddPairs(V a, V b) { return As<V>(KVT_OP(madd_epi16)(R(a), R(b))); }
 
+inline constexpr bool kShuffles = kBytes > 16; ///< from SSSE3 on
+
 #if KVT_VECTOR_BYTES > 16
 /// Within each 16 bytes, byte i becomes byte order[i] of v, or 0 where the highest bit of order[i] is set.
 KVT_INLINE V Shuffle(V v, V order) { return As<V>(KVT_OP(shuffle_epi8)(R(v), R(order))); }
-/// 16 bytes, repeated.
-KVT_INLINE V Repeated(const signed char (&bytes)[16]) {
-    unsigned char all[kBytes];
-    for (std::ptrdiff_t at = 0; at < kBytes; at += 16)
-        std::memcpy(all + at, bytes, 16);
-    return Load(all);
-}
 #endif
 
 /// The lowest byte of each 32-bit lane, whose other bytes are 0, in all four.
