@@ -6,6 +6,7 @@
 
 #include <chrono>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <span>
@@ -50,12 +51,17 @@ struct HostDescription {
     int refusedHeapRequest = 0; ///< number of the module's heap request (from 1) that is refused; 0: none
     std::vector<Fault> faults = {};
     std::vector<std::string> unknownExceptions = {}; ///< exception classes that this host lacks
+    std::vector<std::string> moreClasses = {};       ///< beside the one that `application` stands for
     Guard guard = Guard::After;
     bool watchesInputs = true;  ///< after every call, reports pictures, blocks and strings that changed and were not to
     bool scattersRows = true;   ///< of console pictures; rows in order are what a benchmark wants
     bool sealsPictures = false; ///< pixels are inaccessible while they are not locked; see Picture::Seal
     std::string module = {};    ///< the module's file; empty: the one beside the program
     bool keepsModule = false;   ///< in memory, for the next host of this process; see ModuleFile::Unloading
+    /// The log: told of every call of an entry as it comes, by the entry, the objects' names and the telling arguments,
+    /// and of a request for an entry or method that this host does not have, as "no" and its name. Objects that the
+    /// module had made are called new, in the order of their making: "new picture", "new picture 2".
+    std::function<void(const std::string &call)> log = {};
 };
 
 /// One reference that the script side holds; null is nil. Ends before its host does.

@@ -49,6 +49,10 @@ template <class Made> Made &HostState::Adopt(std::unique_ptr<Made> object, void 
     object->number = ++objectsMade;
     object->handle = handle;
     object->references = 1;
+    if (description.log && depth > 0) {
+        const int which = ++madeForModule[object->kind];
+        object->name = fmt::format("new {}", object->KindName()) + (which == 1 ? "" : fmt::format(" {}", which));
+    }
     Made &made = *object;
     std::unique_ptr<Object> &kept = objects[handle];
     kept = std::move(object);

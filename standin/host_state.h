@@ -2,6 +2,7 @@
 
 #include "standin/host.h"
 
+#include <initializer_list>
 #include <map>
 #include <set>
 #include <unordered_map>
@@ -44,6 +45,7 @@ struct HostState {
     std::chrono::nanoseconds timeInEntries = {};
     int entered = 0; ///< how often the module called an entry
     int depth = 0;   ///< of entries within entries
+    std::map<Kind, int> madeForModule;
 
     void Violation(const std::string &sentence, Concern concern = Concern::Calls);
 
@@ -88,7 +90,12 @@ extern HostState *gHost; ///< null while no host lives
 /// Around the body of every entry: counts the call, takes its time, and says whether a fault lets it fail.
 class EntryScope {
   public:
-    explicit EntryScope(std::string_view name);
+    /// The arguments are those that the log tells.
+    template <class... Arguments> explicit EntryScope(std::string_view name, Arguments... arguments) {
+        Enter(name);
+        if (gHost->description.log)
+            Tell(name, {LogWord(arguments)...});
+    }
     ~EntryScope();
     EntryScope(const EntryScope &) = delete;
     EntryScope &operator=(const EntryScope &) = delete;
@@ -97,6 +104,13 @@ class EntryScope {
     std::uint32_t Answer(bool value) const { return value ? 0xBAD5EE01u : wide_ ? 0x100u : 0xBAD5EE00u; }
 
   private:
+    void Enter(std::string_view name);
+    static void Tell(std::string_view name, std::initializer_list<std::string> arguments);
+    static std::string LogWord(const void *handle);
+    static std::string LogWord(const char *text);
+    static std::string LogWord(std::int32_t number);
+    static std::string LogWord(std::uint32_t bits);
+
     bool fails_ = false;
     bool wide_ = false;
     std::chrono::steady_clock::time_point start_;

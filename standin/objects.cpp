@@ -48,10 +48,12 @@ const char *AlphaInfoName(std::uint32_t alphaInfo) {
 
 } // namespace
 
-std::string Object::Describe() const {
+const char *Object::KindName() const {
     constexpr const char *kNames[] = {"picture", "drawing surface", "memory block", "string", "instance", "exception"};
-    return fmt::format("{} #{}", kNames[static_cast<int>(kind)], number);
+    return kNames[static_cast<int>(kind)];
 }
+
+std::string Object::Describe() const { return fmt::format("{} #{}", KindName(), number); }
 
 std::string MemoryBlock::Describe() const { return fmt::format("memory block #{} ({} bytes)", number, memory.size()); }
 std::string Text::Describe() const { return fmt::format("string #{} ({} bytes)", number, record.length); }

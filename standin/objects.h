@@ -26,9 +26,11 @@ struct Object {
 
     /// "picture #3 (37 x 5, alpha first)"
     virtual std::string Describe() const;
+    const char *KindName() const;
 
     Kind kind;
-    int number = 0; ///< counted from 1 as objects are made
+    int number = 0;        ///< counted from 1 as objects are made
+    std::string name = {}; ///< in the log of calls; empty: the description
     void *handle = nullptr;
     int references = 0; ///< all that are out, whoever holds them
     int held = 0;       ///< those that the host's side holds: scripts, fields, masks, the pending exception
