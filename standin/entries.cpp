@@ -478,25 +478,20 @@ std::uint32_t GetStringData(REALstringStruct *handle, std::uint32_t encoding, RE
     text->copies.emplace_back(bytes.size() + 1, gHost->description.guard);
     unsigned char *copy = text->copies.back().data();
     std::copy(bytes.begin(), bytes.end(), copy); // the zero behind them is there already
-    *out = {reinterpret_cast<const char *>(copy), text->record.length,
-            encoding == kAsStored ? text->encoding : encoding, text, nullptr};
+    *out = {reinterpret_cast<const char *>(copy),
+            text->record.length,
+            encoding == kAsStored ? text->encoding : encoding,
+            {text, nullptr}};
     return scope.Answer(true);
 }
 
 void DisposeStringData(REALstringData *data) {
     const EntryScope scope("PluginDisposeStringData");
+    const bool isModules = gHost->FreeBlock(data->bytes); // a copy that the module made is the heap's
     if (scope.fails())
-        return;
-    for (Object *object : gHost->living) { // the dead have given their copies back
-        if (object->kind != Kind::String || object != data->maker)
-            continue;
-        const auto isIt = [&](const GuardedMemory &copy) {
-            return static_cast<const void *>(copy.data()) == data->bytes;
-        };
-        if (std::erase_if(static_cast<Text &>(*object).copies, isIt) > 0)
-            return;
-    }
-    gHost->Violation("PluginDisposeStringData: no copy of this host's, or given back already");
+        gHost->copiesRefused += isModules ? 0 : 1;
+    else if (!isModules && !gHost->TakeBackCopy(data->bytes, static_cast<const Object *>(data->unread[0])))
+        gHost->Violation("PluginDisposeStringData: no copy of this host's, or given back already");
 }
 
 const char *StringGetCString(REALstringStruct *handle) {

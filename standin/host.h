@@ -9,6 +9,7 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <set>
 #include <span>
 #include <stdexcept>
 #include <string>
@@ -239,7 +240,9 @@ class Host {
     /// Forces an instruction-set level (0 baseline, 1 AVX2, 2 AVX-512; -1 the best); false when the module was stripped
     /// of the symbol or the processor lacks the level.
     bool ForceLevel(int level);
-    int ActiveLevel() const; ///< the level of the last operation that asked for it
+    int ActiveLevel() const;       ///< at which the last call's vector code ran; -1 when it ran none
+    std::set<int> TakeLevelsRun(); ///< all that were active since the last time
+    std::size_t HeapBytes() const; ///< that routines asked the heap for
 
     const HostDescription &description() const;
 

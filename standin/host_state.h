@@ -40,8 +40,11 @@ struct HostState {
     int strayLocks = 0;  ///< pixel locks that were attempted in vain and will be given back all the same
     int locksOfDead = 0; ///< of pictures that died while locks could not be given back; the same for strings' copies
     int copiesOfDead = 0;
-    int heapRequests = 0; ///< of the module, since start-up
-    int heapBlocks = 0;   ///< that it was granted and has not freed
+    int copiesRefused = 0; ///< that the module tried to give back in vain
+    int heapRequests = 0;  ///< of the module, since start-up
+    std::size_t heapBytes = 0;
+    std::set<int> levelsRun;
+    std::unordered_map<const void *, void *> heap; ///< blocks lent to the module: what the real heap knows them as
     std::chrono::nanoseconds timeInEntries = {};
     int entered = 0; ///< how often the module called an entry
     int depth = 0;   ///< of entries within entries
@@ -67,6 +70,11 @@ struct HostState {
     /// The host's own side takes or gives back one.
     void Hold(Object &object);
     void Release(Object &object);
+
+    /// Frees a block lent to the module; false when it is none.
+    bool FreeBlock(const void *block);
+    /// Takes back a copy of a string's bytes; false when it is none, or not of that string.
+    bool TakeBackCopy(const void *bytes, const Object *of = nullptr);
 
     // Faults.
     bool Missed(std::string_view entry) const;
