@@ -6,10 +6,11 @@
 namespace kvt {
 
 /// The shape of most operations: a new picture of the source's size, with op(pixel) written for every pixel of the
-/// area, opaque, and nothing written elsewhere. `area` is a Rectangle or Bounds. The result carries one reference for
-/// the caller; null, with nothing raised and nothing held, when the source cannot be read or no picture can be made.
-template <class AreaRule, class Op>
-REALpictureStruct *MapPicture(REALpictureStruct *picture, NewPicture kind, AreaRule area, Op op) {
+/// area, opaque, and nothing written elsewhere. `area` is a Rectangle or Bounds. The picture goes to keep(picture),
+/// with one reference, before the source is closed; what that yields is the result. Null, with nothing raised and
+/// nothing held, when the source cannot be read or no picture can be made.
+template <class AreaRule, class Op, class Keep>
+REALpictureStruct *MapPicture(REALpictureStruct *picture, NewPicture kind, AreaRule area, Op op, Keep keep) {
     const OpenReader source{picture};
     if (!source)
         return nullptr;
@@ -17,7 +18,13 @@ REALpictureStruct *MapPicture(REALpictureStruct *picture, NewPicture kind, AreaR
     if (!result)
         return nullptr;
     Map(*source, *result, AreaOf(*source, area), op);
-    return result.Render();
+    return keep(result.Render());
+}
+
+/// The same for a picture that is the caller's.
+template <class AreaRule, class Op>
+REALpictureStruct *MapPicture(REALpictureStruct *picture, NewPicture kind, AreaRule area, Op op) {
+    return MapPicture(picture, kind, area, op, [](REALpictureStruct *made) { return made; });
 }
 
 } // namespace kvt

@@ -124,13 +124,18 @@ class PlainSepia {
     Offset blue_;
 };
 
-REALpictureStruct *NewToned(const PictureSepiaData &data) {
+/// Puts the toned picture in the place of the last one, which it yields; null, with that one kept, when there is none.
+REALpictureStruct *ReplaceToned(PictureSepiaData &data) {
     const Channels weights{Truncate(data.redWeight * 1024.0), Truncate(data.greenWeight * 1024.0),
                            Truncate(data.blueWeight * 1024.0)};
     const Channels offsets{data.sepiaRed, data.sepiaGreen, data.sepiaBlue};
+    const auto replace = [&](REALpictureStruct *toned) {
+        ReleasePicture(data.destinationPicture);
+        return data.destinationPicture = toned;
+    };
     const auto map = [&](auto op) {
         const Bounds bounds{data.minX, data.minY, data.maxX, data.maxY};
-        return MapPicture(data.sourcePicture, NewPicture::SameSize, bounds, op);
+        return MapPicture(data.sourcePicture, NewPicture::SameSize, bounds, op, replace);
     };
     if (weights.red >= 0 && weights.green >= 0 && weights.blue >= 0) {
         const std::int64_t sum = std::int64_t{weights.red} + weights.green + weights.blue;
@@ -159,15 +164,7 @@ void PictureSepiaClassDestructor(REALobjectStruct *instance) {
     ReleasePicture(data.destinationPicture);
 }
 
-unsigned char PictureSepiaRun(REALobjectStruct *instance) {
-    PictureSepiaData &data = DataOf(instance);
-    REALpictureStruct *result = NewToned(data);
-    if (!result)
-        return 0;
-    ReleasePicture(data.destinationPicture);
-    data.destinationPicture = result;
-    return 1;
-}
+unsigned char PictureSepiaRun(REALobjectStruct *instance) { return ReplaceToned(DataOf(instance)) != nullptr; }
 
 double GetFactorR(REALobjectStruct *instance, std::int32_t) { return DataOf(instance).redWeight; }
 double GetFactorG(REALobjectStruct *instance, std::int32_t) { return DataOf(instance).greenWeight; }
