@@ -125,6 +125,8 @@ struct IsColor {
 /// Calls visit(pixels, count) for blocks that make up the area, of at most `kBlock` pixels each, until it yields false.
 /// Whether it never did.
 template <std::ptrdiff_t kBlock, class Visit> KVT_INLINE bool ForBlocks(Rows rows, Area area, Visit visit) {
+    if (area.Empty()) // rows without columns need not have an address
+        return true;
     for (std::int32_t row = area.top; row < area.bottom; ++row) {
         const unsigned char *pixels = rows[row];
         for (std::ptrdiff_t x = area.left; x < area.right; x += kBlock)
