@@ -19,15 +19,22 @@ InstructionSet ActiveInstructionSet();
 
 extern "C" {
 extern int gForcedLevel; ///< for tests and benchmarks: an InstructionSet's number, or -1 for the best one
-extern int gActiveLevel; ///< what ActiveInstructionSet answered last; -1 before the first answer
+extern int
+    gActiveLevel; ///< of the code that ran last, noted by that code itself where it is compiled for a level; or -1
 }
 
 #if defined(__x86_64__) || defined(__i386__)
 #define KVT_TARGET_AVX2 [[gnu::target("avx2")]]
 #define KVT_TARGET_AVX512 [[gnu::target("avx2,avx512f,avx512bw,avx512dq,avx512vl,avx512vbmi")]]
 
-template <class Body> KVT_TARGET_AVX2 auto RunWithAvx2(Body body) { return body(); }
-template <class Body> KVT_TARGET_AVX512 auto RunWithAvx512(Body body) { return body(); }
+template <class Body> KVT_TARGET_AVX2 auto RunWithAvx2(Body body) {
+    gActiveLevel = static_cast<int>(InstructionSet::Avx2);
+    return body();
+}
+template <class Body> KVT_TARGET_AVX512 auto RunWithAvx512(Body body) {
+    gActiveLevel = static_cast<int>(InstructionSet::Avx512);
+    return body();
+}
 #endif
 
 /// Runs `body` (a lambda marked KVT_INLINE_LAMBDA that captures by value) compiled for the active level.
@@ -42,6 +49,7 @@ template <class Body> auto AtActiveLevel(Body body) {
     default:
         break;
     }
+    gActiveLevel = static_cast<int>(InstructionSet::Baseline);
     return body();
 }
 
@@ -58,6 +66,7 @@ template <class Body> auto AtActiveWidth(Body body) {
     default:
         break;
     }
+    gActiveLevel = static_cast<int>(InstructionSet::Baseline);
     return body(std::integral_constant<std::size_t, 16>());
 }
 
