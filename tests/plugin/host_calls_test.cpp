@@ -37,10 +37,6 @@ class Scene {
         host_.MayChange(made);
         return made;
     }
-    Ref WithMask(const Ref &picture, PictureDescription wanted = {}) {
-        host_.AttachMask(picture, Picture("mask", std::move(wanted)));
-        return picture;
-    }
     /// Lives until the log was compared.
     const Ref &Kept(Ref made) { return kept_.emplace_back(std::move(made)); }
     /// Lets the module learn the kind of application, so that a row need not tell of it.
@@ -57,11 +53,6 @@ class Scene {
         return Text(host_.CallGlobal(method, arguments...));
     }
 
-  private:
-    HostDescription Logged(HostDescription description) {
-        description.log = [this](const std::string &call) { log_ += call + '\n'; };
-        return description;
-    }
     static std::string Text(const Result &result) {
         const Value &value = result.value;
         std::string text = value.Is<bool>()           ? (value.AsBoolean() ? "true" : "false")
@@ -73,6 +64,12 @@ class Scene {
             if (variable.Is<std::int64_t>())
                 text += ", " + name + ' ' + std::to_string(variable.AsInteger());
         return text;
+    }
+
+  private:
+    HostDescription Logged(HostDescription description) {
+        description.log = [this](const std::string &call) { log_ += call + '\n'; };
+        return description;
     }
 
     std::string log_;
@@ -110,574 +107,305 @@ const std::string kMadeWithAlpha = "PluginNewInstance Picture\n"
                                    "Picture.Constructor new picture 5 3\n" +
                                    Opened(kNew) + "REALUnlockObject new picture\n" + Rendered();
 
-std::string Viewed(const std::string &block) {
-    return "REALLockObject " + block + "\nmemoryBlockGetPtr " + block + "\nmemoryBlockGetSize " + block + '\n';
+std::string Viewed(const std::string &block, const std::string &size) {
+    return "REALLockObject " + block + "\nmemoryBlockGetPtr " + block + '\n' + size + '\n';
 }
-const std::string kTablesViewed = Viewed("red") + Viewed("green") + Viewed("blue");
+const std::string kTablesViewed = Viewed("red", "memoryBlockGetSize red") +
+                                  Viewed("green", "memoryBlockGetSize green") +
+                                  Viewed("blue", "memoryBlockGetSize blue");
 const std::string kTablesDropped = "REALUnlockObject blue\nREALUnlockObject green\nREALUnlockObject red\n";
-const std::string kTargetMeasured = "REALGetPropValueInt dest Width\nREALGetPropValueInt dest Height\n";
+std::string Measured(const std::string &picture) {
+    return "REALGetPropValueInt " + picture + " Width\nREALGetPropValueInt " + picture + " Height\n";
+}
+std::string Counters(const std::string &block) {
+    return "memoryBlockGetSize " + block + "\nmemoryBlockGetPtr " + block + '\n';
+}
 
 const std::string kKindLearned = "pluginObjectType Application\npluginObjectType WebApplication\n"
                                  "pluginObjectType ConsoleApplication\n";
 
-/// From the first lock on, which fails, to the drawn copy.
-std::string CopyMade(const std::string &picture, const std::string &drawn) {
-    return "REALGetPropValueInt " + picture + " Width\nREALGetPropValueInt " + picture +
-           " Height\nnewPicture 5 3 32\npluginPictureGraphicsGetter new picture\n"
-           "REALLoadObjectMethod new drawing surface DrawPicture(Image as Picture, x as Integer, y as Integer, "
-           "w as Integer, h as Integer, sx as Integer = 0, sy as Integer = 0, sw as Integer = -10000, "
-           "sh as Integer = -10000)\n" +
-           drawn + "REALUnlockObject new drawing surface\n";
-}
-const std::string kDrawn = "Graphics.DrawPicture new drawing surface p 0 0 5 3 0 0 5 3\n";
+const std::string kCopyDrawn =
+    Measured("p") +
+    "newPicture 5 3 32\npluginPictureGraphicsGetter new picture\n"
+    "REALLoadObjectMethod new drawing surface DrawPicture(Image as Picture, x as Integer, y as Integer, w as Integer, "
+    "h as Integer, sx as Integer = 0, sy as Integer = 0, sw as Integer = -10000, sh as Integer = -10000)\n"
+    "Graphics.DrawPicture new drawing surface p 0 0 5 3 0 0 5 3\nREALUnlockObject new drawing surface\n";
 
-std::string Raised(const char *length, const char *instances) {
-    return std::string("REALBuildString ") + length + "\nREALSetStringEncoding new string 0x600\n" + instances +
+std::string Raised(const std::string &length) {
+    return "REALBuildString " + length +
+           "\nREALSetStringEncoding new string 0x600\nPluginNewInstance NilObjectException\n"
            "REALSetPropValueString new exception Message new string\nRuntimeRaiseException new exception\n"
            "REALUnlockObject new exception\nREALUnlockString new string\n";
 }
-const char *const kNilObject = "PluginNewInstance NilObjectException\n";
 
 const std::string kLengthFound = "REALLoadGlobalMethod LenB( s as string ) as integer\n";
 const std::string kCopied = "LenB text\nStringGetCString text\n";
 
 const std::string kSamplesFound = "memoryBlockGetSize samples\nmemoryBlockGetPtr samples\n";
 
-std::string BytesOfPicture() {
-    std::string bytes = "PPIC";
-    for (const std::size_t number : {std::size_t{85}, std::size_t{5}, std::size_t{3}, std::size_t{32}, std::size_t{40},
-                                     std::size_t{0}, std::size_t{0}, std::size_t{0}, std::size_t{0}})
-        bytes += std::string(3, '\0') + static_cast<char>(number);
-    return bytes + std::string(45, 'x');
+// The calls that rows make. What they act on is p.
+
+using Call = std::function<std::string(Scene &)>;
+
+template <class... Arguments> Call On(PictureDescription picture, const char *method, Arguments... arguments) {
+    return [=](Scene &scene) { return scene.Call(scene.Picture("p", picture), method, arguments...); };
+}
+
+template <class... Arguments> Call OnNil(const char *method, Arguments... arguments) {
+    return [=](Scene &scene) { return scene.Call(nullptr, method, arguments...); };
+}
+
+/// With another picture as the argument, and numbers behind it.
+template <class... Numbers>
+Call With(const char *method, const char *name, PictureDescription picture, Numbers... numbers) {
+    return
+        [=](Scene &scene) { return scene.Call(scene.Picture("p"), method, scene.Picture(name, picture), numbers...); };
+}
+
+/// A global method of pictures by these names, the last one of them as described.
+Call Of(const char *method, std::vector<const char *> names, PictureDescription last = {}) {
+    return [=](Scene &scene) {
+        std::vector<Value> pictures;
+        for (const char *name : names)
+            pictures.push_back(scene.Picture(name, name == names.back() ? last : PictureDescription{}));
+        return Scene::Text(scene.host().CallGlobalWith(method, pictures));
+    };
+}
+
+template <class... Arguments> Call WithMask(PictureDescription mask, const char *method, Arguments... arguments) {
+    return [=](Scene &scene) {
+        const Ref picture = scene.Picture("p");
+        scene.host().AttachMask(picture, scene.Picture("mask", mask));
+        return scene.Call(picture, method, arguments...);
+    };
+}
+
+enum class Target { None, Other, Itself };
+
+Call Transform(Target target, PictureDescription other = {}) {
+    return [=](Scene &scene) {
+        const Ref red = scene.Block("red", 256);
+        const Ref green = scene.Block("green", 256);
+        const Ref blue = scene.Block("blue", 256);
+        const Ref picture = scene.Picture("p");
+        const Value dest = target == Target::None     ? Value()
+                           : target == Target::Itself ? Value(picture)
+                                                      : Value(scene.Picture("dest", other));
+        return scene.Call(picture, "TransformColorsKVT", red, blue, green, dest);
+    };
+}
+
+enum class Held { Nothing, Source, Old, Both };
+
+Call Of(const char *className, const char *method, Held held) {
+    return [=](Scene &scene) {
+        const Ref instance = scene.Kept(scene.host().New(className));
+        if (held == Held::Source || held == Held::Both)
+            scene.host().Set(instance, "SourcePicture", scene.Picture("p"));
+        if (held == Held::Old || held == Held::Both)
+            scene.host().Set(instance, "DestinationPicture", scene.Picture("old"));
+        return scene.Call(instance, method);
+    };
+}
+
+Call Count(bool given) {
+    return [=](Scene &scene) {
+        const auto block = [&](const char *name) { return given ? Value(scene.Block(name, 1024)) : Value(); };
+        return scene.Call(scene.Picture("p"), "CountColorsKVT", block("red"), block("blue"), block("green"), 0);
+    };
 }
 
 std::string Unpack(Scene &scene) {
-    return scene.CallGlobal("BinaryStringtoPictureKVT", scene.Named(scene.host().MakeString(BytesOfPicture()), "text"));
+    std::string bytes = "PPIC";
+    for (const int number : {85, 5, 3, 32, 40, 0, 0, 0, 0})
+        bytes += std::string(3, '\0') + static_cast<char>(number);
+    const Ref text = scene.host().MakeString(bytes + std::string(45, 'x'));
+    return scene.CallGlobal("BinaryStringtoPictureKVT", scene.Named(text, "text"));
 }
 
-std::string Transform(Scene &scene, const Value &receiver, const Value &target) {
-    const Ref red = scene.Block("red", 256);
-    const Ref green = scene.Block("green", 256);
-    const Ref blue = scene.Block("blue", 256);
-    return scene.Call(receiver, "TransformColorsKVT", red, blue, green, target);
+std::string AssignMask(Scene &scene) {
+    scene.host().Assign(scene.Picture("p"), "EmbeddedMaskKVT", {false}, scene.Picture("mask"));
+    return "nothing";
 }
 
-std::string Run(Scene &scene, const char *className, const char *method, const Value &source, bool hasResult = true) {
-    const Ref instance = scene.Kept(scene.host().New(className));
-    scene.host().Set(instance, "SourcePicture", source);
-    if (hasResult)
-        scene.host().Set(instance, "DestinationPicture", scene.Picture("old"));
-    return scene.Call(instance, method);
+/// Silence in five columns. The top bytes of the colors count for nothing.
+Call Render(int outlineWidth) {
+    return [=](Scene &scene) {
+        const std::vector<unsigned char> silence(5, 128);
+        const Ref samples = scene.Named(scene.host().MakeBlock(5, silence), "samples");
+        return scene.CallGlobal("RenderSamplesKVT", samples, 0, 1, 5, 3, outlineWidth, 0xAA88B5C4u, 0xAA274C5Au,
+                                0xAA203F4Eu);
+    };
 }
 
-std::string Count(Scene &scene, bool given) {
-    const auto block = [&](const char *name) { return given ? Value(scene.Block(name, 1024)) : Value(); };
-    return scene.Call(scene.Picture("p"), "CountColorsKVT", block("red"), block("blue"), block("green"), 0);
+std::string ThickOutline() {
+    std::string calls = "pluginPictureGraphicsGetter new picture\n"
+                        "REALSetPropValueUInt32 new drawing surface ForeColor 0x203F4E\n"
+                        "REALSetPropValueInt new drawing surface PenHeight 2\n"
+                        "REALSetPropValueInt new drawing surface PenWidth 2\n";
+    for (const char *segment : {"-1 0 -1 0", "-1 0 0 0", "0 0 1 0", "1 0 2 0", "2 0 3 0"})
+        for (int twice = 0; twice < 2; ++twice)
+            calls += std::string("RuntimeGraphicsDrawLine new drawing surface ") + segment + '\n';
+    return calls + "REALUnlockObject new drawing surface\n";
 }
 
-std::string RenderSound(Scene &scene, int outlineWidth) {
-    const std::vector<unsigned char> samples(5, 128);
-    const Ref block = scene.Named(scene.host().MakeBlock(5, samples), "samples");
-    return scene.CallGlobal("RenderSamplesKVT", block, 0, 1, 5, 3, outlineWidth, 0xAA88B5C4u, 0xAA274C5Au, 0xAA203F4Eu);
-}
+/// Where a row is tried.
+struct Hosts {
+    std::vector<Application> kinds = {Application::Desktop, Application::Console};
+    double version = 2019.03;
+    std::vector<Fault> faults = {};
+};
+const Hosts kDesktopAlone = {.kinds = {Application::Desktop}};
+const Hosts kConsoleAlone = {.kinds = {Application::Console}};
+constexpr Fault::What kFails = Fault::Fails;
 
-constexpr double kCurrent = 2019.03;
-const std::vector<Application> kOnBoth = {Application::Desktop, Application::Console};
-const std::vector<Application> kOnDesktop = {Application::Desktop};
-const std::vector<Application> kOnConsole = {Application::Console};
+const PictureDescription kAlpha = {.hasAlphaChannel = true};
+const PictureDescription kUnlockable = {.lockable = false};
+const PictureDescription kSmaller = {.width = 4, .height = 3};
 
-struct Row {
+const std::string kWithoutCopy = "no PluginGetStringData\n";
+const std::string kMask = "REALGetPictureMask p 0\n";
+const std::string kMaskDropped = "REALUnlockObject mask\n";
+const std::string kScrolledByPlatform = "lockPictureDescription p\nunlockPictureDescription p\n";
+
+// clang-format off
+
+const struct {
     const char *what;
-    std::vector<Application> applications;
-    std::optional<double> version;
-    std::vector<Fault> faults;
-    std::string (*call)(Scene &);
+    Hosts hosts;
+    Call call;
     const char *result;
     std::string calls;
-};
-
-const Row kOperations[] = {
-    {"nil", kOnBoth, kCurrent, {}, [](Scene &scene) { return scene.Call(nullptr, "InvertKVT"); }, "nil", ""},
-    {"scrolling nil",
-     kOnBoth,
-     kCurrent,
-     {},
-     [](Scene &scene) { return scene.Call(nullptr, "ScrollKVT", 1, 1, false, true); },
-     "false",
-     ""},
-    {"one picture to another",
-     kOnBoth,
-     kCurrent,
-     {},
-     [](Scene &scene) { return scene.Call(scene.Picture("p"), "InvertKVT"); },
-     "new picture",
-     Opened("p") + kMadeAndRendered + Closed("p")},
-    {"with an alpha channel",
-     kOnBoth,
-     kCurrent,
-     {},
-     [](Scene &scene) { return scene.Call(scene.Picture("p", {.hasAlphaChannel = true}), "ChangeContrastKVT", 1.0); },
-     "new picture",
+} kOperations[] = {
+    {"nil", {}, OnNil("InvertKVT"), "nil", ""},
+    {"one picture to another", {}, On({}, "InvertKVT"), "new picture", Opened("p") + kMadeAndRendered + Closed("p")},
+    {"with an alpha channel", {}, On(kAlpha, "ChangeContrastKVT", 1.0), "new picture",
      Opened("p") + kMadeWithAlpha + Closed("p")},
-    {"with an alpha channel that the host cannot make",
-     kOnBoth,
-     2011.0,
-     {},
-     [](Scene &scene) { return scene.Call(scene.Picture("p", {.hasAlphaChannel = true}), "InvertKVT"); },
-     "nil",
+    {"with an alpha channel that the host cannot make", {.version = 2011.0}, On(kAlpha, "InvertKVT"), "nil",
      Opened("p") + Closed("p")},
-    {"into a plain picture",
-     kOnBoth,
-     kCurrent,
-     {},
-     [](Scene &scene) { return scene.Call(scene.Picture("p", {.hasAlphaChannel = true}), "ExtractColorKVT", 1, 2, 3); },
-     "new picture",
+    {"into a plain picture", {}, On(kAlpha, "ExtractColorKVT", 1, 2, 3), "new picture",
      Opened("p") + kMadeAndRendered + Closed("p")},
-    {"no new pictures",
-     kOnBoth,
-     kCurrent,
-     {{"newPicture"}},
-     [](Scene &scene) { return scene.Call(scene.Picture("p"), "InvertKVT"); },
-     "nil",
+    {"no new pictures", {.faults = {{"newPicture"}}}, On({}, "InvertKVT"), "nil",
      Opened("p") + "no newPicture\n" + Closed("p")},
-    {"a new picture that cannot be locked",
-     kOnBoth,
-     kCurrent,
-     {{"REALLockPictureDescription", Fault::Fails, 3}},
-     [](Scene &scene) { return scene.Call(scene.Picture("p"), "InvertKVT"); },
-     "nil",
+    {"a new picture that cannot be locked", {.faults = {{"REALLockPictureDescription", kFails, 3}}},
+     On({}, "InvertKVT"), "nil",
      Opened("p") + "newPicture 5 3 32\n" + Asked(kNew) + "REALUnlockObject new picture\n" + Closed("p")},
-    {"a picture that is refused once it is locked",
-     kOnDesktop,
-     kCurrent,
-     {},
-     [](Scene &scene) { return scene.Call(scene.Picture("p", {.bitsPerPixel = 24}), "InvertKVT"); },
-     "nil",
+    {"a picture that is refused once it is locked", kDesktopAlone, On({.bitsPerPixel = 24}, "InvertKVT"), "nil",
      Asked("p") + "unlockPictureDescription p\n"},
 
-    {"tables, a new picture",
-     kOnBoth,
-     kCurrent,
-     {},
-     [](Scene &scene) { return Transform(scene, scene.Picture("p"), nullptr); },
-     "new picture",
+    {"tables, a new picture", {}, Transform(Target::None), "new picture",
      kTablesViewed + Opened("p") + kMadeAndRendered + Closed("p") + kTablesDropped},
-    {"tables, into a target",
-     kOnBoth,
-     kCurrent,
-     {},
-     [](Scene &scene) { return Transform(scene, scene.Picture("p"), scene.Picture("dest")); },
-     "dest",
-     kTablesViewed + Opened("p") + kTargetMeasured + Opened("dest") + Rendered("dest") + Closed("p") + kTablesDropped},
-    {"tables, in place",
-     kOnBoth,
-     kCurrent,
-     {},
-     [](Scene &scene) {
-         const Ref picture = scene.Picture("dest");
-         return Transform(scene, picture, picture);
-     },
-     "dest",
-     kTablesViewed + Opened("dest") + kTargetMeasured + Opened("dest") + Rendered("dest") + Closed("dest") +
-         kTablesDropped},
-    {"tables, a target that cannot be locked",
-     kOnBoth,
-     kCurrent,
-     {},
-     [](Scene &scene) { return Transform(scene, scene.Picture("p"), scene.Picture("dest", {.lockable = false})); },
-     "new picture",
-     kTablesViewed + Opened("p") + kTargetMeasured + Asked("dest") + kMadeAndRendered + Closed("p") + kTablesDropped},
-    {"tables of unknown size",
-     kOnBoth,
-     kCurrent,
-     {{"memoryBlockGetSize"}},
-     [](Scene &scene) { return Transform(scene, scene.Picture("p"), nullptr); },
-     "nil",
-     "REALLockObject red\nmemoryBlockGetPtr red\nno memoryBlockGetSize\nREALLockObject green\nmemoryBlockGetPtr green\n"
-     "no memoryBlockGetSize\nREALLockObject blue\nmemoryBlockGetPtr blue\nno memoryBlockGetSize\n" +
-         kTablesDropped},
-    {"a nil table",
-     kOnBoth,
-     kCurrent,
-     {},
-     [](Scene &scene) { return scene.Call(scene.Picture("p"), "TransformColorsKVT", nullptr, nullptr, nullptr); },
-     "nil",
-     Raised("22", kNilObject)},
+    {"tables, into a target", {}, Transform(Target::Other), "dest",
+     kTablesViewed + Opened("p") + Measured("dest") + Opened("dest") + Rendered("dest") + Closed("p") + kTablesDropped},
+    {"tables, in place", {}, Transform(Target::Itself), "p",
+     kTablesViewed + Opened("p") + Measured("p") + Opened("p") + Rendered("p") + Closed("p") + kTablesDropped},
+    {"tables, a target that cannot be locked", {}, Transform(Target::Other, kUnlockable), "new picture",
+     kTablesViewed + Opened("p") + Measured("dest") + Asked("dest") + kMadeAndRendered + Closed("p") + kTablesDropped},
+    {"tables of unknown size", {.faults = {{"memoryBlockGetSize"}}}, Transform(Target::None), "nil",
+     Viewed("red", "no memoryBlockGetSize") + Viewed("green", "no memoryBlockGetSize") +
+         Viewed("blue", "no memoryBlockGetSize") + kTablesDropped},
+    {"a nil table", {}, On({}, "TransformColorsKVT", nullptr, nullptr, nullptr), "nil", Raised("22")},
 
-    {"two pictures",
-     kOnBoth,
-     kCurrent,
-     {},
-     [](Scene &scene) { return scene.CallGlobal("MergePictureKVT", scene.Picture("a"), scene.Picture("b")); },
-     "new picture",
+    {"two pictures", {}, Of("MergePictureKVT", {"a", "b"}), "new picture",
      Opened("a") + Opened("b") + kMadeAndRendered + Closed("b") + Closed("a")},
-    {"two pictures of different sizes",
-     kOnBoth,
-     kCurrent,
-     {},
-     [](Scene &scene) {
-         return scene.CallGlobal("MergePictureKVT", scene.Picture("a"), scene.Picture("b", {.width = 4, .height = 3}));
-     },
-     "nil",
+    {"two pictures of different sizes", {}, Of("MergePictureKVT", {"a", "b"}, kSmaller), "nil",
      Opened("a") + Opened("b") + Closed("b") + Closed("a")},
-    {"a channel",
-     kOnBoth,
-     kCurrent,
-     {},
-     [](Scene &scene) { return scene.Call(scene.Picture("p"), "ReplaceRedChannelKVT", scene.Picture("channel")); },
-     "new picture",
+    {"a channel", {}, With("ReplaceRedChannelKVT", "channel", {}), "new picture",
      Opened("p") + Opened("channel") + kMadeAndRendered + Closed("channel") + Closed("p")},
-    {"a nil channel",
-     kOnBoth,
-     kCurrent,
-     {},
-     [](Scene &scene) { return scene.Call(scene.Picture("p"), "ReplaceBlueChannelKVT", nullptr); },
-     "nil",
-     Raised("27", kNilObject)},
-    {"three pictures",
-     kOnBoth,
-     kCurrent,
-     {},
-     [](Scene &scene) {
-         return scene.CallGlobal("CombinePicturesKVT", scene.Picture("red"), scene.Picture("blue"),
-                                 scene.Picture("green"));
-     },
-     "new picture",
+    {"a nil channel", {}, On({}, "ReplaceBlueChannelKVT", nullptr), "nil", Raised("27")},
+    {"three pictures", {}, Of("CombinePicturesKVT", {"red", "blue", "green"}), "new picture",
      Opened("red") + Opened("green") + Opened("blue") + kMadeAndRendered + Closed("blue") + Closed("green") +
          Closed("red")},
-    {"three pictures, one refused",
-     kOnConsole,
-     kCurrent,
-     {},
-     [](Scene &scene) {
-         return scene.CallGlobal("CombinePicturesKVT", scene.Picture("red"), scene.Picture("blue"),
-                                 scene.Picture("green", {.paletteRows = 1}));
-     },
-     "nil",
+    {"three pictures, one refused", kConsoleAlone,
+     Of("CombinePicturesKVT", {"red", "blue", "green"}, {.paletteRows = 1}), "nil",
      Opened("red") + Asked("green") + "unlockPictureDescription green\n" + Closed("red")},
 
-    {"sepia, for the first time",
-     kOnBoth,
-     kCurrent,
-     {},
-     [](Scene &scene) { return Run(scene, "PictureSepiaKVT", "Run", scene.Picture("p"), false); },
-     "true",
+    {"sepia, for the first time", {}, Of("PictureSepiaKVT", "Run", Held::Source), "true",
      Opened("p") + kMadeAndRendered + Closed("p")},
-    {"sepia, again",
-     kOnBoth,
-     kCurrent,
-     {},
-     [](Scene &scene) { return Run(scene, "PictureSepiaKVT", "Run", scene.Picture("p")); },
-     "true",
+    {"sepia, again", {}, Of("PictureSepiaKVT", "Run", Held::Both), "true",
      Opened("p") + kMadeAndRendered + "REALUnlockObject old\n" + Closed("p")},
-    {"sepia of nil",
-     kOnBoth,
-     kCurrent,
-     {},
-     [](Scene &scene) { return Run(scene, "PictureSepiaKVT", "Run", nullptr); },
-     "false",
-     ""},
-    {"a color table, again",
-     kOnBoth,
-     kCurrent,
-     {},
-     [](Scene &scene) { return Run(scene, "PictureLut3DKVT", "Run", scene.Picture("p")); },
-     "true",
+    {"sepia of nil", {}, Of("PictureSepiaKVT", "Run", Held::Old), "false", ""},
+    {"a color table, again", {}, Of("PictureLut3DKVT", "Run", Held::Both), "true",
      "REALUnlockObject old\n" + Opened("p") + kMadeAndRendered + Closed("p")},
-    {"a color table on nil",
-     kOnBoth,
-     kCurrent,
-     {},
-     [](Scene &scene) { return Run(scene, "PictureLut3DKVT", "Run", nullptr); },
-     "false",
-     "REALUnlockObject old\n"},
-    {"closing an instance",
-     kOnDesktop,
-     kCurrent,
-     {},
-     [](Scene &scene) { return Run(scene, "PictureLut3DKVT", "Close", scene.Picture("p")); },
-     "nil",
+    {"a color table on nil", {}, Of("PictureLut3DKVT", "Run", Held::Old), "false", "REALUnlockObject old\n"},
+    {"closing an instance", kDesktopAlone, Of("PictureSepiaKVT", "Close", Held::Both), "nil",
      "REALUnlockObject p\nREALUnlockObject old\n"},
 
-    {"scrolling down around the edge",
-     kOnBoth,
-     kCurrent,
-     {},
-     [](Scene &scene) { return scene.Call(scene.Picture("p"), "ScrollVerticalKVT", 1, true, false); },
-     "true",
-     Changed("p")},
-    {"scrolling both ways",
-     kOnBoth,
-     kCurrent,
-     {},
-     [](Scene &scene) { return scene.Call(scene.Picture("p"), "ScrollKVT", 1, 1, true, false); },
-     "true",
-     Changed("p") + Changed("p")},
-    {"scrolling both ways, the second lock failing",
-     kOnBoth,
-     kCurrent,
-     {{"REALLockPictureDescription", Fault::Fails, 3}},
-     [](Scene &scene) { return scene.Call(scene.Picture("p"), "ScrollKVT", 1, 1, true, false); },
-     "false",
-     Changed("p") + Asked("p")},
-    {"scrolling by nothing",
-     kOnBoth,
-     kCurrent,
-     {},
-     [](Scene &scene) { return scene.Call(scene.Picture("p"), "ScrollKVT", 0, 0, true, false); },
-     "true",
-     ""},
-    {"scrolling both ways with the mask",
-     kOnBoth,
-     kCurrent,
-     {},
-     [](Scene &scene) { return scene.Call(scene.WithMask(scene.Picture("p")), "ScrollKVT", 1, 1, true, true); },
-     "true",
-     "REALGetPictureMask p 0\n" + Changed("mask") + "REALUnlockObject mask\n" + Changed("p") +
-         "REALGetPictureMask p 0\n" + Changed("mask") + "REALUnlockObject mask\n" + Changed("p")},
-    {"scrolling by nothing with the mask",
-     kOnBoth,
-     kCurrent,
-     {},
-     [](Scene &scene) { return scene.Call(scene.WithMask(scene.Picture("p")), "ScrollHorizontalKVT", 0, true, true); },
-     "true",
-     "REALGetPictureMask p 0\nREALUnlockObject mask\n"},
-    {"scrolling down with a mask that cannot be locked",
-     kOnConsole,
-     kCurrent,
-     {},
-     [](Scene &scene) {
-         return scene.Call(scene.WithMask(scene.Picture("p"), {.lockable = false}), "ScrollVerticalKVT", 1, true, true);
-     },
-     "false",
-     "REALGetPictureMask p 0\n" + Asked("mask") + "REALUnlockObject mask\n"},
-    {"scrolling both ways by the platform",
-     kOnDesktop,
-     kCurrent,
-     {},
-     [](Scene &scene) {
-         return scene.Call(scene.Picture("p", {.form = Form::GraphicsWorld}), "ScrollKVT", 1, 1, false, false);
-     },
-     "true",
-     "lockPictureDescription p\nunlockPictureDescription p\nlockPictureDescription p\nunlockPictureDescription p\n"},
-    {"scrolling what the platform cannot",
-     kOnBoth,
-     kCurrent,
-     {},
-     [](Scene &scene) { return scene.Call(scene.Picture("p"), "ScrollVerticalKVT", 1, false, false); },
-     "false",
-     "lockPictureDescription p\nunlockPictureDescription p\n"},
+    {"scrolling nil", {}, OnNil("ScrollKVT", 1, 1, false, true), "false", ""},
+    {"scrolling down around the edge", {}, On({}, "ScrollVerticalKVT", 1, true, false), "true", Changed("p")},
+    {"scrolling both ways", {}, On({}, "ScrollKVT", 1, 1, true, false), "true", Changed("p") + Changed("p")},
+    {"scrolling both ways, the second lock failing", {.faults = {{"REALLockPictureDescription", kFails, 3}}},
+     On({}, "ScrollKVT", 1, 1, true, false), "false", Changed("p") + Asked("p")},
+    {"scrolling by nothing", {}, On({}, "ScrollKVT", 0, 0, true, false), "true", ""},
+    {"scrolling both ways with the mask", {}, WithMask({}, "ScrollKVT", 1, 1, true, true), "true",
+     kMask + Changed("mask") + kMaskDropped + Changed("p") + kMask + Changed("mask") + kMaskDropped + Changed("p")},
+    {"scrolling by nothing with the mask", {}, WithMask({}, "ScrollHorizontalKVT", 0, true, true), "true",
+     kMask + kMaskDropped},
+    {"scrolling down with a mask that cannot be locked", {}, WithMask(kUnlockable, "ScrollVerticalKVT", 1, true, true),
+     "false", kMask + Asked("mask") + kMaskDropped},
+    {"scrolling both ways by the platform", {}, On({.form = Form::GraphicsWorld}, "ScrollKVT", 1, 1, false, false),
+     "true", kScrolledByPlatform + kScrolledByPlatform},
+    {"scrolling what the platform cannot", {}, On({}, "ScrollVerticalKVT", 1, false, false), "false",
+     kScrolledByPlatform},
 
-    {"a test",
-     kOnBoth,
-     kCurrent,
-     {},
-     [](Scene &scene) { return scene.Call(scene.Picture("p"), "isGrayKVT", 255); },
-     "true",
-     Opened("p") + Closed("p")},
-    {"a search",
-     kOnBoth,
-     kCurrent,
-     {},
-     [](Scene &scene) { return scene.Call(scene.Picture("p"), "FindPicture", scene.Picture("needle"), 7, 7); },
-     "true, x 0, y 0",
+    {"a test", {}, On({}, "isGrayKVT", 255), "true", Opened("p") + Closed("p")},
+    {"a search", {}, With("FindPicture", "needle", {}, 7, 7), "true, x 0, y 0",
      Opened("p") + Opened("needle") + Closed("needle") + Closed("p")},
-    {"a search for nil",
-     kOnBoth,
-     kCurrent,
-     {},
-     [](Scene &scene) { return scene.Call(scene.Picture("p"), "FindPicture", nullptr, 7, 7); },
-     "false, x 0, y 0",
-     Opened("p") + Closed("p")},
-    {"counting into blocks that are made",
-     kOnBoth,
-     kCurrent,
-     {},
-     [](Scene &scene) { return Count(scene, false); },
-     "nil, count 15",
+    {"a search for nil", {}, On({}, "FindPicture", nullptr, 7, 7), "false, x 0, y 0", Opened("p") + Closed("p")},
+    {"counting into blocks that are made", {}, Count(false), "nil, count 15",
      "newMemoryBlock 1024\nnewMemoryBlock 1024\nnewMemoryBlock 1024\n" + Opened("p") +
          "memoryBlockGetPtr new memory block\nmemoryBlockGetPtr new memory block 2\n"
-         "memoryBlockGetPtr new memory block 3\n" +
-         Closed("p")},
-    {"counting into given blocks",
-     kOnBoth,
-     kCurrent,
-     {},
-     [](Scene &scene) { return Count(scene, true); },
-     "nil, count 15",
-     Opened("p") +
-         "memoryBlockGetSize red\nmemoryBlockGetPtr red\nmemoryBlockGetSize blue\nmemoryBlockGetPtr blue\n"
-         "memoryBlockGetSize green\nmemoryBlockGetPtr green\n" +
-         Closed("p")},
-    {"counting into blocks of unknown size",
-     kOnBoth,
-     kCurrent,
-     {{"memoryBlockGetSize"}},
-     [](Scene &scene) { return Count(scene, true); },
-     "nil, count -1",
+         "memoryBlockGetPtr new memory block 3\n" + Closed("p")},
+    {"counting into given blocks", {}, Count(true), "nil, count 15",
+     Opened("p") + Counters("red") + Counters("blue") + Counters("green") + Closed("p")},
+    {"counting into blocks of unknown size", {.faults = {{"memoryBlockGetSize"}}}, Count(true), "nil, count -1",
      Opened("p") + "no memoryBlockGetSize\nno memoryBlockGetSize\nno memoryBlockGetSize\n" + Closed("p")},
 
-    {"to bytes",
-     kOnBoth,
-     kCurrent,
-     {},
-     [](Scene &scene) { return scene.CallGlobal("PicturetoBinaryStringKVT", scene.Picture("p")); },
-     "new string",
+    {"to bytes", {}, Of("PicturetoBinaryStringKVT", {"p"}), "new string",
      Opened("p") + "REALBuildString 85\nREALSetStringEncoding new string 0xFFFF\n" + Closed("p")},
-    {"from bytes",
-     kOnBoth,
-     kCurrent,
-     {},
-     Unpack,
-     "new picture",
+    {"from bytes", {}, Unpack, "new picture",
      "PluginGetStringData text 0xFFFF\n" + kMadeAndRendered + "PluginDisposeStringData\n"},
-    {"from bytes, which the host cannot take back",
-     kOnBoth,
-     kCurrent,
-     {{"PluginDisposeStringData"}},
-     Unpack,
-     "new picture",
+    {"from bytes that the host cannot take back", {.faults = {{"PluginDisposeStringData"}}}, Unpack, "new picture",
      "PluginGetStringData text 0xFFFF\n" + kMadeAndRendered + "no PluginDisposeStringData\n"},
-    {"from bytes in place",
-     kOnBoth,
-     2012.9,
-     {},
-     Unpack,
-     "new picture",
+    {"from bytes in place", {.version = 2012.9}, Unpack, "new picture",
      "REALLockString text\n" + kMadeAndRendered + "REALUnlockString text\n"},
-    {"from bytes that the module copies",
-     kOnBoth,
-     kCurrent,
-     {{"PluginGetStringData"}},
-     Unpack,
-     "new picture",
-     "no PluginGetStringData\n" + kLengthFound + kCopied + kMadeAndRendered + "PluginDisposeStringData\n"},
+    {"from bytes that the module copies", {.faults = {{"PluginGetStringData"}}}, Unpack, "new picture",
+     kWithoutCopy + kLengthFound + kCopied + kMadeAndRendered + "PluginDisposeStringData\n"},
     {"from bytes that the module copies and frees",
-     kOnBoth,
-     kCurrent,
-     {{"PluginGetStringData"}, {"PluginDisposeStringData"}},
-     Unpack,
-     "new picture",
-     "no PluginGetStringData\n" + kLengthFound + kCopied + kMadeAndRendered + "no PluginDisposeStringData\n"},
-    {"from bytes without their address",
-     kOnBoth,
-     kCurrent,
-     {{"PluginGetStringData"}, {"StringGetCString"}},
-     Unpack,
-     "nil",
-     "no PluginGetStringData\nno StringGetCString\n" + kLengthFound},
-    {"from bytes without their length",
-     kOnBoth,
-     kCurrent,
-     {{"PluginGetStringData"}, {"LenB"}},
-     Unpack,
-     "nil",
-     "no PluginGetStringData\n" + kLengthFound + "no LenB\n"},
+     {.faults = {{"PluginGetStringData"}, {"PluginDisposeStringData"}}}, Unpack, "new picture",
+     kWithoutCopy + kLengthFound + kCopied + kMadeAndRendered + "no PluginDisposeStringData\n"},
+    {"from bytes without an address", {.faults = {{"PluginGetStringData"}, {"StringGetCString"}}}, Unpack, "nil",
+     kWithoutCopy + "no StringGetCString\n" + kLengthFound},
+    {"from bytes without a length", {.faults = {{"PluginGetStringData"}, {"LenB"}}}, Unpack, "nil",
+     kWithoutCopy + kLengthFound + "no LenB\n"},
     {"from bytes without anything",
-     kOnBoth,
-     kCurrent,
-     {{"PluginGetStringData"}, {"StringGetCString"}, {"REALLoadGlobalMethod"}},
-     Unpack,
-     "nil",
-     "no PluginGetStringData\nno StringGetCString\nno REALLoadGlobalMethod\n"},
+     {.faults = {{"PluginGetStringData"}, {"StringGetCString"}, {"REALLoadGlobalMethod"}}}, Unpack, "nil",
+     kWithoutCopy + "no StringGetCString\nno REALLoadGlobalMethod\n"},
 
-    {"reading the embedded mask",
-     kOnBoth,
-     kCurrent,
-     {},
-     [](Scene &scene) { return scene.Call(scene.Picture("p", {.hasAlphaChannel = true}), "EmbeddedMaskKVT", false); },
-     "new picture",
+    {"reading the embedded mask", {}, On(kAlpha, "EmbeddedMaskKVT", false), "new picture",
      Opened("p") + kMadeAndRendered + Closed("p")},
-    {"assigning the embedded mask",
-     kOnBoth,
-     kCurrent,
-     {},
-     [](Scene &scene) {
-         scene.host().Assign(scene.Picture("p"), "EmbeddedMaskKVT", {false}, scene.Picture("mask"));
-         return std::string("done");
-     },
-     "done",
+    {"assigning the embedded mask", {}, AssignMask, "nothing",
      Opened("p") + Opened("mask") + Closed("mask") + ClosedWritten("p")},
-    {"asking for a mask",
-     kOnBoth,
-     kCurrent,
-     {},
-     [](Scene &scene) { return scene.Call(scene.WithMask(scene.Picture("p")), "HasMaskKVT"); },
-     "true",
-     "REALGetPictureMask p 0\nREALUnlockObject mask\n"},
+    {"asking for a mask", {}, WithMask({}, "HasMaskKVT"), "true", kMask + kMaskDropped},
 
-    {"a waveform",
-     kOnBoth,
-     kCurrent,
-     {},
-     [](Scene &scene) { return RenderSound(scene, 0); },
-     "new picture",
-     kSamplesFound + kMadeAndRendered},
-    {"a waveform with a thin outline",
-     kOnBoth,
-     kCurrent,
-     {},
-     [](Scene &scene) { return RenderSound(scene, 1); },
-     "new picture",
-     kSamplesFound + kMadeAndRendered},
-    {"a waveform with a thick outline",
-     kOnBoth,
-     kCurrent,
-     {},
-     [](Scene &scene) { return RenderSound(scene, 2); },
-     "new picture",
-     kSamplesFound + kMadeAndRendered +
-         "pluginPictureGraphicsGetter new picture\n"
-         "REALSetPropValueUInt32 new drawing surface ForeColor 0x203F4E\n"
-         "REALSetPropValueInt new drawing surface PenHeight 2\nREALSetPropValueInt new drawing surface PenWidth 2\n" +
-         [] {
-             std::string lines;
-             for (const char *segment : {"-1 0 -1 0", "-1 0 0 0", "0 0 1 0", "1 0 2 0", "2 0 3 0"})
-                 for (int twice = 0; twice < 2; ++twice)
-                     lines += std::string("RuntimeGraphicsDrawLine new drawing surface ") + segment + '\n';
-             return lines;
-         }() +
-         "REALUnlockObject new drawing surface\n"},
-    {"a waveform without a surface for its outline",
-     kOnBoth,
-     kCurrent,
-     {{"pluginPictureGraphicsGetter"}},
-     [](Scene &scene) { return RenderSound(scene, 2); },
-     "new picture",
-     kSamplesFound + kMadeAndRendered + "no pluginPictureGraphicsGetter\n"},
-    {"a waveform of nil",
-     kOnBoth,
-     kCurrent,
-     {},
-     [](Scene &scene) { return scene.CallGlobal("RenderSamplesKVT", nullptr, 0, 1, 5, 3, 0); },
-     "nil",
-     Raised("18", kNilObject)},
+    {"a waveform", {}, Render(0), "new picture", kSamplesFound + kMadeAndRendered},
+    {"a waveform with a thin outline", {}, Render(1), "new picture", kSamplesFound + kMadeAndRendered},
+    {"a waveform with a thick outline", {}, Render(2), "new picture",
+     kSamplesFound + kMadeAndRendered + ThickOutline()},
+    {"a waveform without a surface for its outline", {.faults = {{"pluginPictureGraphicsGetter"}}}, Render(2),
+     "new picture", kSamplesFound + kMadeAndRendered + "no pluginPictureGraphicsGetter\n"},
 
-    {"a copy, drawn",
-     kOnDesktop,
-     kCurrent,
-     {},
-     [](Scene &scene) { return scene.Call(scene.Picture("p", {.lockable = false}), "isGrayKVT", 255); },
-     "true",
-     Asked("p") + CopyMade("p", kDrawn) + Opened(kNew) + "REALUnlockObject new picture\n" + Closed(kNew)},
-    {"a copy, after a lock that older hosts leave behind",
-     kOnDesktop,
-     2011.0,
-     {},
-     [](Scene &scene) { return scene.Call(scene.Picture("p", {.lockable = false}), "isGrayKVT", 255); },
-     "true",
-     Asked("p") + "unlockPictureDescription p\n" + CopyMade("p", kDrawn) + Opened(kNew) +
-         "REALUnlockObject new picture\n" + Closed(kNew)},
-    {"a copy that is not to be had for changing",
-     kOnDesktop,
-     kCurrent,
-     {},
-     [](Scene &scene) {
-         return scene.Call(scene.Picture("p", {.lockable = false}), "ScrollVerticalKVT", 1, true, false);
-     },
-     "false",
-     Asked("p")},
+    {"a copy, drawn", kDesktopAlone, On(kUnlockable, "isGrayKVT", 255), "true",
+     Asked("p") + kCopyDrawn + Opened(kNew) + "REALUnlockObject new picture\n" + Closed(kNew)},
+    {"a copy, after a lock that older hosts leave behind", {.kinds = {Application::Desktop}, .version = 2011.0},
+     On(kUnlockable, "isGrayKVT", 255), "true",
+     Asked("p") + "unlockPictureDescription p\n" + kCopyDrawn + Opened(kNew) + "REALUnlockObject new picture\n" +
+         Closed(kNew)},
+    {"a copy that is not to be had for changing", kDesktopAlone, On(kUnlockable, "ScrollVerticalKVT", 1, true, false),
+     "false", Asked("p")},
 };
+
+// clang-format on
 
 std::string WithType(std::string calls, Application application) {
     const std::string type = application == Application::Desktop ? " 8\n" : " 10\n";
@@ -687,14 +415,13 @@ std::string WithType(std::string calls, Application application) {
 }
 
 TEST(HostCalls, AreTheseInThisOrder) {
-    for (const Row &row : kOperations)
-        for (const Application application : row.applications) {
-            SCOPED_TRACE(std::string(row.what) + (application == Application::Desktop ? ", desktop" : ", console"));
-            Scene scene({.application = application, .version = row.version, .faults = row.faults});
+    for (const auto &row : kOperations)
+        for (const Application kind : row.hosts.kinds) {
+            SCOPED_TRACE(std::string(row.what) + (kind == Application::Desktop ? ", desktop" : ", console"));
+            Scene scene({.application = kind, .version = row.hosts.version, .faults = row.hosts.faults});
             scene.LearnKind();
-            const std::string result = row.call(scene);
-            EXPECT_EQ(result, row.result);
-            EXPECT_EQ(scene.log(), WithType(row.calls, application));
+            EXPECT_EQ(row.call(scene), row.result);
+            EXPECT_EQ(scene.log(), WithType(row.calls, kind));
         }
 }
 
