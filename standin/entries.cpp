@@ -43,7 +43,7 @@ void SealUnlocked(Picture &picture) {
 // Start-up and registration.
 
 void RegisterPluginVersion(std::int32_t version) {
-    const EntryScope scope("RegisterPluginVersion");
+    const EntryScope scope("RegisterPluginVersion", version);
     if (!scope.fails())
         gHost->startUpLog.push_back(fmt::format("RegisterPluginVersion {}", version));
 }
@@ -57,7 +57,7 @@ double GetRBVersion() {
 }
 
 void RegisterClass(REALclassDefinition *definition) {
-    const EntryScope scope("PluginRegisterClass");
+    const EntryScope scope("PluginRegisterClass", definition->name);
     if (scope.fails())
         return;
     if (definition->dataOffset != 0)
@@ -70,7 +70,7 @@ void RegisterClass(REALclassDefinition *definition) {
 }
 
 void RegisterClassExtension(REALclassDefinition *definition) {
-    const EntryScope scope("PluginRegisterClassExtension");
+    const EntryScope scope("PluginRegisterClassExtension", definition->name);
     if (scope.fails())
         return;
     ReadClass(gHost->pictureExtension, *definition);
@@ -78,7 +78,7 @@ void RegisterClassExtension(REALclassDefinition *definition) {
 }
 
 void RegisterMethod(REALmethodDefinition *definition) {
-    const EntryScope scope("PluginRegisterMethod");
+    const EntryScope scope("PluginRegisterMethod", definition->declaration);
     if (scope.fails())
         return;
     gHost->globalMethods.push_back(ReadMethod(*definition));
@@ -88,13 +88,13 @@ void RegisterMethod(REALmethodDefinition *definition) {
 // References.
 
 void LockObject(REALobjectStruct *handle) {
-    const EntryScope scope("REALLockObject");
+    const EntryScope scope("REALLockObject", handle);
     if (Object *object = scope.fails() ? nullptr : gHost->FindObject(handle, "REALLockObject"))
         gHost->AddReference(*object);
 }
 
 void UnlockObject(REALobjectStruct *handle) {
-    const EntryScope scope("REALUnlockObject");
+    const EntryScope scope("REALUnlockObject", handle);
     if (Object *object = scope.fails() ? nullptr : gHost->FindObject(handle, "REALUnlockObject"))
         gHost->DropReference(*object, "REALUnlockObject");
 }
@@ -104,13 +104,13 @@ Text *FindText(REALstringStruct *handle, std::string_view entry) {
 }
 
 void LockString(REALstringStruct *handle) {
-    const EntryScope scope("REALLockString");
+    const EntryScope scope("REALLockString", handle);
     if (Text *text = scope.fails() ? nullptr : FindText(handle, "REALLockString"))
         gHost->AddReference(*text);
 }
 
 void UnlockString(REALstringStruct *handle) {
-    const EntryScope scope("REALUnlockString");
+    const EntryScope scope("REALUnlockString", handle);
     if (Text *text = scope.fails() ? nullptr : FindText(handle, "REALUnlockString"))
         gHost->DropReference(*text, "REALUnlockString");
 }
@@ -118,17 +118,19 @@ void UnlockString(REALstringStruct *handle) {
 // Classes, methods and properties.
 
 REALclassStruct *ObjectType(const char *name) {
-    const EntryScope scope("pluginObjectType");
+    const EntryScope scope("pluginObjectType", name);
     static REALclassStruct aClass;
     const Application application = gHost->description.application;
-    const bool known = (application == Application::Desktop && Is(name, "Application")) ||
+    const auto &more = gHost->description.moreClasses;
+    const bool known = std::find(more.begin(), more.end(), std::string_view(name)) != more.end() ||
+                       (application == Application::Desktop && Is(name, "Application")) ||
                        (application == Application::Console && Is(name, "ConsoleApplication")) ||
                        (application == Application::Web && Is(name, "WebApplication"));
     return known && !scope.fails() ? &aClass : nullptr;
 }
 
 REALobjectStruct *NewInstance(const char *className) {
-    const EntryScope scope("PluginNewInstance");
+    const EntryScope scope("PluginNewInstance", className);
     if (scope.fails())
         return nullptr;
     if (Is(className, "Picture")) { // as yet without its constructor, so without pixels
@@ -147,7 +149,7 @@ REALobjectStruct *NewInstance(const char *className) {
 }
 
 void ConstructPicture(REALobjectStruct *handle, std::int32_t width, std::int32_t height) {
-    const EntryScope scope("Picture.Constructor");
+    const EntryScope scope("Picture.Constructor", handle, width, height);
     auto *picture = scope.fails() ? nullptr : gHost->Find<Picture>(handle, Kind::Picture, "Picture.Constructor");
     if (!picture)
         return;
@@ -163,7 +165,8 @@ void ConstructPicture(REALobjectStruct *handle, std::int32_t width, std::int32_t
 void DrawPictureMethod(REALgraphicsStruct *surface, REALpictureStruct *source, std::int32_t x, std::int32_t y,
                        std::int32_t width, std::int32_t height, std::int32_t sourceX, std::int32_t sourceY,
                        std::int32_t sourceWidth, std::int32_t sourceHeight) {
-    const EntryScope scope("Graphics.DrawPicture");
+    const EntryScope scope("Graphics.DrawPicture", surface, source, x, y, width, height, sourceX, sourceY, sourceWidth,
+                           sourceHeight);
     if (scope.fails())
         return;
     const auto *graphics = gHost->Find<Graphics>(surface, Kind::Graphics, "Graphics.DrawPicture");
@@ -176,9 +179,14 @@ void DrawPictureMethod(REALgraphicsStruct *surface, REALpictureStruct *source, s
 }
 
 std::int32_t LenB(REALstringStruct *handle) {
-    const EntryScope scope("LenB");
+    const EntryScope scope("LenB", handle);
     const Text *text = scope.fails() ? nullptr : FindText(handle, "LenB");
     return text ? text->record.length : 0;
+}
+
+void TellMissing(std::string_view name) {
+    if (gHost->description.log)
+        gHost->description.log(fmt::format("no {}", name));
 }
 
 /// A method that is found through another entry than the resolver; it has faults of its own.
@@ -187,13 +195,15 @@ void *FoundMethod(std::string_view name, void *method) {
     const Fault *fault = gHost->FaultOf(name);
     ++state.requests;
     const bool hidden = fault && (fault->what == Fault::Missing || (fault->what == Fault::Late && state.requests == 1));
+    if (hidden)
+        TellMissing(name);
     return hidden ? nullptr : method;
 }
 
 template <class Function> void *Address(Function *function) { return reinterpret_cast<void *>(function); }
 
 void *LoadObjectMethod(REALobjectStruct *handle, const char *declaration) {
-    const EntryScope scope("REALLoadObjectMethod");
+    const EntryScope scope("REALLoadObjectMethod", handle, declaration);
     const Object *object = scope.fails() ? nullptr : gHost->FindObject(handle, "REALLoadObjectMethod");
     if (!object)
         return nullptr;
@@ -208,7 +218,7 @@ void *LoadObjectMethod(REALobjectStruct *handle, const char *declaration) {
 }
 
 void *LoadGlobalMethod(REALobjectStruct *none, const char *declaration) {
-    const EntryScope scope("REALLoadGlobalMethod");
+    const EntryScope scope("REALLoadGlobalMethod", declaration);
     if (none)
         gHost->Violation("REALLoadGlobalMethod: the first argument is not null");
     if (scope.fails() || !Is(declaration, "LenB( s as string ) as integer"))
@@ -217,7 +227,7 @@ void *LoadGlobalMethod(REALobjectStruct *none, const char *declaration) {
 }
 
 std::uint32_t GetPropValueInt(REALobjectStruct *handle, const char *property, std::int32_t *value) {
-    const EntryScope scope("REALGetPropValueInt");
+    const EntryScope scope("REALGetPropValueInt", handle, property);
     const auto *picture = scope.fails() ? nullptr : gHost->Find<Picture>(handle, Kind::Picture, "REALGetPropValueInt");
     const bool isWidth = Is(property, "Width");
     if (!picture || !(isWidth || Is(property, "Height")))
@@ -227,7 +237,7 @@ std::uint32_t GetPropValueInt(REALobjectStruct *handle, const char *property, st
 }
 
 std::uint32_t GetPropValueBool(REALobjectStruct *handle, const char *property, unsigned char *value) {
-    const EntryScope scope("REALGetPropValueBool");
+    const EntryScope scope("REALGetPropValueBool", handle, property);
     const auto *picture = scope.fails() ? nullptr : gHost->Find<Picture>(handle, Kind::Picture, "REALGetPropValueBool");
     if (!picture || !Is(property, "HasAlphaChannel"))
         return scope.Answer(false);
@@ -241,7 +251,7 @@ Graphics *FindSurface(const EntryScope &scope, REALobjectStruct *handle, std::st
 }
 
 std::uint32_t SetPropValueInt(REALobjectStruct *handle, const char *property, std::int32_t value) {
-    const EntryScope scope("REALSetPropValueInt");
+    const EntryScope scope("REALSetPropValueInt", handle, property, value);
     Graphics *graphics = FindSurface(scope, handle, "REALSetPropValueInt");
     const bool isWidth = Is(property, "PenWidth");
     if (!graphics || !(isWidth || Is(property, "PenHeight")))
@@ -251,7 +261,7 @@ std::uint32_t SetPropValueInt(REALobjectStruct *handle, const char *property, st
 }
 
 std::uint32_t SetPropValueUInt32(REALobjectStruct *handle, const char *property, std::uint32_t value) {
-    const EntryScope scope("REALSetPropValueUInt32");
+    const EntryScope scope("REALSetPropValueUInt32", handle, property, value);
     Graphics *graphics = FindSurface(scope, handle, "REALSetPropValueUInt32");
     if (!graphics || !Is(property, "ForeColor"))
         return scope.Answer(false);
@@ -260,7 +270,7 @@ std::uint32_t SetPropValueUInt32(REALobjectStruct *handle, const char *property,
 }
 
 std::uint32_t SetPropValueString(REALobjectStruct *handle, const char *property, REALstringStruct *value) {
-    const EntryScope scope("REALSetPropValueString");
+    const EntryScope scope("REALSetPropValueString", handle, property, value);
     auto *exception =
         scope.fails() ? nullptr : gHost->Find<Exception>(handle, Kind::Exception, "REALSetPropValueString");
     if (!exception || !Is(property, "Message"))
@@ -271,7 +281,7 @@ std::uint32_t SetPropValueString(REALobjectStruct *handle, const char *property,
 }
 
 void RaiseException(REALobjectStruct *handle) {
-    const EntryScope scope("RuntimeRaiseException");
+    const EntryScope scope("RuntimeRaiseException", handle);
     auto *exception =
         scope.fails() ? nullptr : gHost->Find<Exception>(handle, Kind::Exception, "RuntimeRaiseException");
     if (!exception)
@@ -285,7 +295,7 @@ void RaiseException(REALobjectStruct *handle) {
 // Pictures.
 
 std::uint32_t LockDescriptionTyped(REALpictureStruct *handle, REALpictureDescription *out, std::int32_t type) {
-    const EntryScope scope("REALLockPictureDescription");
+    const EntryScope scope("REALLockPictureDescription", handle, type);
     auto *picture = gHost->Find<Picture>(handle, Kind::Picture, "REALLockPictureDescription");
     if (!picture)
         return scope.Answer(false);
@@ -303,7 +313,7 @@ std::uint32_t LockDescriptionTyped(REALpictureStruct *handle, REALpictureDescrip
 }
 
 void LockDescription(REALpictureStruct *handle, REALpictureDescription *out) {
-    const EntryScope scope("lockPictureDescription");
+    const EntryScope scope("lockPictureDescription", handle);
     auto *picture = scope.fails() ? nullptr : gHost->Find<Picture>(handle, Kind::Picture, "lockPictureDescription");
     if (!picture)
         return;
@@ -313,7 +323,7 @@ void LockDescription(REALpictureStruct *handle, REALpictureDescription *out) {
 }
 
 void UnlockDescription(REALpictureStruct *handle) {
-    const EntryScope scope("unlockPictureDescription");
+    const EntryScope scope("unlockPictureDescription", handle);
     auto *picture = scope.fails() ? nullptr : gHost->Find<Picture>(handle, Kind::Picture, "unlockPictureDescription");
     if (!picture)
         return;
@@ -337,13 +347,13 @@ void UnlockDescription(REALpictureStruct *handle) {
 }
 
 void PictureClearCache(REALpictureStruct *handle) {
-    const EntryScope scope("REALPictureClearCache");
+    const EntryScope scope("REALPictureClearCache", handle);
     if (auto *picture = scope.fails() ? nullptr : gHost->Find<Picture>(handle, Kind::Picture, "REALPictureClearCache"))
         ++picture->cacheClears;
 }
 
 REALpictureStruct *NewPicture(std::int32_t width, std::int32_t height, std::int32_t depth) {
-    const EntryScope scope("newPicture");
+    const EntryScope scope("newPicture", width, height, depth);
     if (depth != 32 || width < 1 || height < 1)
         gHost->Violation(fmt::format("newPicture: asked for {} x {} with {} bits", width, height, depth));
     constexpr std::int64_t kLargestPixels = 1 << 28;
@@ -359,14 +369,14 @@ REALpictureStruct *NewPicture(std::int32_t width, std::int32_t height, std::int3
 }
 
 REALgraphicsStruct *PictureGraphics(REALpictureStruct *handle) {
-    const EntryScope scope("pluginPictureGraphicsGetter");
+    const EntryScope scope("pluginPictureGraphicsGetter", handle);
     auto *picture =
         scope.fails() ? nullptr : gHost->Find<Picture>(handle, Kind::Picture, "pluginPictureGraphicsGetter");
     return picture ? HandleOf<REALgraphicsStruct>(gHost->NewGraphics(*picture)) : nullptr;
 }
 
 REALpictureStruct *PictureMask(REALpictureStruct *handle, signed char create) {
-    const EntryScope scope("REALGetPictureMask");
+    const EntryScope scope("REALGetPictureMask", handle, create);
     auto *picture = scope.fails() ? nullptr : gHost->Find<Picture>(handle, Kind::Picture, "REALGetPictureMask");
     if (create)
         gHost->Violation("REALGetPictureMask: asked to create a mask");
@@ -377,7 +387,7 @@ REALpictureStruct *PictureMask(REALpictureStruct *handle, signed char create) {
 }
 
 void GraphicsDrawLine(REALgraphicsStruct *handle, std::int32_t x1, std::int32_t y1, std::int32_t x2, std::int32_t y2) {
-    const EntryScope scope("RuntimeGraphicsDrawLine");
+    const EntryScope scope("RuntimeGraphicsDrawLine", handle, x1, y1, x2, y2);
     if (auto *graphics =
             scope.fails() ? nullptr : gHost->Find<Graphics>(handle, Kind::Graphics, "RuntimeGraphicsDrawLine")) {
         const HostAccess toTarget(*graphics->picture);
@@ -388,20 +398,20 @@ void GraphicsDrawLine(REALgraphicsStruct *handle, std::int32_t x1, std::int32_t 
 // Memory blocks.
 
 REALmemoryBlockStruct *NewMemoryBlock(std::int32_t size) {
-    const EntryScope scope("newMemoryBlock");
+    const EntryScope scope("newMemoryBlock", size);
     if (scope.fails() || size < 0)
         return nullptr;
     return HandleOf<REALmemoryBlockStruct>(gHost->NewBlock(static_cast<std::size_t>(size)));
 }
 
 void *MemoryBlockGetPtr(REALmemoryBlockStruct *handle) {
-    const EntryScope scope("memoryBlockGetPtr");
+    const EntryScope scope("memoryBlockGetPtr", handle);
     auto *block = scope.fails() ? nullptr : gHost->Find<MemoryBlock>(handle, Kind::MemoryBlock, "memoryBlockGetPtr");
     return block && !block->withoutAddress ? block->memory.data() : nullptr;
 }
 
 std::int32_t MemoryBlockGetSize(REALmemoryBlockStruct *handle) {
-    const EntryScope scope("memoryBlockGetSize");
+    const EntryScope scope("memoryBlockGetSize", handle);
     const auto *block =
         scope.fails() ? nullptr : gHost->Find<MemoryBlock>(handle, Kind::MemoryBlock, "memoryBlockGetSize");
     return block ? static_cast<std::int32_t>(block->memory.size()) : 0;
@@ -410,7 +420,7 @@ std::int32_t MemoryBlockGetSize(REALmemoryBlockStruct *handle) {
 // Strings.
 
 std::uint32_t GetStringEncoding(REALstringStruct *handle) {
-    const EntryScope scope("REALGetStringEncoding");
+    const EntryScope scope("REALGetStringEncoding", handle);
     const Text *text = scope.fails() ? nullptr : FindText(handle, "REALGetStringEncoding");
     return text ? text->encoding : 0;
 }
@@ -430,7 +440,7 @@ void AppendUtf8(std::string &out, std::uint32_t character) {
 }
 
 REALstringStruct *ConvertString(REALstringStruct *handle, std::uint32_t encoding) {
-    const EntryScope scope("REALConvertString");
+    const EntryScope scope("REALConvertString", handle, encoding);
     const Text *text = scope.fails() ? nullptr : FindText(handle, "REALConvertString");
     if (!text)
         return nullptr;
@@ -447,20 +457,20 @@ REALstringStruct *ConvertString(REALstringStruct *handle, std::uint32_t encoding
 }
 
 void SetStringEncoding(REALstringStruct *handle, std::uint32_t encoding) {
-    const EntryScope scope("REALSetStringEncoding");
+    const EntryScope scope("REALSetStringEncoding", handle, encoding);
     if (Text *text = scope.fails() ? nullptr : FindText(handle, "REALSetStringEncoding"))
         text->encoding = encoding;
 }
 
 REALstringStruct *BuildString(const char *bytes, std::int32_t length) {
-    const EntryScope scope("REALBuildString");
+    const EntryScope scope("REALBuildString", length);
     if (scope.fails() || length < 0)
         return nullptr;
     return HandleOf<REALstringStruct>(gHost->NewText({bytes, static_cast<std::size_t>(length)}, 0));
 }
 
 std::uint32_t GetStringData(REALstringStruct *handle, std::uint32_t encoding, REALstringData *out) {
-    const EntryScope scope("PluginGetStringData");
+    const EntryScope scope("PluginGetStringData", handle, encoding);
     Text *text = scope.fails() ? nullptr : FindText(handle, "PluginGetStringData");
     if (!text)
         return scope.Answer(false);
@@ -468,29 +478,24 @@ std::uint32_t GetStringData(REALstringStruct *handle, std::uint32_t encoding, RE
     text->copies.emplace_back(bytes.size() + 1, gHost->description.guard);
     unsigned char *copy = text->copies.back().data();
     std::copy(bytes.begin(), bytes.end(), copy); // the zero behind them is there already
-    *out = {reinterpret_cast<const char *>(copy), text->record.length,
-            encoding == kAsStored ? text->encoding : encoding, text, nullptr};
+    *out = {reinterpret_cast<const char *>(copy),
+            text->record.length,
+            encoding == kAsStored ? text->encoding : encoding,
+            {text, nullptr}};
     return scope.Answer(true);
 }
 
 void DisposeStringData(REALstringData *data) {
     const EntryScope scope("PluginDisposeStringData");
+    const bool isModules = gHost->FreeBlock(data->bytes); // a copy that the module made is the heap's
     if (scope.fails())
-        return;
-    for (Object *object : gHost->living) { // the dead have given their copies back
-        if (object->kind != Kind::String || object != data->maker)
-            continue;
-        const auto isIt = [&](const GuardedMemory &copy) {
-            return static_cast<const void *>(copy.data()) == data->bytes;
-        };
-        if (std::erase_if(static_cast<Text &>(*object).copies, isIt) > 0)
-            return;
-    }
-    gHost->Violation("PluginDisposeStringData: no copy of this host's, or given back already");
+        gHost->copiesRefused += isModules ? 0 : 1;
+    else if (!isModules && !gHost->TakeBackCopy(data->bytes, static_cast<const Object *>(data->unread[0])))
+        gHost->Violation("PluginDisposeStringData: no copy of this host's, or given back already");
 }
 
 const char *StringGetCString(REALstringStruct *handle) {
-    const EntryScope scope("StringGetCString");
+    const EntryScope scope("StringGetCString", handle);
     const Text *text = scope.fails() ? nullptr : FindText(handle, "StringGetCString");
     return text ? text->bytes().data() : nullptr;
 }
@@ -546,7 +551,7 @@ const Entry kEntries[] = {
 
 } // namespace
 
-EntryScope::EntryScope(std::string_view name) {
+void EntryScope::Enter(std::string_view name) {
     if (gHost->depth++ == 0) {
         ++gHost->entered;
         start_ = std::chrono::steady_clock::now();
@@ -565,6 +570,24 @@ EntryScope::EntryScope(std::string_view name) {
             ++gHost->strayLocks;
     }
 }
+
+void EntryScope::Tell(std::string_view name, std::initializer_list<std::string> arguments) {
+    std::string call(name);
+    for (const std::string &argument : arguments)
+        call += ' ' + argument;
+    gHost->description.log(call);
+}
+
+std::string EntryScope::LogWord(const void *handle) {
+    const auto found = gHost->objects.find(handle);
+    if (found == gHost->objects.end())
+        return handle ? "unknown" : "nil";
+    return found->second->name.empty() ? found->second->Describe() : found->second->name;
+}
+
+std::string EntryScope::LogWord(const char *text) { return text ? text : "nil"; }
+std::string EntryScope::LogWord(std::int32_t number) { return std::to_string(number); }
+std::string EntryScope::LogWord(std::uint32_t bits) { return fmt::format("0x{:X}", bits); }
 
 EntryScope::~EntryScope() {
     if (--gHost->depth == 0)
@@ -588,6 +611,7 @@ void *Resolve(const char *name) {
     if (!fault || !(fault->what == Fault::Missing || (fault->what == Fault::Late && state.requests == 1)))
         return entry->address;
     ++state.missed;
+    TellMissing(name);
     const bool typedLock = entry->name == "REALLockPictureDescription";
     if (entry->name == "lockPictureDescription" || (typedLock && gHost->LeavesFailedLocks()))
         ++gHost->strayLocks;

@@ -5,6 +5,7 @@
 #include "standin/routine_call.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <fmt/format.h>
@@ -87,11 +88,16 @@ template <class Body> Result RunRoutine(const std::string &declaration, Body bod
     const InputWatch watch;
     gHost->timeInEntries = {};
     gHost->entered = 0;
+    auto *activeLevel = static_cast<int *>(gHost->module->Internal("gActiveLevel"));
+    if (activeLevel)
+        *activeLevel = -1;
     const auto start = std::chrono::steady_clock::now();
     body(result);
     result.time = std::chrono::steady_clock::now() - start;
     result.timeInHost = gHost->timeInEntries;
     result.entered = gHost->entered;
+    if (activeLevel && *activeLevel >= 0)
+        gHost->levelsRun.insert(*activeLevel);
     TakePending(result);
     watch.Report();
     gHost->Audit();
@@ -102,19 +108,38 @@ template <class Body> Result RunRoutine(const std::string &declaration, Body bod
 
 // The heap as the module knows it. Its file may still use it while it is unloaded, when the host is gone.
 
-bool Grants() { return !gHost || ++gHost->heapRequests != gHost->description.refusedHeapRequest; }
-
-void *Counted(void *memory, int blocks) {
-    if (gHost && memory)
-        gHost->heapBlocks += blocks;
-    return memory;
+/// A block that begins at a multiple of 16, as on any heap, but of no larger power of two: who needs more than that has
+/// to make room for it. To the address sanitizer, whose blocks begin at multiples of 32, it ends where the request
+/// does.
+void *Lent(std::size_t size, void *allocate(std::size_t size)) {
+    if (!gHost)
+        return allocate(size);
+    constexpr std::size_t kAlignment = 16;
+    gHost->heapBytes += size;
+    if (++gHost->heapRequests == gHost->description.refusedHeapRequest || size > SIZE_MAX - kAlignment)
+        return nullptr;
+    auto *memory = static_cast<unsigned char *>(allocate(size + kAlignment));
+    if (!memory)
+        return nullptr;
+    unsigned char *block =
+        reinterpret_cast<std::uintptr_t>(memory) % (2 * kAlignment) == 0 ? memory + kAlignment : memory;
+    gHost->heap[block] = memory;
+    return block;
 }
 
-void *Allocate(std::size_t size) { return Grants() ? Counted(std::malloc(size), 1) : nullptr; }
+void *Allocate(std::size_t size) { return Lent(size, std::malloc); }
 void *AllocateCleared(std::size_t count, std::size_t size) {
-    return Grants() ? Counted(std::calloc(count, size), 1) : nullptr;
+    if (size > 0 && count > SIZE_MAX / size)
+        return nullptr;
+    return Lent(count * size, [](std::size_t bytes) { return std::calloc(1, bytes); });
 }
-void Free(void *memory) { std::free(Counted(memory, -1)); }
+void Free(void *memory) {
+    if (!gHost)
+        std::free(memory);
+    // A host's copy of a string's bytes is of the same heap, for hosts that do not take them back themselves.
+    else if (memory && !gHost->FreeBlock(memory) && !gHost->TakeBackCopy(memory))
+        gHost->Violation("free: no block of the heap, or freed already", Concern::Memory);
+}
 
 void WatchHeap(const ModuleFile &module) {
     module.Redirect("malloc", reinterpret_cast<void *>(Allocate));
@@ -371,6 +396,7 @@ int Host::CallsOf(std::string_view entry) const {
 }
 
 int Host::HeapRequests() const { return state_->heapRequests; }
+std::size_t Host::HeapBytes() const { return state_->heapBytes; }
 
 std::size_t Host::LivingObjects() const { return state_->living.size(); }
 
@@ -381,8 +407,11 @@ bool Host::ForceLevel(int level) {
     *forced = level;
     const Ref probe = Make({});
     Call(probe, "ChangeSaturationKVT", 1); // has a form for every level
+    TakeLevelsRun();
     return level < 0 || ActiveLevel() == level;
 }
+
+std::set<int> Host::TakeLevelsRun() { return std::exchange(state_->levelsRun, {}); }
 
 int Host::ActiveLevel() const {
     const auto *active = static_cast<const int *>(state_->module->Internal("gActiveLevel"));

@@ -6,8 +6,10 @@
 
 #include <chrono>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
+#include <set>
 #include <span>
 #include <stdexcept>
 #include <string>
@@ -50,12 +52,17 @@ struct HostDescription {
     int refusedHeapRequest = 0; ///< number of the module's heap request (from 1) that is refused; 0: none
     std::vector<Fault> faults = {};
     std::vector<std::string> unknownExceptions = {}; ///< exception classes that this host lacks
+    std::vector<std::string> moreClasses = {};       ///< beside the one that `application` stands for
     Guard guard = Guard::After;
     bool watchesInputs = true;  ///< after every call, reports pictures, blocks and strings that changed and were not to
     bool scattersRows = true;   ///< of console pictures; rows in order are what a benchmark wants
     bool sealsPictures = false; ///< pixels are inaccessible while they are not locked; see Picture::Seal
     std::string module = {};    ///< the module's file; empty: the one beside the program
     bool keepsModule = false;   ///< in memory, for the next host of this process; see ModuleFile::Unloading
+    /// The log: told of every call of an entry as it comes, by the entry, the objects' names and the telling arguments,
+    /// and of a request for an entry or method that this host does not have, as "no" and its name. Objects that the
+    /// module had made are called new, in the order of their making: "new picture", "new picture 2".
+    std::function<void(const std::string &call)> log = {};
 };
 
 /// One reference that the script side holds; null is nil. Ends before its host does.
@@ -233,7 +240,9 @@ class Host {
     /// Forces an instruction-set level (0 baseline, 1 AVX2, 2 AVX-512; -1 the best); false when the module was stripped
     /// of the symbol or the processor lacks the level.
     bool ForceLevel(int level);
-    int ActiveLevel() const; ///< the level of the last operation that asked for it
+    int ActiveLevel() const;       ///< at which the last call's vector code ran; -1 when it ran none
+    std::set<int> TakeLevelsRun(); ///< all that were active since the last time
+    std::size_t HeapBytes() const; ///< that routines asked the heap for
 
     const HostDescription &description() const;
 

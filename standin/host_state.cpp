@@ -49,6 +49,10 @@ template <class Made> Made &HostState::Adopt(std::unique_ptr<Made> object, void 
     object->number = ++objectsMade;
     object->handle = handle;
     object->references = 1;
+    if (description.log && depth > 0) {
+        const int which = ++madeForModule[object->kind];
+        object->name = fmt::format("new {}", object->KindName()) + (which == 1 ? "" : fmt::format(" {}", which));
+    }
     Made &made = *object;
     std::unique_ptr<Object> &kept = objects[handle];
     kept = std::move(object);
@@ -173,6 +177,23 @@ void HostState::DropReference(Object &object, std::string_view entry) {
         Die(object);
 }
 
+bool HostState::FreeBlock(const void *block) {
+    const auto found = heap.find(block);
+    if (found == heap.end())
+        return false;
+    std::free(found->second);
+    heap.erase(found);
+    return true;
+}
+
+bool HostState::TakeBackCopy(const void *bytes, const Object *of) {
+    const auto isIt = [&](const GuardedMemory &copy) { return static_cast<const void *>(copy.data()) == bytes; };
+    return std::any_of(living.begin(), living.end(), [&](Object *object) { // the dead have given their copies back
+        return object->kind == Kind::String && (!of || of == object) &&
+               std::erase_if(static_cast<Text &>(*object).copies, isIt) > 0;
+    });
+}
+
 void HostState::Hold(Object &object) {
     ++object.held;
     ++object.references;
@@ -213,7 +234,7 @@ void HostState::Die(Object &object) {
         instance.memory.Seal(); // stays mapped, so that its handle is not used again
     } else if (object.kind == Kind::String) {
         auto &copies = static_cast<Text &>(object).copies;
-        if (!copies.empty() && !Missed("PluginDisposeStringData"))
+        if (!copies.empty() && copiesRefused == 0)
             Violation(fmt::format("{} dies with a copy of its bytes not given back", object.Describe()),
                       Concern::References);
         else
@@ -252,7 +273,6 @@ void HostState::Audit() {
     const int neverTaken = entries["REALLockObject"].missed + entries["REALLockString"].missed;
     const int neverDropped = entries["REALUnlockObject"].missed + entries["REALUnlockString"].missed;
     const int neverUnlocked = entries["unlockPictureDescription"].missed;
-    const int neverDisposed = entries["PluginDisposeStringData"].missed;
     int references = 0;
     int locks = strayLocks + locksOfDead;
     int copies = copiesOfDead;
@@ -280,16 +300,18 @@ void HostState::Audit() {
     if ((neverUnlocked > 0 || strayLocks > 0) && locks != neverUnlocked)
         Violation(fmt::format("{} pixel lock(s) remain where {} could not be given back", locks, neverUnlocked),
                   Concern::Locks);
-    if (copies != neverDisposed)
+    if (copies != copiesRefused)
         Violation(
-            fmt::format("{} copies of string bytes remain where {} could not be given back", copies, neverDisposed),
+            fmt::format("{} copies of string bytes remain where {} could not be given back", copies, copiesRefused),
             Concern::References);
 
-    if (heapBlocks != 0)
-        Violation(fmt::format("{} block(s) of the heap were not freed", heapBlocks));
+    if (!heap.empty())
+        Violation(fmt::format("{} block(s) of the heap were not freed", heap.size()));
 
-    heapBlocks = 0;
-    strayLocks = locksOfDead = copiesOfDead = 0;
+    for (const auto &[block, memory] : heap)
+        std::free(memory);
+    heap.clear();
+    strayLocks = locksOfDead = copiesOfDead = copiesRefused = 0;
     for (auto &[name, entry] : entries)
         entry.missed = 0;
     for (Object *object : living) {

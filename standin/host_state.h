@@ -2,6 +2,7 @@
 
 #include "standin/host.h"
 
+#include <initializer_list>
 #include <map>
 #include <set>
 #include <unordered_map>
@@ -39,11 +40,15 @@ struct HostState {
     int strayLocks = 0;  ///< pixel locks that were attempted in vain and will be given back all the same
     int locksOfDead = 0; ///< of pictures that died while locks could not be given back; the same for strings' copies
     int copiesOfDead = 0;
-    int heapRequests = 0; ///< of the module, since start-up
-    int heapBlocks = 0;   ///< that it was granted and has not freed
+    int copiesRefused = 0; ///< that the module tried to give back in vain
+    int heapRequests = 0;  ///< of the module, since start-up
+    std::size_t heapBytes = 0;
+    std::set<int> levelsRun;
+    std::unordered_map<const void *, void *> heap; ///< blocks lent to the module: what the real heap knows them as
     std::chrono::nanoseconds timeInEntries = {};
     int entered = 0; ///< how often the module called an entry
     int depth = 0;   ///< of entries within entries
+    std::map<Kind, int> madeForModule;
 
     void Violation(const std::string &sentence, Concern concern = Concern::Calls);
 
@@ -65,6 +70,11 @@ struct HostState {
     /// The host's own side takes or gives back one.
     void Hold(Object &object);
     void Release(Object &object);
+
+    /// Frees a block lent to the module; false when it is none.
+    bool FreeBlock(const void *block);
+    /// Takes back a copy of a string's bytes; false when it is none, or not of that string.
+    bool TakeBackCopy(const void *bytes, const Object *of = nullptr);
 
     // Faults.
     bool Missed(std::string_view entry) const;
@@ -88,7 +98,12 @@ extern HostState *gHost; ///< null while no host lives
 /// Around the body of every entry: counts the call, takes its time, and says whether a fault lets it fail.
 class EntryScope {
   public:
-    explicit EntryScope(std::string_view name);
+    /// The arguments are those that the log tells.
+    template <class... Arguments> explicit EntryScope(std::string_view name, Arguments... arguments) {
+        Enter(name);
+        if (gHost->description.log)
+            Tell(name, {LogWord(arguments)...});
+    }
     ~EntryScope();
     EntryScope(const EntryScope &) = delete;
     EntryScope &operator=(const EntryScope &) = delete;
@@ -97,6 +112,13 @@ class EntryScope {
     std::uint32_t Answer(bool value) const { return value ? 0xBAD5EE01u : wide_ ? 0x100u : 0xBAD5EE00u; }
 
   private:
+    void Enter(std::string_view name);
+    static void Tell(std::string_view name, std::initializer_list<std::string> arguments);
+    static std::string LogWord(const void *handle);
+    static std::string LogWord(const char *text);
+    static std::string LogWord(std::int32_t number);
+    static std::string LogWord(std::uint32_t bits);
+
     bool fails_ = false;
     bool wide_ = false;
     std::chrono::steady_clock::time_point start_;

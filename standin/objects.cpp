@@ -35,9 +35,16 @@ std::uint64_t Mix(std::uint64_t sum, const unsigned char *bytes, std::size_t cou
     return sum;
 }
 
-bool AllBorder(const unsigned char *from, const unsigned char *to) {
-    return from == to ||
-           (*from == kBorder && std::memcmp(from, from + 1, static_cast<std::size_t>(to - from - 1)) == 0);
+/// What all the bytes are; -1 when they differ.
+int OneByte(const unsigned char *from, const unsigned char *to) {
+    return std::memcmp(from, from + 1, static_cast<std::size_t>(to - from - 1)) == 0 ? *from : -1;
+}
+
+/// The address of memory that cannot be touched.
+void *Untouchable() {
+    static GuardedMemory page(64, Guard::Before);
+    page.Seal();
+    return page.data();
 }
 
 const char *AlphaInfoName(std::uint32_t alphaInfo) {
@@ -48,10 +55,12 @@ const char *AlphaInfoName(std::uint32_t alphaInfo) {
 
 } // namespace
 
-std::string Object::Describe() const {
+const char *Object::KindName() const {
     constexpr const char *kNames[] = {"picture", "drawing surface", "memory block", "string", "instance", "exception"};
-    return fmt::format("{} #{}", kNames[static_cast<int>(kind)], number);
+    return kNames[static_cast<int>(kind)];
 }
+
+std::string Object::Describe() const { return fmt::format("{} #{}", KindName(), number); }
 
 std::string MemoryBlock::Describe() const { return fmt::format("memory block #{} ({} bytes)", number, memory.size()); }
 std::string Text::Describe() const { return fmt::format("string #{} ({} bytes)", number, record.length); }
@@ -103,10 +112,16 @@ void Picture::Build(const PictureDescription &wanted, Guard side, bool scatterRo
             SetWord(x, y, fresh ? freshWord : wanted.word ? wanted.word(x, y) : OpaqueWord(layout, wanted.color(x, y)));
     }
 
+    for (int y = 0; wanted.numbersPadding && y < height; ++y)
+        std::memset(Row(y) + std::ptrdiff_t{width} * kPixelBytes, y, static_cast<std::size_t>(wanted.rowPadding));
+
     rowTable = trueRows;
     if (wanted.nullRow >= 0 && wanted.nullRow < height)
         rowTable[static_cast<std::size_t>(wanted.nullRow)] = nullptr;
+    for (int y = wanted.untouchableRow; y >= 0 && y < height; ++y)
+        rowTable[static_cast<std::size_t>(y)] = Untouchable();
     rowTable.push_back(nullptr); // so that a picture without rows has a table too
+    handedRows = rowTable;
     context = {wanted.withoutPixels ? nullptr : memory.data(),
                wanted.bitsPerPixel,
                static_cast<std::size_t>(width),
@@ -121,10 +136,12 @@ void Picture::Build(const PictureDescription &wanted, Guard side, bool scatterRo
              OpaqueWord(layout, wanted.background)};
     REALconsolePicture record = {};
     record.paletteRows = wanted.paletteRows;
-    record.width = static_cast<std::uint32_t>(width);
-    record.height = static_cast<std::uint32_t>(height);
+    record.width = width;
+    record.height = height;
     record.trueColor = wanted.trueColor;
-    record.rows = wanted.withoutPixels ? nullptr : rowTable.data();
+    record.rows = wanted.withoutPixels      ? nullptr
+                  : wanted.untouchableTable ? static_cast<void **>(Untouchable())
+                                            : rowTable.data();
     consoleRecord.resize(sizeof record);
     std::memcpy(consoleRecord.data(), &record, sizeof record);
 }
@@ -144,21 +161,19 @@ void Picture::DescribePixels(REALpictureDescription &out) {
 }
 
 bool Picture::BordersIntact() const {
-    const std::ptrdiff_t used = std::ptrdiff_t{width} * kPixelBytes;
-    if (pitch == used)
+    if (pitch == std::ptrdiff_t{width} * kPixelBytes)
         return true;
-    memory.Open();
-    return std::all_of(trueRows.begin(), trueRows.end(), [&](const void *row) {
-        const auto *bytes = static_cast<const unsigned char *>(row);
-        return AllBorder(bytes + used, bytes + pitch);
-    });
-}
-
-bool Picture::RowTableIntact() const {
-    for (std::size_t row = 0; row < trueRows.size(); ++row)
-        if (rowTable[row] != (description.nullRow == static_cast<int>(row) ? nullptr : trueRows[row]))
+    for (int y = 0; y < height; ++y)
+        if (const int padding = PaddingOf(y); description.numbersPadding ? padding < 0 : padding != kBorder)
             return false;
     return true;
+}
+
+bool Picture::RowTableIntact() const { return rowTable == handedRows; }
+
+int Picture::PaddingOf(int y) const {
+    const unsigned char *row = Row(y);
+    return OneByte(row + std::ptrdiff_t{width} * kPixelBytes, row + pitch);
 }
 
 std::uint64_t Picture::Checksum() const { return memory.sealed() ? sealedSum : Mix(0, memory.data(), memory.size()); }

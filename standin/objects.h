@@ -26,9 +26,11 @@ struct Object {
 
     /// "picture #3 (37 x 5, alpha first)"
     virtual std::string Describe() const;
+    const char *KindName() const;
 
     Kind kind;
-    int number = 0; ///< counted from 1 as objects are made
+    int number = 0;        ///< counted from 1 as objects are made
+    std::string name = {}; ///< in the log of calls; empty: the description
     void *handle = nullptr;
     int references = 0; ///< all that are out, whoever holds them
     int held = 0;       ///< those that the host's side holds: scripts, fields, masks, the pending exception
@@ -62,6 +64,9 @@ struct PictureDescription {
     bool withoutData = false;                        ///< the description's data handle is null
     bool withoutPixels = false;                      ///< the bitmap's data, or the console record's row table, is null
     int nullRow = -1;                                ///< a row whose address in the row table is null
+    int untouchableRow = -1;                         ///< the first whose address there leads to inaccessible memory
+    bool untouchableTable = false;                   ///< the row table itself is inaccessible
+    bool numbersPadding = false; ///< the bytes behind each row hold its number, and may move with it
     std::uint32_t paletteRows = 0;
     std::uint32_t trueColor = 1;
     std::optional<std::size_t> bytesPerRow = {}; ///< what the bitmap claims
@@ -94,6 +99,7 @@ struct Picture : Object {
     /// Whether the bytes between and around rows are as they were made.
     bool BordersIntact() const;
     bool RowTableIntact() const;    ///< likewise the addresses that the module was handed
+    int PaddingOf(int y) const;     ///< what all bytes behind a row hold; -1 when they differ
     std::uint64_t Checksum() const; ///< of all pixels and borders; leaves them sealed
     /// Makes pixels and borders inaccessible until they are opened again; so many times, then no more. Each costs the
     /// system as much as a short call, and many times that where other processes do the same.
@@ -106,9 +112,10 @@ struct Picture : Object {
     GuardedMemory memory;
     std::uint64_t sealedSum = 0; ///< the checksum of what is sealed, which nobody can change
     int timesSealed = 0;
-    std::ptrdiff_t pitch = 0;     ///< bytes from slot to slot
-    std::vector<void *> rowTable; ///< of a console picture: as handed to the module
-    std::vector<void *> trueRows; ///< where rows really lie
+    std::ptrdiff_t pitch = 0;       ///< bytes from slot to slot
+    std::vector<void *> rowTable;   ///< of a console picture: as handed to the module
+    std::vector<void *> handedRows; ///< the same, for who changes it
+    std::vector<void *> trueRows;   ///< where rows really lie
     CGContext context = {};
     std::vector<unsigned char> consoleRecord;
     ::GraphicsWorld world = {};

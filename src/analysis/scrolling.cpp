@@ -23,9 +23,11 @@ bool ScrollMask(Scroll *scroll, REALpictureStruct *picture, std::int32_t delta, 
     return scrolled;
 }
 
-bool WrapAround(REALpictureStruct *picture, std::int32_t right, std::int32_t down) {
+using Wrap = bool(const PictureEditor &, std::int32_t);
+
+bool WrapAround(Wrap *wrap, REALpictureStruct *picture, std::int32_t delta) {
     const OpenEditor editor{picture};
-    return editor && Rotate(*editor, right, down);
+    return editor && wrap(*editor, delta);
 }
 
 /// Drawing coordinates have 16 bits.
@@ -68,7 +70,7 @@ unsigned char ScrollVerticalKVT(REALpictureStruct *picture, std::int32_t delta, 
         return 0;
     if (delta == 0)
         return 1;
-    return wrap ? WrapAround(picture, 0, delta) : ScrollByPlatform(picture, 0, delta);
+    return wrap ? WrapAround(WrapVertically, picture, delta) : ScrollByPlatform(picture, 0, delta);
 }
 
 unsigned char ScrollHorizontalKVT(REALpictureStruct *picture, std::int32_t delta, signed char wrap,
@@ -76,7 +78,7 @@ unsigned char ScrollHorizontalKVT(REALpictureStruct *picture, std::int32_t delta
     if (scrollmask)
         ScrollMask(ScrollHorizontalKVT, picture, delta, wrap);
     if (delta != 0 && wrap)
-        WrapAround(picture, delta, 0);
+        WrapAround(WrapHorizontally, picture, delta);
     else if (delta != 0)
         ScrollByPlatform(picture, delta, 0);
     return 1;
@@ -84,9 +86,6 @@ unsigned char ScrollHorizontalKVT(REALpictureStruct *picture, std::int32_t delta
 
 unsigned char ScrollKVT(REALpictureStruct *picture, std::int32_t deltaX, std::int32_t deltaY, signed char wrap,
                         signed char scrollmask) {
-    // One pass over the pixels where two would come to the same; where it fails, the two fail in their own ways.
-    if (wrap && !scrollmask && deltaX != 0 && deltaY != 0 && WrapAround(picture, deltaX, deltaY))
-        return 1;
     ScrollHorizontalKVT(picture, deltaX, wrap, scrollmask);
     return ScrollVerticalKVT(picture, deltaY, wrap, scrollmask);
 }

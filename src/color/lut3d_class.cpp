@@ -31,10 +31,10 @@ void Lut3DClassDestructor(REALobjectStruct *instance) {
 unsigned char Lut3DRun(REALobjectStruct *instance) {
     Lut3DClassData &data = DataOf(instance);
     ReleasePicture(data.destinationPicture);
-    data.destinationPicture = MapPicture(data.sourcePicture, NewPicture::LikeSource,
-                                         Bounds{data.minX, data.minY, data.maxX, data.maxY},
-                                         KVT_SELECT(Interpolate), &data.table);
-    return data.destinationPicture != nullptr;
+    const auto store = [&](REALpictureStruct *mapped) { return data.destinationPicture = mapped; };
+    return MapPictureAndKeep(store, data.sourcePicture, NewPicture::LikeSource,
+                             Bounds{data.minX, data.minY, data.maxX, data.maxY}, KVT_SELECT(Interpolate),
+                             &data.table) != nullptr;
 }
 
 double GetPMX(REALobjectStruct *instance, std::uint32_t r, std::uint32_t g, std::uint32_t b, std::uint32_t x) {

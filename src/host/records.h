@@ -70,21 +70,19 @@ struct REALpictureDescription {
 /// row addresses. Only the named fields are read.
 struct REALconsolePicture {
     std::uint32_t paletteRows; ///< 0: no palette image
-    std::uint32_t width;
-    std::uint32_t height;
+    std::int32_t width;
+    std::int32_t height;
     unsigned char unread[7212];
     std::uint32_t trueColor; ///< nonzero for a true-color picture
     void **rows;             ///< `height` addresses, each the first pixel of a row
 };
 
-/// A copy of a string's bytes. The last two words are the host's own; in a copy that the module made itself, the first
-/// of them holds the module's mark.
+/// A copy of a string's bytes. The last two words are the host's own, neither read nor written.
 struct REALstringData {
     const char *bytes;
     std::int32_t length; ///< bytes, not counting the terminator
     std::uint32_t encoding;
-    const void *maker;
-    void *unread;
+    void *unread[2];
 };
 
 /// The string record of hosts before 2013.0, which the module reads directly: the text begins one byte after `storage`.

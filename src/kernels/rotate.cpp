@@ -10,57 +10,64 @@
 namespace kvt {
 namespace {
 
-/// The shift 0..extent - 1 with the same effect.
-std::int32_t ShiftWithin(std::int32_t delta, std::int32_t extent) {
+/// The shift 0..extent - 1 with the same effect; 0 for a picture without pixels.
+std::int32_t ShiftWithin(const PictureEditor &editor, std::int32_t delta, std::int32_t extent) {
+    if (AreaOf(editor, kWholePicture).Empty())
+        return 0;
     const std::int32_t shift = delta % extent;
     return shift < 0 ? shift + extent : shift;
 }
 
-/// A row's parts, in bytes: its pixels, of which the last ones move to the front, and its padding.
-struct RowParts {
-    std::size_t kept;
-    std::size_t wrapped;
-    std::size_t padding;
-
-    std::size_t Bytes() const { return kept + wrapped + padding; }
-
-    /// The target and the source are different memory.
-    void CopyRotated(unsigned char *target, const unsigned char *source) const {
-        std::memcpy(target, source + kept, wrapped);
-        std::memcpy(target + wrapped, source, kept);
-        std::memcpy(target + wrapped + kept, source + wrapped + kept, padding);
-    }
-};
-
 } // namespace
 
-bool Rotate(const PictureEditor &editor, std::int32_t right, std::int32_t down) {
-    if (AreaOf(editor, kWholePicture).Empty())
-        return true;
-    const std::int32_t columns = ShiftWithin(right, editor.width);
-    const std::int32_t shift = ShiftWithin(down, editor.height);
-    if (columns == 0 && shift == 0)
+bool WrapVertically(const PictureEditor &editor, std::int32_t delta) {
+    const std::int32_t shift = ShiftWithin(editor, delta, editor.height);
+    if (shift == 0)
         return true;
     ClearBuffer<unsigned char> spare(editor.rowBytes);
     if (!spare)
         return false;
-    const RowParts parts{static_cast<std::size_t>(editor.width - columns) * 4, static_cast<std::size_t>(columns) * 4,
-                         static_cast<std::size_t>(editor.rowBytes - editor.width * std::ptrdiff_t{4})};
+    const auto bytes = static_cast<std::size_t>(editor.rowBytes);
     const Rows rows = RowsOf(editor);
     // Every row takes what the row `shift` above it held. Following that rule from one row leads back to it sooner or
     // later; the cycles that start in the first rows reach each row once, so every row is copied once and no more.
     std::int32_t left = editor.height;
     for (std::int32_t start = 0; left > 0; ++start) {
-        std::memcpy(spare.data(), rows[start], parts.Bytes());
+        std::memcpy(spare.data(), rows[start], bytes);
         std::int32_t row = start;
         for (--left;; --left) {
             const std::int32_t source = row >= shift ? row - shift : row - shift + editor.height;
             if (source == start)
                 break;
-            parts.CopyRotated(rows[row], rows[source]);
+            std::memcpy(rows[row], rows[source], bytes);
             row = source;
         }
-        parts.CopyRotated(rows[row], spare.data());
+        std::memcpy(rows[row], spare.data(), bytes);
+    }
+    return true;
+}
+
+bool WrapHorizontally(const PictureEditor &editor, std::int32_t delta) {
+    const std::int32_t shift = ShiftWithin(editor, delta, editor.width);
+    if (shift == 0)
+        return true;
+    ClearBuffer<unsigned char> spare(editor.width * 4LL);
+    if (!spare)
+        return false;
+    const std::size_t wrapped = static_cast<std::size_t>(shift) * 4;
+    const std::size_t kept = static_cast<std::size_t>(editor.width - shift) * 4;
+    const Rows rows = RowsOf(editor);
+    for (std::int32_t row = 0; row < editor.height; ++row) {
+        unsigned char *pixels = rows[row];
+        if (wrapped <= kept) { // the smaller part waits in the buffer while the other one moves
+            std::memcpy(spare.data(), pixels + kept, wrapped);
+            std::memmove(pixels + wrapped, pixels, kept);
+            std::memcpy(pixels, spare.data(), wrapped);
+        } else {
+            std::memcpy(spare.data(), pixels, kept);
+            std::memmove(pixels, pixels + kept, wrapped);
+            std::memcpy(pixels + wrapped, spare.data(), kept);
+        }
     }
     return true;
 }

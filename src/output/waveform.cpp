@@ -236,7 +236,7 @@ REALpictureStruct *RenderSamples(REALmemoryBlockStruct *samples, std::int32_t sa
         DrawThinOutline(*result, levels, rows);
     REALpictureStruct *picture = result.Render();
     if (picture && outlineWidth >= 2)
-        DrawThickOutline(picture, levels, rows, outlineWidth, outLineColor);
+        DrawThickOutline(picture, levels, rows, outlineWidth, outLineColor & 0xFFFFFF);
     return picture;
 }
 

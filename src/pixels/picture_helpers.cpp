@@ -13,23 +13,18 @@ std::int32_t GetPictureInteger(REALpictureStruct *picture, const char *property)
     return picture && REALGetPropValueInt32(picture, property, &value) ? value : 0;
 }
 
-const REALconsolePicture *ConsolePicture(const REALpictureDescription &description) {
-    return description.type == kConsoleDescription ? static_cast<const REALconsolePicture *>(description.data)
-                                                   : nullptr;
-}
-
 /// Copies all pixels of a console picture to another one of its size, none where there are none. Whether the words are
-/// true colors does not matter to a copy.
+/// true colors does not matter to a copy. Records that differ in size, or are missing, are refused.
 bool CopyRows(const REALconsolePicture *target, const REALconsolePicture *source) {
     if (!target || !source || target->width != source->width || target->height != source->height ||
         target->paletteRows || source->paletteRows || !target->rows || !source->rows)
         return false;
-    const std::size_t height = source->width ? source->height : 0;
-    for (std::size_t row = 0; row < height; ++row)
+    const std::ptrdiff_t height = source->width > 0 ? source->height : 0;
+    for (std::ptrdiff_t row = 0; row < height; ++row)
         if (!target->rows[row] || !source->rows[row])
             return false;
-    for (std::size_t row = 0; row < height; ++row)
-        std::memcpy(target->rows[row], source->rows[row], std::size_t{source->width} * 4);
+    for (std::ptrdiff_t row = 0; row < height; ++row)
+        std::memcpy(target->rows[row], source->rows[row], static_cast<std::size_t>(source->width) * 4);
     return true;
 }
 
@@ -93,7 +88,8 @@ bool OwnCopy(REALpictureStruct *target, REALpictureStruct *source, std::int32_t 
         return false;
     bool copied = false;
     if (REALLockPictureDescriptionX(target, &to, kConsoleDescription)) {
-        copied = CopyRows(ConsolePicture(to), ConsolePicture(from));
+        copied = CopyRows(static_cast<const REALconsolePicture *>(to.data),
+                          static_cast<const REALconsolePicture *>(from.data));
         REALUnlockPictureDescription(target);
     }
     REALUnlockPictureDescription(source);

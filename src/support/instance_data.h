@@ -2,8 +2,6 @@
 
 #include "host/entries.h"
 
-#include <utility>
-
 namespace kvt {
 
 /// The class's own data inside an instance. The host decides at registration where it lies.
@@ -11,11 +9,12 @@ template <class Data> Data &InstanceData(REALobjectStruct *instance, const REALc
     return *reinterpret_cast<Data *>(reinterpret_cast<unsigned char *>(instance) + definition.dataOffset);
 }
 
-/// Drops the reference that a picture field owns, and leaves the field nil: at once, since what the last reference
-/// takes along may come back to the instance.
+/// Drops the reference that a picture field owns, then leaves the field nil: while the host drops it, the field still
+/// names the picture.
 inline void ReleasePicture(REALpictureStruct *&field) {
-    if (REALpictureStruct *held = std::exchange(field, nullptr))
-        REALUnlockObject(held);
+    if (field)
+        REALUnlockObject(field);
+    field = nullptr;
 }
 
 } // namespace kvt

@@ -10,9 +10,6 @@
 namespace kvt {
 namespace {
 
-/// Stands in `REALstringData::maker` of the copies that the module made itself.
-constexpr char kOwnMark = 0;
-
 /// Converts a UTF-16 string that this module built to UTF-8 and drops the original.
 REALstringStruct *Utf8FromUtf16(const void *units, std::int32_t bytes) {
     REALstringStruct *utf16 = originalREALBuildString(static_cast<const char *>(units), bytes);
@@ -49,20 +46,24 @@ REALstringStruct *Utf8FromUtf32(const void *bytes, std::int32_t length) {
 using BytesOfString = const char *(REALstringStruct *);
 using LengthOfString = std::int32_t(REALstringStruct *);
 
-/// Copies the string's bytes as they are stored into a buffer with four zero bytes behind them.
+/// Copies the string's bytes as they are stored into a buffer with four zero bytes behind them. An empty string needs
+/// no address.
 bool CopyBytes(REALstringStruct *string, std::uint32_t encoding, BytesOfString *bytesOf, LengthOfString *lengthOf,
                REALstringData *out) {
     const std::int32_t length = lengthOf(string);
     const char *bytes = bytesOf(string);
-    if (!bytes || length < 0)
+    if (length < 0 || (length > 0 && !bytes))
         return false;
     const auto size = static_cast<std::size_t>(length);
     char *copy = static_cast<char *>(std::malloc(size + 4));
     if (!copy)
         return false;
-    std::memcpy(copy, bytes, size);
+    if (size > 0)
+        std::memcpy(copy, bytes, size);
     std::memset(copy + size, 0, 4);
-    *out = {copy, length, encoding, &kOwnMark, nullptr};
+    out->bytes = copy;
+    out->length = length;
+    out->encoding = encoding;
     return true;
 }
 
@@ -71,11 +72,11 @@ bool GetStringDataFallback(REALstringStruct *string, std::uint32_t encoding, REA
     static BytesOfString *pStringGetCString;
     static void *(*pLoadGlobalMethod)(REALobjectStruct *, const char *);
     static LengthOfString *pLenB;
-    if (!Found(pStringGetCString, "StringGetCString"))
-        return false;
+    // Both are looked for before either is missed.
+    const bool hasBytes = Found(pStringGetCString, "StringGetCString");
     if (!pLenB && Found(pLoadGlobalMethod, "REALLoadGlobalMethod"))
         pLenB = reinterpret_cast<LengthOfString *>(pLoadGlobalMethod(nullptr, "LenB( s as string ) as integer"));
-    if (!pLenB || !string)
+    if (!hasBytes || !pLenB || !string)
         return false;
 
     if (encoding == kEncodingNone || encoding == REALGetStringEncoding(string))
@@ -92,17 +93,16 @@ bool GetStringDataFallback(REALstringStruct *string, std::uint32_t encoding, REA
 
 bool REALGetStringData(REALstringStruct *string, std::uint32_t encoding, REALstringData *out) {
     static unsigned char (*pGetStringData)(REALstringStruct *, std::uint32_t, REALstringData *);
-    out->maker = nullptr; // the host does not fill it in
     return Found(pGetStringData, "PluginGetStringData") ? pGetStringData(string, encoding, out) != 0
                                                         : GetStringDataFallback(string, encoding, out);
 }
 
 void REALDisposeStringData(REALstringData *data) {
     static void (*pDisposeStringData)(REALstringData *);
-    if (data->maker == &kOwnMark)
-        FreeMemoryNow(data->bytes);
-    else if (Found(pDisposeStringData, "PluginDisposeStringData"))
+    if (Found(pDisposeStringData, "PluginDisposeStringData"))
         pDisposeStringData(data);
+    else
+        FreeMemoryNow(data->bytes);
 }
 
 REALstringStruct *REALBuildUnicodeString(const void *bytes, std::int32_t length, std::uint32_t encoding) {

@@ -19,8 +19,8 @@ inline constexpr std::uint32_t kEncodingNone = 0xFFFF;      ///< the bytes as st
 /// four zero bytes; when even that cannot be made, the result is false and `out` is untouched.
 bool REALGetStringData(REALstringStruct *string, std::uint32_t encoding, REALstringData *out);
 
-/// Gives back what REALGetStringData filled in: the module's own copy to the heap, the host's to the host. On a host
-/// that cannot take its copy back, that copy is left alone.
+/// Gives back what REALGetStringData filled in, whoever made the copy: to the host, or to the process heap where the
+/// host does not take copies back.
 void REALDisposeStringData(REALstringData *data);
 
 /// A new string from bytes in that encoding, with one reference for the caller. UTF-16 and UTF-32 text comes out as

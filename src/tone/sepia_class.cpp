@@ -25,12 +25,17 @@ PictureSepiaData &DataOf(REALobjectStruct *instance) {
     return InstanceData<PictureSepiaData>(instance, gPictureSepiaClass);
 }
 
-REALpictureStruct *NewToned(const PictureSepiaData &data) {
+/// Puts the toned picture in the place of the last one, which it yields; null, with that one kept, when there is none.
+REALpictureStruct *ReplaceToned(PictureSepiaData &data) {
     const SepiaToning toning{{Truncate(data.redWeight * 1024.0), Truncate(data.greenWeight * 1024.0),
                               Truncate(data.blueWeight * 1024.0)},
                              {data.sepiaRed, data.sepiaGreen, data.sepiaBlue}};
-    return MapPicture(data.sourcePicture, NewPicture::SameSize, Bounds{data.minX, data.minY, data.maxX, data.maxY},
-                      KVT_SELECT(Tone), toning);
+    const auto replace = [&](REALpictureStruct *toned) {
+        ReleasePicture(data.destinationPicture);
+        return data.destinationPicture = toned;
+    };
+    return MapPictureAndKeep(replace, data.sourcePicture, NewPicture::SameSize,
+                             Bounds{data.minX, data.minY, data.maxX, data.maxY}, KVT_SELECT(Tone), toning);
 }
 
 } // namespace
@@ -48,15 +53,7 @@ void PictureSepiaClassDestructor(REALobjectStruct *instance) {
     ReleasePicture(data.destinationPicture);
 }
 
-unsigned char PictureSepiaRun(REALobjectStruct *instance) {
-    PictureSepiaData &data = DataOf(instance);
-    REALpictureStruct *result = NewToned(data);
-    if (!result)
-        return 0;
-    ReleasePicture(data.destinationPicture);
-    data.destinationPicture = result;
-    return 1;
-}
+unsigned char PictureSepiaRun(REALobjectStruct *instance) { return ReplaceToned(DataOf(instance)) != nullptr; }
 
 double GetFactorR(REALobjectStruct *instance, std::int32_t) { return DataOf(instance).redWeight; }
 double GetFactorG(REALobjectStruct *instance, std::int32_t) { return DataOf(instance).greenWeight; }

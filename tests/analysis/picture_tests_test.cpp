@@ -78,6 +78,25 @@ TEST_P(EveryPictureTest, ComparesExactlyAtEveryLimit) {
 
 IN_EVERY_WAY(EveryPictureTest);
 
+/// The first pixel that fails ends a test: the rows below its own cannot be touched.
+TEST(PictureTests, EndAtTheFirstPixelThatFails) {
+    for (const int level : EveryLevelOffered())
+        for (const int width : {1, 67, 3000})
+            for (const int column : {0, width - 1}) {
+                SCOPED_TRACE(fmt::format("level {}, column {} of {}", level, column, width));
+                TestHost host({.application = standin::Application::Console});
+                ASSERT_TRUE(host.ForceLevel(level));
+                const auto picture = [&](standin::ColorValue plain) {
+                    const auto color = [=](int x, int y) { return x == column && y == 2 ? 0x102030u : plain; };
+                    return host.Make({.width = width, .height = 40, .color = color, .untouchableRow = 3});
+                };
+                EXPECT_FALSE(host.Call(picture(0xFFFFFF), "isWhiteKVT").value.AsBoolean());
+                EXPECT_FALSE(host.Call(picture(0), "isBlackKVT").value.AsBoolean());
+                EXPECT_FALSE(host.Call(picture(0x777777), "isGrayKVT").value.AsBoolean());
+                EXPECT_FALSE(host.Call(picture(0x777777), "isGrayKVT", 31).value.AsBoolean());
+            }
+}
+
 TEST(PictureTests, OfWhatHasNoPixels) {
     TestHost host;
     const Value empty = host.Make({.width = 0, .height = 3});

@@ -18,7 +18,10 @@ bool Scroll(TestHost &host, const Value &picture, const char *method, std::vecto
     return host.CallWith(picture, method, std::move(arguments)).value.AsBoolean();
 }
 
-using EveryScrolling = EveryWay;
+class EveryScrolling : public EveryWay {
+  protected:
+    EveryScrolling() { runsVectors = false; } // the C library moves the bytes
+};
 
 TEST_P(EveryScrolling, MovesWholeWords) {
     for (const auto &[width, height] : OddSizes()) {
@@ -48,7 +51,6 @@ TEST_P(EveryScrolling, MovesWholeWords) {
                     maskWords = WrapVertically(WrapHorizontally(maskWords, across), down);
             EXPECT_PICTURE(mask.picture(), maskWords);
             EXPECT_EQ(picture.picture().rowTable, table) << "the addresses are the host's";
-            EXPECT_GT(picture.picture().cacheClears, 0);
         }
     }
 }
@@ -95,6 +97,39 @@ TEST(Scrolling, ResultsOfWhatCannotBeScrolled) {
             EXPECT_TRUE(answer("ScrollKVT", {row.delta, 0}));
         }
     }
+}
+
+/// Rows take along what lies behind them; columns leave it where it is, and do not even look at it.
+TEST(Scrolling, MovesPaddingWithRowsAlone) {
+    constexpr int kRows = 5;
+    TestHost host;
+    const Ref picture = host.Make({.width = 3, .height = kRows, .rowPadding = 8, .numbersPadding = true});
+    int moved = 0;
+    for (const int down : {1, -2, 4, 7}) {
+        EXPECT_TRUE(Scroll(host, picture, "ScrollVerticalKVT", {down, true, false}));
+        EXPECT_TRUE(Scroll(host, picture, "ScrollHorizontalKVT", {1, true, false}));
+        moved += down;
+        for (int y = 0; y < kRows; ++y)
+            EXPECT_EQ(picture.picture().PaddingOf(y), ((y - moved) % kRows + kRows) % kRows) << "down by " << moved;
+    }
+
+    // A row that is said to be as long as can be, but whose pixels alone can be touched.
+    const Ref endless = host.Make({.width = 5, .height = 1, .bytesPerRow = 0x7FFFFFFC});
+    for (int x = 0; x < 5; ++x)
+        endless.picture().SetWord(x, 0, static_cast<std::uint32_t>(x));
+    const StoredPicture before = WordsOf(endless.picture());
+    const std::size_t asked = host.HeapBytes();
+    EXPECT_TRUE(Scroll(host, endless, "ScrollHorizontalKVT", {2, true, false}));
+    EXPECT_PICTURE(endless.picture(), WrapHorizontally(before, 2));
+    EXPECT_LE(host.HeapBytes() - asked, 5u * 4);
+}
+
+TEST(Scrolling, BothWaysIsHalfDoneWhenTheSecondHalfFails) {
+    TestHost host({.faults = {{"REALLockPictureDescription", standin::Fault::Fails, 2}}});
+    const Ref picture = MakePicture(host, Noise(5, 4, 1));
+    const StoredPicture before = WordsOf(picture.picture());
+    EXPECT_FALSE(Scroll(host, picture, "ScrollKVT", {2, 1, true, false}));
+    EXPECT_PICTURE(picture.picture(), WrapHorizontally(before, 2));
 }
 
 TEST(Scrolling, OfAMaskThatCannotBeScrolled) {

@@ -40,6 +40,21 @@ TEST_P(EveryLut3D, IsExact) {
     }
 }
 
+/// Large enough for what is prepared once a run, and with colors at both ends of the table.
+TEST_P(EveryLut3D, IsExactInLargePictures) {
+    ColorCube cube;
+    for (double &entry : cube.entries)
+        entry = random.Below(2561) / 10.0;
+    const Ref lut = host.New("PictureLut3DKVT");
+    SetTable(host, lut, cube);
+    Picture picture = Noise(131, 67, random.Next());
+    picture.At(0, 0) = {0, 0, 0};
+    picture.At(130, 66) = {255, 255, 255};
+    host.Set(lut, "SourcePicture", MakeAnyhow(picture));
+    ASSERT_TRUE(host.Call(lut, "Run").value.AsBoolean());
+    EXPECT_PICTURE(host.Get(lut, "DestinationPicture"), ThroughCube(picture, cube, {}, FreshLike(picture)));
+}
+
 IN_EVERY_WAY(EveryLut3D);
 
 TEST(Lut3D, TableHasEighteenPlacesAnAxis) {

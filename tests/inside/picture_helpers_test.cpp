@@ -49,7 +49,6 @@ constexpr struct {
     void (*spoil)(Console &picture); ///< the target as well as the source
 } kSpoilt[] = {
     {"cannot be locked", [](Console &picture) { picture.lockable = false; }},
-    {"is described as something else", [](Console &picture) { picture.description.type = kBitmapDescription; }},
     {"has no record", [](Console &picture) { picture.description.data = nullptr; }},
     {"is wider", [](Console &picture) { ++picture.record.width; }},
     {"is higher", [](Console &picture) { ++picture.record.height; }},
@@ -100,11 +99,31 @@ TEST(OwnCopy, RefusesPartsAndStretches) {
 TEST(OwnCopy, ReadsNoRowOfPicturesWithoutPixels) {
     InFreshProcess([] {
         OfferLocks();
+        constexpr struct {
+            std::int32_t width, height;
+        } kSizes[] = {{0, 2}, {3, 0}, {3, -1}, {-1, 2}, {INT32_MIN, INT32_MIN}};
+        for (const auto &[width, height] : kSizes) {
+            Console source(1);
+            Console target(2);
+            source.record.width = target.record.width = width;
+            source.record.height = target.record.height = height;
+            source.rows[0] = target.rows[0] = nullptr;
+            EXPECT_TRUE(OwnCopy(&target, &source, 0, 0, 3, 2, 0, 0, 3, 2)) << width << " x " << height;
+            EXPECT_EQ(target.pixels, std::vector<std::uint32_t>(6, 2));
+        }
+    });
+}
+
+TEST(OwnCopy, GoesByTheRecordsAlone) {
+    InFreshProcess([] {
+        OfferLocks();
         Console source(1);
         Console target(2);
-        source.record.width = target.record.width = 0;
-        source.rows[0] = target.rows[0] = nullptr;
-        EXPECT_TRUE(OwnCopy(&target, &source, 0, 0, 0, 2, 0, 0, 0, 2));
+        source.description.type = kBitmapDescription;
+        target.description.type = 0;
+        source.description.width = target.description.height = 77;
+        EXPECT_TRUE(OwnCopy(&target, &source, 0, 0, 3, 2, 0, 0, 3, 2)) << "whatever the descriptions say";
+        EXPECT_EQ(target.pixels, source.pixels);
     });
 }
 

@@ -3,6 +3,7 @@
 #include "host/entries.h"
 #include "plugin/console_flags.h"
 #include "plugin/plugin_main.h"
+#include "support/strings.h"
 
 namespace {
 
@@ -80,6 +81,40 @@ TEST(Entries, AreAskedForAgainWhileMissing) {
         EXPECT_EQ(REALNewPicture(3, 4, 32), &picture);
         fake::entries.clear();
         EXPECT_EQ(REALNewPicture(3, 4, 32), &picture) << "an address once found is kept";
+    });
+}
+
+/// A host's boolean has 8 bits, and what else the register holds is anything.
+TEST(Entries, YieldBooleansByTheirLowByte) {
+    fake::InFreshProcess([] {
+        static std::uint32_t answer;
+        constexpr struct {
+            const char *entry;
+            bool (*call)();
+        } kBooleans[] = {
+            {"REALGetPropValueInt",
+             [] {
+                 std::int32_t value;
+                 return REALGetPropValueInt32(nullptr, "", &value);
+             }},
+            {"REALSetPropValueInt", [] { return REALSetPropValueInt32(nullptr, "", 0); }},
+            {"REALGetPropValueBool",
+             [] {
+                 unsigned char value;
+                 return REALGetPropValueUInt8(nullptr, "", &value);
+             }},
+            {"REALSetPropValueUInt32", [] { return REALSetPropValueUInt32(nullptr, "", 0); }},
+            {"REALSetPropValueString", [] { return REALSetPropValueString(nullptr, "", nullptr); }},
+            {"REALLockPictureDescription", [] { return REALLockPictureDescription(nullptr, nullptr, 8); }},
+            {"PluginGetStringData", [] { return REALGetStringData(nullptr, 0, nullptr); }},
+        };
+        for (const auto &row : kBooleans) {
+            fake::entries[row.entry] = reinterpret_cast<void *>(+[] { return answer; });
+            for (const std::uint32_t given : {0u, 0x100u, 0xFFFFFF00u, 1u, 0x80u, 0xABCDEF02u}) {
+                answer = given;
+                EXPECT_EQ(row.call(), (given & 0xFF) != 0) << row.entry << ' ' << given;
+            }
+        }
     });
 }
 

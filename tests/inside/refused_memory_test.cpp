@@ -13,13 +13,13 @@ TEST(RefusedMemory, LeavesPixelsWhereTheyAre) {
     const PlainPicture picture(expected::Noise(5, 3, 1), kConsoleFormat);
     const expected::StoredPicture before = picture.Stored();
     heap::granted = 0;
-    EXPECT_TRUE(Rotate(*picture, 0, -3)) << "nothing to move, no buffer needed";
+    EXPECT_TRUE(WrapVertically(*picture, -3)) << "nothing to move, no buffer needed";
     heap::granted = -1;
     PictureEditor endless = *picture;
     endless.width = 0x20000000;
     endless.rowBytes = INT32_MIN; // four times the width, in 32 bits
-    EXPECT_FALSE(Rotate(endless, 0, 1));
-    EXPECT_FALSE(Rotate(endless, 1, 0));
+    EXPECT_FALSE(WrapVertically(endless, 1));
+    EXPECT_FALSE(WrapHorizontally(endless, 1));
     EXPECT_EQ(picture.Stored(), before);
 }
 

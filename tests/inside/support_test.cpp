@@ -6,6 +6,8 @@
 #include "support/rb_data.h"
 #include "support/strings.h"
 
+#include <algorithm>
+#include <cstdlib>
 #include <cstring>
 
 namespace {
@@ -22,7 +24,10 @@ void OfferStrings() {
     Offer(
         "REALLockString", +[](REALstringStruct *string) { ++fake::Of(string).references; });
     Offer(
-        "REALUnlockString", +[](REALstringStruct *string) { --fake::Of(string).references; });
+        "REALUnlockString", +[](REALstringStruct *string) {
+            if (--fake::Of(string).references == 0)
+                fake::log.push_back("the last of " + fake::Of(string).bytes);
+        });
     Offer(
         "REALBuildString", +[](const char *bytes, std::int32_t length) {
             return fake::NewString(std::string(bytes, static_cast<std::size_t>(length)), 0);
@@ -41,7 +46,9 @@ void OfferStrings() {
 
 void OfferFallback() {
     Offer(
-        "StringGetCString", +[](REALstringStruct *string) { return fake::Of(string).bytes.c_str(); });
+        "StringGetCString", +[](REALstringStruct *string) {
+            return fake::Of(string).bytes.empty() ? nullptr : fake::Of(string).bytes.c_str();
+        });
     Offer(
         "REALLoadGlobalMethod", +[](REALobjectStruct *none, const char *declaration) -> void * {
             EXPECT_EQ(none, nullptr);
@@ -52,8 +59,14 @@ void OfferFallback() {
 }
 
 TEST(Memory, RefusesSizesOutsideItsRange) {
-    for (const long long size : {0LL, -1LL, 0x80000000LL, 1LL << 62})
+    constexpr long long kLargest = 0x7FFFFFFF;
+    for (const long long size : {0LL, -1LL, 1LL, kLargest - 1, kLargest, kLargest + 1, 1LL << 32, 1LL << 62}) {
+        heap::granted = 0;
+        heap::asked = 0;
         EXPECT_EQ(AllocateClearMemory(size), nullptr) << size;
+        EXPECT_EQ(heap::asked, size >= 1 && size <= kLargest ? static_cast<std::size_t>(size) : 0);
+        heap::granted = -1;
+    }
     auto *byte = static_cast<unsigned char *>(AllocateClearMemory(1));
     ASSERT_NE(byte, nullptr);
     EXPECT_EQ(*byte, 0);
@@ -90,18 +103,22 @@ TEST(View, OfANewerHostsStringGivesTheCopyBackToTheHost) {
     InFreshProcess([] {
         rbversion_rbversion = 2013.0;
         static std::uint32_t answer;
+        static REALstringStruct *const stored = fake::NewString("stored");
         Offer(
             "PluginGetStringData", +[](REALstringStruct *string, std::uint32_t encoding, REALstringData *out) {
-                *out = {fake::Of(string).bytes.data(), 6, encoding, nullptr, nullptr};
+                *out = {fake::Of(string).bytes.data(), 6, encoding, {string, out}};
                 return answer;
             });
         Offer(
-            "PluginDisposeStringData", +[](REALstringData *data) { fake::log.push_back(data->bytes); });
-        REALstringStruct *string = fake::NewString("stored");
+            "PluginDisposeStringData", +[](REALstringData *data) {
+                fake::log.push_back(data->bytes);
+                EXPECT_EQ(data->unread[0], stored) << "the host's own words stay";
+                EXPECT_EQ(data->unread[1], data);
+            });
         answer = 1;
-        EXPECT_EQ(BytesOf(rbData(string)), "stored");
+        EXPECT_EQ(BytesOf(rbData(stored)), "stored");
         answer = 0x100;
-        EXPECT_EQ(BytesOf(rbData(string)), "(empty)") << "only the low byte of a boolean counts";
+        EXPECT_EQ(BytesOf(rbData(stored)), "(empty)") << "only the low byte of a boolean counts";
         EXPECT_EQ(fake::log, std::vector<std::string>{"stored"}) << "a failed copy is not given back";
     });
 }
@@ -133,37 +150,63 @@ TEST(View, OfABlockHoldsAReference) {
     });
 }
 
+/// Words of the host's own, which the module carries along.
+void *const kOwnWords[2] = {&fake::log, &fake::entries};
+
+bool Untouched(const REALstringData &data) {
+    return std::strcmp(data.bytes, "before") == 0 && data.length == 6 && data.encoding == 7;
+}
+
 TEST(StringData, IsCopiedByTheModuleWhereTheHostCannot) {
     InFreshProcess([] {
         REALstringStruct *string = fake::NewString("abc", kEncodingAscii);
-        REALstringData data = {"before", 6, 7, nullptr, nullptr};
-        EXPECT_FALSE(REALGetStringData(string, kEncodingNone, &data)) << "no way to the bytes";
-        EXPECT_STREQ(data.bytes, "before");
+        REALstringStruct *empty = fake::NewString("", kEncodingAscii);
+        REALstringData data = {"before", 6, 7, {kOwnWords[0], kOwnWords[1]}};
+        const auto copies = [&](REALstringStruct *of, std::uint32_t encoding) {
+            const bool copied = REALGetStringData(of, encoding, &data);
+            EXPECT_TRUE(std::equal(kOwnWords, kOwnWords + 2, data.unread)) << "neither read nor written";
+            return copied;
+        };
+        EXPECT_FALSE(copies(string, kEncodingNone)) << "no way to the bytes";
         OfferFallback();
-        EXPECT_FALSE(REALGetStringData(nullptr, kEncodingNone, &data));
-        EXPECT_FALSE(REALGetStringData(string, kEncodingUtf8, &data)) << "and no conversion";
-        EXPECT_TRUE(REALGetStringData(string, 0, &data)) << "a host without encodings counts as encoding 0";
+        EXPECT_FALSE(copies(nullptr, kEncodingNone));
+        EXPECT_FALSE(copies(string, kEncodingUtf8)) << "and no conversion";
+        EXPECT_TRUE(Untouched(data)) << "as it was, after every failure";
+        EXPECT_TRUE(copies(string, 0)) << "a host without encodings counts as encoding 0";
         REALDisposeStringData(&data);
 
         OfferStrings();
-        ASSERT_TRUE(REALGetStringData(string, kEncodingNone, &data));
-        EXPECT_EQ(std::memcmp(data.bytes, "abc\0\0\0\0", 7), 0) << "four zero bytes behind the text";
-        EXPECT_EQ(data.length, 3);
-        EXPECT_EQ(data.encoding, kEncodingNone);
-        // A disposer that appears later never receives the module's own copy.
-        Offer(
-            "PluginDisposeStringData", +[](REALstringData *) { fake::log.push_back("disposed by the host"); });
-        REALDisposeStringData(&data);
-        EXPECT_TRUE(fake::log.empty());
+        const struct {
+            const char *what;
+            REALstringStruct *of;
+            std::uint32_t encoding;
+            std::string bytes;
+        } kCopies[] = {
+            {"as stored", string, kEncodingNone, "abc"},
+            {"already in that encoding", string, kEncodingAscii, "abc"},
+            {"converted", string, kEncodingUtf8, "<abc>"},
+            {"empty, without an address", empty, kEncodingNone, ""},
+        };
+        for (const auto &row : kCopies) {
+            SCOPED_TRACE(row.what);
+            ASSERT_TRUE(copies(row.of, row.encoding));
+            EXPECT_EQ(std::string(data.bytes, row.bytes.size() + 4), row.bytes + std::string(4, '\0'));
+            EXPECT_EQ(data.length, static_cast<std::int32_t>(row.bytes.size()));
+            EXPECT_EQ(data.encoding, row.encoding);
+            REALDisposeStringData(&data);
+        }
+        EXPECT_EQ(fake::log, (std::vector<std::string>{"convert from 1536", "the last of <abc>"}))
+            << "what was converted for the copy is dropped, and nothing else";
 
-        ASSERT_TRUE(REALGetStringData(string, kEncodingAscii, &data));
-        EXPECT_STREQ(data.bytes, "abc") << "already in that encoding";
+        // Who takes copies back gets them all, the module's own too.
+        Offer(
+            "PluginDisposeStringData", +[](REALstringData *given) {
+                fake::log.emplace_back(given->bytes);
+                std::free(const_cast<char *>(given->bytes));
+            });
+        ASSERT_TRUE(copies(string, kEncodingNone));
         REALDisposeStringData(&data);
-        ASSERT_TRUE(REALGetStringData(string, kEncodingUtf8, &data));
-        EXPECT_STREQ(data.bytes, "<abc>");
-        EXPECT_EQ(data.encoding, kEncodingUtf8);
-        REALDisposeStringData(&data);
-        EXPECT_EQ(fake::Of(string).references, 1);
+        EXPECT_EQ(fake::log.back(), "abc");
     });
 }
 
@@ -198,7 +241,7 @@ TEST(BuildString, KeepsBytesAndDeclaresTheirEncoding) {
         ASSERT_NE(utf16, nullptr);
         EXPECT_EQ(fake::Of(utf16).bytes, std::string("<a\0b\0>", 6)) << "converted";
         EXPECT_EQ(fake::Of(utf16).encoding, kEncodingUtf8);
-        EXPECT_EQ(fake::log, std::vector<std::string>{"convert from 256"});
+        EXPECT_EQ(fake::log, (std::vector<std::string>{"convert from 256", std::string("the last of a\0b\0", 16)}));
     });
 }
 
@@ -216,6 +259,7 @@ TEST(BuildString, NarrowsUtf32OnTheStackAndOnTheHeap) {
             for (std::size_t unit = 0; unit < units; ++unit)
                 expected += std::string("x\0", 2);
             EXPECT_EQ(fake::Of(built).bytes, expected + ">") << "only the low 16 bits of a unit are kept";
+            EXPECT_EQ(fake::log.back(), "the last of " + expected.substr(1)) << "what was built for the conversion";
         }
         heap::granted = 0;
         const std::uint32_t many[200] = {};

@@ -126,13 +126,41 @@ TEST(Opening, TakesThePicturesThatItCanWorkOn) {
                 }
 }
 
-TEST(Opening, OfNilAsksTheHostForNothing) {
-    TestHost host;
-    EXPECT_FALSE(Reads(host, {}));
-    EXPECT_FALSE(Changes(host, {}));
-    EXPECT_TRUE(host.Call(nullptr, "InvertKVT").value.IsNil());
-    for (const EntryName &entry : EntryNames())
-        EXPECT_EQ(host.RequestsFor(entry.name), 0) << entry.name;
+/// Any routine on console pictures without columns, whose row tables must not be looked at: they may be of any length.
+TEST(Opening, OfPicturesWithoutColumnsReadsNoRowAddress) {
+    TestHost host({.application = Application::Console});
+    const Ref empty = host.Make({.width = 0, .height = 3, .untouchableTable = true});
+    const Ref block = host.MakeBlock(1024);
+    const auto argument = [&](const Parameter &parameter) -> Value {
+        switch (parameter.type) {
+        case Type::Picture:
+            return empty;
+        case Type::MemoryBlock:
+            return block;
+        case Type::Boolean:
+            return true;
+        case Type::Double:
+            return 1.0;
+        case Type::String:
+            return nullptr;
+        default:
+            return 1;
+        }
+    };
+    for (const bool global : {false, true})
+        for (const RegisteredMethod &method : global ? host.GlobalMethods() : host.PictureMethods()) {
+            std::vector<Value> arguments;
+            for (const Parameter &parameter : method.declaration.parameters)
+                arguments.push_back(argument(parameter));
+            host.MayChange(empty);
+            const Result result = host.CallRecord(method, global, empty, arguments);
+            EXPECT_FALSE(result.raised) << method.declaration.text;
+            if (method.declaration.result == Type::Picture) {
+                EXPECT_TRUE(result.value.IsNil() || result.value.AsRef() == empty) << method.declaration.text;
+            }
+        }
+    EXPECT_TRUE(host.Call(empty, "isWhiteKVT").value.AsBoolean());
+    EXPECT_EQ(host.Call(empty, "CountColorKVT", 0).value.AsInteger(), 0);
 }
 
 // The copy that stands in for a picture that cannot be locked.

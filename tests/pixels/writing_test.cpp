@@ -31,8 +31,7 @@ const struct {
     {"one that cannot be opened", 5, 3, false, 2019.0, {}, 7, false, 1},
     {"one that cannot be locked", 5, 3, false, 2011.0, {{"REALLockPictureDescription", Fault::Fails, 2}}, 6, false, 1},
     {"with alpha channel", 5, 3, true, 2019.0, {}, 2, true, 1},
-    {"the first host that makes them", 5, 3, true, 2011.04, {}, 1, true, 1},
-    {"just before it", 5, 3, true, 2011.03, {}, 2, false, 0},
+    {"with alpha channel, in the other layout", 5, 3, true, 2019.0, {}, 1, true, 1},
     {"on a host without version", 5, 3, true, {}, {}, 2, false, 0},
     {"wider than without", 32768, 1, true, 2019.0, {}, 2, true, 1},
     {"no columns for an alpha channel", 0, 3, true, 2019.0, {}, 2, false, 0},
@@ -62,7 +61,6 @@ TEST(Results, AreMadeInTheReadersSize) {
         EXPECT_FALSE(result.raised);
         EXPECT_EQ(host.CallsOf(row.hasAlphaChannel ? "PluginNewInstance" : "newPicture"), row.attempts);
         ASSERT_EQ(result.value.Is<Ref>(), row.made);
-        EXPECT_EQ(source.picture().cacheClears, 0);
         if (!row.made)
             continue;
         const Picture &made = result.picture();
@@ -72,7 +70,6 @@ TEST(Results, AreMadeInTheReadersSize) {
         EXPECT_EQ(made.ColorAt(made.width - 1, made.height - 1),
                   0xFFFFFF - (static_cast<ColorValue>(made.width - 1) & 0xFF));
         EXPECT_EQ(made.ExtraAt(0, 0), 255u);
-        EXPECT_EQ(made.cacheClears, 2) << "when it was closed and once more for the caller";
     }
 }
 

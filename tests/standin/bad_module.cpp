@@ -114,10 +114,15 @@ int ReadUnlockedResult(Picture) {
     return read;
 }
 
-/// Gives a block back in a way that the host does not see: to it, the block is kept.
 void KeepHeapBlock(Picture) {
-    void *volatile gone = std::realloc(std::malloc(8), 0);
-    static_cast<void>(gone);
+    void *volatile kept = std::malloc(8);
+    static_cast<void>(kept);
+}
+
+void FreeHeapBlockTwice(Picture) {
+    void *volatile block = std::malloc(8);
+    std::free(block);
+    std::free(block);
 }
 
 // What is no misuse, for the host to play its part in.
@@ -188,6 +193,7 @@ REALmethodDefinition gMethods[] = {
     {Routine(GiveBackTwice), nullptr, "GiveBackTwice(s as string)"},
     {Routine(GiveBackOwnBytes), nullptr, "GiveBackOwnBytes(s as string)"},
     {Routine(KeepHeapBlock), nullptr, "KeepHeapBlock"},
+    {Routine(FreeHeapBlockTwice), nullptr, "FreeHeapBlockTwice"},
     {Routine(+[](Picture) { gResolver("REALMakeCoffee"); }), nullptr, "AskForNonsense"},
     {Routine(+[](Picture p) { Entry<Picture(Picture, signed char)>("REALGetPictureMask")(p, 1); }), nullptr,
      "CreateMask"},

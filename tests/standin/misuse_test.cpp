@@ -62,6 +62,7 @@ constexpr struct {
     {"GiveBackTwice", "PluginDisposeStringData: no copy of this host's, or given back already"},
     {"GiveBackOwnBytes", "PluginDisposeStringData: no copy of this host's, or given back already"},
     {"KeepHeapBlock", "1 block(s) of the heap were not freed"},
+    {"FreeHeapBlockTwice", "free: no block of the heap, or freed already"},
     {"AskForNonsense", "the resolver was asked for \"REALMakeCoffee\", which no host has"},
     {"CreateMask", "REALGetPictureMask: asked to create a mask"},
     {"AskForEightBits", "newPicture: asked for 5 x 3 with 8 bits"},

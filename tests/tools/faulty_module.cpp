@@ -1,11 +1,13 @@
 #include "host/handles.h"
 #include "host/records.h"
 #include "platform/CoreGraphics.h"
+#include "standin/module_file.h"
 
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <dlfcn.h>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <unistd.h>
@@ -26,7 +28,7 @@ using Resolver = void *(*)(const char *);
 using Picture = REALpictureStruct *;
 
 Resolver gHost;
-void *gReal;
+std::optional<standin::ModuleFile> gReal;
 std::string gFault = std::getenv("KVT_FAULT") ? std::getenv("KVT_FAULT") : "";
 REALclassDefinition *gDeferred;
 unsigned char *gLockedBytes; ///< of the bitmap that was locked last
@@ -193,11 +195,6 @@ void RegisterExtension(REALclassDefinition *extension) {
     Entry<void(REALclassDefinition *)>("PluginRegisterClassExtension")(extension);
 }
 
-[[gnu::destructor]] void UnloadReal() {
-    if (gReal)
-        dlclose(gReal);
-}
-
 } // namespace
 
 extern "C" [[gnu::visibility("default")]] void REALPluginMain(Resolver resolver) {
@@ -213,15 +210,18 @@ extern "C" [[gnu::visibility("default")]] void REALPluginMain(Resolver resolver)
         std::abort();
     const std::string path = self.dli_fname;
     const std::string real = path.substr(0, path.rfind('/') + 1) + "kvtpicture.so";
-    gReal = dlopen(real.c_str(), RTLD_LAZY | RTLD_LOCAL);
-    if (!gReal)
-        std::abort();
+    gReal.emplace(real);
+    // The host watches the heap of the file that it loaded, so the real module's requests go through here as well.
+    gReal->Redirect("malloc", reinterpret_cast<void *>(+[](std::size_t size) { return std::malloc(size); }));
+    gReal->Redirect("calloc", reinterpret_cast<void *>(
+                                  +[](std::size_t count, std::size_t size) { return std::calloc(count, size); }));
+    gReal->Redirect("free", reinterpret_cast<void *>(+[](void *memory) { std::free(memory); }));
     if (Has("stays in memory"))
         dlopen(path.c_str(), RTLD_LAZY | RTLD_NOLOAD | RTLD_NODELETE);
     const bool ranBefore = std::getenv("KVT_FAULT_RAN") != nullptr;
     setenv("KVT_FAULT_RAN", "1", 1);
     if (!ranBefore || !Has("remembers that it ran"))
-        reinterpret_cast<void (*)(Resolver)>(dlsym(gReal, "REALPluginMain"))(Resolve);
+        reinterpret_cast<void (*)(Resolver)>(gReal->Exported("REALPluginMain"))(Resolve);
     if (gDeferred)
         RegisterExtension(gDeferred);
 }
