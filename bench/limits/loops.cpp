@@ -22,8 +22,10 @@ using V [[gnu::vector_size(16), gnu::may_alias]] = unsigned char;
 void Stream(V *to, V v) { *to = v; }
 #endif
 
+constexpr std::size_t kAhead = 1024; ///< bytes
+
 /// In each step `kRead` vectors of every source are read, out of four that a whole picture has, and `kWritten` stored.
-template <std::size_t kSources, std::size_t kRead, std::size_t kWritten, bool kStream>
+template <std::size_t kSources, std::size_t kRead, std::size_t kWritten, bool kLarge, bool kStream = kLarge>
 void Pass(const unsigned char *const *sources, std::size_t bytes, unsigned char *target) {
     const volatile V *from[kSources]; // volatile, for what is read and not stored to be read all the same
     for (std::size_t source = 0; source < kSources; ++source)
@@ -34,6 +36,10 @@ void Pass(const unsigned char *const *sources, std::size_t bytes, unsigned char 
         for (std::size_t source = 0; source < kSources; ++source)
             for (std::size_t i = 0; i < kRead; ++i)
                 read[source][i] = from[source][at + i];
+        if constexpr (kLarge) // what comes out of memory is asked for ahead
+            for (std::size_t source = 0; source < kSources; ++source)
+                for (std::size_t line = 0; line < kRead * sizeof(V); line += 64)
+                    __builtin_prefetch(sources[source] + at * sizeof(V) + line + kAhead);
         for (std::size_t i = 0; i < kWritten; ++i)
             if constexpr (kStream)
                 Stream(to + i, read[0][i % kRead]);
@@ -46,17 +52,17 @@ void Pass(const unsigned char *const *sources, std::size_t bytes, unsigned char 
 #endif
 }
 
-template <bool kStream>
+template <bool kLarge>
 constexpr LoopFunction *kPasses[] = {
-    Pass<1, 4, 0, kStream>, Pass<1, 4, 4, kStream>, Pass<2, 4, 4, kStream>, Pass<3, 4, 4, kStream>,
-    Pass<2, 4, 4, false>,   Pass<1, 4, 3, kStream>, Pass<1, 3, 4, kStream>,
+    Pass<1, 4, 0, kLarge>,        Pass<1, 4, 4, kLarge>, Pass<2, 4, 4, kLarge>, Pass<3, 4, 4, kLarge>,
+    Pass<2, 4, 4, kLarge, false>, Pass<1, 4, 3, kLarge>, Pass<1, 3, 4, kLarge>,
 };
 
 } // namespace
 
-LoopFunction *KVT_LOOPS(Loop loop, bool stream) {
+LoopFunction *KVT_LOOPS(Loop loop, bool large) {
     const auto index = static_cast<std::size_t>(loop);
-    return stream ? kPasses<true>[index] : kPasses<false>[index];
+    return large ? kPasses<true>[index] : kPasses<false>[index];
 }
 
 } // namespace bench

@@ -19,10 +19,11 @@ inline constexpr const char *kLoopNames[] = {
 
 /// Sources and target lie at multiples of 64 bytes; `bytes`, of a picture, is a multiple of kLoopBlock.
 inline constexpr std::size_t kLoopBlock = 1024;
+/// A large picture is fetched ahead, and what is written beside it stored past the caches.
 using LoopFunction = void(const unsigned char *const *sources, std::size_t bytes, unsigned char *target);
 
-LoopFunction *LoopsSse2(Loop loop, bool stream);
-LoopFunction *LoopsAvx2(Loop loop, bool stream);
-LoopFunction *LoopsAvx512(Loop loop, bool stream);
+LoopFunction *LoopsSse2(Loop loop, bool large);
+LoopFunction *LoopsAvx2(Loop loop, bool large);
+LoopFunction *LoopsAvx512(Loop loop, bool large);
 
 } // namespace bench
