@@ -64,6 +64,9 @@ std::vector<bench::Figure> Measure(const Options &options, bench::Size size, std
         if (options.json)
             PrintJson(figure, reference);
     bench::PrintHead(options.format(), size, yardstick, options.selection.runs);
+    bench::PrintLimits(options.format(), yardstick);
+    if (!options.json && options.size.empty())
+        PrintTargets(options.format(), figures);
     return figures;
 }
 
@@ -81,10 +84,8 @@ std::size_t MeasureAll(const Options &options, bench::Reference &reference) {
     } else {
         figures = Measure(options, bench::kLarge, bench::kHighToHigh, reference);
         const std::vector<bench::Figure> small = Measure(options, bench::kSmall, bench::kPairs, reference);
-        if (!options.json) {
-            PrintTargets(format, figures, small);
+        if (!options.json)
             PrintLayouts(format, small);
-        }
         figures.insert(figures.end(), small.begin(), small.end());
         tooSlow = bench::MeasureSmallPictures(options.selection, format);
     }
@@ -100,8 +101,9 @@ int Run(int argc, char **argv) {
     Options options;
     bench::Selection &selection = options.selection;
     CLI::App app{
-        "Times operations as multiples of one memcpy of the picture's bytes: all of them at 6000x4000 beside the\n"
-        "targets, every layout pair at 1000x1000, and pictures of one pixel. Operations, layouts and levels are named\n"
+        "Times operations as multiples of one memcpy of the picture's bytes: all of them at 6000x4000 and\n"
+        "1000x1000 beside bare loops that move as many bytes, and beside the targets; every layout pair at 1000x1000;\n"
+        "and pictures of one pixel. Operations, layouts and levels are named\n"
         "in full or in part; none named means all. Fails when a figure is much worse than the reference, unless CI is\n"
         "true in the environment."};
     app.add_option("operation", selection.names, "methods to measure, such as InvertKVT");

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "bench/limits/loops.h"
 #include "bench/operations.h"
 #include "bench/size.h"
 #include "standin/guarded_memory.h"
@@ -57,22 +58,27 @@ struct Figure {
     Milliseconds inHost = {};
     Milliseconds fresh = {}; ///< to get and clear as much fresh memory as the module fills
     Milliseconds copy = {};  ///< memcpy of the picture's bytes
+    Milliseconds limit = {}; ///< the loop that the operation's target names; 0 where it names none
     int entered = 0;         ///< calls of host entries
 
     double Ratio() const { return own / copy; }
+    double OfLimit() const { return own / limit; }
     double NanosecondsPerPixel() const { return own.count() * 1e6 / static_cast<double>(size.Pixels()); }
 };
 
-/// The C library's memcpy between pieces of memory like those that a host's pictures lie in, written before.
+/// The C library's memcpy, and the limit loops, between pieces of memory like those that a host's pictures lie in,
+/// written before.
 class Yardstick {
   public:
     explicit Yardstick(std::size_t bytes);
     Milliseconds Copy();
+    Milliseconds Run(Loop loop, int level);
     Milliseconds Best() const { return best_; } ///< of all copies so far
     double BestGigabytesPerSecond() const;
 
   private:
-    standin::GuardedMemory from_;
+    std::size_t bytes_;
+    standin::GuardedMemory from_[3];
     standin::GuardedMemory to_;
     Milliseconds best_ = Milliseconds::max();
 };

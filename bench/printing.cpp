@@ -11,9 +11,6 @@
 namespace bench {
 namespace {
 
-/// Per pixel, a picture in cache may not take longer than one out of it; what is less apart than this is noise.
-constexpr double kNoise = 1.1;
-
 std::string Processor() {
     std::ifstream info("/proc/cpuinfo");
     constexpr std::string_view kName = "model name";
@@ -38,13 +35,31 @@ std::vector<int> LevelsIn(const std::vector<Figure> &figures) {
     return levels;
 }
 
+/// What a figure is held against, and how often it took that.
+struct Judged {
+    double ratio;
+    double bound;
+};
+std::optional<Judged> Judge(const Figure &figure) {
+    const Target *target = figure.pair == kPairs ? TargetOf(*figure.operation) : nullptr;
+    if (!target || (!target->loop && figure.size != kLarge))
+        return std::nullopt;
+    return Judged{target->loop ? figure.OfLimit() : figure.Ratio(),
+                  target->bounds[static_cast<std::size_t>(figure.level)]};
+}
+
 /// "<= 0.80", or "> 0.80 by 12%".
-std::string Verdict(double ratio, std::optional<double> target) {
-    if (!target)
+std::string Verdict(const std::optional<Judged> &judged) {
+    if (!judged)
         return "";
-    if (ratio <= *target)
-        return fmt::format("<= {:.2f}", *target);
-    return fmt::format("> {:.2f} by {:.0f}%", *target, std::max(1.0, (ratio / *target - 1) * 100));
+    if (judged->ratio <= judged->bound)
+        return fmt::format("<= {:.2f}", judged->bound);
+    return fmt::format("> {:.2f} by {:.0f}%", judged->bound, std::max(1.0, (judged->ratio / judged->bound - 1) * 100));
+}
+
+/// Empty where no limit loop ran.
+std::string OfLimit(const Figure &figure) {
+    return figure.limit.count() > 0 ? fmt::format("{:.2f}", figure.OfLimit()) : "";
 }
 
 std::string FreshNote(const Figure &figure) {
@@ -125,74 +140,83 @@ void PrintHead(Format format, Size size, const Yardstick &yardstick, int runs) {
 }
 
 void PrintJson(const Figure &figure, const Reference &reference) {
-    const auto number = [](std::optional<double> value) { return value ? fmt::format("{:.3f}", *value) : "null"; };
-    const bool hasTarget = figure.size == kLarge && figure.pair == kPairs;
+    const auto number = [](bool has, double value) { return has ? fmt::format("{:.3f}", value) : "null"; };
+    const std::optional<Judged> judged = Judge(figure);
+    const std::optional<double> kept = reference.Of(figure);
+    const bool hasLimit = figure.limit.count() > 0;
     fmt::print("{{\"operation\": \"{}\", \"layouts\": \"{}\", \"level\": \"{}\", \"build\": \"{}\", \"width\": {}, "
                "\"height\": {}, \"ratio\": {:.4f}, \"milliseconds\": {:.6f}, \"host_milliseconds\": {:.6f}, "
-               "\"fresh_memory_milliseconds\": {:.6f}, \"memcpy_milliseconds\": {:.6f}, \"target\": {}, "
-               "\"reference\": {}}}\n",
+               "\"fresh_memory_milliseconds\": {:.6f}, \"memcpy_milliseconds\": {:.6f}, \"limit_ratio\": {}, "
+               "\"target\": {}, \"reference\": {}}}\n",
                figure.operation->Name(), figure.pair->name, kLevels[figure.level], kBuild, figure.size.width,
                figure.size.height, figure.Ratio(), figure.own.count(), figure.inHost.count(), figure.fresh.count(),
-               figure.copy.count(), number(hasTarget ? TargetOf(*figure.operation, figure.level) : std::nullopt),
-               number(reference.Of(figure)));
+               figure.copy.count(), number(hasLimit, hasLimit ? figure.OfLimit() : 0),
+               number(judged.has_value(), judged ? judged->bound : 0), number(kept.has_value(), kept.value_or(0)));
 }
 
 void PrintList(Format format, const std::vector<Figure> &figures) {
-    Table table{{"operation", "layouts", "level", "x memcpy", "ms", "ns/pixel", "in host ms", ""}, {}};
+    Table table{{"operation", "layouts", "level", "x memcpy", "x limit", "ms", "ns/pixel", "in host ms", ""}, {}};
     for (const Figure &figure : figures)
         table.rows.push_back({figure.operation->Name(), figure.pair->name, kLevels[figure.level],
-                              fmt::format("{:.2f}", figure.Ratio()), fmt::format("{:.3f}", figure.own.count()),
+                              fmt::format("{:.2f}", figure.Ratio()), OfLimit(figure),
+                              fmt::format("{:.3f}", figure.own.count()),
                               fmt::format("{:.3f}", figure.NanosecondsPerPixel()),
                               fmt::format("{:.3f}", figure.inHost.count()), FreshNote(figure)});
     table.Print(format);
 }
 
-void PrintTargets(Format format, const std::vector<Figure> &large, const std::vector<Figure> &small) {
-    const std::vector<int> levels = LevelsIn(large);
+void PrintLimits(Format format, Yardstick &yardstick) {
+    if (format == Format::Json)
+        return;
+    Table table{{"limit loop", "sse2", "avx2", "avx512"}, {}};
+    for (std::size_t loop = 0; loop < std::size(kLoopNames); ++loop) {
+        std::vector<std::string> &row = table.rows.emplace_back(1, kLoopNames[loop]);
+        for (int level = 0; level < kLevelCount; ++level) {
+            auto best = Milliseconds::max();
+            for (int run = 0; run < 7 && level <= BestLevel({}); ++run)
+                best = std::min(best, yardstick.Run(static_cast<Loop>(loop), level));
+            row.push_back(level <= BestLevel({}) ? fmt::format("{:.2f}", best / yardstick.Best()) : "-");
+        }
+    }
+    table.Print(format);
+}
+
+void PrintTargets(Format format, const std::vector<Figure> &figures) {
+    const std::vector<int> levels = LevelsIn(figures);
     Table table{{"operation"}, {}};
     for (const int level : levels)
-        for (const std::string &column : {std::string(kLevels[level]), std::string("target"), kSmall.Name()})
-            table.head.push_back(column);
+        table.head.insert(table.head.end(), {kLevels[level], "x limit", "target"});
     table.head.emplace_back("in host ms");
     int asked = 0;
     int met = 0;
-    std::vector<std::string> slowerInCache;
     std::vector<std::string> fresh;
     for (const Operation &operation : Operations()) {
         std::vector<std::string> row{operation.Name()};
         std::string inHost;
         for (const int level : levels) {
-            const Figure *figure = Find(large, operation, level, kPairs->name);
-            const Figure *inCache = Find(small, operation, level, kPairs->name);
-            if (!figure || !inCache)
+            const Figure *figure = Find(figures, operation, level, kPairs->name);
+            if (!figure)
                 break;
-            const std::optional<double> target = TargetOf(operation, level);
-            const bool slower = operation.cost == Cost::PerPixel &&
-                                inCache->NanosecondsPerPixel() > kNoise * figure->NanosecondsPerPixel();
-            row.push_back(fmt::format("{:.2f}", figure->Ratio()));
-            row.push_back(Verdict(figure->Ratio(), target));
-            row.push_back(fmt::format("{:.2f}{}", inCache->Ratio(), slower ? "*" : " "));
-            asked += target ? 1 : 0;
-            met += target && figure->Ratio() <= *target ? 1 : 0;
-            if (slower)
-                slowerInCache.push_back(fmt::format("{} {}: {:.3f} ns a pixel, {:.3f} at {}", operation.Name(),
-                                                    kLevels[level], inCache->NanosecondsPerPixel(),
-                                                    figure->NanosecondsPerPixel(), figure->size.Name()));
+            const std::optional<Judged> judged = Judge(*figure);
+            row.insert(row.end(), {fmt::format("{:.2f}", figure->Ratio()), OfLimit(*figure), Verdict(judged)});
+            asked += judged ? 1 : 0;
+            met += judged && judged->ratio <= judged->bound ? 1 : 0;
             if (figure->fresh.count() > 0)
-                fresh.push_back(fmt::format("{} {}: {}, {:.2f} ms at {}", operation.Name(), kLevels[level],
-                                            FreshNote(*figure), inCache->fresh.count(), kSmall.Name()));
-            inHost = fmt::format("{:.1f}", figure->inHost.count());
+                fresh.push_back(fmt::format("{} {}: {}", operation.Name(), kLevels[level], FreshNote(*figure)));
+            inHost = fmt::format("{:.2f}", figure->inHost.count());
         }
         if (row.size() + 1 != table.head.size())
             continue;
         row.push_back(inHost);
         table.rows.push_back(std::move(row));
     }
+    if (table.rows.empty())
+        return;
     table.Print(format);
-    fmt::print("\nMultiples of memcpy at {} with the targets, and beside them at {}. {} of {} targets met.\n",
-               kLarge.Name(), kSmall.Name(), met, asked);
+    fmt::print("\nMultiples of memcpy and of the limit loop, which a target is held against where one ran. {} of {} "
+               "targets met.\n",
+               met, asked);
     PrintNames("Left out of the time, measured by getting, touching and giving back as much in this run:", fresh);
-    PrintNames("* Slower per pixel at the small size by more than a tenth:", slowerInCache);
 }
 
 void PrintLayouts(Format format, const std::vector<Figure> &figures) {

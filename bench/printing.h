@@ -40,8 +40,11 @@ void PrintJson(const Figure &figure, const Reference &reference);
 /// One line a figure.
 void PrintList(Format format, const std::vector<Figure> &figures);
 
-/// The figures of the large size beside the targets and beside those of the small size; what is missed is marked.
-void PrintTargets(Format format, const std::vector<Figure> &large, const std::vector<Figure> &small);
+/// What the limit loops take, as multiples of memcpy.
+void PrintLimits(Format format, Yardstick &yardstick);
+
+/// The figures of one size beside their targets; what is missed is marked.
+void PrintTargets(Format format, const std::vector<Figure> &figures);
 
 /// One line an operation and level, one column a layout pair.
 void PrintLayouts(Format format, const std::vector<Figure> &figures);

@@ -3,65 +3,67 @@
 #include <algorithm>
 #include <array>
 #include <fmt/format.h>
+#include <iterator>
 
 namespace bench {
 namespace {
 
-struct Target {
-    std::string_view method;
-    std::string_view what; ///< empty: all lines of the method that pixels decide over
-    std::array<double, 3> limits;
-};
+// As multiples of the limit loop.
+constexpr std::array kMoves = {1.25, 1.1, 1.1};
+constexpr std::array kReads = {1.6, 1.15, 1.15};
+constexpr std::array kLines = {1.4, 1.2, 1.2};
 
-constexpr std::array kStream = {1.0, 0.8, 0.8};
-constexpr std::array kTwoRead = {1.4, 1.1, 1.1};
-constexpr std::array kTables = {3.0, 2.2, 0.85};
-constexpr std::array kOneColorRead = {0.55, 0.5, 0.5};
-constexpr std::array kColornessRead = {1.0, 0.5, 0.5};
-constexpr std::array kByteString = {2.0, 1.1, 1.0};
+// As multiples of memcpy. Of tables, saturation, sepia, tint, lookup tables in three dimensions and histograms they are
+// what bare kernels take that compute the same out of registers, in 32 bits at 6000 x 4000 on an Intel Xeon of family
+// 6, model 207; where 1.1 stands before the figure, a tenth more.
+constexpr std::array kTables = {1.44, 1.49, 0.90};
+constexpr std::array kSearch = {45.0, 28.0, 28.0};
 constexpr std::array kScroll = {1.8, 1.8, 1.8};
 
 constexpr Target kTargets[] = {
-    {"InvertKVT", "", kStream},
-    {"InvertGrayKVT", "", kStream},
-    {"ReplaceColorKVT", "", kStream},
-    {"ExtractColorKVT", "", kStream},
-    {"EmbeddedMaskKVT", "", kStream},
-    {"ReplaceRedChannelKVT", "", kTwoRead},
-    {"ReplaceGreenChannelKVT", "", kTwoRead},
-    {"ReplaceBlueChannelKVT", "", kTwoRead},
-    {"MergePictureKVT", "", kTwoRead},
-    {"CombinePicturesKVT", "", {1.8, 1.4, 1.4}},
-    {"ChangeContrastKVT", "", kTables},
-    {"ChangeBrightnessLinearKVT", "", kTables},
-    {"ChangeBrightnessAbsoluteKVT", "", kTables},
-    {"ChangeContrastBrightnessLinearKVT", "", kTables},
-    {"ChangeContrastBrightnessAbsoluteKVT", "", kTables},
-    {"ChangeCustomKVT", "", kTables},
-    {"TransformColorsKVT", "", kTables},
-    {"PictureSepiaKVT.Run", "", {2.0, 0.95, 0.9}},
-    {"ChangeSaturationKVT", "", {2.5, 1.05, 1.0}},
-    {"TintPictureKVT", "general colors", {3.2, 1.7, 1.6}},
-    {"TintPictureKVT", "colors that land on whole numbers", {4.5, 2.6, 2.4}},
-    {"CountColorKVT", "", kOneColorRead},
-    {"isWhiteKVT", "", kOneColorRead},
-    {"isBlackKVT", "", kOneColorRead},
-    {"isGrayKVT", "", kColornessRead},
-    {"ColornessKVT", "", kColornessRead},
-    {"CountColorsKVT", "", {2.8, 2.8, 2.8}},
-    {"ExtractColorRectangleMaskKVT", "sparse marks", {2.5, 1.8, 1.8}},
-    {"PictureLut3DKVT.Run", "a photo", {19, 8.2, 7.8}},
-    {"PictureLut3DKVT.Run", "random colors", {21, 10, 8.8}},
-    {"FindPicture", "a late hit", {1.0, 0.8, 0.8}},
-    {"FindPicture", "one color between specks", {45, 28, 28}},
-    {"FindPicture", "a checkerboard, but for its last pixel", {45, 28, 28}},
-    {"FindPicture", "made to collide", {45, 28, 28}},
-    {"FindPicture", "9 x 2 pixels in noise of two colors", {45, 28, 28}},
-    {"PicturetoBinaryStringKVT", "", kByteString},
-    {"BinaryStringtoPictureKVT", "", kByteString},
-    {"ScrollVerticalKVT", "", kScroll},
-    {"ScrollHorizontalKVT", "", kScroll},
-    {"ScrollKVT", "", kScroll},
+    {"InvertKVT", "", Loop::MapOne, kMoves},
+    {"InvertGrayKVT", "", Loop::MapOne, kMoves},
+    {"ReplaceColorKVT", "", Loop::MapOne, kMoves},
+    {"ExtractColorKVT", "", Loop::MapOne, kMoves},
+    {"EmbeddedMaskKVT", "read", Loop::MapOne, kMoves},
+    {"EmbeddedMaskKVT", "assigned", Loop::Update, kMoves},
+    {"ReplaceRedChannelKVT", "", Loop::MapTwo, kMoves},
+    {"ReplaceGreenChannelKVT", "", Loop::MapTwo, kMoves},
+    {"ReplaceBlueChannelKVT", "", Loop::MapTwo, kMoves},
+    {"MergePictureKVT", "", Loop::MapTwo, kMoves},
+    {"CombinePicturesKVT", "", Loop::MapThree, kMoves},
+    {"PicturetoBinaryStringKVT", "", Loop::Pack, kMoves},
+    {"BinaryStringtoPictureKVT", "", Loop::Unpack, kMoves},
+    {"CountColorKVT", "", Loop::Read, kReads},
+    {"isWhiteKVT", "", Loop::Read, kReads},
+    {"isBlackKVT", "", Loop::Read, kReads},
+    {"isGrayKVT", "", Loop::Read, kReads},
+    {"ColornessKVT", "", Loop::Read, kReads},
+    {"ChangeContrastKVT", "", Loop::MapOne, kLines},
+    {"ChangeBrightnessLinearKVT", "", Loop::MapOne, kLines},
+    {"ChangeBrightnessAbsoluteKVT", "", Loop::MapOne, kLines},
+    {"ChangeContrastBrightnessLinearKVT", "", Loop::MapOne, kLines},
+    {"ChangeContrastBrightnessAbsoluteKVT", "", Loop::MapOne, kLines},
+    {"ChangeCustomKVT", "", Loop::MapOne, kLines},
+    {"TransformColorsKVT", "", std::nullopt, kTables},
+    {"ChangeSaturationKVT", "", std::nullopt, {1.1 * 1.76, 1.08, 1.03}},
+    {"PictureSepiaKVT.Run", "", std::nullopt, {1.1 * 1.31, 1.03, 0.94}},
+    {"TintPictureKVT", "general colors", std::nullopt, {1.1 * 1.94, 1.25, 1.35}},
+    {"TintPictureKVT", "colors that land on whole numbers", std::nullopt, {1.1 * 2.95, 1.55, 1.33}},
+    {"PictureLut3DKVT.Run", "a photo", std::nullopt, {9.2, 1.1 * 4.3, 1.1 * 4.3}},
+    {"PictureLut3DKVT.Run", "random colors", std::nullopt, {10.0, 1.1 * 4.9, 1.1 * 4.9}},
+    {"CountColorsKVT", "a photo", std::nullopt, {1.1 * 1.72, 1.1 * 1.72, 1.1 * 1.72}},
+    {"CountColorsKVT", "random colors", std::nullopt, {1.1 * 1.73, 1.1 * 1.73, 1.1 * 1.73}},
+    {"CountColorsKVT", "one color", std::nullopt, {1.1 * 2.2, 1.1 * 2.2, 1.1 * 2.2}},
+    {"ExtractColorRectangleMaskKVT", "sparse marks", std::nullopt, {2.5, 1.8, 1.8}},
+    {"FindPicture", "a late hit", std::nullopt, {1.0, 0.8, 0.8}},
+    {"FindPicture", "one color between specks", std::nullopt, kSearch},
+    {"FindPicture", "a checkerboard, but for its last pixel", std::nullopt, kSearch},
+    {"FindPicture", "made to collide", std::nullopt, kSearch},
+    {"FindPicture", "9 x 2 pixels in noise of two colors", std::nullopt, kSearch},
+    {"ScrollVerticalKVT", "", std::nullopt, kScroll},
+    {"ScrollHorizontalKVT", "", std::nullopt, kScroll},
+    {"ScrollKVT", "", std::nullopt, kScroll},
 };
 
 bool Names(const Target &target, const Operation &operation) {
@@ -71,11 +73,10 @@ bool Names(const Target &target, const Operation &operation) {
 
 } // namespace
 
-std::optional<double> TargetOf(const Operation &operation, int level) {
-    for (const Target &target : kTargets)
-        if (Names(target, operation))
-            return target.limits[static_cast<std::size_t>(level)];
-    return std::nullopt;
+const Target *TargetOf(const Operation &operation) {
+    const auto *found = std::find_if(std::begin(kTargets), std::end(kTargets),
+                                     [&](const Target &target) { return Names(target, operation); });
+    return found == std::end(kTargets) ? nullptr : found;
 }
 
 std::vector<std::string> StrayTargets() {

@@ -35,11 +35,6 @@ constexpr const char *kNames[] = {
     "ScrollRect",
 };
 
-struct FunctionState {
-    int calls;
-    int failures; ///< still to come; kAlways for all
-    int before;   ///< calls that work until then
-};
 FunctionState gStates[std::size(kNames)];
 DrawingPort gDrawingPort;
 
@@ -47,15 +42,6 @@ FunctionState *Find(const char *function) {
     const auto same = [function](const char *name) { return std::strcmp(name, function) == 0; };
     const auto *found = std::find_if(std::begin(kNames), std::end(kNames), same);
     return found == std::end(kNames) ? nullptr : &gStates[found - kNames];
-}
-
-FunctionState &Of(const char *function) {
-    FunctionState *state = Find(function);
-    if (!state) {
-        static_cast<void>(std::fprintf(stderr, "the platform has no function %s\n", function));
-        std::abort();
-    }
-    return *state;
 }
 
 bool TakeFailure(FunctionState &state) {
@@ -86,12 +72,21 @@ std::string gFirstMisuse;
 
 std::span<const char *const> FunctionNames() { return kNames; }
 
-void Fail(const char *function, int times, int before) {
-    Of(function).failures = times;
-    Of(function).before = before;
+FunctionState &StateOf(const char *function) {
+    FunctionState *state = Find(function);
+    if (!state) {
+        static_cast<void>(std::fprintf(stderr, "the platform has no function %s\n", function));
+        std::abort();
+    }
+    return *state;
 }
 
-int Calls(const char *function) { return Of(function).calls; }
+void Fail(const char *function, int times, int before) {
+    StateOf(function).failures = times;
+    StateOf(function).before = before;
+}
+
+int Calls(const char *function) { return StateOf(function).calls; }
 void SetFrameworksFolder(const char *path) { gFolder = path ? path : gFolderBesideLibrary; }
 DrawingPort &CurrentDrawingPort() { return gDrawingPort; }
 const char *FirstMisuse() { return gFirstMisuse.empty() ? nullptr : gFirstMisuse.c_str(); }
@@ -107,11 +102,11 @@ void Reset() {
     gFirstMisuse.clear();
 }
 
-void CountCall(const char *function) { ++Of(function).calls; }
+void CountCall(const char *function) { ++StateOf(function).calls; }
 
-bool Works(const char *function) {
-    CountCall(function);
-    return !TakeFailure(Of(function));
+bool Works(FunctionState &function) {
+    ++function.calls;
+    return !TakeFailure(function);
 }
 
 bool CanBeFound(const char *function) {
