@@ -5,20 +5,18 @@ namespace kvt::KVT_LEVEL {
 /// Byte by byte, how far two vectors are from each other.
 KVT_INLINE V Distance(V a, V b) { return SubSaturatedU8(a, b) | SubSaturatedU8(b, a); }
 
-/// Any two channels differ by the tolerance at the most. The other byte repeats the color at the far end, so that each
-/// color has both others for neighbors.
+/// The highest and the lowest channel differ by the tolerance at the most.
 struct GrayWithin {
-    V colors;
-    V last;  ///< the other byte, where it is the highest
-    V first; ///< or the lowest
-    V pairs; ///< the bytes that are compared with the next higher one
     V tolerance;
+    V lowest; ///< the lowest color byte, into which the two above it are shifted
     GrayWithin(const Layout &layout, std::int32_t most)
-        : colors(All32(layout.ColorBits())), last(All32(~layout.ColorBits() & 0xFF000000u)),
-          first(All32(~layout.ColorBits() & 0x000000FFu)), pairs(All32(0x00FFFFFF)), tolerance(All8(most)) {}
+        : tolerance(All8(most)), lowest(All32(layout.other == 0 ? 0x0000FF00u : 0x000000FFu)) {}
     KVT_INLINE V operator()(V v) const {
-        const V ring = (v & colors) | (Left32<24>(v) & last) | (Right32<24>(v) & first);
-        return Equal32(SubSaturatedU8(Distance(ring, Right32<8>(ring)), tolerance) & pairs, Zero());
+        const V second = Right32<8>(v);
+        const V third = Right32<16>(v);
+        const V high = MaxU8(MaxU8(v, second), third);
+        const V low = MinU8(MinU8(v, second), third);
+        return Equal32(SubSaturatedU8(SubSaturatedU8(high, low), tolerance) & lowest, Zero());
     }
 };
 

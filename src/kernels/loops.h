@@ -35,6 +35,10 @@ template <class Kernel> struct Sources {
             return Shuffle(v, order[source]);
         return v;
     }
+    KVT_INLINE void FetchAhead(std::ptrdiff_t offset) const {
+        for (const unsigned char *source : at)
+            __builtin_prefetch(source + offset + kAhead);
+    }
 };
 
 /// Where results go.
@@ -99,13 +103,14 @@ template <class Kernel>
             at = kBytes - misplaced;
         }
         for (; at <= lastAt; at += kStep) {
-            for (const unsigned char *source : from.at)
-                __builtin_prefetch(source + at + kAhead);
+            from.FetchAhead(at);
             MapBlock<Streamed>(kernel, from, at, to + at);
         }
     } else {
-        for (; at <= lastAt; at += kStep)
+        for (; at <= lastAt; at += kStep) {
+            from.FetchAhead(at);
             MapBlock<Stored>(kernel, from, at, to + at);
+        }
     }
     if (at < bytes)
         std::memcpy(to + lastAt, last, kStep);

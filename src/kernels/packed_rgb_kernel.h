@@ -122,6 +122,7 @@ template <bool kStream>
 KVT_INLINE void PackSixteens(const Packing &packing, const unsigned char *from, unsigned char *to,
                              std::ptrdiff_t sixteens) {
     for (; sixteens > 0; --sixteens, from += 64, to += 48) {
+        __builtin_prefetch(from + kAhead);
         const __m128i a = packing(LoadFour(from));
         const __m128i b = packing(LoadFour(from + 16));
         const __m128i c = packing(LoadFour(from + 32));
@@ -151,8 +152,11 @@ inline void PackRow(const Layout &layout, const unsigned char *from, unsigned ch
 template <bool kStream>
 KVT_INLINE void UnpackFours(const Unpacking &unpacking, const unsigned char *from, unsigned char *to,
                             std::ptrdiff_t fours) {
-    for (; fours > 0; --fours, from += 12, to += 16)
+    KVT_UNROLLED
+    for (; fours > 0; --fours, from += 12, to += 16) {
+        __builtin_prefetch(from + kAhead);
         StoreFour<kStream>(to, unpacking(LoadFour(from)));
+    }
 }
 
 inline void UnpackRow(const Layout &layout, const unsigned char *from, unsigned char *to, std::ptrdiff_t count,

@@ -6,6 +6,7 @@ inline constexpr bool kShuffles = false;
 KVT_INLINE void Stream(void *to, V v) { Store(to, v); }
 KVT_INLINE void FinishStreaming() {}
 
+KVT_INLINE V MinU8(V a, V b) { return a < b ? a : b; }
 KVT_INLINE V MaxU8(V a, V b) { return a > b ? a : b; }
 KVT_INLINE V MinU16(V a, V b) { return As<V>(As<HalvesU>(a) < As<HalvesU>(b) ? As<HalvesU>(a) : As<HalvesU>(b)); }
 KVT_INLINE V Min16(V a, V b) { return As<V>(As<Halves>(a) < As<Halves>(b) ? As<Halves>(a) : As<Halves>(b)); }

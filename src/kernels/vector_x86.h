@@ -23,6 +23,7 @@ KVT_INLINE Register R(V v) { return As<Register>(v); }
 KVT_INLINE void Stream(void *to, V v) { KVT_WHOLE(stream)(static_cast<Register *>(to), R(v)); }
 KVT_INLINE void FinishStreaming() { _mm_sfence(); }
 
+KVT_INLINE V MinU8(V a, V b) { return As<V>(KVT_OP(min_epu8)(R(a), R(b))); }
 KVT_INLINE V MaxU8(V a, V b) { return As<V>(KVT_OP(max_epu8)(R(a), R(b))); }
 KVT_INLINE V Min16(V a, V b) { return As<V>(KVT_OP(min_epi16)(R(a), R(b))); }
 KVT_INLINE V Max16(V a, V b) { return As<V>(KVT_OP(max_epi16)(R(a), R(b))); }
