@@ -21,6 +21,13 @@ KVT_INLINE V AddSaturated16(V a, V b) {
     const V limit = As<V>((As<Halves>(a) >> 15) ^ 0x7FFF);
     return (overflow & limit) | (~overflow & sum);
 }
+KVT_INLINE V AddSaturatedU16(V a, V b) {
+    const V sum = Add16(a, b);
+    return sum | As<V>(As<HalvesU>(sum) < As<HalvesU>(a));
+}
+KVT_INLINE V SubSaturatedU16(V a, V b) {
+    return As<V>((As<HalvesU>(a) - As<HalvesU>(b)) & (As<HalvesU>(a) > As<HalvesU>(b)));
+}
 KVT_INLINE V MulHighU16(V a, V b) {
     const WordsU low = (As<WordsU>(a) & 0xFFFF) * (As<WordsU>(b) & 0xFFFF);
     const WordsU high = (As<WordsU>(a) >> 16) * (As<WordsU>(b) >> 16);

@@ -36,6 +36,8 @@ KVT_INLINE V MinU16(V a, V b) {
 KVT_INLINE V AddSaturatedU8(V a, V b) { return As<V>(KVT_OP(adds_epu8)(R(a), R(b))); }
 KVT_INLINE V SubSaturatedU8(V a, V b) { return As<V>(KVT_OP(subs_epu8)(R(a), R(b))); }
 KVT_INLINE V AddSaturated16(V a, V b) { return As<V>(KVT_OP(adds_epi16)(R(a), R(b))); }
+KVT_INLINE V AddSaturatedU16(V a, V b) { return As<V>(KVT_OP(adds_epu16)(R(a), R(b))); }
+KVT_INLINE V SubSaturatedU16(V a, V b) { return As<V>(KVT_OP(subs_epu16)(R(a), R(b))); }
 /// The upper halves of the products.
 KVT_INLINE V MulHighU16(V a, V b) { return As<V>(KVT_OP(mulhi_epu16)(R(a), R(b))); }
 /// The sums of two neighboring products of signed 16-bit lanes, in 32 bits.
