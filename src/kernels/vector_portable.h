@@ -38,6 +38,25 @@ KVT_INLINE V MulAddPairs(V a, V b) {
     const Words high = (As<Words>(a) >> 16) * (As<Words>(b) >> 16);
     return Add32(As<V>(low), As<V>(high));
 }
+KVT_INLINE V Interleave8(V a, V b, int from) {
+    V result;
+    for (int at = 0; at < kBytes; at += 2) {
+        const int byte = at / 16 * 16 + from + at % 16 / 2;
+        result[at] = a[byte];
+        result[at + 1] = b[byte];
+    }
+    return result;
+}
+KVT_INLINE V InterleaveLow8(V a, V b) { return Interleave8(a, b, 0); }
+KVT_INLINE V InterleaveHigh8(V a, V b) { return Interleave8(a, b, 8); }
+KVT_INLINE V Pack16(V a, V b) {
+    V result;
+    for (int at = 0; at < kBytes; ++at) {
+        const int half = at % 16 < 8 ? As<Halves>(a)[at / 16 * 8 + at % 8] : As<Halves>(b)[at / 16 * 8 + at % 8];
+        result[at] = static_cast<std::uint8_t>(half < 0 ? 0 : half > 255 ? 255 : half);
+    }
+    return result;
+}
 KVT_INLINE V Spread(V v) {
     v = v | Left32<8>(v);
     return v | Left32<16>(v);
