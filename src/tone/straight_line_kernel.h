@@ -3,43 +3,31 @@ namespace kvt::KVT_LEVEL {
 /// A straight line a channel. The other byte has a line of its own, which is level and opaque.
 struct AlongLines : Reads<1> {
     V mirror;
-    V evenStarts;
-    V oddStarts;
-    V evenSlopes;
-    V oddSlopes;
-    V evenOffsets;
-    V oddOffsets;
-    V evenUnits;
-    V oddUnits;
+    V starts;
+    V slopes;
+    V offsets;
+    V units;
 
     AlongLines(const Layout &layout, const StraightLines &lines) {
-        const auto each = [&](auto part, std::int32_t other) {
-            return layout.InByteOrder<std::int32_t>(part(lines.red), part(lines.green), part(lines.blue), other);
+        const auto lanes = [&](auto part, std::int32_t other) {
+            return PixelLanes(
+                layout.InByteOrder<std::int32_t>(part(lines.red), part(lines.green), part(lines.blue), other));
         };
-        const auto starts = each([](const StraightLine &line) { return line.start; }, 0);
-        const auto slopes = each([](const StraightLine &line) { return line.slope; }, 0);
-        const auto offsets = each([](const StraightLine &line) { return line.offset; }, 256 * layout.opaque);
-        const auto units = each([](const StraightLine &line) { return 256 << line.exponent; }, 256);
         const auto level = [](const StraightLine &line) { return line.mirrored ? 255u : 0u; };
         mirror = All32(layout.Word(level(lines.red), level(lines.green), level(lines.blue), 0));
-        evenStarts = EvenLanes(starts);
-        oddStarts = OddLanes(starts);
-        evenSlopes = EvenLanes(slopes);
-        oddSlopes = OddLanes(slopes);
-        evenOffsets = EvenLanes(offsets);
-        oddOffsets = OddLanes(offsets);
-        evenUnits = EvenLanes(units);
-        oddUnits = OddLanes(units);
+        starts = lanes([](const StraightLine &line) { return line.start; }, 0);
+        slopes = lanes([](const StraightLine &line) { return line.slope; }, 0);
+        offsets = lanes([](const StraightLine &line) { return line.offset; }, 256 * layout.opaque);
+        units = lanes([](const StraightLine &line) { return 256 << line.exponent; }, 256);
     }
 
     KVT_INLINE V operator()(V v) const {
         v = v ^ mirror;
-        return Joined(Line(Left16<8>(v), evenStarts, evenSlopes, evenOffsets, evenUnits),
-                      Line(v & All32(0xFF00FF00), oddStarts, oddSlopes, oddOffsets, oddUnits));
+        return Pack16(Along(InterleaveLow8(Zero(), v)), Along(InterleaveHigh8(Zero(), v)));
     }
-    KVT_INLINE V Line(V from, V starts, V slopes, V offsets, V units) const {
-        const V sum = AddSaturatedU16(MulHighU16(SubSaturatedU16(from, starts), slopes), offsets);
-        return Min16(MulHighU16(sum, units), All16(255)); // 15 bits
+    /// At most 32767: shifts are by a bit at least.
+    KVT_INLINE V Along(V x) const {
+        return MulHighU16(AddSaturatedU16(MulHighU16(SubSaturatedU16(x, starts), slopes), offsets), units);
     }
 };
 
