@@ -5,6 +5,7 @@
 #include "kernels/each_level.h"
 
 namespace kvt {
+
 void MapThroughTables(const MapJob &job, const ChannelTables &tables) { KVT_SELECT(LookUp)(job, tables); }
 
 } // namespace kvt

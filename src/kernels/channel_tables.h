@@ -6,7 +6,7 @@ namespace kvt {
 
 /// What becomes of each of a channel's 256 levels.
 struct ChannelTable {
-    unsigned char levels[256];
+    alignas(64) unsigned char levels[256];
 };
 
 /// One table a channel.
