@@ -1,6 +1,7 @@
 #include "color/transformation.h"
 
 #include "kernels/channel_tables.h"
+#include "kernels/map_picture.h"
 #include "support/exceptions.h"
 #include "support/rb_data.h"
 

@@ -8,6 +8,7 @@ inline constexpr std::ptrdiff_t kBytes = KVT_VECTOR_BYTES;
 
 /// A vector, as bytes; &, |, ^ and ~ work on its bits. Lanes are little-endian.
 using V [[gnu::vector_size(KVT_VECTOR_BYTES)]] = std::uint8_t;
+using SignedBytes [[gnu::vector_size(KVT_VECTOR_BYTES)]] = std::int8_t;
 using HalvesU [[gnu::vector_size(KVT_VECTOR_BYTES)]] = std::uint16_t;
 using Halves [[gnu::vector_size(KVT_VECTOR_BYTES)]] = std::int16_t;
 using WordsU [[gnu::vector_size(KVT_VECTOR_BYTES)]] = std::uint32_t;
@@ -57,6 +58,13 @@ KVT_INLINE V Pairs(int low, int high) {
 /// A value a byte of a pixel, as the 16-bit lanes that Evens and Odds yield.
 KVT_INLINE V EvenLanes(const Layout::ByteOrder<std::int32_t> &values) { return Pairs(values.at[0], values.at[2]); }
 KVT_INLINE V OddLanes(const Layout::ByteOrder<std::int32_t> &values) { return Pairs(values.at[1], values.at[3]); }
+/// A value a byte of a pixel, as 16-bit lanes of one pixel after the other.
+KVT_INLINE V PixelLanes(const Layout::ByteOrder<std::int32_t> &values) {
+    HalvesU lanes;
+    for (int lane = 0; lane < kBytes / 2; ++lane)
+        lanes[lane] = static_cast<std::uint16_t>(values.at[lane % 4]);
+    return As<V>(lanes);
+}
 
 /// The order of bytes that brings pixels of one layout into another one, by a Shuffle.
 KVT_INLINE V Order(const Layout &from, const Layout &to) {

@@ -22,6 +22,13 @@ KVT_INLINE V AddSaturated16(V a, V b) {
     const V limit = As<V>((As<Halves>(a) >> 15) ^ 0x7FFF);
     return (overflow & limit) | (~overflow & sum);
 }
+KVT_INLINE V AddSaturatedU16(V a, V b) {
+    const V sum = Add16(a, b);
+    return sum | As<V>(As<HalvesU>(sum) < As<HalvesU>(a));
+}
+KVT_INLINE V SubSaturatedU16(V a, V b) {
+    return As<V>((As<HalvesU>(a) - As<HalvesU>(b)) & (As<HalvesU>(a) > As<HalvesU>(b)));
+}
 KVT_INLINE V MulHighU16(V a, V b) {
     const WordsU low = (As<WordsU>(a) & 0xFFFF) * (As<WordsU>(b) & 0xFFFF);
     const WordsU high = (As<WordsU>(a) >> 16) * (As<WordsU>(b) >> 16);
@@ -31,6 +38,25 @@ KVT_INLINE V MulAddPairs(V a, V b) {
     const Words low = (As<Words>(As<WordsU>(a) << 16) >> 16) * (As<Words>(As<WordsU>(b) << 16) >> 16);
     const Words high = (As<Words>(a) >> 16) * (As<Words>(b) >> 16);
     return Add32(As<V>(low), As<V>(high));
+}
+KVT_INLINE V Interleave8(V a, V b, int from) {
+    V result;
+    for (int at = 0; at < kBytes; at += 2) {
+        const int byte = at / 16 * 16 + from + at % 16 / 2;
+        result[at] = a[byte];
+        result[at + 1] = b[byte];
+    }
+    return result;
+}
+KVT_INLINE V InterleaveLow8(V a, V b) { return Interleave8(a, b, 0); }
+KVT_INLINE V InterleaveHigh8(V a, V b) { return Interleave8(a, b, 8); }
+KVT_INLINE V Pack16(V a, V b) {
+    V result;
+    for (int at = 0; at < kBytes; ++at) {
+        const int half = at % 16 < 8 ? As<Halves>(a)[at / 16 * 8 + at % 8] : As<Halves>(b)[at / 16 * 8 + at % 8];
+        result[at] = static_cast<std::uint8_t>(half < 0 ? 0 : half > 255 ? 255 : half);
+    }
+    return result;
 }
 KVT_INLINE V Spread(V v) {
     v = v | Left32<8>(v);

@@ -37,12 +37,28 @@ KVT_INLINE V MinU16(V a, V b) {
 KVT_INLINE V AddSaturatedU8(V a, V b) { return As<V>(KVT_OP(adds_epu8)(R(a), R(b))); }
 KVT_INLINE V SubSaturatedU8(V a, V b) { return As<V>(KVT_OP(subs_epu8)(R(a), R(b))); }
 KVT_INLINE V AddSaturated16(V a, V b) { return As<V>(KVT_OP(adds_epi16)(R(a), R(b))); }
+KVT_INLINE V SubSaturated8(V a, V b) { return As<V>(KVT_OP(subs_epi8)(R(a), R(b))); }
+KVT_INLINE V AddSaturatedU16(V a, V b) { return As<V>(KVT_OP(adds_epu16)(R(a), R(b))); }
+KVT_INLINE V SubSaturatedU16(V a, V b) { return As<V>(KVT_OP(subs_epu16)(R(a), R(b))); }
 /// The upper halves of the products.
 KVT_INLINE V MulHighU16(V a, V b) { return As<V>(KVT_OP(mulhi_epu16)(R(a), R(b))); }
 /// The sums of two neighboring products of signed 16-bit lanes, in 32 bits.
 KVT_INLINE V MulAddPairs(V a, V b) { return As<V>(KVT_OP(madd_epi16)(R(a), R(b))); }
 
 inline constexpr bool kShuffles = kBytes > 16; ///< from SSSE3 on
+
+/// Within each 16 bytes, the lower (or higher) eight bytes of a and b in turn, beginning with a's.
+KVT_INLINE V InterleaveLow8(V a, V b) { return As<V>(KVT_OP(unpacklo_epi8)(R(a), R(b))); }
+KVT_INLINE V InterleaveHigh8(V a, V b) { return As<V>(KVT_OP(unpackhi_epi8)(R(a), R(b))); }
+// Likewise for wider lanes.
+KVT_INLINE V InterleaveLow16(V a, V b) { return As<V>(KVT_OP(unpacklo_epi16)(R(a), R(b))); }
+KVT_INLINE V InterleaveHigh16(V a, V b) { return As<V>(KVT_OP(unpackhi_epi16)(R(a), R(b))); }
+KVT_INLINE V InterleaveLow32(V a, V b) { return As<V>(KVT_OP(unpacklo_epi32)(R(a), R(b))); }
+KVT_INLINE V InterleaveHigh32(V a, V b) { return As<V>(KVT_OP(unpackhi_epi32)(R(a), R(b))); }
+KVT_INLINE V InterleaveLow64(V a, V b) { return As<V>(KVT_OP(unpacklo_epi64)(R(a), R(b))); }
+KVT_INLINE V InterleaveHigh64(V a, V b) { return As<V>(KVT_OP(unpackhi_epi64)(R(a), R(b))); }
+/// Within each 16 bytes, a's signed 16-bit lanes and behind them b's, as bytes limited to 0..255.
+KVT_INLINE V Pack16(V a, V b) { return As<V>(KVT_OP(packus_epi16)(R(a), R(b))); }
 
 #if KVT_VECTOR_BYTES > 16
 /// Within each 16 bytes, byte i becomes byte order[i] of v, or 0 where the highest bit of order[i] is set.

@@ -1,6 +1,6 @@
 #include "tone/contrast_brightness.h"
 
-#include "kernels/channel_tables.h"
+#include "tone/adjustment.h"
 
 namespace kvt {
 namespace {
@@ -47,7 +47,7 @@ REALpictureStruct *LinBrightnessPicture1(REALpictureStruct *picture, double brig
 REALpictureStruct *LinBrightnessPicture3(REALpictureStruct *picture, double brightnessRed, double brightnessGreen,
                                          double brightnessBlue) {
     return AdjustPicture(picture, LinBrightness(brightnessRed), LinBrightness(brightnessGreen),
-                       LinBrightness(brightnessBlue));
+                         LinBrightness(brightnessBlue));
 }
 
 REALpictureStruct *AbsBrightnessPicture1(REALpictureStruct *picture, double brightness) {
@@ -57,7 +57,7 @@ REALpictureStruct *AbsBrightnessPicture1(REALpictureStruct *picture, double brig
 REALpictureStruct *AbsBrightnessPicture3(REALpictureStruct *picture, double brightnessRed, double brightnessGreen,
                                          double brightnessBlue) {
     return AdjustPicture(picture, AbsBrightness(brightnessRed), AbsBrightness(brightnessGreen),
-                       AbsBrightness(brightnessBlue));
+                         AbsBrightness(brightnessBlue));
 }
 
 REALpictureStruct *ContrastLinBrightnessPicture1(REALpictureStruct *picture, double contrast, double brightness) {
@@ -68,8 +68,8 @@ REALpictureStruct *ContrastLinBrightnessPicture3(REALpictureStruct *picture, dou
                                                  double contrastBlue, double brightnessRed, double brightnessGreen,
                                                  double brightnessBlue) {
     return AdjustPicture(picture, ContrastLinBrightness(contrastRed, brightnessRed),
-                       ContrastLinBrightness(contrastGreen, brightnessGreen),
-                       ContrastLinBrightness(contrastBlue, brightnessBlue));
+                         ContrastLinBrightness(contrastGreen, brightnessGreen),
+                         ContrastLinBrightness(contrastBlue, brightnessBlue));
 }
 
 REALpictureStruct *ContrastAbsBrightnessPicture1(REALpictureStruct *picture, double contrast, double brightness) {
@@ -80,8 +80,8 @@ REALpictureStruct *ContrastAbsBrightnessPicture3(REALpictureStruct *picture, dou
                                                  double contrastBlue, double brightnessRed, double brightnessGreen,
                                                  double brightnessBlue) {
     return AdjustPicture(picture, ContrastAbsBrightness(contrastRed, brightnessRed),
-                       ContrastAbsBrightness(contrastGreen, brightnessGreen),
-                       ContrastAbsBrightness(contrastBlue, brightnessBlue));
+                         ContrastAbsBrightness(contrastGreen, brightnessGreen),
+                         ContrastAbsBrightness(contrastBlue, brightnessBlue));
 }
 
 } // namespace kvt

@@ -1,6 +1,6 @@
 #include "tone/custom.h"
 
-#include "kernels/channel_tables.h"
+#include "tone/adjustment.h"
 
 namespace kvt {
 

@@ -79,6 +79,65 @@ TEST_P(EveryLevel, StretchesSaturationByAnyAmount) {
     }
 }
 
+constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
+constexpr double kInfinity = std::numeric_limits<double>::infinity();
+
+/// Level x becomes x * a + b. Large pictures are adjusted along a straight line of 16 bits where there is one.
+constexpr struct {
+    const char *what;
+    double a, b;
+} kCustoms[] = {
+    {"nothing changes", 1.0, 0.0},
+    {"brighter", 1.0, 40.5},
+    {"darker", 1.0, -40.5},
+    {"all the same", 0.0, 127.0},
+    {"white", 0.0, 300.0},
+    {"not a number", kNaN, 10.0},
+    {"hardly rising", 0.000362716615, 254.907507},
+    {"the inverse", -1.0, 255.0},
+    {"falling from beyond white", -1.95074107, 678.042089},
+    {"falling flat", -0.01, 7.3},
+    {"below a unit", 0.7123, 12.9},
+    {"the last slope of an exponent", 65535.0 / 65536.0, 0.0},
+    {"steeper than the last slope", 65535.6 / 65536.0, 0.0},
+    {"just steeper than 1", 1.00002, -0.5},
+    {"far below black", 3.75, -640.0},
+    {"the steepest lines", 127.9, -12345.0},
+    {"steeper than any line", 300.0, -38000.0},
+    {"a step", 16777216.0, -2147483648.0},
+    {"infinitely steep", kInfinity, 0.0},
+    {"rounded to no line", 1.4, -20.0},
+};
+
+TEST_P(EveryLevel, AdjustsAlongAnyLine) {
+    const expected::Picture distances = EveryDistance();
+    const Ref picture = Make(distances);
+    for (const auto &row : kCustoms) {
+        SCOPED_TRACE(row.what);
+        ExpectColors(host.Call(picture, "ChangeCustomKVT", row.a, row.b).picture(),
+                     expected::CustomTransform(distances, row.a, row.b));
+        ASSERT_FALSE(HasFatalFailure());
+    }
+}
+
+TEST_P(EveryLevel, AdjustsChannelsAlongLinesOfTheirOwn) {
+    const expected::Picture distances = EveryDistance();
+    const Ref picture = Make(distances);
+    expected::Random random(4);
+    for (int i = 0; i < 60; ++i) {
+        const auto any = [&](double limit) { return expected::AnyDouble(random, limit); };
+        const expected::PerChannel contrast{any(3), any(3), any(3)};
+        const expected::PerChannel brightness{any(255), any(255), any(255)};
+        SCOPED_TRACE(testing::Message() << contrast.red << ' ' << contrast.green << ' ' << contrast.blue << ", "
+                                        << brightness.red << ' ' << brightness.green << ' ' << brightness.blue);
+        ExpectColors(host.Call(picture, "ChangeContrastBrightnessLinearKVT", contrast.red, contrast.green,
+                               contrast.blue, brightness.red, brightness.green, brightness.blue)
+                         .picture(),
+                     expected::ContrastLinearBrightness(distances, contrast, brightness));
+        ASSERT_FALSE(HasFatalFailure());
+    }
+}
+
 /// Rows of grays, all the same or in turn, between rows of colors.
 expected::Picture GraysAndColors() {
     expected::Picture picture{1100, 24, {}};
