@@ -1,7 +1,7 @@
 # Shared by the scripts beside it.
 
 # What every build needs: the tools, the 32-bit side of the compiler, and the libraries of the stand-ins and tests.
-BUILD_PACKAGES=(cmake ninja-build g++ g++-multilib googletest libcli11-dev libstb-dev libfmt-dev)
+BUILD_PACKAGES=(cmake ninja-build g++ g++-multilib googletest libcli11-dev libstb-dev libfmt-dev nlohmann-json3-dev)
 
 # Installs those of the named packages that are missing; asks for nothing when none is. Options go to apt-get install.
 NeedPackages() {
