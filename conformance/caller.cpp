@@ -374,7 +374,8 @@ Value Caller::Argument(const Parameter &parameter, bool isGlobal) {
     case Type::UInt32:
         return static_cast<unsigned>(Integer(parameter, isGlobal));
     default:
-        return Integer(parameter, isGlobal);
+        const int value = Integer(parameter, isGlobal);
+        return flaw == Flaw::Zero ? 0 : value;
     }
 }
 
@@ -412,12 +413,14 @@ void Caller::CallMethod(const Routine &routine, const RegisteredMethod &method, 
     called_.seen.push_back(See(kResult, routine.assigns && routine.of == Routine::Class
                                             ? host_.CallRecord(method, false, receiver, arguments).value
                                             : result.value));
-    for (const auto &[name, value] : result.byref) {
-        const auto isIt = [&](const auto &watched) { return called_.changes[watched.first].first.what == name; };
-        if (const auto watched = std::find_if(watched_.begin(), watched_.end(), isIt); watched != watched_.end())
-            watched->second = value;
+    for (const auto &variable : result.byref) {
+        const auto watched = std::find_if(watched_.begin(), watched_.end(), [&](const auto &each) {
+            return called_.changes[each.first].first.what == variable.first;
+        });
+        if (watched != watched_.end())
+            watched->second = variable.second;
         else
-            called_.seen.push_back(See(name, value));
+            called_.seen.push_back(See(variable.first, variable.second));
     }
     if (declaration.result != Type::Picture || !result.value.Is<Ref>())
         return;

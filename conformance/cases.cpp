@@ -108,8 +108,13 @@ Outcome CallOnce(const Case &which, standin::HostDescription description) {
 }
 
 std::string Describe(const Flaw &flaw) {
-    constexpr const char *kFlaws[] = {
-        "", "is nil", "cannot be locked", "is no picture that can be read", "is nowhere", "all defaults are left out"};
+    constexpr const char *kFlaws[] = {"",
+                                      "is nil",
+                                      "cannot be locked",
+                                      "is no picture that can be read",
+                                      "is nowhere",
+                                      "all defaults are left out",
+                                      "is 0"};
     return flaw.what == Flaw::None ? ""
                                    : fmt::format("; {}{}{}", flaw.of, flaw.of.empty() ? "" : " ", kFlaws[flaw.what]);
 }

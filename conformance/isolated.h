@@ -2,9 +2,11 @@
 
 #include <chrono>
 #include <cstddef>
+#include <fmt/format.h>
 #include <functional>
 #include <set>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace conformance {
@@ -17,6 +19,11 @@ class Report {
     /// Before each step. One that takes longer than the patience ends the process.
     void Doing(const std::string &step);
     void Found(const std::string &sentence) { Send('f', sentence); }
+    /// Tells the sentence when the condition does not hold.
+    template <class... Values> void Expect(bool holds, fmt::format_string<Values...> sentence, Values &&...values) {
+        if (!holds)
+            Found(fmt::format(sentence, std::forward<Values>(values)...));
+    }
     /// Only the first finding about each subject is told: what is wrong with a routine shows in many of its calls.
     void FoundOnce(const std::string &subject, const std::string &sentence);
     void Remark(const std::string &sentence) { Send('r', sentence); }

@@ -20,7 +20,9 @@ constexpr struct {
 } kSpecials[] = {
     {"ScrollVerticalKVT", Special::ChangesApart, kReceiver},
     {"ScrollHorizontalKVT", Special::ChangesApart, kReceiver},
-    {"ScrollKVT", Special::ChangesTwice, kReceiver},
+    {"ScrollKVT", Special::ChangesApart, kReceiver},
+    {"ScrollKVT", Special::Steps, "deltaX"},
+    {"ScrollKVT", Special::Steps, "deltaY"},
     {"TransformColorsKVT", Special::MayChange, "dest"},
     {"ScrollHorizontalKVT", Special::Answers, kResult, "true"},
     {"CountColorsKVT", Special::Answers, "count", "-1"},
@@ -105,10 +107,8 @@ const char *Documented(const Routine &routine, Special special, std::string_view
 }
 
 bool ChangesPicture(const Routine &routine, std::string_view of) {
-    constexpr Special kChanging[] = {Special::ChangesApart, Special::ChangesTwice, Special::MayChange};
-    return (routine.assigns && of == kReceiver) ||
-           std::any_of(std::begin(kChanging), std::end(kChanging),
-                       [&](Special special) { return Documented(routine, special, of); });
+    return (routine.assigns && of == kReceiver) || Documented(routine, Special::ChangesApart, of) ||
+           Documented(routine, Special::MayChange, of);
 }
 
 const char *AnswerOfFailure(const Routine &routine, std::string_view of) {

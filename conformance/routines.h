@@ -26,6 +26,7 @@ struct Flaw {
         Refused,    ///< in a form that nobody can read
         Nowhere,    ///< a variable's address that is null
         Omitted,    ///< all arguments with defaults
+        Zero,       ///< a number, all else as ever
     };
     What what = None;
     std::string of = {};  ///< a parameter's name, or one of those above
@@ -51,7 +52,7 @@ std::vector<Routine> RoutinesOf(const standin::Host &host);
 /// Where a routine differs from what holds for all others.
 enum class Special {
     ChangesApart, ///< changes a picture and its mask, of which either can fail alone, whatever the result says
-    ChangesTwice, ///< changes a picture in two steps, of which either can fail alone
+    Steps,        ///< likewise, in steps, of which this is left out when that parameter is 0
     MayChange,    ///< changes a picture; or yields a new one, when the result does not fit
     Answers,      ///< with this when it cannot be done; others with nil, false or 0
     Raises,       ///< a nil object exception of this message when it is nil; others answer nil quietly

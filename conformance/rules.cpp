@@ -1,15 +1,9 @@
 #include "conformance/rules.h"
 
-#include "standin/elf_file.h"
-
 #include <algorithm>
-#include <array>
-#include <cctype>
-#include <elf.h>
 #include <fmt/format.h>
 #include <iterator>
 #include <map>
-#include <set>
 #include <utility>
 
 namespace conformance {
@@ -19,261 +13,8 @@ using standin::Concern;
 using standin::Fault;
 using standin::Host;
 using standin::HostDescription;
-using standin::RegisteredClass;
-using standin::RegisteredMethod;
-using standin::RegisteredProperty;
-using standin::Type;
 
 constexpr int kWidth = 8 * sizeof(void *);
-
-// The file.
-
-bool IsRunTimeSymbol(std::string_view name) {
-    constexpr std::string_view kStarts[] = {"_Z", "__cxa_", "__gxx", "_Unwind", "__dynamic_cast"};
-    return name != "__cxa_finalize" && std::any_of(std::begin(kStarts), std::end(kStarts),
-                                                   [&](std::string_view start) { return name.starts_with(start); });
-}
-
-bool IsPlainLibrary(std::string_view name) {
-    return name == "libc.so.6" || name == "libm.so.6" || name == "libkvtplatform.so" || name.starts_with("ld-linux");
-}
-
-void CheckFile(Judge &judge) {
-    Report &report = judge.report();
-    report.Doing("reading the file");
-    std::vector<unsigned char> bytes = standin::ReadFile(judge.module());
-    if (const int width = standin::ElfFile::WidthOf(bytes).value_or(0); width != kWidth)
-        return report.Found(
-            fmt::format("the file is for hosts of {} bits, this program has {}: use the kvt beside it", width, kWidth));
-    const standin::ElfFile file(std::move(bytes));
-    bool starts = false;
-    file.ForEachSymbol(standin::ElfFile::Dynamic, [&](const standin::ElfFile::Symbol &symbol) {
-        const std::string_view name = symbol.name;
-        if (symbol.defined && name != "REALPluginMain")
-            report.Found(fmt::format("exports {}", name));
-        else if (symbol.defined)
-            starts = true;
-        else if (IsRunTimeSymbol(name))
-            report.Found(fmt::format("needs {} of the C++ run-time", name));
-    });
-    if (!starts)
-        report.Found("exports no REALPluginMain");
-    for (const std::string &library : file.Texts(DT_NEEDED))
-        if (!IsPlainLibrary(library))
-            report.Found(fmt::format("needs the library {}", library));
-    std::vector<std::string> paths = file.Texts(DT_RUNPATH);
-    if (paths.empty())
-        paths = file.Texts(DT_RPATH);
-    if (paths != std::vector<std::string>{"$ORIGIN"})
-        report.Found("does not look for the platform's library beside itself: its run path is not $ORIGIN");
-    if (file.Number(DT_BIND_NOW) || (file.Number(DT_FLAGS).value_or(0) & DF_BIND_NOW) != 0 ||
-        (file.Number(DT_FLAGS_1).value_or(0) & DF_1_NOW) != 0)
-        report.Found("has all platform functions bound when it is loaded, not when they are called");
-    if (const std::uintptr_t initialisers = file.OwnFunctionsRun(DT_INIT_ARRAYSZ); initialisers > 0)
-        report.Found(fmt::format("runs {} initialiser(s) of its own when it is loaded", initialisers));
-}
-
-// The start.
-
-std::vector<std::string> gRequested;
-
-void *ResolveNothing(const char *name) {
-    gRequested.emplace_back(name);
-    return nullptr;
-}
-
-constexpr std::array kStartUpEntries = {"RegisterPluginVersion", "REALGetRBVersion", "PluginRegisterClass",
-                                        "PluginRegisterClassExtension", "PluginRegisterMethod"};
-
-void StartWith(const std::string &module, void *(*resolver)(const char *)) {
-    const standin::ModuleFile file(module);
-    void *start = file.Exported("REALPluginMain");
-    if (!start)
-        throw std::runtime_error("exports no REALPluginMain");
-    reinterpret_cast<void (*)(void *(*)(const char *))>(start)(resolver);
-}
-
-/// Starts the module under that host and tells what the host finds.
-void StartUnder(Judge &judge, const HostDescription &description, const std::string &what,
-                const std::function<void(const Host &)> &look) {
-    judge.report().Doing("starting under " + what);
-    Host host(description);
-    for (const standin::Breach &breach : host.TakeBreaches())
-        judge.report().Found(fmt::format("{}; under {}", breach.sentence, what));
-    look(host);
-}
-
-void CheckStart(Judge &judge) {
-    Report &report = judge.report();
-    report.Doing("starting with a null resolver");
-    StartWith(judge.module(), nullptr);
-    report.Doing("starting under a host without any entry");
-    StartWith(judge.module(), ResolveNothing);
-    const std::vector<standin::EntryName> names = standin::EntryNames();
-    for (const std::string &requested : gRequested)
-        if (std::none_of(names.begin(), names.end(), [&](const auto &entry) { return entry.name == requested; }))
-            report.Found(fmt::format("asks for \"{}\" at its start, which no host has", requested));
-    for (const char *entry : kStartUpEntries)
-        for (const Fault::What what : {Fault::Missing, Fault::Late, Fault::Fails}) {
-            HostDescription description = DescribeHost(Places()[0], judge.module());
-            description.faults = {{entry, what, 1}};
-            constexpr const char *kFaults[] = {"without", "that is late with", "that fails in"};
-            StartUnder(judge, description, fmt::format("a host {} {}", kFaults[what], entry), [](const Host &) {});
-        }
-}
-
-// The order.
-
-/// The steps of the start in their order, by how the lines of the host's log begin.
-constexpr std::array<std::string_view, 5> kSteps = {"RegisterPluginVersion ", "REALGetRBVersion", "class ",
-                                                    "extension of ", "method "};
-
-std::size_t StepOf(const std::string &line) {
-    std::size_t step = 0;
-    while (step < kSteps.size() && !line.starts_with(kSteps[step]))
-        ++step;
-    return step;
-}
-
-void CheckOrder(Judge &judge) {
-    Report &report = judge.report();
-    std::vector<std::string> log;
-    StartUnder(judge, DescribeHost(Places()[0], judge.module()), "the ordinary host",
-               [&](const Host &host) { log = host.StartUpLog(); });
-    for (std::size_t i = 1; i < log.size(); ++i)
-        if (StepOf(log[i]) < StepOf(log[i - 1]))
-            report.Found(fmt::format("\"{}\" comes after \"{}\"", log[i], log[i - 1]));
-    const auto count = [&](std::string_view start) {
-        return std::count_if(log.begin(), log.end(), [&](const std::string &line) { return line.starts_with(start); });
-    };
-    if (count("RegisterPluginVersion 9") != 1 || count(kSteps[0]) != 1)
-        report.Found("does not announce interface version 9, once");
-    if (count(kSteps[1]) != 1)
-        report.Found(fmt::format("asks for the host's version {} times, not once", count(kSteps[1])));
-    if (count("extension of Picture") != 1 || count(kSteps[3]) != 1)
-        report.Found("does not register one extension, of Picture");
-    for (const Routine &routine : judge.routines()) {
-        const Outcome outcome = judge.Try({.routine = &routine, .place = &Places()[0]});
-        for (std::size_t i = 0; i < kStartUpEntries.size(); ++i) // which stand first among all sources
-            if (outcome.calls[i] > 0)
-                report.FoundOnce(Sources()[i].name,
-                                 fmt::format("calls {} after the start, in {}", Sources()[i].name, routine.Describe()));
-    }
-}
-
-// The records.
-
-constexpr std::uint32_t kHostFlags = 4 | 8;
-
-/// Names and parameter types, which tell overloads apart.
-std::string Signature(const standin::Declaration &declaration) {
-    std::string signature = declaration.name;
-    std::transform(signature.begin(), signature.end(), signature.begin(),
-                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-    for (const standin::Parameter &parameter : declaration.parameters)
-        signature += fmt::format(", {}{}", parameter.byref ? "byref " : "", NameOf(parameter.type));
-    return signature;
-}
-
-/// What is wrong with the records that one host was given.
-class RecordCheck {
-  public:
-    RecordCheck(Report &report, std::uint32_t flags) : report_(report), flags_(flags) {}
-
-    void Methods(const std::string &owner, const std::vector<RegisteredMethod> &methods) {
-        std::set<std::string> known;
-        for (const RegisteredMethod &method : methods) {
-            if (method.declaration.name.empty())
-                continue; // the host told already
-            const std::string name = owner + method.declaration.text;
-            if (!method.record.function)
-                report_.Found(fmt::format("{}: has no routine", name));
-            Flags(name, method.record.flags, flags_);
-            if (!known.insert(Signature(method.declaration)).second)
-                report_.Found(fmt::format("{}: is registered twice", name));
-        }
-    }
-
-    void Class(const RegisteredClass &definition) {
-        const REALclassDefinition &record = definition.record;
-        const std::string owner = definition.name + ".";
-        if (definition.name.empty())
-            report_.Found("a class has no name");
-        if (record.instanceSize % 16 != 0)
-            report_.Found(
-                fmt::format("{}: its instance size, {}, is no multiple of 16", definition.name, record.instanceSize));
-        Flags(definition.name, record.flags, kHostFlags);
-        Table(definition.name, record.properties, record.propertyCount);
-        Table(definition.name, record.moreProperties, record.morePropertyCount);
-        Table(definition.name, record.methods, record.methodCount);
-        Table(definition.name, record.moreMethods, record.moreMethodCount);
-        Methods(owner, definition.methods);
-        std::set<std::string> names;
-        std::map<std::uint32_t, std::string> fields;
-        for (const RegisteredProperty &property : definition.properties) {
-            const std::string name = owner + property.name;
-            if (!names.insert(property.name).second)
-                report_.Found(fmt::format("{}: is registered twice", name));
-            Flags(name, property.record.flags, flags_);
-            Property(name, property, record.instanceSize, fields);
-        }
-    }
-
-  private:
-    void Flags(const std::string &name, std::uint32_t flags, std::uint32_t allowed) {
-        if ((flags & ~allowed) != 0)
-            report_.Found(fmt::format("{}: has flags {:#x}, of which this host knows {:#x}", name, flags, allowed));
-    }
-
-    template <class Record> void Table(const std::string &name, const Record *records, std::int32_t count) {
-        if (count < 0 || (records == nullptr) != (count == 0))
-            report_.Found(fmt::format("{}: a table of {} records has {} address", name, count, records ? "an" : "no"));
-    }
-
-    void Property(const std::string &name, const RegisteredProperty &property, std::uint32_t instanceSize,
-                  std::map<std::uint32_t, std::string> &fields) {
-        const REALpropertyDefinition &record = property.record;
-        const auto isStandard = [](REALroutine accessor) { return reinterpret_cast<std::intptr_t>(accessor) == -1; };
-        if (!record.getter || !record.setter || isStandard(record.getter) != isStandard(record.setter))
-            return report_.Found(fmt::format("{}: has not two accessors of one kind", name));
-        if (!isStandard(record.getter)) {
-            if (property.type != Type::Double)
-                report_.Found(fmt::format("{}: accessors of its own have Doubles alone", name));
-            return;
-        }
-        const std::uint32_t size = property.type == Type::Picture ? sizeof(void *) : sizeof(std::int32_t);
-        if (property.type != Type::Picture && property.type != Type::Integer)
-            report_.Found(fmt::format("{}: no host reads a {} field itself", name, NameOf(property.type)));
-        if (record.param % size != 0 || record.param > instanceSize || instanceSize - record.param < size)
-            report_.Found(fmt::format("{}: no field can lie at byte {} of {}", name, record.param, instanceSize));
-        if (const auto [other, isNew] = fields.emplace(record.param, name); !isNew)
-            report_.Found(fmt::format("{}: lies at byte {}, as {} does", name, record.param, other->second));
-    }
-
-    Report &report_;
-    std::uint32_t flags_; ///< that methods and properties may have on this host
-};
-
-void CheckRecords(Judge &judge) {
-    constexpr struct {
-        const char *what;
-        double version;
-        std::uint32_t flags;
-    } kHosts[] = {{"a host of today", 2019.03, kHostFlags}, {"a host before 2010.029", 2010.0, 0}};
-    for (const auto &row : kHosts) {
-        HostDescription description = DescribeHost(Places()[0], judge.module());
-        description.version = row.version;
-        StartUnder(judge, description, row.what, [&](const Host &host) {
-            RecordCheck check(judge.report(), row.flags);
-            check.Methods("", host.GlobalMethods());
-            check.Class(host.PictureExtension());
-            for (const auto &definition : host.Classes())
-                check.Class(*definition);
-            if (host.GlobalMethods().empty() && host.PictureMethods().empty())
-                judge.report().Found("registers no method");
-        });
-    }
-}
 
 /// The instruction-set levels that can be forced; the best alone when none can.
 std::vector<int> LevelsOf(Judge &judge) {
@@ -453,7 +194,8 @@ bool MayRaise(const Case &which, const Outcome &plain, const Outcome &outcome) {
 }
 
 /// Whether a call with a fault ends as the same call without it, or in the documented failure; if not, what is wrong.
-std::string Judgement(const Case &which, const Outcome &plain, const Outcome &outcome) {
+std::string Judgement(const Case &which, const Outcome &plain, const std::vector<Outcome> &steps,
+                      const Outcome &outcome) {
     const Routine &routine = *which.routine;
     if (outcome.seen.size() != plain.seen.size() || outcome.changes.size() != plain.changes.size())
         return "other things can be seen";
@@ -471,16 +213,19 @@ std::string Judgement(const Case &which, const Outcome &plain, const Outcome &ou
         return difference + " as without the fault, and is not that of a failure";
     const bool isApart = Documented(routine, Special::ChangesApart, kReceiver);
     const bool mayStay = Documented(routine, Special::MayChange, "dest") || isApart || routine.assigns ||
-                         routine.declaration.result == Type::Nothing;
-    const bool isHalf = Documented(routine, Special::ChangesTwice, kReceiver);
+                         routine.declaration.result == standin::Type::Nothing;
     for (std::size_t i = 0; i < plain.changes.size(); ++i) {
-        const auto &[before, after] = outcome.changes[i];
+        const Seen &before = outcome.changes[i].first;
+        const Seen &after = outcome.changes[i].second;
         const std::string here = Difference(plain.changes[i].second, after);
         const char *answer = AnswerOfFailure(routine, after.what);
         // A block that was made in place of nil stays, whatever happens then.
         const bool isBlank = before.value == "nil" && after.value.find_first_not_of('\0') == std::string::npos;
+        const bool isStep = std::any_of(steps.begin(), steps.end(), [&, at = i](const Outcome &step) {
+            return Difference(step.changes[at].second, after).empty();
+        });
         const bool isLeft = answer ? after.value == answer : isBlank || Difference(before, after).empty();
-        if (!(here.empty() && (succeeds || isApart)) && !(isLeft && (fails || mayStay)) && !isHalf)
+        if (!(here.empty() && (succeeds || isApart)) && !(isLeft && (fails || mayStay)) && !isStep)
             return fmt::format("{} as without the fault", here.empty() ? after.what + " changes" : here);
     }
     return "";
@@ -506,6 +251,13 @@ void CheckFaults(Judge &judge, Source::Of of, Fault::What what) {
             const Outcome plain = judge.Try(which);
             if (!plain.isThere || plain.calls.back() > kMostHeapRequests)
                 return judge.Found(which, plain.isThere ? "asks the heap too often" : "is not there");
+            std::vector<Outcome> steps; // of which a fault may leave out one
+            for (const standin::Parameter &parameter : which.routine->declaration.parameters)
+                if (which.flaw.what == Flaw::None && Documented(*which.routine, Special::Steps, parameter.name)) {
+                    Case half = which;
+                    half.flaw = {Flaw::Zero, parameter.name};
+                    steps.push_back(judge.Try(half));
+                }
             const int every = (which.place->host->isTelling || judge.extent() == Extent::Full ? 1 : 3) *
                               (isQuick || judge.extent() == Extent::Quarter ? 4 : 1);
             for (const Source &source : Sources())
@@ -525,7 +277,7 @@ void CheckFaults(Judge &judge, Source::Of of, Fault::What what) {
                             judge.Found(which, "is not there");
                         continue;
                     }
-                    if (const std::string problem = Judgement(which, plain, outcome);
+                    if (const std::string problem = Judgement(which, plain, steps, outcome);
                         !problem.empty() && !MayDiffer(which))
                         judge.Found(which, problem);
                     if (!MayRaise(which, plain, outcome))

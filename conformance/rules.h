@@ -61,6 +61,12 @@ struct Rule {
 
 std::span<const Rule> Rules();
 
+// Those in file_rules.cpp.
+void CheckFile(Judge &judge);
+void CheckStart(Judge &judge);
+void CheckOrder(Judge &judge);
+void CheckRecords(Judge &judge);
+
 /// Tries whether the module's file keeps the rule, in a process of its own.
 Account TryRule(const Rule &rule, const std::string &module, Extent extent, const Limits &limits);
 
