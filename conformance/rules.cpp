@@ -240,62 +240,71 @@ bool Reaches(const Case &which, const Outcome &plain) {
     return std::max(plain.calls[source], plain.requests[source]) > 0;
 }
 
-/// Tries all calls with each fault of that kind, of those sources.
-void CheckFaults(Judge &judge, Source::Of of, Fault::What what) {
+/// The outcomes of a call in steps with one step left out, which is what a fault may leave.
+std::vector<Outcome> StepsOf(Judge &judge, const Case &which) {
+    std::vector<Outcome> steps;
+    for (const standin::Parameter &parameter : which.routine->declaration.parameters)
+        if (which.flaw.what == Flaw::None && Documented(*which.routine, Special::Steps, parameter.name)) {
+            Case half = which;
+            half.flaw = {Flaw::Zero, parameter.name};
+            steps.push_back(judge.Try(half));
+        }
+    return steps;
+}
+
+void JudgeFault(Judge &judge, const Case &which, const Outcome &plain, const std::vector<Outcome> &steps) {
+    const Outcome outcome = judge.Try(which);
+    for (const standin::Breach &breach : outcome.breaches)
+        judge.Found(which, breach.sentence);
+    if (!outcome.isThere) { // a routine that could not be registered cannot be called
+        if (!which.source->name.starts_with("PluginRegister"))
+            judge.Found(which, "is not there");
+        return;
+    }
+    const std::string problem = MayDiffer(which) ? "" : Judgement(which, plain, steps, outcome);
+    if (!problem.empty())
+        judge.Found(which, problem);
+    if (!MayRaise(which, plain, outcome))
+        judge.Found(which, fmt::format("raises {}, not {}", Name(outcome.raised), Name(plain.raised)));
+}
+
+/// Tries all calls with each fault of those kinds and sources.
+void CheckFaults(Judge &judge, Source::Of of, const std::vector<Fault::What> &kinds) {
     const bool isQuick = judge.extent() == Extent::Quick;
+    const bool isFull = judge.extent() == Extent::Full;
+    const int part = isQuick || judge.extent() == Extent::Quarter ? 4 : 1;
     int possible = 0;
     int tried = 0;
-    const int calls = what != Fault::Fails ? 1 : of == Source::Heap ? kMostHeapRequests : 4;
-    judge.ForEach(
-        {.typical = isQuick, .swept = true, .everyFlaw = !isQuick || what == Fault::Missing}, [&](Case which) {
-            const Outcome plain = judge.Try(which);
-            if (!plain.isThere || plain.calls.back() > kMostHeapRequests)
-                return judge.Found(which, plain.isThere ? "asks the heap too often" : "is not there");
-            std::vector<Outcome> steps; // of which a fault may leave out one
-            for (const standin::Parameter &parameter : which.routine->declaration.parameters)
-                if (which.flaw.what == Flaw::None && Documented(*which.routine, Special::Steps, parameter.name)) {
-                    Case half = which;
-                    half.flaw = {Flaw::Zero, parameter.name};
-                    steps.push_back(judge.Try(half));
-                }
-            const int every = (which.place->host->isTelling || judge.extent() == Extent::Full ? 1 : 3) *
-                              (isQuick || judge.extent() == Extent::Quarter ? 4 : 1);
-            for (const Source &source : Sources())
-                for (int call = 1; call <= calls; ++call) {
-                    which.source = &source;
-                    which.fault = what;
-                    which.faultyCall = call;
-                    if (source.of != of || (what == Fault::WideFalse && !source.yieldsBoolean) ||
-                        (judge.extent() != Extent::Full && !Reaches(which, plain)) || ++possible % every != 0)
-                        continue;
-                    const Outcome outcome = judge.Try(which);
-                    ++tried;
-                    for (const standin::Breach &breach : outcome.breaches)
-                        judge.Found(which, breach.sentence);
-                    if (!outcome.isThere) { // a routine that could not be registered cannot be called
-                        if (!source.name.starts_with("PluginRegister"))
-                            judge.Found(which, "is not there");
-                        continue;
+    judge.ForEach({.typical = isQuick, .swept = true, .everyFlaw = true}, [&](Case which) {
+        const Outcome plain = judge.Try(which);
+        if (!plain.isThere || plain.calls.back() > kMostHeapRequests)
+            return judge.Found(which, plain.isThere ? "asks the heap too often" : "is not there");
+        const std::vector<Outcome> steps = StepsOf(judge, which);
+        const int every = (isFull || which.place->host->isTelling ? 1 : 3) * part;
+        for (const Source &source : Sources())
+            for (const Fault::What what : source.of == of ? kinds : std::vector<Fault::What>{}) {
+                const int most = what == Fault::WideFalse ? (source.yieldsBoolean ? 1 : 0)
+                                 : what != Fault::Fails   ? 1
+                                 : of == Source::Heap     ? kMostHeapRequests
+                                                          : 4;
+                which.source = &source;
+                which.fault = what;
+                for (which.faultyCall = 1; which.faultyCall <= most; ++which.faultyCall)
+                    if ((isFull || Reaches(which, plain)) && ++possible % every == 0) {
+                        JudgeFault(judge, which, plain, steps);
+                        ++tried;
                     }
-                    if (const std::string problem = Judgement(which, plain, steps, outcome);
-                        !problem.empty() && !MayDiffer(which))
-                        judge.Found(which, problem);
-                    if (!MayRaise(which, plain, outcome))
-                        judge.Found(which, fmt::format("raises {}, not {}", Name(outcome.raised), Name(plain.raised)));
-                }
-        });
+            }
+    });
     judge.report().Remark(fmt::format("{} faults", tried));
 }
 
-void CheckMissingEntries(Judge &judge) { CheckFaults(judge, Source::Entry, Fault::Missing); }
-void CheckLateEntries(Judge &judge) { CheckFaults(judge, Source::Entry, Fault::Late); }
-void CheckFailingEntries(Judge &judge) { CheckFaults(judge, Source::Entry, Fault::Fails); }
-void CheckWideBooleans(Judge &judge) { CheckFaults(judge, Source::Entry, Fault::WideFalse); }
-void CheckHeap(Judge &judge) { CheckFaults(judge, Source::Heap, Fault::Fails); }
-void CheckPlatform(Judge &judge) {
-    CheckFaults(judge, Source::Platform, Fault::Missing);
-    CheckFaults(judge, Source::Platform, Fault::Fails);
-}
+void CheckMissingEntries(Judge &judge) { CheckFaults(judge, Source::Entry, {Fault::Missing}); }
+void CheckLateEntries(Judge &judge) { CheckFaults(judge, Source::Entry, {Fault::Late}); }
+void CheckFailingEntries(Judge &judge) { CheckFaults(judge, Source::Entry, {Fault::Fails}); }
+void CheckWideBooleans(Judge &judge) { CheckFaults(judge, Source::Entry, {Fault::WideFalse}); }
+void CheckPlatform(Judge &judge) { CheckFaults(judge, Source::Platform, {Fault::Missing, Fault::Fails}); }
+void CheckHeap(Judge &judge) { CheckFaults(judge, Source::Heap, {Fault::Fails}); }
 
 // Equal results.
 

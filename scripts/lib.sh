@@ -14,8 +14,15 @@ NeedPackages() {
     echo "installing: ${missing[*]}"
     local run=()
     [ "$(id -u)" = 0 ] || run=(sudo)
-    "${run[@]}" apt-get update -qq
-    DEBIAN_FRONTEND=noninteractive "${run[@]}" apt-get install -qq -y "${options[@]}" "${missing[@]}" >/dev/null
+    # Another package manager may be at work. apt waits for it when it installs, but not when it reads its lists.
+    local said try
+    for try in {1..60}; do
+        ! said=$("${run[@]}" apt-get update -qq 2>&1) || break
+        [[ $try -lt 60 && $said == *"Could not get lock"* ]] || { echo "$said" >&2 && return 1; }
+        sleep 5
+    done
+    DEBIAN_FRONTEND=noninteractive "${run[@]}" apt-get install -qq -y -o DPkg::Lock::Timeout=300 "${options[@]}" \
+        "${missing[@]}" >/dev/null
 }
 
 EMULATED_32_BITS=/proc/sys/fs/binfmt_misc/qemu-i386
