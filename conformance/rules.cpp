@@ -461,11 +461,9 @@ Outcome Judge::Try(const Case &which) {
 }
 
 void Judge::Found(const Case &which, const std::string &sentence) {
-    const std::string ending = "; in " + which.routine->declaration.text; // said already
-    const bool isRepeated = sentence.ends_with(ending);
-    report_.FoundOnce(fmt::format("{} {}", which.routine->Describe(), which.flaw.of),
-                      fmt::format("{}: {}", which.Describe(),
-                                  sentence.substr(0, sentence.size() - (isRepeated ? ending.size() : 0))));
+    const std::string &text = which.routine->declaration.text; // which the host's sentences end with, too
+    const std::size_t end = sentence.ends_with("; in " + text) ? sentence.size() - text.size() - 5 : sentence.size();
+    report_.FoundOnce(which.routine->Describe(), fmt::format("{}: {}", which.Describe(), sentence.substr(0, end)));
 }
 
 std::span<const Rule> Rules() { return kRules; }

@@ -42,8 +42,8 @@ class Judge {
     void ForEach(const Calls &calls, const std::function<void(const Case &)> &visit);
     /// Tells the report, then tries.
     Outcome Try(const Case &which);
-    /// Tells what is wrong with a case. Only the first finding about a routine and a flaw is told: what is wrong with
-    /// it shows in many cases.
+    /// Tells what is wrong with a case. Of each routine only the first finding is told: what is wrong with it shows in
+    /// many cases.
     void Found(const Case &which, const std::string &sentence);
 
   private:
