@@ -275,7 +275,8 @@ void CheckFaults(Judge &judge, Source::Of of, const std::vector<Fault::What> &ki
     const int part = isQuick || judge.extent() == Extent::Quarter ? 4 : 1;
     int possible = 0;
     int tried = 0;
-    judge.ForEach({.typical = isQuick, .swept = true, .everyFlaw = true}, [&](Case which) {
+    const bool hasFlaws = !isQuick || kinds.front() == Fault::Missing;
+    judge.ForEach({.typical = isQuick, .swept = true, .everyFlaw = hasFlaws}, [&](Case which) {
         const Outcome plain = judge.Try(which);
         if (!plain.isThere || plain.calls.back() > kMostHeapRequests)
             return judge.Found(which, plain.isThere ? "asks the heap too often" : "is not there");
