@@ -221,8 +221,10 @@ std::string Judgement(const Case &which, const Outcome &plain, const std::vector
         const char *answer = AnswerOfFailure(routine, after.what);
         // A block that was made in place of nil stays, whatever happens then.
         const bool isBlank = before.value == "nil" && after.value.find_first_not_of('\0') == std::string::npos;
+        // The result tells of the last step: when it is that of a failure, this one is not all that was done.
         const bool isStep = std::any_of(steps.begin(), steps.end(), [&, at = i](const Outcome &step) {
-            return Difference(step.changes[at].second, after).empty();
+            return (succeeds || after.what != kReceiver || &step != &steps.front()) &&
+                   Difference(step.changes[at].second, after).empty();
         });
         const bool isLeft = answer ? after.value == answer : isBlank || Difference(before, after).empty();
         if (!(here.empty() && (succeeds || isApart)) && !(isLeft && (fails || mayStay)) && !isStep)

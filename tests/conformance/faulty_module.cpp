@@ -183,10 +183,15 @@ int ReadPastCopy(Picture, String string) {
 unsigned char *BytesOf(Block block) { return Entry<unsigned char *(Block)>("memoryBlockGetPtr")(block); }
 std::int32_t SizeOf(Block block) { return Entry<std::int32_t(Block)>("memoryBlockGetSize")(block); }
 
-/// Gives a block back in a way that the host does not see: to it, the block is kept.
 void KeepHeapBlock(Picture) {
-    void *volatile gone = std::realloc(std::malloc(8), 0);
-    static_cast<void>(gone);
+    void *volatile kept = std::malloc(8);
+    static_cast<void>(kept);
+}
+
+void FreeHeapBlockTwice(Picture) {
+    void *volatile block = std::malloc(8);
+    std::free(block);
+    std::free(block);
 }
 
 void TrustHeap(Picture) {
@@ -278,6 +283,7 @@ const REALmethodDefinition kMethods[] = {
     {Routine(GiveBackTwice), nullptr, "GiveBackTwice(s as string)"},
     {Routine(GiveBackOwnBytes), nullptr, "GiveBackOwnBytes(s as string)"},
     {Routine(KeepHeapBlock), nullptr, "KeepHeapBlock"},
+    {Routine(FreeHeapBlockTwice), nullptr, "FreeHeapBlockTwice"},
     {Routine(+[](Picture) { gResolver("REALMakeCoffee"); }), nullptr, "AskForNonsense"},
     {Routine(+[](Picture p) { Entry<Picture(Picture, signed char)>("REALGetPictureMask")(p, 1); }), nullptr, "CreateMask"},
     {Routine(+[](Picture) { DropReference(Entry<Picture(int, int, int)>("newPicture")(5, 3, 8)); }), nullptr, "AskForEightBits"},

@@ -118,6 +118,7 @@ constexpr struct {
     {"GiveBackTwice", "entries", "PluginDisposeStringData: no copy of this host's, or given back already"},
     {"GiveBackOwnBytes", "entries", "PluginDisposeStringData: no copy of this host's, or given back already"},
     {"KeepHeapBlock", "entries", "1 block(s) of the heap were not freed"},
+    {"FreeHeapBlockTwice", "memory", "free: no block of the heap, or freed already"},
     {"AskForNonsense", "entries", "the resolver was asked for \"REALMakeCoffee\", which no host has"},
     {"CreateMask", "entries", "REALGetPictureMask: asked to create a mask"},
     {"AskForEightBits", "entries", "newPicture: asked for 5 x 3 with 8 bits"},
