@@ -1,35 +1,23 @@
 #include "expected/waveform.h"
 
+#include "conformance/choices.h"
 #include "fuzz/run.h"
-
-#include <fuzzer/FuzzedDataProvider.h>
-#include <iterator>
-#include <limits>
 
 namespace {
 
-/// Any number, more often one of those that sizes and counts turn at.
-int Number(FuzzedDataProvider &input, int usual) {
-    constexpr int kTurns[] = {0,     1,     -1,    2,       3,       std::numeric_limits<int>::max(),
-                              32766, 32767, 32768, -0x8000, 0x10000, std::numeric_limits<int>::min()};
-    switch (input.ConsumeIntegralInRange(0, 3)) {
-    case 0:
-        return input.PickValueInArray(kTurns);
-    case 1:
-        return input.ConsumeIntegral<int>();
-    default:
-        return input.ConsumeIntegralInRange(-2, usual);
-    }
-}
+using conformance::Choices;
+
+/// Any number, more often a usual one.
+int Number(Choices &input, int usual) { return input.OneIn(2) ? input.Number() : input.Between(-2, usual); }
 
 /// A number above `most` is brought below it, since it costs time and shows little.
 int Limited(int number, int most) { return number > most ? number % most : number; }
 
 /// A size that makes a small picture, or none at all. The default, below 1, is large and therefore rare.
-int Size(FuzzedDataProvider &input) {
+int Size(Choices &input) {
     constexpr int kLargest = 60;
     const int size = Number(input, kLargest);
-    if (size > 32767 || (size < 1 && input.ConsumeIntegralInRange(0, 15) == 0))
+    if (size > 32767 || (size < 1 && input.OneIn(16)))
         return size;
     return size < 1 ? 1 - size % kLargest : Limited(size, kLargest);
 }
@@ -40,23 +28,24 @@ int Size(FuzzedDataProvider &input) {
 /// line.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
     fuzz::Run run;
-    FuzzedDataProvider input(data, size);
-    run.AtLevel(input.ConsumeIntegralInRange(-1, 2));
+    Choices input(std::span(data, size));
+    run.AtLevel(input.Between(-1, 2));
     expected::WaveformArguments with;
     with.sampleCount = Number(input, 400);
     with.smooth = Number(input, 20);
     with.width = Size(input);
     with.height = Size(input);
     const bool isLarge = with.width < 1 || with.height < 1;
-    const bool anyPen = input.ConsumeIntegralInRange(0, 15) == 0;
+    const bool anyPen = input.OneIn(16);
     with.outlineWidth = Limited(Number(input, 3), isLarge ? 3 : anyPen ? std::numeric_limits<int>::max() : 20);
-    with.backColor = input.ConsumeIntegral<std::uint32_t>();
-    with.foreColor = input.ConsumeIntegral<std::uint32_t>();
-    with.outlineColor = input.ConsumeIntegral<std::uint32_t>();
-    with.bits = input.ConsumeBool() ? input.PickValueInArray({7, 8, 15, 16}) : Number(input, 32);
-    with.autoScale = input.ConsumeBool();
-    const bool nil = input.ConsumeIntegralInRange(0, 63) == 0;
-    const std::vector<unsigned char> samples = input.ConsumeRemainingBytes<unsigned char>();
+    with.backColor = input.Word();
+    with.foreColor = input.Word();
+    with.outlineColor = input.Word();
+    constexpr int kDepths[] = {7, 8, 15, 16};
+    with.bits = input.OneIn(2) ? Number(input, 32) : input.Of(kDepths);
+    with.autoScale = input.OneIn(2);
+    const bool nil = input.OneIn(64);
+    const std::vector<unsigned char> samples(input.Rest().begin(), input.Rest().end());
 
     const standin::Value block = nil ? standin::Value() : run.host.MakeBlock(samples.size(), samples);
     const standin::Result result = run.CallGlobal(

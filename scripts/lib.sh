@@ -1,7 +1,7 @@
 # Shared by the scripts beside it.
 
 # What every build needs: the tools, the 32-bit side of the compiler, and the libraries of the stand-ins and tests.
-BUILD_PACKAGES=(cmake ninja-build g++ g++-multilib googletest libcli11-dev libstb-dev libfmt-dev)
+BUILD_PACKAGES=(cmake ninja-build g++ g++-multilib googletest libcli11-dev libstb-dev libfmt-dev nlohmann-json3-dev)
 
 # Installs those of the named packages that are missing; asks for nothing when none is. Options go to apt-get install.
 NeedPackages() {
@@ -14,8 +14,15 @@ NeedPackages() {
     echo "installing: ${missing[*]}"
     local run=()
     [ "$(id -u)" = 0 ] || run=(sudo)
-    "${run[@]}" apt-get update -qq
-    DEBIAN_FRONTEND=noninteractive "${run[@]}" apt-get install -qq -y "${options[@]}" "${missing[@]}" >/dev/null
+    # Another package manager may be at work. apt waits for it when it installs, but not when it reads its lists.
+    local said try
+    for try in {1..60}; do
+        ! said=$("${run[@]}" apt-get update -qq 2>&1) || break
+        [[ $try -lt 60 && $said == *"Could not get lock"* ]] || { echo "$said" >&2 && return 1; }
+        sleep 5
+    done
+    DEBIAN_FRONTEND=noninteractive "${run[@]}" apt-get install -qq -y -o DPkg::Lock::Timeout=300 "${options[@]}" \
+        "${missing[@]}" >/dev/null
 }
 
 EMULATED_32_BITS=/proc/sys/fs/binfmt_misc/qemu-i386

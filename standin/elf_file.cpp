@@ -2,10 +2,19 @@
 
 #include <cstring>
 #include <elf.h>
+#include <fstream>
+#include <iterator>
 #include <link.h>
 #include <stdexcept>
 
 namespace standin {
+
+std::vector<unsigned char> ReadFile(const std::string &path) {
+    std::ifstream file(path, std::ios::binary);
+    if (!file)
+        throw std::runtime_error(path + " cannot be read");
+    return {std::istreambuf_iterator<char>(file), {}};
+}
 
 std::optional<int> ElfFile::WidthOf(std::span<const unsigned char> file) {
     // The fields up to the type and the machine lie alike in both widths.

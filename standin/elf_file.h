@@ -9,6 +9,9 @@
 
 namespace standin {
 
+/// All bytes of a file. Throws std::runtime_error.
+std::vector<unsigned char> ReadFile(const std::string &path);
+
 /// What the file of a shared object says of itself. Read are files of this program's own pointer width.
 class ElfFile {
   public:

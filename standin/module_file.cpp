@@ -7,7 +7,6 @@
 #include <cstring>
 #include <dlfcn.h>
 #include <filesystem>
-#include <fstream>
 #include <link.h>
 #include <map>
 #include <span>
@@ -21,10 +20,7 @@ namespace {
 
 /// Where the variable lies from the module's load address on; 0 when the symbol table does not name it.
 std::uintptr_t OffsetOf(const std::string &path, const char *name) {
-    std::vector<unsigned char> bytes(static_cast<std::size_t>(std::filesystem::file_size(path)));
-    std::ifstream(path, std::ios::binary)
-        .read(reinterpret_cast<char *>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
-    const ElfFile module(std::move(bytes));
+    const ElfFile module(ReadFile(path));
     std::uintptr_t offset = 0;
     module.ForEachSymbol(ElfFile::All, [&](const ElfFile::Symbol &symbol) {
         if (symbol.defined && std::strcmp(symbol.name, name) == 0)

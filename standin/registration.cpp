@@ -33,8 +33,12 @@ RegisteredProperty ReadProperty(const REALpropertyDefinition &record) {
 } // namespace
 
 RegisteredMethod ReadMethod(const REALmethodDefinition &record) {
+    static std::map<std::string, Declaration, std::less<>> known; // every host reads the same ones
     try {
-        return {ParseDeclaration(record.declaration), record};
+        auto found = known.find(std::string_view(record.declaration));
+        if (found == known.end())
+            found = known.emplace(record.declaration, ParseDeclaration(record.declaration)).first;
+        return {found->second, record};
     } catch (const std::invalid_argument &problem) {
         gHost->Violation(problem.what());
         return {};

@@ -1,37 +1,151 @@
-#include "tools/check/check.h"
+#include "conformance/rules.h"
+#include "standin/elf_file.h"
+#include "tools/apply.h"
 #include "tools/commands.h"
+#include "tools/files.h"
+#include "tools/nearest.h"
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
+#include <chrono>
+#include <cmath>
+#include <cstdio>
+#include <filesystem>
 #include <fmt/format.h>
 #include <memory>
+#include <nlohmann/json.hpp>
 
 namespace tools {
 namespace {
 
+using conformance::Account;
+using conformance::Rule;
+using conformance::Rules;
+
+constexpr const char *kExamples = R"(Each rule runs in a process of its own, so that a crash is a finding.
+  kvt check                                    the module beside this program
+  kvt check build/x86/kvtpicture.so            another one, of this program's width
+  kvt check --list                             the rules
+  kvt check --only references --only locks     two of them
+  kvt check --json >result.json                for programs, with all findings
+
+Exit status:
+  0  all rules are kept
+  1  a rule is broken; what was found stands below it
+  2  the file is no module, or an option cannot be used)";
+
 struct CheckOptions {
-    check::Request request;
+    std::string module;             ///< empty: the one beside the program
+    std::vector<std::string> rules; ///< by name; empty: all
     bool lists = false;
+    bool json = false;
+    double patience = 20; ///< seconds that a call may take
 };
+
+int NameWidth() {
+    std::size_t width = 0;
+    for (const Rule &rule : Rules())
+        width = std::max(width, std::string_view(rule.name).size());
+    return static_cast<int>(width);
+}
+
+std::vector<const Rule *> ChosenRules(const std::vector<std::string> &names) {
+    std::vector<std::string_view> known;
+    for (const Rule &rule : Rules())
+        known.emplace_back(rule.name);
+    for (const std::string &name : names)
+        if (std::find(known.begin(), known.end(), name) == known.end()) {
+            const std::string suggestion = Suggestion(name, known);
+            throw UserError(fmt::format("--only {}: there is no such rule{}", name,
+                                        suggestion.empty() ? "; kvt check --list shows them" : suggestion));
+        }
+    std::vector<const Rule *> chosen;
+    for (const Rule &rule : Rules())
+        if (names.empty() || std::find(names.begin(), names.end(), rule.name) != names.end())
+            chosen.push_back(&rule);
+    return chosen;
+}
+
+void PrintPlain(const Rule &rule, const Account &account) {
+    constexpr std::size_t kShown = 4;
+    const std::vector<std::string> &findings = account.findings;
+    fmt::print("{}  {:{}}  {}{}\n", findings.empty() ? "kept  " : "BROKEN", rule.name, NameWidth(), rule.promise,
+               account.remark.empty() ? "" : fmt::format(" ({})", account.remark));
+    for (std::size_t i = 0; i < std::min(findings.size(), kShown); ++i)
+        fmt::print("          {}\n", findings[i]);
+    if (findings.size() > kShown)
+        fmt::print("          and {} more; --json shows all\n", findings.size() - kShown);
+    static_cast<void>(std::fflush(stdout)); // some rules take their time
+}
+
+/// Tries whether the module keeps its promises to hosts, and prints what came of it.
+Outcome Check(const CheckOptions &options) {
+    const std::vector<const Rule *> rules = ChosenRules(options.rules);
+    constexpr double kMostPatience = 86400;
+    if (!(options.patience > 0 && options.patience <= kMostPatience))
+        throw UserError(
+            fmt::format("--time-limit {:g}: expected seconds, more than 0 and at most a day", options.patience));
+    const std::string name = options.module.empty() ? standin::ModuleBesideProgram() : options.module;
+    const std::string module = std::filesystem::absolute(name).string(); // the loader looks elsewhere for mere names
+    const std::optional<int> width = standin::ElfFile::WidthOf(ReadBytes(module));
+    if (!width)
+        throw UserError(fmt::format("{}: is no module, a shared object for this kind of processor", name));
+    const conformance::Limits limits{.patience =
+                                         std::chrono::milliseconds(std::lround(std::ceil(options.patience * 1000)))};
+
+    std::size_t kept = 0;
+    std::size_t steps = 0;
+    nlohmann::ordered_json results = nlohmann::ordered_json::array();
+    const auto start = std::chrono::steady_clock::now();
+    if (!options.json)
+        fmt::print("{}, a module of {} bits, promises that it\n", name, *width);
+    for (const Rule *rule : rules) {
+        const Account account = conformance::TryRule(*rule, module, conformance::Extent::Quick, limits);
+        kept += account.findings.empty() ? 1u : 0u;
+        steps += account.steps;
+        results.push_back({{"rule", rule->name},
+                           {"promise", rule->promise},
+                           {"kept", account.findings.empty()},
+                           {"steps", account.steps},
+                           {"remark", account.remark},
+                           {"findings", account.findings}});
+        if (!options.json)
+            PrintPlain(*rule, account);
+    }
+    const std::size_t broken = rules.size() - kept;
+    if (options.json)
+        fmt::print("{}\n",
+                   nlohmann::ordered_json{{"module", name},
+                                          {"bits", *width},
+                                          {"rules", results},
+                                          {"summary", {{"rules", rules.size()}, {"kept", kept}, {"broken", broken}}}}
+                       .dump(2, ' ', false, nlohmann::json::error_handler_t::replace));
+    else
+        fmt::print("{} rule{}: {} kept, {} broken; {} steps in {:.1f} s\n", rules.size(), rules.size() == 1 ? "" : "s",
+                   kept, broken, steps,
+                   std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count());
+    return broken == 0 ? Done : Failed;
+}
 
 } // namespace
 
 void AddCheckCommand(CLI::App &program, Outcome &outcome) {
     CLI::App *command = program.add_subcommand("check", "Try whether a module keeps its promises to hosts");
     const auto options = std::make_shared<CheckOptions>();
-    check::Request &request = options->request;
-    command->add_option("module", request.module, "the module's file; the one beside the program when left out");
-    command->add_option("--only", request.rules, "one rule, by its name; may be repeated")->allow_extra_args(false);
+    command->add_option("module", options->module, "the module's file; the one beside the program when left out");
+    command->add_option("--only", options->rules, "one rule, by its name; may be repeated")->allow_extra_args(false);
     command->add_flag("--list", options->lists, "print the rules and what they say");
-    command->add_flag("--json", request.json, "print the result for programs, with all findings");
-    command->add_option("--time-limit", request.patience, "seconds after which a call hangs")->capture_default_str();
-    command->footer(check::kExamples);
+    command->add_flag("--json", options->json, "print the result for programs, with all findings");
+    command->add_option("--time-limit", options->patience, "seconds after which a call hangs")->capture_default_str();
+    command->footer(kExamples);
     command->callback([options, &outcome] {
-        if (options->lists) {
-            fmt::print("{}", check::ListRules());
-            outcome = Done;
-        } else {
-            outcome = check::Check(options->request);
+        if (!options->lists) {
+            outcome = Check(*options);
+            return;
         }
+        for (const Rule &rule : Rules())
+            fmt::print("{:{}}  {}\n", rule.name, NameWidth(), rule.promise);
+        outcome = Done;
     });
 }
 

@@ -1,10 +1,22 @@
-#include "support/bad_host.h"
+#include "support/faulty_host.h"
 #include "support/levels.h"
 
 /// How scripts call what was registered, and how a module is loaded.
 namespace {
 
 using namespace standin;
+
+/// A host of the faulty module, with some of its methods.
+struct BadHost : Host {
+    explicit BadHost(HostDescription description = {}) : Host(WithModule(std::move(description))) {}
+
+  private:
+    static HostDescription WithModule(HostDescription description) {
+        setenv("KVT_FAULT", "Which Store Stored StackOffset DoubleUnlock WrongKind ChangePicture ReadUnlocked", 1);
+        description.module = FaultyModule();
+        return description;
+    }
+};
 
 template <class Body> std::string MessageOf(Body body) {
     try {
@@ -13,6 +25,25 @@ template <class Body> std::string MessageOf(Body body) {
         return problem.what();
     }
     return "nothing was wrong";
+}
+
+TEST(Objects, ThatAScriptStillHoldsAtTheEndAreNoticed) {
+    BadHost host;
+    const Ref picture = host.Make(kFiveByThree);
+    host.Finish();
+    EXPECT_EQ(host.TakeViolations(),
+              std::vector<std::string>{"picture #1 (5 x 3, first byte skipped) outlives the host"});
+}
+
+TEST(Objects, ThatMayChangeMayOnceAndWhatNobodySealsCanBeRead) {
+    BadHost host({.application = Application::Console});
+    const Ref picture = host.Make({.width = 1, .height = 1, .word = [](int, int) { return 7u; }});
+    EXPECT_EQ(host.Call(picture, "ReadUnlocked").value.AsInteger(), 7);
+    host.MayChange(picture);
+    host.Call(picture, "ChangePicture");
+    EXPECT_EQ(host.TakeViolations(), std::vector<std::string>());
+    host.Call(picture, "ChangePicture");
+    EXPECT_EQ(host.TakeViolations().size(), 1u);
 }
 
 constexpr struct {
@@ -150,12 +181,13 @@ TEST(Properties, LieInTheInstanceWhereverItsDataBegins) {
 TEST(Modules, ThatCannotPlayTheirPartAreRefused) {
     const auto load = [](std::string file) { return MessageOf([&] { Host host({.module = std::move(file)}); }); };
     EXPECT_TRUE(load("/nowhere.so").starts_with("the module cannot be loaded: "));
-    const std::string beside = std::filesystem::path(BadModule()).parent_path().string();
+    const std::string beside = std::filesystem::path(FaultyModule()).parent_path().string();
     EXPECT_TRUE(load(beside + "/Frameworks/ApplicationServices.framework/ApplicationServices")
                     .ends_with("exports no REALPluginMain"));
     const BadHost host;
     EXPECT_EQ(load(""), "one host lives at a time");
-    EXPECT_TRUE(MessageOf([] { ModuleFile{BadModule()}; }).ends_with(" is still loaded, so it would not start afresh"));
+    EXPECT_TRUE(
+        MessageOf([] { ModuleFile{FaultyModule()}; }).ends_with(" is still loaded, so it would not start afresh"));
 }
 
 TEST(Modules, StartAfreshWithEveryHost) {
