@@ -406,7 +406,7 @@ bool Host::ForceLevel(int level) {
         return false;
     *forced = level;
     const Ref probe = Make({});
-    Call(probe, "ChangeSaturationKVT", 1); // has a form for every level
+    Call(probe, "isWhiteKVT"); // has a form for every level
     TakeLevelsRun();
     return level < 0 || ActiveLevel() == level;
 }
