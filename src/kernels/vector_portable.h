@@ -29,9 +29,33 @@ KVT_INLINE V MulAddPairs(V a, V b) {
     const Words high = (As<Words>(a) >> 16) * (As<Words>(b) >> 16);
     return Add32(As<V>(low), As<V>(high));
 }
+KVT_INLINE Doubles ToDoubles(V v, std::ptrdiff_t first) {
+    std::int32_t words[std::size_t{kBytes} / 4];
+    Store(words, v);
+    Doubles numbers = {};
+    for (std::ptrdiff_t lane = 0; lane < kBytes / 8; ++lane)
+        numbers[lane] = words[first + lane];
+    return numbers;
+}
+KVT_INLINE Doubles LowToDoubles(V v) { return ToDoubles(v, 0); }
+KVT_INLINE Doubles HighToDoubles(V v) { return ToDoubles(v, kBytes / 8); }
+KVT_INLINE V Truncated(Doubles low, Doubles high) {
+    std::int32_t words[std::size_t{kBytes} / 4];
+    for (std::ptrdiff_t lane = 0; lane < kBytes / 8; ++lane) {
+        words[lane] = static_cast<std::int32_t>(low[lane]);
+        words[kBytes / 8 + lane] = static_cast<std::int32_t>(high[lane]);
+    }
+    return Load(words);
+}
 KVT_INLINE V Spread(V v) {
     v = v | Left32<8>(v);
     return v | Left32<16>(v);
+}
+KVT_INLINE void StoreLimited(void *to, FourWords a, FourWords b, FourWords c, FourWords d) {
+    auto *byte = static_cast<unsigned char *>(to);
+    for (const FourWords &words : {a, b, c, d})
+        for (int lane = 0; lane < 4; ++lane)
+            *byte++ = static_cast<unsigned char>(words[lane] < 0 ? 0 : words[lane] > 255 ? 255 : words[lane]);
 }
 KVT_INLINE bool IsZero(V v) {
     std::uint32_t words[std::size_t{kBytes} / 4];

@@ -71,6 +71,50 @@ KVT_INLINE V Spread(V v) {
 #endif
 }
 
+#if KVT_VECTOR_BYTES == 16
+KVT_INLINE Doubles LowToDoubles(V v) { return _mm_cvtepi32_pd(R(v)); }
+KVT_INLINE Doubles HighToDoubles(V v) { return _mm_cvtepi32_pd(_mm_shuffle_epi32(R(v), 0xEE)); }
+KVT_INLINE V Truncated(Doubles low, Doubles high) {
+    return As<V>(_mm_unpacklo_epi64(_mm_cvttpd_epi32(low), _mm_cvttpd_epi32(high)));
+}
+#else
+#if KVT_VECTOR_BYTES == 32
+#define KVT_LOW 0, 1, 2, 3
+#define KVT_HIGH 4, 5, 6, 7
+#define KVT_TO_DOUBLES(half) _mm256_cvtepi32_pd(half)
+#define KVT_TO_WORDS(numbers) _mm256_cvttpd_epi32(numbers)
+using HalfRegister = __m128i;
+#else // under masks: what has none begins with a vector that is not set, and compilers warn of it
+#define KVT_LOW 0, 1, 2, 3, 4, 5, 6, 7
+#define KVT_HIGH 8, 9, 10, 11, 12, 13, 14, 15
+#define KVT_TO_DOUBLES(half) _mm512_maskz_cvtepi32_pd(0xFF, half)
+#define KVT_TO_WORDS(numbers) _mm512_maskz_cvttpd_epi32(0xFF, numbers)
+using HalfRegister = __m256i;
+#endif
+using HalfWords [[gnu::vector_size(KVT_VECTOR_BYTES / 2)]] = std::int32_t;
+KVT_INLINE Doubles LowToDoubles(V v) {
+    return KVT_TO_DOUBLES(As<HalfRegister>(__builtin_shufflevector(As<Words>(v), As<Words>(v), KVT_LOW)));
+}
+KVT_INLINE Doubles HighToDoubles(V v) {
+    return KVT_TO_DOUBLES(As<HalfRegister>(__builtin_shufflevector(As<Words>(v), As<Words>(v), KVT_HIGH)));
+}
+KVT_INLINE V Truncated(Doubles low, Doubles high) {
+    return As<V>(__builtin_shufflevector(As<HalfWords>(KVT_TO_WORDS(low)), As<HalfWords>(KVT_TO_WORDS(high)), KVT_LOW,
+                                         KVT_HIGH));
+}
+#undef KVT_LOW
+#undef KVT_HIGH
+#undef KVT_TO_DOUBLES
+#undef KVT_TO_WORDS
+#endif
+
+/// Stores sixteen numbers as bytes, each limited to 0..255.
+KVT_INLINE void StoreLimited(void *to, FourWords a, FourWords b, FourWords c, FourWords d) {
+    const __m128i low = _mm_packs_epi32(As<__m128i>(a), As<__m128i>(b));
+    const __m128i high = _mm_packs_epi32(As<__m128i>(c), As<__m128i>(d));
+    _mm_storeu_si128(static_cast<__m128i *>(to), _mm_packus_epi16(low, high));
+}
+
 KVT_INLINE bool IsZero(V v) {
 #if KVT_VECTOR_BYTES == 16
     return _mm_movemask_epi8(_mm_cmpeq_epi8(R(v), _mm_setzero_si128())) == 0xFFFF;
