@@ -35,9 +35,10 @@ struct Interpolation : Reads<1> {
         CornerPlaces places;
         for (int pair = 0; pair < kVectors; pair += 2)
             Locate(block[pair], block[pair + 1], places, pair * kPixels);
+        const double *grid = corners;
         for (int pair = 0; pair < kVectors; pair += 2) {
-            Sum(places, pair * kPixels, block[pair]);
-            Sum(places, pair * kPixels + 1, block[pair + 1]);
+            Sum(grid, places, pair * kPixels, block[pair]);
+            Sum(grid, places, pair * kPixels + 1, block[pair + 1]);
         }
     }
 
@@ -81,22 +82,22 @@ struct Interpolation : Reads<1> {
     }
 
     /// The pixels of one vector, whose places are every other one from `first`.
-    KVT_INLINE void Sum(const CornerPlaces &places, std::ptrdiff_t first, V &pixels) const {
+    KVT_INLINE static void Sum(const double *grid, const CornerPlaces &places, std::ptrdiff_t first, V &pixels) {
         unsigned char bytes[kBytes];
         for (std::ptrdiff_t i = 0; i < kPixels; i += 4)
-            StoreLimited(bytes + 4 * i, SumOf(places, first + 2 * i), SumOf(places, first + 2 * i + 2),
-                         SumOf(places, first + 2 * i + 4), SumOf(places, first + 2 * i + 6));
+            StoreLimited(bytes + 4 * i, SumOf(grid, places, first + 2 * i), SumOf(grid, places, first + 2 * i + 2),
+                         SumOf(grid, places, first + 2 * i + 4), SumOf(grid, places, first + 2 * i + 6));
         pixels = Load(bytes);
     }
-    KVT_INLINE FourWords SumOf(const CornerPlaces &places, std::ptrdiff_t i) const {
+    KVT_INLINE static FourWords SumOf(const double *grid, const CornerPlaces &places, std::ptrdiff_t i) {
         // One pixel's places are loaded after another's sum: those of all four would not fit the registers.
         __atomic_signal_fence(__ATOMIC_ACQ_REL);
-        const double *lowest = corners + places.lowest[i];
-        const double *weights = corners + kCorners * 4;
+        const double *lowest = grid + places.lowest[i];
+        const double *weights = grid + kCorners * 4;
         const double *low = weights + places.low[i];
         const double *high = weights + places.high[i];
-        const GridCorner sum = At(lowest) * low[0] + At(corners + places.second[i]) * low[1] +
-                               At(corners + places.third[i]) * high[0] + At(lowest + kToHighest * 4) * high[1];
+        const GridCorner sum = At(lowest) * low[0] + At(grid + places.second[i]) * low[1] +
+                               At(grid + places.third[i]) * high[0] + At(lowest + kToHighest * 4) * high[1];
         return __builtin_convertvector(sum, FourWords);
     }
     KVT_INLINE static const GridCorner &At(const double *corner) {
