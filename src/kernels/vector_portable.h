@@ -29,6 +29,21 @@ KVT_INLINE V MulAddPairs(V a, V b) {
     const Words high = (As<Words>(a) >> 16) * (As<Words>(b) >> 16);
     return Add32(As<V>(low), As<V>(high));
 }
+struct ByteOfWords {
+    int bits;
+    explicit ByteOfWords(int byte) : bits(8 * byte) {}
+    KVT_INLINE V operator()(V v) const { return Right32By(v, bits) & All32(255); }
+};
+struct OpaquePixels {
+    int shift;
+    V opaque;
+    explicit OpaquePixels(const Layout &layout)
+        : shift(layout.other == 0 ? 8 : 0), opaque(All32(layout.OpaqueBits())) {}
+    KVT_INLINE V operator()(V first, V second, V third) const {
+        const V outer = Min16(first | Left32<16>(third), All16(255));
+        return Left32By(outer | Left32<8>(Min16(second, All16(255))), shift) | opaque;
+    }
+};
 KVT_INLINE Doubles ToDoubles(V v, std::ptrdiff_t first) {
     std::int32_t words[std::size_t{kBytes} / 4];
     Store(words, v);

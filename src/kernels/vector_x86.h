@@ -53,6 +53,48 @@ KVT_INLINE V Repeated(const signed char (&bytes)[16]) {
 }
 #endif
 
+/// A byte of each pixel word, at a place that a layout names, as a 32-bit lane.
+struct ByteOfWords {
+#if KVT_VECTOR_BYTES == 16
+    int bits;
+    explicit ByteOfWords(int byte) : bits(8 * byte) {}
+    KVT_INLINE V operator()(V v) const { return Right32By(v, bits) & All32(255); }
+#else
+    V order;
+    explicit ByteOfWords(int byte)
+        : order(Add32(Repeated({0, -128, -128, -128, 4, -128, -128, -128, 8, -128, -128, -128, 12, -128, -128, -128}),
+                      All32(static_cast<std::uint32_t>(byte)))) {}
+    KVT_INLINE V operator()(V v) const { return Shuffle(v, order); }
+#endif
+};
+
+/// The opaque pixels whose color bytes, in the order of the bytes, are three 32-bit lanes from 0 to 32767, each limited
+/// to 255. The layout's other byte comes first or last.
+struct OpaquePixels {
+#if KVT_VECTOR_BYTES == 16
+    int shift;
+    V opaque;
+    explicit OpaquePixels(const Layout &layout)
+        : shift(layout.other == 0 ? 8 : 0), opaque(All32(layout.OpaqueBits())) {}
+    KVT_INLINE V operator()(V first, V second, V third) const {
+        const V outer = Min16(first | Left32<16>(third), All16(255));
+        return Left32By(outer | Left32<8>(Min16(second, All16(255))), shift) | opaque;
+    }
+#else
+    V order;
+    V other;
+    explicit OpaquePixels(const Layout &layout)
+        : order(layout.other == 0 ? Repeated({12, 0, 4, 8, 13, 1, 5, 9, 14, 2, 6, 10, 15, 3, 7, 11})
+                                  : Repeated({0, 4, 8, 12, 1, 5, 9, 13, 2, 6, 10, 14, 3, 7, 11, 15})),
+          other(All32(layout.opaque)) {}
+    KVT_INLINE V operator()(V first, V second, V third) const {
+        const auto low = KVT_OP(packs_epi32)(R(first), R(second));
+        const auto high = KVT_OP(packs_epi32)(R(third), R(other));
+        return Shuffle(As<V>(KVT_OP(packus_epi16)(low, high)), order);
+    }
+#endif
+};
+
 /// The lowest byte of each 32-bit lane, whose other bytes are 0, in all four.
 KVT_INLINE V Spread(V v) {
 #if KVT_VECTOR_BYTES == 16

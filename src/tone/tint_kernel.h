@@ -1,51 +1,37 @@
 namespace kvt::KVT_LEVEL {
 
-/// What a tint's kernels have in common. Weights and tints are shares of 1, in 255ths; a pixel's color bytes are next
-/// to each other, after or before the other byte.
-struct TintedPixels : Reads<1> {
-    int shift; ///< of the color bytes
-    V opaque;
-
-    explicit TintedPixels(const Layout &layout)
-        : shift(layout.other == 0 ? 8 : 0), opaque(All32(layout.OpaqueBits())) {}
-    /// A value a color byte, in the order of the bytes.
-    static Rgb InByteOrder(const Layout &layout, Rgb color) {
-        return layout.red < layout.blue ? color : Rgb{color.blue, color.green, color.red};
-    }
-    /// The pixels with these levels for their color bytes, each from 0 to 32767 and limited to 255.
-    KVT_INLINE V Joined(V first, V second, V third) const {
-        const V outer = Min16(first | Left32<16>(third), All16(255));
-        return Left32By(outer | Left32<8>(Min16(second, All16(255))), shift) | opaque;
-    }
-};
+/// A value a color byte, in the order of the bytes, which are next to each other.
+inline Rgb ColorBytes(const Layout &layout, Rgb color) {
+    return layout.red < layout.blue ? color : Rgb{color.blue, color.green, color.red};
+}
 
 /// The weighted gray of a pixel, spread over the channels by a tint. Everything in doubles, first red and green, then
 /// blue added; truncated toward zero and limited to 255 in the end.
-struct TintInDoubles : TintedPixels {
-    int red;
-    int green;
-    int blue;
+struct TintInDoubles : Reads<1> {
+    ByteOfWords red;
+    ByteOfWords green;
+    ByteOfWords blue;
     Doubles weightRed;
     Doubles weightGreen;
     Doubles weightBlue;
     Doubles tints[3]; ///< in the order of the bytes
+    OpaquePixels joined;
 
     TintInDoubles(const Layout &layout, Rgb weight, Rgb tint)
-        : TintedPixels(layout), red(8 * layout.red), green(8 * layout.green), blue(8 * layout.blue),
-          weightRed(Doubles{} + weight.red / 255.0), weightGreen(Doubles{} + weight.green / 255.0),
-          weightBlue(Doubles{} + weight.blue / 255.0) {
-        const Rgb bytes = InByteOrder(layout, tint);
+        : red(layout.red), green(layout.green), blue(layout.blue), weightRed(Doubles{} + weight.red / 255.0),
+          weightGreen(Doubles{} + weight.green / 255.0), weightBlue(Doubles{} + weight.blue / 255.0), joined(layout) {
+        const Rgb bytes = ColorBytes(layout, tint);
         tints[0] = Doubles{} + bytes.red / 255.0;
         tints[1] = Doubles{} + bytes.green / 255.0;
         tints[2] = Doubles{} + bytes.blue / 255.0;
     }
     KVT_INLINE V operator()(V v) const {
-        const V reds = Right32By(v, red) & All32(255);
-        const V greens = Right32By(v, green) & All32(255);
-        const V blues = Right32By(v, blue) & All32(255);
+        const V reds = red(v);
+        const V greens = green(v);
+        const V blues = blue(v);
         const Doubles low = Gray(LowToDoubles(reds), LowToDoubles(greens), LowToDoubles(blues));
         const Doubles high = Gray(HighToDoubles(reds), HighToDoubles(greens), HighToDoubles(blues));
-        return Joined(Truncated(low * tints[0], high * tints[0]), Truncated(low * tints[1], high * tints[1]),
+        return joined(Truncated(low * tints[0], high * tints[0]), Truncated(low * tints[1], high * tints[1]),
                       Truncated(low * tints[2], high * tints[2]));
     }
     KVT_INLINE Doubles Gray(Doubles reds, Doubles greens, Doubles blues) const {
@@ -58,21 +44,22 @@ struct TintInDoubles : TintedPixels {
 /// where the quotient is a whole number: such doubtful pixels are computed in doubles. In single precision, with a
 /// factor that is rounded down, every other quotient up to 255 comes out between the right whole numbers, which takes a
 /// look at all of them to see.
-struct TintInSingles : TintedPixels {
+struct TintInSingles : Reads<1> {
     V evenWeights;
     V oddWeights;
     Singles factors[3]; ///< in the order of the bytes
     V inverse;          ///< of the period of doubtful grays, modulo 65536
     V multiples;        ///< of the period there are among the grays
     TintInDoubles inDoubles;
+    OpaquePixels joined;
 
     TintInSingles(const Layout &layout, Rgb weight, Rgb tint, const DoubtfulGrays &doubtful)
-        : TintedPixels(layout), inverse(All32(doubtful.inverse)), multiples(All32(doubtful.multiples)),
-          inDoubles(layout, weight, tint) {
+        : inverse(All32(doubtful.inverse)), multiples(All32(doubtful.multiples)), inDoubles(layout, weight, tint),
+          joined(layout) {
         const auto weights = layout.InByteOrder(weight.red, weight.green, weight.blue, 0);
         evenWeights = EvenLanes(weights);
         oddWeights = OddLanes(weights);
-        const Rgb bytes = InByteOrder(layout, tint);
+        const Rgb bytes = ColorBytes(layout, tint);
         factors[0] = Factor(bytes.red);
         factors[1] = Factor(bytes.green);
         factors[2] = Factor(bytes.blue);
@@ -86,7 +73,7 @@ struct TintInSingles : TintedPixels {
         if (!IsZero(Less32(quotients, multiples))) [[unlikely]]
             return Again(v);
         const Singles gray = ToSingles(grays);
-        return Joined(Truncated(gray * factors[0]), Truncated(gray * factors[1]), Truncated(gray * factors[2]));
+        return joined(Truncated(gray * factors[0]), Truncated(gray * factors[1]), Truncated(gray * factors[2]));
     }
     [[gnu::noinline]] V Again(V v) const { return inDoubles(v); }
 };
