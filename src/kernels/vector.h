@@ -13,6 +13,8 @@ using HalvesU [[gnu::vector_size(KVT_VECTOR_BYTES)]] = std::uint16_t;
 using Halves [[gnu::vector_size(KVT_VECTOR_BYTES)]] = std::int16_t;
 using WordsU [[gnu::vector_size(KVT_VECTOR_BYTES)]] = std::uint32_t;
 using Words [[gnu::vector_size(KVT_VECTOR_BYTES)]] = std::int32_t;
+using Singles [[gnu::vector_size(KVT_VECTOR_BYTES)]] = float;
+using Doubles [[gnu::vector_size(KVT_VECTOR_BYTES)]] = double;
 
 /// The same bits as lanes of another kind.
 template <class To, class From> KVT_INLINE To As(From v) { return reinterpret_cast<To>(v); }
@@ -30,11 +32,13 @@ KVT_INLINE V All16(int half) { return As<V>(HalvesU{} + static_cast<std::uint16_
 KVT_INLINE V All32(std::uint32_t word) { return As<V>(WordsU{} + word); }
 
 KVT_INLINE V Add16(V a, V b) { return As<V>(As<HalvesU>(a) + As<HalvesU>(b)); }
+KVT_INLINE V Sub16(V a, V b) { return As<V>(As<HalvesU>(a) - As<HalvesU>(b)); }
 KVT_INLINE V Add32(V a, V b) { return As<V>(As<WordsU>(a) + As<WordsU>(b)); }
 KVT_INLINE V Sub32(V a, V b) { return As<V>(As<WordsU>(a) - As<WordsU>(b)); }
 KVT_INLINE V MulLow16(V a, V b) { return As<V>(As<HalvesU>(a) * As<HalvesU>(b)); }
 KVT_INLINE V Equal8(V a, V b) { return As<V>(a == b); }
 KVT_INLINE V Equal32(V a, V b) { return As<V>(As<WordsU>(a) == As<WordsU>(b)); }
+KVT_INLINE V Less32(V a, V b) { return As<V>(As<Words>(a) < As<Words>(b)); }
 
 // Shifts by less than a lane's bits.
 template <int kBits> KVT_INLINE V Left16(V v) { return As<V>(As<HalvesU>(v) << kBits); }
@@ -50,6 +54,12 @@ KVT_INLINE V Evens(V v) { return v & All32(0x00FF00FF); }
 KVT_INLINE V Odds(V v) { return Right16<8>(v); }
 /// Bytes from their 16-bit lanes, which hold no more than 255.
 KVT_INLINE V Joined(V even, V odd) { return even | Left16<8>(odd); }
+
+/// Numbers of signed 32-bit lanes, and those lanes again, truncated toward zero. Beyond 32 bits any lane may result.
+/// The doubles of the lower half and of the upper half are apart: LowToDoubles, HighToDoubles and Truncated of two
+/// stand with the instructions.
+KVT_INLINE Singles ToSingles(V v) { return __builtin_convertvector(As<Words>(v), Singles); }
+KVT_INLINE V Truncated(Singles numbers) { return As<V>(__builtin_convertvector(numbers, Words)); }
 
 /// Two 16-bit lanes in every 32 bits.
 KVT_INLINE V Pairs(int low, int high) {
@@ -74,5 +84,8 @@ KVT_INLINE V Order(const Layout &from, const Layout &to) {
         order[byte] = static_cast<unsigned char>(byte % 16 / 4 * 4 + bytes.at[byte % 4]);
     return Load(order);
 }
+
+/// Four 32-bit lanes, whatever the level.
+using FourWords [[gnu::vector_size(16)]] = std::int32_t;
 
 } // namespace kvt::KVT_LEVEL

@@ -63,7 +63,56 @@ KVT_INLINE V Pack16(V a, V b) { return As<V>(KVT_OP(packus_epi16)(R(a), R(b))); 
 #if KVT_VECTOR_BYTES > 16
 /// Within each 16 bytes, byte i becomes byte order[i] of v, or 0 where the highest bit of order[i] is set.
 KVT_INLINE V Shuffle(V v, V order) { return As<V>(KVT_OP(shuffle_epi8)(R(v), R(order))); }
+/// 16 bytes, repeated.
+KVT_INLINE V Repeated(const signed char (&bytes)[16]) {
+    unsigned char all[kBytes];
+    for (std::ptrdiff_t at = 0; at < kBytes; at += 16)
+        std::memcpy(all + at, bytes, 16);
+    return Load(all);
+}
 #endif
+
+/// A byte of each pixel word, at a place that a layout names, as a 32-bit lane.
+struct ByteOfWords {
+#if KVT_VECTOR_BYTES == 16
+    int bits;
+    explicit ByteOfWords(int byte) : bits(8 * byte) {}
+    KVT_INLINE V operator()(V v) const { return Right32By(v, bits) & All32(255); }
+#else
+    V order;
+    explicit ByteOfWords(int byte)
+        : order(Add32(Repeated({0, -128, -128, -128, 4, -128, -128, -128, 8, -128, -128, -128, 12, -128, -128, -128}),
+                      All32(static_cast<std::uint32_t>(byte)))) {}
+    KVT_INLINE V operator()(V v) const { return Shuffle(v, order); }
+#endif
+};
+
+/// The opaque pixels whose color bytes, in the order of the bytes, are three 32-bit lanes from 0 to 32767, each limited
+/// to 255. The layout's other byte comes first or last.
+struct OpaquePixels {
+#if KVT_VECTOR_BYTES == 16
+    int shift;
+    V opaque;
+    explicit OpaquePixels(const Layout &layout)
+        : shift(layout.other == 0 ? 8 : 0), opaque(All32(layout.OpaqueBits())) {}
+    KVT_INLINE V operator()(V first, V second, V third) const {
+        const V outer = Min16(first | Left32<16>(third), All16(255));
+        return Left32By(outer | Left32<8>(Min16(second, All16(255))), shift) | opaque;
+    }
+#else
+    V order;
+    V other;
+    explicit OpaquePixels(const Layout &layout)
+        : order(layout.other == 0 ? Repeated({12, 0, 4, 8, 13, 1, 5, 9, 14, 2, 6, 10, 15, 3, 7, 11})
+                                  : Repeated({0, 4, 8, 12, 1, 5, 9, 13, 2, 6, 10, 14, 3, 7, 11, 15})),
+          other(All32(layout.opaque)) {}
+    KVT_INLINE V operator()(V first, V second, V third) const {
+        const auto low = KVT_OP(packs_epi32)(R(first), R(second));
+        const auto high = KVT_OP(packs_epi32)(R(third), R(other));
+        return Shuffle(As<V>(KVT_OP(packus_epi16)(low, high)), order);
+    }
+#endif
+};
 
 /// The lowest byte of each 32-bit lane, whose other bytes are 0, in all four.
 KVT_INLINE V Spread(V v) {
@@ -81,6 +130,50 @@ KVT_INLINE V Spread(V v) {
     }();
     return Shuffle(v, Load(kLowest.order));
 #endif
+}
+
+#if KVT_VECTOR_BYTES == 16
+KVT_INLINE Doubles LowToDoubles(V v) { return _mm_cvtepi32_pd(R(v)); }
+KVT_INLINE Doubles HighToDoubles(V v) { return _mm_cvtepi32_pd(_mm_shuffle_epi32(R(v), 0xEE)); }
+KVT_INLINE V Truncated(Doubles low, Doubles high) {
+    return As<V>(_mm_unpacklo_epi64(_mm_cvttpd_epi32(low), _mm_cvttpd_epi32(high)));
+}
+#else
+#if KVT_VECTOR_BYTES == 32
+#define KVT_LOW 0, 1, 2, 3
+#define KVT_HIGH 4, 5, 6, 7
+#define KVT_TO_DOUBLES(half) _mm256_cvtepi32_pd(half)
+#define KVT_TO_WORDS(numbers) _mm256_cvttpd_epi32(numbers)
+using HalfRegister = __m128i;
+#else // under masks: what has none begins with a vector that is not set, and compilers warn of it
+#define KVT_LOW 0, 1, 2, 3, 4, 5, 6, 7
+#define KVT_HIGH 8, 9, 10, 11, 12, 13, 14, 15
+#define KVT_TO_DOUBLES(half) _mm512_maskz_cvtepi32_pd(0xFF, half)
+#define KVT_TO_WORDS(numbers) _mm512_maskz_cvttpd_epi32(0xFF, numbers)
+using HalfRegister = __m256i;
+#endif
+using HalfWords [[gnu::vector_size(KVT_VECTOR_BYTES / 2)]] = std::int32_t;
+KVT_INLINE Doubles LowToDoubles(V v) {
+    return KVT_TO_DOUBLES(As<HalfRegister>(__builtin_shufflevector(As<Words>(v), As<Words>(v), KVT_LOW)));
+}
+KVT_INLINE Doubles HighToDoubles(V v) {
+    return KVT_TO_DOUBLES(As<HalfRegister>(__builtin_shufflevector(As<Words>(v), As<Words>(v), KVT_HIGH)));
+}
+KVT_INLINE V Truncated(Doubles low, Doubles high) {
+    return As<V>(__builtin_shufflevector(As<HalfWords>(KVT_TO_WORDS(low)), As<HalfWords>(KVT_TO_WORDS(high)), KVT_LOW,
+                                         KVT_HIGH));
+}
+#undef KVT_LOW
+#undef KVT_HIGH
+#undef KVT_TO_DOUBLES
+#undef KVT_TO_WORDS
+#endif
+
+/// Stores sixteen numbers as bytes, each limited to 0..255.
+KVT_INLINE void StoreLimited(void *to, FourWords a, FourWords b, FourWords c, FourWords d) {
+    const __m128i low = _mm_packs_epi32(As<__m128i>(a), As<__m128i>(b));
+    const __m128i high = _mm_packs_epi32(As<__m128i>(c), As<__m128i>(d));
+    _mm_storeu_si128(static_cast<__m128i *>(to), _mm_packus_epi16(low, high));
 }
 
 KVT_INLINE bool IsZero(V v) {
