@@ -406,7 +406,12 @@ bool Host::ForceLevel(int level) {
         return false;
     *forced = level;
     const Ref probe = Make({});
-    Call(probe, "isWhiteKVT"); // has a form for every level
+    // Saturation has a form for every level.
+    if (std::any_of(PictureMethods().begin(), PictureMethods().end(),
+                    [](const auto &method) { return method.declaration.name == "ChangeSaturationKVT"; }))
+        Call(probe, "ChangeSaturationKVT", 1);
+    else
+        Call(probe, "isWhiteKVT");
     TakeLevelsRun();
     return level < 0 || ActiveLevel() == level;
 }

@@ -6,7 +6,6 @@
 #include <cstdint>
 
 #define KVT_KERNELS "analysis/picture_tests_kernel.h"
-#define KVT_WITH_AVX512
 #include "kernels/each_level.h"
 
 namespace kvt {

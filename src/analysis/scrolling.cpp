@@ -2,9 +2,9 @@
 
 #include "analysis/legacy_drawing.h"
 #include "host/entries.h"
+#include "kernels/rotate.h"
 #include "pixels/open.h"
 #include "pixels/picture_lock.h"
-#include "kernels/rotate.h"
 
 #include <algorithm>
 

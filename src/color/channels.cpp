@@ -34,8 +34,7 @@ REALpictureStruct *ReplaceChannel(REALpictureStruct *picture, REALpictureStruct 
     OpenWriter result{*receiver, NewPicture::SameSize};
     if (!result)
         return nullptr;
-    KVT_SELECT(ReplaceBits)(JobOf(*result, AreaOf(*receiver, kWholePicture), *receiver, *replacement),
-                            channelBits);
+    KVT_SELECT(ReplaceBits)(JobOf(*result, AreaOf(*receiver, kWholePicture), *receiver, *replacement), channelBits);
     return result.Render();
 }
 

@@ -106,8 +106,7 @@ std::int32_t CountColorKVT(REALpictureStruct *picture, std::uint32_t color) {
     const OpenReader source{picture};
     if (!source)
         return 0;
-    return static_cast<std::int32_t>(
-        KVT_SELECT(CountColor)(PixelsOf(*source), AreaOf(*source, kWholePicture), color));
+    return static_cast<std::int32_t>(KVT_SELECT(CountColor)(PixelsOf(*source), AreaOf(*source, kWholePicture), color));
 }
 
 void CountColorsKVT(REALpictureStruct *picture, REALmemoryBlockStruct **red, REALmemoryBlockStruct **blue,

@@ -164,8 +164,7 @@ unsigned char Lut3DRun(REALobjectStruct *instance) {
     ReleasePicture(data.destinationPicture);
     const auto store = [&](REALpictureStruct *mapped) { return data.destinationPicture = mapped; };
     return MapPictureAndKeep(store, data.sourcePicture, NewPicture::LikeSource,
-                             Bounds{data.minX, data.minY, data.maxX, data.maxY}, MapThrough,
-                             &data.table) != nullptr;
+                             Bounds{data.minX, data.minY, data.maxX, data.maxY}, MapThrough, &data.table) != nullptr;
 }
 
 double GetPMX(REALobjectStruct *instance, std::uint32_t r, std::uint32_t g, std::uint32_t b, std::uint32_t x) {

@@ -33,8 +33,7 @@ struct Extract : Reads<1> {
 inline void ReplaceColor(const MapJob &job, std::uint32_t search, std::uint32_t replacement) {
     Map(job, Replace(job.target.layout, search, replacement));
 }
-inline void ExtractColor(const MapJob &job, std::uint32_t search, std::uint32_t replacement,
-                         std::uint32_t background) {
+inline void ExtractColor(const MapJob &job, std::uint32_t search, std::uint32_t replacement, std::uint32_t background) {
     Map(job, Extract(job.target.layout, search, replacement, background));
 }
 

@@ -78,7 +78,8 @@
 #define KVT_LEVEL avx512
 #define KVT_VECTOR_BYTES 64
 #ifdef __clang__
-#pragma clang attribute push(__attribute__((target("avx2,avx512f,avx512bw,avx512dq,avx512vl,avx512vbmi"))), apply_to = function)
+#pragma clang attribute push(__attribute__((target("avx2,avx512f,avx512bw,avx512dq,avx512vl,avx512vbmi"))),            \
+                             apply_to = function)
 #else
 #pragma GCC push_options
 #pragma GCC target("avx2,avx512f,avx512bw,avx512dq,avx512vl,avx512vbmi")

@@ -30,9 +30,7 @@ struct Layout {
     constexpr std::uint32_t OpaqueBits() const { return Word(0, 0, 0, opaque); }
 
     /// One value a channel, and one for the other byte, in the order of the bytes.
-    template <class T> struct ByteOrder {
-        T at[4];
-    };
+    template <class T> struct ByteOrder { T at[4]; };
     template <class T> constexpr ByteOrder<T> InByteOrder(T r, T g, T b, T o) const {
         ByteOrder<T> values{};
         values.at[red] = r;

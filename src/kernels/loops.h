@@ -2,8 +2,8 @@
 // constants with an operator() over vectors of pixel words.
 namespace kvt::KVT_LEVEL {
 
-/// How many bytes before they are read pixels are fetched from memory: where arithmetic takes as long as the memory, the
-/// processor does not look ahead far enough on its own.
+/// How many bytes before they are read pixels are fetched from memory: where arithmetic takes as long as the memory,
+/// the processor does not look ahead far enough on its own.
 constexpr std::ptrdiff_t kAhead = 1024;
 
 // Map.
@@ -19,9 +19,9 @@ template <std::size_t kCount, SourceLayout kLayout = SourceLayout::OfTarget> str
 /// A block of pixels that a kernel takes at once: a vector, or `kVectors` of them where it says so.
 template <class Kernel> constexpr std::ptrdiff_t kVectorsOf = 1;
 template <class Kernel>
-    requires requires { Kernel::kVectors; }
+requires requires { Kernel::kVectors; }
 constexpr std::ptrdiff_t kVectorsOf<Kernel> = Kernel::kVectors;
-template <class Kernel> constexpr std::ptrdiff_t kBlockBytes = kVectorsOf<Kernel> * kBytes;
+template <class Kernel> constexpr std::ptrdiff_t kBlockBytes = kVectorsOf<Kernel> *kBytes;
 
 /// Where a kernel reads, and how it brings what it read into the target's layout: by a shuffle, which changes nothing
 /// where the layouts are the same. Levels without one convert beforehand (MapConverted).
@@ -50,8 +50,7 @@ struct Streamed {
 };
 
 template <class Out, class Kernel>
-KVT_INLINE void MapBlock(const Kernel &kernel, const Sources<Kernel> &from, std::ptrdiff_t at,
-                         unsigned char *to) {
+KVT_INLINE void MapBlock(const Kernel &kernel, const Sources<Kernel> &from, std::ptrdiff_t at, unsigned char *to) {
     if constexpr (requires { Kernel::kVectors; }) {
         V block[Kernel::kVectors];
         for (int i = 0; i < Kernel::kVectors; ++i)
@@ -85,8 +84,8 @@ template <class Kernel>
 /// One stretch of pixels, the very same ones or apart. The last block is read before anything is written and stored in
 /// the end: it may share pixels with the one before it, which in place are read only once so.
 template <class Kernel>
-[[gnu::noinline]] void MapStretch(const Kernel &constants, const Sources<Kernel> &sources,
-                                  std::ptrdiff_t bytes, unsigned char *to, bool stream) {
+[[gnu::noinline]] void MapStretch(const Kernel &constants, const Sources<Kernel> &sources, std::ptrdiff_t bytes,
+                                  unsigned char *to, bool stream) {
     constexpr std::ptrdiff_t kStep = kBlockBytes<Kernel>;
     if (bytes < kStep)
         return MapPart(constants, sources, bytes, to);
@@ -154,8 +153,7 @@ template <class Kernel>
         for (std::size_t source = 0; source < Kernel::kSources; ++source) {
             pieces.at[source] = from.at[source] + at;
             if (job.sources[source].layout != job.target.layout) {
-                Convert(pieces.at[source], job.sources[source].layout, piece / 4, converted[source],
-                        job.target.layout);
+                Convert(pieces.at[source], job.sources[source].layout, piece / 4, converted[source], job.target.layout);
                 pieces.at[source] = converted[source];
             }
         }

@@ -8,8 +8,8 @@ namespace kvt {
 /// The shape of most operations: a new picture of the source's size, with the kernel's result for every pixel of the
 /// area, opaque, and nothing written elsewhere. `area` is a Rectangle or Bounds; the kernel takes the parameters behind
 /// its job. The picture goes to keep(picture), with one reference, before the source is closed; what that yields is the
-/// result. Null, with nothing raised, nothing held and nothing kept, when the source cannot be read or no picture can be
-/// made.
+/// result. Null, with nothing raised, nothing held and nothing kept, when the source cannot be read or no picture can
+/// be made.
 template <class Keep, class AreaRule, class... Kernel, class... Parameters>
 REALpictureStruct *MapPictureAndKeep(Keep keep, REALpictureStruct *picture, NewPicture kind, AreaRule area,
                                      void (*kernel)(const MapJob &, Kernel...), const Parameters &...parameters) {

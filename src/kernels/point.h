@@ -14,8 +14,6 @@ struct Point {
     std::int32_t y;
 };
 
-inline unsigned char *AddressOf(const Rows &rows, Point point) {
-    return rows[point.y] + std::ptrdiff_t{point.x} * 4;
-}
+inline unsigned char *AddressOf(const Rows &rows, Point point) { return rows[point.y] + std::ptrdiff_t{point.x} * 4; }
 
 } // namespace kvt

@@ -1,8 +1,8 @@
 #include "output/binary_string.h"
 
 #include "kernels/area.h"
-#include "pixels/open.h"
 #include "kernels/packed_rgb.h"
+#include "pixels/open.h"
 #include "support/memory.h"
 #include "support/rb_data.h"
 #include "support/strings.h"

@@ -1,7 +1,6 @@
 namespace kvt::KVT_LEVEL {
 
-template <class Sample>
-KVT_INLINE Sums SumOf(const unsigned char *bytes, std::int64_t count, std::int32_t flip) {
+template <class Sample> KVT_INLINE Sums SumOf(const unsigned char *bytes, std::int64_t count, std::int32_t flip) {
     constexpr std::int64_t kBlock = 65535; // as many samples as a sum of 32 bits can take
     constexpr std::int32_t kSilence = 1 << (8 * sizeof(Sample) - 1);
     Sums sums = {};

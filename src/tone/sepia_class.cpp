@@ -15,7 +15,6 @@ struct SepiaToning {
 } // namespace kvt
 
 #define KVT_KERNELS "tone/sepia_kernel.h"
-#define KVT_WITH_AVX512
 #include "kernels/each_level.h"
 
 namespace kvt {
@@ -27,9 +26,9 @@ PictureSepiaData &DataOf(REALobjectStruct *instance) {
 
 /// Puts the toned picture in the place of the last one, which it yields; null, with that one kept, when there is none.
 REALpictureStruct *ReplaceToned(PictureSepiaData &data) {
-    const SepiaToning toning{{Truncate(data.redWeight * 1024.0), Truncate(data.greenWeight * 1024.0),
-                              Truncate(data.blueWeight * 1024.0)},
-                             {data.sepiaRed, data.sepiaGreen, data.sepiaBlue}};
+    const SepiaToning toning{
+        {Truncate(data.redWeight * 1024.0), Truncate(data.greenWeight * 1024.0), Truncate(data.blueWeight * 1024.0)},
+        {data.sepiaRed, data.sepiaGreen, data.sepiaBlue}};
     const auto replace = [&](REALpictureStruct *toned) {
         ReleasePicture(data.destinationPicture);
         return data.destinationPicture = toned;

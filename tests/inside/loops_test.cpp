@@ -14,9 +14,7 @@ namespace kvt {
 constexpr std::uint32_t kMark = 0x0A141E;
 
 struct MixedPixel {
-    KVT_INLINE Rgb operator()(Rgb pixel) const {
-        return {pixel.red ^ 0x0A, pixel.green ^ 0x14, pixel.blue ^ 0x1E};
-    }
+    KVT_INLINE Rgb operator()(Rgb pixel) const { return {pixel.red ^ 0x0A, pixel.green ^ 0x14, pixel.blue ^ 0x1E}; }
 };
 
 } // namespace kvt
@@ -103,8 +101,8 @@ void ExpectMixed(MapKernel<> *kernel, const Case &row, Memory &target, Sources &
 TEST_P(EveryLevel, MapsEveryMixtureOfLayouts) {
     const auto one = {KVT_SELECT(MixOne), KVT_SELECT(MixBlocks), KVT_SELECT(MixEach)};
     for (const std::int32_t width : Widths())
-        for (const Case &row : {Case{width, kOddRows, true}, Case{width, kWholeWords, false},
-                                Case{width, kWholeWords, true}}) {
+        for (const Case &row :
+             {Case{width, kOddRows, true}, Case{width, kWholeWords, false}, Case{width, kWholeWords, true}}) {
             for (const std::int32_t to : kFormats) {
                 Memory target = row.Picture(to, 1);
                 for (const std::int32_t from : kFormats) {
