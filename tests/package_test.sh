@@ -29,8 +29,8 @@ for prefix in "$folder/tar" "$folder/deb/usr"; do
         [ "$(Kvt --version)" = "kvt $version" ] || Fail "$where: version"
         Kvt list >out
         grep -q '^  InvertKVT as picture' out || Fail "$where: list"
-        Kvt sample s.png --size 40x30 || Fail "$where: sample"
-        Kvt apply s.png InvertKVT 'ScrollHorizontalKVT(3, false, false)' -o out.png >out
+        Kvt sample s.bmp --size 40x30 || Fail "$where: sample"
+        Kvt apply s.bmp InvertKVT 'ScrollHorizontalKVT(3, false, false)' -o out.bmp >out
         [ "$(cat out)" = "ScrollHorizontalKVT = true" ] || Fail "$where: apply" # scrolling loads the bundle, too
         Kvt completion bash | cmp -s - "$prefix/share/bash-completion/completions/kvt" || Fail "$where: completion"
     done

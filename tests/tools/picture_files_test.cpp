@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 namespace tools {
 namespace {
@@ -43,7 +44,7 @@ Image AllAlphas() {
 }
 
 TEST_F(Files, LosslessKindsKeepEveryByte) {
-    for (const char *name : {"a.png", "a.BMP"})
+    for (const char *name : kHasCodecs ? std::vector{"a.png", "a.BMP"} : std::vector{"a.BMP"})
         for (const bool alpha : {false, true}) {
             SCOPED_TRACE(std::string(name) + (alpha ? " with alpha" : ""));
             const Image image = SamplePicture(37, 23, alpha);
@@ -56,6 +57,7 @@ TEST_F(Files, LosslessKindsKeepEveryByte) {
         }
 }
 
+#ifdef KVT_CODECS
 TEST_F(Files, JpegLiesOnWhite) {
     Image image = MakeImage(16, 16, true); // clear black
     WriteImage(Path("a.jpg"), image);
@@ -63,17 +65,18 @@ TEST_F(Files, JpegLiesOnWhite) {
     EXPECT_FALSE(back.hasAlpha);
     EXPECT_TRUE(std::all_of(back.pixels.begin(), back.pixels.end(), [](int byte) { return byte >= 253; }));
 }
+#endif
 
 TEST_F(Files, AFileIsWrittenWholeOrNotAtAll) {
     const Bytes old = {1, 2, 3};
-    WriteBytes(Path("a.png"), old);
-    std::filesystem::create_directory(Path("folder.png"));
+    WriteBytes(Path("a.bmp"), old);
+    std::filesystem::create_directory(Path("folder.bmp"));
     const Image image = SamplePicture(8, 8, false);
-    EXPECT_THROW(WriteImage(Path("folder.png"), image), UserError);      // the name cannot be taken
+    EXPECT_THROW(WriteImage(Path("folder.bmp"), image), UserError);      // the name cannot be taken
     EXPECT_THROW(WriteImage(Path("a.gif"), image), UserError);           // no such kind
-    EXPECT_THROW(WriteImage(Path("a.png/b.png"), image), UserError);     // a folder that cannot be made
-    EXPECT_THROW(WriteImage(Path("b.png"), MakeImage(0, 0)), UserError); // no pixels
-    EXPECT_EQ(ReadBytes(Path("a.png")), old);
+    EXPECT_THROW(WriteImage(Path("a.bmp/b.bmp"), image), UserError);     // a folder that cannot be made
+    EXPECT_THROW(WriteImage(Path("b.bmp"), MakeImage(0, 0)), UserError); // no pixels
+    EXPECT_EQ(ReadBytes(Path("a.bmp")), old);
     EXPECT_EQ(Count(), 2u) << "something was left behind";
 }
 
@@ -86,6 +89,13 @@ TEST_F(Files, FoldersAreMadeAndLinksAndModesStay) {
     EXPECT_TRUE(std::filesystem::is_symlink(Path("link.bin")));
     EXPECT_EQ(AsText(ReadBytes(Path("new/deep/a.bin"))), "xy");
     EXPECT_EQ(std::filesystem::status(Path("new/deep/a.bin")).permissions(), std::filesystem::perms::owner_all);
+    const mode_t mask = umask(027);
+    WriteBytes(Path("masked.bin"), content);
+    umask(mask);
+    EXPECT_EQ(static_cast<int>(std::filesystem::status(Path("masked.bin")).permissions()), 0640);
+    std::filesystem::create_symlink("nowhere", Path("dangling.bin"));
+    EXPECT_THROW(WriteBytes(Path("dangling.bin"), content), UserError);
+    EXPECT_TRUE(std::filesystem::is_symlink(Path("dangling.bin")));
     WriteBytes("/dev/null", content);
     EXPECT_TRUE(std::filesystem::is_character_file("/dev/null"));
 }
