@@ -74,7 +74,7 @@ Bytes WriteBmp(const Pixels &pixels, const Tags &tags, int) {
     if (size > UINT32_MAX)
         throw UserError("a BMP file has less than 4 GB");
     Bytes file = {'B', 'M'};
-    file.reserve(size);
+    Reserve(file, size);
     Put(file,
         {static_cast<std::uint32_t>(size), 0, start, header, static_cast<std::uint32_t>(pixels.width),
          static_cast<std::uint32_t>(pixels.height), 1U | (alpha ? 32U : 24U) << 16, alpha ? 3U : 0U, 0,
@@ -82,15 +82,17 @@ Bytes WriteBmp(const Pixels &pixels, const Tags &tags, int) {
     if (alpha)
         Put(file, {0xFF0000, 0xFF00, 0xFF, 0xFF000000, 0x73524742 /* the profile is sRGB */, 0, 0, 0, 0, 0, 0, 0, 0, 0,
                    0, 0, 0});
-    file.resize(size);
-    Bytes rgba(width * 4);
-    for (int y = 0; y < pixels.height; ++y) {
-        FromForm(pixels.Row(y), rgba.data(), pixels.width, pixels.form);
-        unsigned char *row = file.data() + start + static_cast<std::size_t>(pixels.height - 1 - y) * pitch;
-        for (std::size_t x = 0; x < width; ++x) {
-            const unsigned char pixel[] = {rgba[4 * x + 2], rgba[4 * x + 1], rgba[4 * x], rgba[4 * x + 3]};
-            std::memcpy(row + x * (alpha ? 4 : 3), pixel, alpha ? 4 : 3);
+    Bytes row(width * 4 + 3); // what fills it up to four bytes stays 0
+    for (int y = pixels.height; y-- > 0;) {
+        FromForm(pixels.Row(y), row.data(), pixels.width, pixels.form);
+        for (std::size_t x = 0; alpha && x < width; ++x)
+            std::swap(row[4 * x], row[4 * x + 2]);
+        if (!alpha) {
+            ToForm(row.data(), pixels.width, {standin::Layout::RowTable});
+            DropFourth(row.data(), pixels.width);
+            std::fill_n(row.begin() + static_cast<std::ptrdiff_t>(width * 3), pitch - width * 3, 0);
         }
+        file.insert(file.end(), row.begin(), row.begin() + static_cast<std::ptrdiff_t>(pitch));
     }
     return file;
 }

@@ -55,6 +55,7 @@ struct Pixels {
 void ToForm(unsigned char *row, int width, const PixelForm &form); ///< in place, from what files hold
 void FromForm(const unsigned char *row, unsigned char *rgba, int width, const PixelForm &form);
 void Flatten(unsigned char *row, int width, const PixelForm &form); ///< in place: opaque, where clear on white
+void DropFourth(unsigned char *row, int width); ///< in place: three bytes a pixel are left, one behind the other
 /// In place, from cyan, magenta, yellow, black to what files hold.
 void FromCmyk(unsigned char *row, int width, bool isInverted);
 /// Turns a whole picture of what files hold.
@@ -78,6 +79,9 @@ Bytes WritePng(const Pixels &pixels, const Tags &tags, int quality);
 Bytes WriteJpeg(const Pixels &pixels, const Tags &tags, int quality); ///< of opaque pixels
 Bytes WriteWebp(const Pixels &pixels, const Tags &tags, int quality);
 Bytes WriteBmp(const Pixels &pixels, const Tags &tags, int quality);
+
+/// Room for a file that is to be written, in large pages where the system has them.
+void Reserve(Bytes &file, std::size_t bytes);
 
 /// A picture's size. Throws UserError unless one of that size is read at all and can lie in so many bytes, of which
 /// each tells of `mostPixels` at the most.

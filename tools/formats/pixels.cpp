@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstring>
 #include <fmt/format.h>
+#include <sys/mman.h>
 
 namespace tools::formats {
 namespace {
@@ -116,6 +117,29 @@ void Flatten(unsigned char *row, int width, const PixelForm &form) {
             return standin::OpaqueWord(kLayout, Each(ColorOf(Layout::AlphaHigh, straight), onWhite));
         });
     });
+}
+
+void DropFourth(unsigned char *row, int width) {
+    std::uint32_t words[4];
+    unsigned char *to = row;
+    int x = 0;
+    for (; x + 4 <= width; x += 4, to += 12) {
+        std::memcpy(words, row + std::ptrdiff_t{4} * x, 16);
+        const std::uint32_t packed[] = {(words[0] & 0xFFFFFF) | words[1] << 24,
+                                        (words[1] >> 8 & 0xFFFF) | words[2] << 16,
+                                        (words[2] >> 16 & 0xFF) | words[3] << 8};
+        std::memcpy(to, packed, 12);
+    }
+    for (; x < width; ++x, to += 3)
+        std::memmove(to, row + std::ptrdiff_t{4} * x, 3);
+}
+
+void Reserve(Bytes &file, std::size_t bytes) {
+    file.reserve(bytes);
+    constexpr std::uintptr_t kPage = 4096;
+    const std::uintptr_t start = (reinterpret_cast<std::uintptr_t>(file.data()) + kPage - 1) / kPage * kPage;
+    if (bytes > std::size_t{1} << 22)
+        madvise(reinterpret_cast<void *>(start), bytes - kPage, MADV_HUGEPAGE);
 }
 
 void FromCmyk(unsigned char *row, int width, bool isInverted) {

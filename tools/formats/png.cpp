@@ -4,6 +4,7 @@
 #include <fmt/format.h>
 #include <memory>
 #include <spng.h>
+#include <zlib.h>
 
 namespace tools::formats {
 namespace {
@@ -99,9 +100,11 @@ Bytes WritePng(const Pixels &pixels, const Tags &tags, int) {
     const auto width = static_cast<std::size_t>(pixels.width);
     const std::size_t bytes = width * (pixels.form.hasAlpha ? 4 : 3);
     Bytes file;
-    file.reserve(bytes * static_cast<std::size_t>(pixels.height)); // untouched memory costs nothing, moving costs twice
+    Reserve(file, bytes * static_cast<std::size_t>(pixels.height)); // what stays untouched costs nothing
     Check(spng_set_png_stream(context.get(), &Append, &file));
-    Check(spng_set_option(context.get(), SPNG_IMG_COMPRESSION_LEVEL, 6));
+    // A third of the time of level 6, and files as small as those that others write.
+    Check(spng_set_option(context.get(), SPNG_IMG_COMPRESSION_LEVEL, 4));
+    Check(spng_set_option(context.get(), SPNG_IMG_COMPRESSION_STRATEGY, Z_DEFAULT_STRATEGY));
     Check(spng_set_option(context.get(), SPNG_FILTER_CHOICE, SPNG_FILTER_CHOICE_ALL));
     spng_ihdr header = {
         static_cast<std::uint32_t>(pixels.width),
@@ -124,8 +127,8 @@ Bytes WritePng(const Pixels &pixels, const Tags &tags, int) {
     Bytes row(width * 4);
     for (int y = 0; y < pixels.height; ++y) {
         FromForm(pixels.Row(y), row.data(), pixels.width, pixels.form);
-        for (std::size_t x = 0; !pixels.form.hasAlpha && x < width; ++x)
-            std::copy_n(&row[4 * x], 3, &row[3 * x]);
+        if (!pixels.form.hasAlpha)
+            DropFourth(row.data(), pixels.width);
         if (const int error = spng_encode_row(context.get(), row.data(), bytes); error != SPNG_EOI)
             Check(error);
     }
