@@ -45,6 +45,8 @@ os.makedirs("many", exist_ok=True)
 for i in range(100):
     if not os.path.exists(f"many/{i}.jpg"):
         os.link("small.jpg", f"many/{i}.jpg")
+with open("numbers", "w", encoding="ascii") as numbers:
+    numbers.writelines(f"{i}\n" for i in range(100))
 
 
 def peers(source, target, runs):
@@ -69,13 +71,14 @@ def many(runs):
     """A hundred files, two at a time; of the peers, a process each."""
     files = [f"many/{i}.jpg" for i in range(100)]
     os.makedirs("out", exist_ok=True)
-    each = {"libvips": "vips invert $0 'out/vips-$1.jpg[Q=92]'", "ImageMagick": "convert $0 -negate -quality 92 out/magick-$1.jpg"}
+    commands = {"kvt": [kvt, "apply", *files, "InvertKVT", "-j", "2", "-o", "out/{name}.jpg"],
+                "libvips": ["vips", "invert", "many/{}.jpg", "out/vips-{}.jpg[Q=92]"],
+                "ImageMagick": ["convert", "many/{}.jpg", "-negate", "-quality", "92", "out/magick-{}.jpg"]}
     best = {}
     for _ in range(runs):
-        for name in ("kvt", *each):
-            command = ([kvt, "apply", *files, "InvertKVT", "-j", "2", "-o", "out/{name}.jpg"] if name == "kvt" else
-                       ["sh", "-c", "printf '%s\\n' many/*.jpg | xargs -P 2 -I{} sh -c \"" +
-                        each[name].replace("$0", "{}").replace("$1", "\\$(basename {} .jpg)") + "\""])
+        for name, command in commands.items():
+            if name != "kvt":
+                command = ["xargs", "-a", "numbers", "-P", "2", "-I{}", *command]
             best[name] = min(best.get(name, (1e9, 0, 0)), (*measured(command), 0))
     return best
 

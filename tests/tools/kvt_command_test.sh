@@ -188,6 +188,20 @@ Run 2 gallery missing.bmp -o none
 Says 'missing.bmp: cannot be opened'
 Run 2 gallery s.bmp -o s.bmp/inside
 Says 's.bmp/inside: cannot be made'
+    # What is lost is told, and once; nothing comes of half a picture.
+    "$kvt" apply alpha.bmp -o flat.jpg >out 2>err
+    call="apply alpha.bmp -o flat.jpg"
+    Equal "messages" "kvt: flat.jpg: the picture's alpha is lost, which a JPEG file does not hold" "$(cat err)"
+    "$kvt" apply alpha.bmp -o flat.jpg --json >out
+    Equal "notes" 1 "$(python3 -c 'import json, sys; print(len(json.load(sys.stdin)[0]["notes"]))' <out)"
+    Run 0 sample whole.png --size 40x25
+    head -c 500 whole.png >half.png
+    Run 2 apply half.png InvertKVT -o never.png
+    Says 'half.png: is damaged: '
+    Run 2 apply whole.png InvertKVT -o never.tif
+    Says 'never.tif: TIFF files are read and not written'
+    Run 2 apply whole.png InvertKVT -o never.jpg --quality 101
+    Equal "files of what was refused" "" "$(ls | grep never)"
 else
     Run 2 gallery s.bmp -o none
     Says 'the gallery is made of PNG and JPEG files'

@@ -3,9 +3,12 @@
 #include <algorithm>
 #include <cstring>
 #include <fmt/format.h>
+#include <functional>
+#include <future>
 #include <map>
 #include <memory>
 #include <new>
+#include <thread>
 #include <turbojpeg.h>
 
 namespace tools::formats {
@@ -118,25 +121,80 @@ void ReadJpeg(File file, const MakePixels &make) {
     }
 }
 
-Bytes WriteJpeg(const Pixels &pixels, const Tags &tags, int quality) {
+namespace {
+
+/// A JPEG file of some rows.
+Bytes WriteRows(const Pixels &pixels, int top, int rows, int quality) {
     const Handle handle = Made(tjInitCompress());
     unsigned char *written = nullptr;
     unsigned long size = 0;
     const int failed =
-        tjCompress2(handle.get(), pixels.first, pixels.width, static_cast<int>(pixels.pitch), pixels.height,
+        tjCompress2(handle.get(), pixels.Row(top), pixels.width, static_cast<int>(pixels.pitch), rows,
                     FormatOf(pixels.form.layout), &written, &size, TJSAMP_420, quality, TJFLAG_ACCURATEDCT);
     const std::unique_ptr<unsigned char, void (*)(unsigned char *)> owned(written, &tjFree);
     if (failed)
         throw UserError(tjGetErrorStr2(handle.get()));
+    return {written, written + size};
+}
+
+/// The file of all rows, in bands that are written side by side. A restart marker joins each to the next: what follows
+/// one refers to nothing before it, so that the picture is that of a file written in one go.
+Bytes WriteBands(const Pixels &pixels, int quality) {
+    constexpr int kBlock = 16; // pixels on a side of what is coded at a time
+    constexpr int kWorthwhile = 1 << 20;
+    const int blocks = (pixels.width + kBlock - 1) / kBlock;
+    const int blockRows = (pixels.height + kBlock - 1) / kBlock;
+    const int processors = std::max(1, static_cast<int>(std::thread::hardware_concurrency()));
+    const int bands = pixels.width * pixels.height < kWorthwhile ? 1 : std::min(processors, 8);
+    const int rowsOfBand =
+        std::min((blockRows + bands - 1) / bands, 65535 / blocks); // the marker's interval has 16 bits
+    if (bands == 1 || rowsOfBand < 1 || rowsOfBand >= blockRows)
+        return WriteRows(pixels, 0, pixels.height, quality);
+    std::vector<std::future<Bytes>> written;
+    for (int top = 0; top < pixels.height; top += rowsOfBand * kBlock)
+        written.push_back(std::async(std::launch::async, WriteRows, std::cref(pixels), top,
+                                     std::min(rowsOfBand * kBlock, pixels.height - top), quality));
+    Bytes file;
+    for (std::size_t i = 0; i < written.size(); ++i) {
+        const Bytes band = written[i].get();
+        std::size_t at = kFirstSegment;
+        for (; band[at + 1] != 0xDA; at += 2 + std::size_t{band[at + 2]} * 256 + band[at + 3])
+            if (band[at + 1] == 0xC0 && i == 0)
+                break;
+        if (i == 0) { // the whole height, and what tells the interval before it
+            const int interval = rowsOfBand * blocks;
+            const auto high = [](int number) { return static_cast<unsigned char>(number >> 8); };
+            const auto low = [](int number) { return static_cast<unsigned char>(number); };
+            file.assign(band.begin(), band.end());
+            file[at + 5] = high(pixels.height);
+            file[at + 6] = low(pixels.height);
+            file.insert(file.begin() + static_cast<std::ptrdiff_t>(at),
+                        {0xFF, 0xDD, 0, 4, high(interval), low(interval)});
+        } else {
+            at += 2 + std::size_t{band[at + 2]} * 256 + band[at + 3];
+            file.back() = static_cast<unsigned char>(0xD0 + (i - 1) % 8); // in the place of the end
+            file.insert(file.end(), band.begin() + static_cast<std::ptrdiff_t>(at), band.end());
+        }
+    }
+    return file;
+}
+
+} // namespace
+
+Bytes WriteJpeg(const Pixels &pixels, const Tags &tags, int quality) {
+    Bytes written = WriteBands(pixels, quality);
     if (const double perInchX = tags.perMeterX * kInch + 0.5, perInchY = tags.perMeterY * kInch + 0.5;
         perInchX >= 1 && perInchY >= 1 && perInchX < 65536 && perInchY < 65536) {
         const auto x = static_cast<unsigned>(perInchX);
         const auto y = static_cast<unsigned>(perInchY);
         const unsigned char resolution[] = {kPerInch, static_cast<unsigned char>(x >> 8), static_cast<unsigned char>(x),
                                             static_cast<unsigned char>(y >> 8), static_cast<unsigned char>(y)};
-        std::memcpy(written + kFirstSegment + 11, resolution, sizeof resolution);
+        std::memcpy(&written[kFirstSegment + 11], resolution, sizeof resolution);
     }
-    Bytes file(written, written + kBehindJfif);
+    if (tags.profile.empty())
+        return written;
+    const auto behindJfif = written.begin() + static_cast<std::ptrdiff_t>(kBehindJfif);
+    Bytes file(written.begin(), behindJfif);
     constexpr std::size_t kMostInChunk = kMostInSegment - kHeadingOfChunk;
     const std::size_t chunks = (tags.profile.size() + kMostInChunk - 1) / kMostInChunk;
     if (chunks > 255)
@@ -151,7 +209,7 @@ Bytes WriteJpeg(const Pixels &pixels, const Tags &tags, int quality) {
         file.insert(file.end(), {static_cast<unsigned char>(i + 1), static_cast<unsigned char>(chunks)});
         file.insert(file.end(), chunk.begin(), chunk.begin() + static_cast<std::ptrdiff_t>(bytes));
     }
-    file.insert(file.end(), written + kBehindJfif, written + size);
+    file.insert(file.end(), behindJfif, written.end());
     return file;
 }
 
