@@ -147,7 +147,9 @@ TEST_F(Files, WhatIsNoPictureIsRefused) {
         {"GIF89a", "GIF"},
         {"some words", "text"},
         {"<?xml?><svg>", "SVG"},
-        {"\x01\x02\x03" "ftypheic", "HEIC"},
+        {"\x01\x02\x03"
+         "ftypheic",
+         "HEIC"},
         {"8BPS", "Photoshop"},
         {"\x01\x02", "no picture"},
         {"\x89PNG\r\n\x1a\n", kHasCodecs ? "is damaged" : "kvt apply"},
