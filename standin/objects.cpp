@@ -100,16 +100,22 @@ void Picture::Build(const PictureDescription &wanted, Guard side, bool scatterRo
     pitch = std::ptrdiff_t{width} * kPixelBytes + wanted.rowPadding + (wanted.form == Form::Console ? 8 : 0);
     const std::size_t bytes = static_cast<std::size_t>(pitch) * static_cast<std::size_t>(height);
     memory = GuardedMemory(bytes, side);
-    std::memset(memory.data(), kBorder, bytes);
     trueRows.clear();
     for (int y = 0; y < height; ++y) {
         const int slot = wanted.form == Form::Console && scatterRows ? ScatteredSlot(y, height) : y;
         trueRows.push_back(memory.data() + slot * pitch);
     }
+    const std::ptrdiff_t used = std::ptrdiff_t{width} * kPixelBytes;
+    const bool isFresh = !wanted.word && !wanted.color && !wanted.unset;
     for (int y = 0; y < height; ++y) {
-        const bool fresh = !wanted.word && !wanted.color;
-        for (int x = 0; x < width; ++x)
-            SetWord(x, y, fresh ? freshWord : wanted.word ? wanted.word(x, y) : OpaqueWord(layout, wanted.color(x, y)));
+        std::memset(Row(y) + used, kBorder, static_cast<std::size_t>(pitch - used));
+        if (isFresh && y > 0)
+            std::memcpy(Row(y), Row(0), static_cast<std::size_t>(used));
+        for (int x = 0; !wanted.unset && (!isFresh || y == 0) && x < width; ++x)
+            SetWord(x, y,
+                    isFresh       ? freshWord
+                    : wanted.word ? wanted.word(x, y)
+                                  : OpaqueWord(layout, wanted.color(x, y)));
     }
 
     for (int y = 0; wanted.numbersPadding && y < height; ++y)

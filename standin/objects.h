@@ -57,6 +57,7 @@ struct PictureDescription {
     bool lockable = true;
     std::function<ColorValue(int x, int y)> color = {};   ///< opaque pixels
     std::function<std::uint32_t(int x, int y)> word = {}; ///< pixel words; neither given: fresh
+    bool unset = false;                                   ///< or left to the caller, who writes every pixel
     ColorValue background = 0xFFFFFF;                     ///< of a graphics world's port
 
     std::size_t bitsPerPixel = 32;

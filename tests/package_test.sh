@@ -19,6 +19,9 @@ tar -xzf "$packages"/kvtpicture-"$version"-*.tar.gz --strip-components=1 -C tar
 dpkg-deb -x "$packages"/kvtpicture_"$version"_*.deb deb
 [ "$(dpkg-deb -f "$packages"/kvtpicture_"$version"_*.deb Version)" = "$version" ] || Fail "version of the package"
 dpkg-deb -f "$packages"/kvtpicture_"$version"_*.deb Depends | grep -q 'libc6 (>= ' || Fail "needed libraries lack versions"
+for library in libspng libturbojpeg libwebp libtiff; do
+    dpkg-deb -f "$packages"/kvtpicture_"$version"_*.deb Depends | grep -q "$library" || Fail "the package needs no $library"
+done
 changes=$(sed -n 's/^## \[\(.*\)\].*/\1/p;T;q' tar/share/doc/kvtpicture/CHANGELOG.md)
 [ "$changes" = "$version" ] || Fail "the changelog begins with \"$changes\", the version is $version"
 
@@ -29,8 +32,8 @@ for prefix in "$folder/tar" "$folder/deb/usr"; do
         [ "$(Kvt --version)" = "kvt $version" ] || Fail "$where: version"
         Kvt list >out
         grep -q '^  InvertKVT as picture' out || Fail "$where: list"
-        Kvt sample s.png --size 40x30 || Fail "$where: sample"
-        Kvt apply s.png InvertKVT 'ScrollHorizontalKVT(3, false, false)' -o out.png >out
+        Kvt sample s.bmp --size 40x30 || Fail "$where: sample"
+        Kvt apply s.bmp InvertKVT 'ScrollHorizontalKVT(3, false, false)' -o out.bmp >out
         [ "$(cat out)" = "ScrollHorizontalKVT = true" ] || Fail "$where: apply" # scrolling loads the bundle, too
         Kvt completion bash | cmp -s - "$prefix/share/bash-completion/completions/kvt" || Fail "$where: completion"
     done

@@ -22,8 +22,7 @@ using standin::Value;
 
 /// What is to be saved once all went well.
 struct Harvest {
-    std::optional<Image> picture;
-    std::optional<Bytes> text;          ///< the bytes of the last call's string
+    std::optional<Bytes> output;        ///< the last picture's file, or the bytes of the last call's string
     std::map<std::string, Bytes> files; ///< content of blocks by path
 };
 
@@ -66,20 +65,29 @@ std::vector<SavedBlock> ParseSavedBlocks(const std::vector<std::string> &options
     return saved;
 }
 
+std::string PicturePath(const ApplyRequest &request) {
+    const bool toStream = request.output == kStandardStream;
+    return toStream ? "standard output" + request.streamEnding : request.output;
+}
+
 /// Whether a picture goes there; else the string of the last call does.
 bool TakesPicture(const std::string &output, const std::vector<BoundCall> &calls) {
     return output == kStandardStream ? calls.empty() || !calls.back().YieldsString() : IsPicturePath(output);
 }
 
-void CheckOutput(const std::string &output, const std::vector<BoundCall> &calls, bool hasPicture) {
+void CheckOutput(const ApplyRequest &request, const std::vector<BoundCall> &calls, bool hasPicture) {
+    const std::string &output = request.output;
     if (output.empty())
         return;
+    if (TakesPicture(output, calls))
+        CheckWritable(PicturePath(request));
     if (TakesPicture(output, calls) && !hasPicture)
         throw UserError(fmt::format("{}: there is no picture to save, for no call makes one", output));
     if (!TakesPicture(output, calls) && (calls.empty() || !calls.back().YieldsString()))
-        throw UserError(fmt::format("{}: pictures are saved as .png, .jpg, .jpeg or .bmp; a file of another name takes "
-                                    "the string that the last call returns, and there is none",
-                                    output));
+        throw UserError(
+            fmt::format("{}: pictures are saved as .png, .jpg, .jpeg, .webp or .bmp; a file of another name takes "
+                        "the string that the last call returns, and there is none",
+                        output));
 }
 
 bool LeavesPictureUnsaved(const std::string &output, const std::vector<BoundCall> &calls) {
@@ -125,12 +133,6 @@ class Chain {
     std::vector<std::pair<std::string, Value>> byref_;
 };
 
-Image ReadInput(const ApplyRequest &request) {
-    Image image = ReadImage(*request.input);
-    image.hasAlpha = image.hasAlpha || request.addAlpha;
-    return image;
-}
-
 /// The calls of a request, ready to run, and where their blocks go.
 struct Plan {
     std::vector<BoundCall> calls;
@@ -145,18 +147,21 @@ Plan MakePlan(standin::Host &host, const ApplyRequest &request) {
         hasPicture = hasPicture || plan.calls.back().YieldsPicture();
     }
     plan.savedBlocks = ParseSavedBlocks(request.savedBlocks, plan.calls);
-    CheckOutput(request.output, plan.calls, hasPicture);
+    CheckOutput(request, plan.calls, hasPicture);
     return plan;
 }
 
 Harvest RunAll(standin::Host &host, const ApplyRequest &request, ApplyReport &report) {
-    Ref picture;
+    LoadedPicture input;
     if (request.input)
-        picture = MakePicture(host, ReadInput(request));
+        input = ReadPicture(host, *request.input, request.addAlpha);
     const Plan plan = MakePlan(host, request);
+    report.notes = std::move(input.notes);
+    for (const BoundCall &call : plan.calls)
+        report.notes.insert(report.notes.end(), call.notes.begin(), call.notes.end());
 
     Harvest harvest;
-    Chain chain(host, std::move(picture), report);
+    Chain chain(host, std::move(input.picture), report);
     for (const BoundCall &call : plan.calls) {
         chain.Run(call);
         for (const auto &[name, value] : chain.byref())
@@ -168,20 +173,19 @@ Harvest RunAll(standin::Host &host, const ApplyRequest &request, ApplyReport &re
         report.unsaved = Shown(chain.picture());
     if (request.output.empty())
         return harvest;
-    if (TakesPicture(request.output, plan.calls))
-        harvest.picture = ImageOf(chain.picture().picture());
-    else
-        harvest.text = Copy(AsBytes(chain.last().AsRef().text().bytes()));
+    if (!TakesPicture(request.output, plan.calls)) {
+        harvest.output = Copy(AsBytes(chain.last().AsRef().text().bytes()));
+        return harvest;
+    }
+    PictureFile file = FileOf(PicturePath(request), chain.picture().picture(), input.tags, request.quality);
+    harvest.output = std::move(file.bytes);
+    report.notes.insert(report.notes.end(), file.notes.begin(), file.notes.end());
     return harvest;
 }
 
 void Save(const Harvest &harvest, const ApplyRequest &request) {
-    const std::string &output = request.output;
-    const bool toStream = output == kStandardStream;
-    if (harvest.picture)
-        WriteBytes(output, FileOf(toStream ? "standard output" + request.streamEnding : output, *harvest.picture));
-    if (harvest.text)
-        WriteBytes(output, *harvest.text);
+    if (harvest.output)
+        WriteBytes(request.output, *harvest.output);
     for (const auto &[path, bytes] : harvest.files)
         WriteBytes(path, bytes);
 }

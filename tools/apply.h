@@ -25,6 +25,7 @@ struct ApplyRequest {
     std::string output;                   ///< empty: nothing is saved
     std::string streamEnding = ".png";    ///< how a picture goes to standard output
     std::vector<std::string> savedBlocks; ///< NAME=FILE, NAME a `byref` memory block of a call
+    int quality = 92;                     ///< of a JPEG or WebP file that is written
     bool addAlpha = false;                ///< the input has an alpha channel even when its file has no alpha
 };
 
@@ -46,8 +47,9 @@ struct CallReport {
 /// What came of a request.
 struct ApplyReport {
     Outcome outcome = Wrong;
-    std::vector<CallReport> calls; ///< those that gave what they are there for
-    std::string unsaved;           ///< the picture that the last call made and nothing takes; empty when there is none
+    std::vector<CallReport> calls;  ///< those that gave what they are there for
+    std::string unsaved;            ///< the picture that the last call made and nothing takes; empty when there is none
+    std::vector<std::string> notes; ///< what of files is not in the pictures, and the other way around
     std::optional<standin::RaisedException> raised;
     std::string error; ///< why nothing was saved; empty when all went well
     std::vector<std::string> violations;

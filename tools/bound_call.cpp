@@ -182,6 +182,7 @@ class Binder {
             bound.assigned = ValueOf({"the assigned value", declaration.result, false, {}}, *call_.assigned);
         CheckBits(bound);
         bound.hint = hint_;
+        bound.notes = notes_;
         return bound;
     }
 
@@ -285,7 +286,7 @@ class Binder {
             }
             if (argument.form == Form::FileBytes)
                 misfit("nil, me or a picture file, without @");
-            return Value(MakePicture(host_, FromFile(argument, [&] { return ReadImage(argument.text); })));
+            return Value(PictureOf(argument));
         case Type::MemoryBlock:
             if (IsWord(argument, "nil"))
                 return Value();
@@ -304,6 +305,12 @@ class Binder {
         if (std::filesystem::exists(argument.text))
             hint_ = fmt::format("a file is called so: @\"{}\" stands for its bytes", argument.text);
         return host_.MakeString(argument.text);
+    }
+
+    standin::Ref PictureOf(const Argument &argument) {
+        LoadedPicture loaded = FromFile(argument, [&] { return ReadPicture(host_, argument.text); });
+        notes_.insert(notes_.end(), loaded.notes.begin(), loaded.notes.end());
+        return loaded.picture;
     }
 
     standin::Ref BlockOf(const Argument &argument) {
@@ -333,6 +340,7 @@ class Binder {
     bool hasPicture_;
     std::string declared_;
     std::string hint_;
+    std::vector<std::string> notes_;
     std::optional<int> bits_; ///< of the sound among the arguments
     Place soundPlace_;
 };

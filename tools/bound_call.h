@@ -33,6 +33,7 @@ struct BoundCall {
     std::vector<std::pair<std::string, Slot>> properties; ///< of a class's instance, in the order written
     std::optional<CubeTable> table;
     std::string hint; ///< what may be wrong when nothing comes of the call; empty when nothing is suspicious
+    std::vector<std::string> notes; ///< what is lost of its picture files
 
     bool YieldsPicture() const;
     bool YieldsString() const;

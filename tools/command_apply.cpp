@@ -66,7 +66,7 @@ struct ApplyOptions {
     HostOptions host;
     ApplyRequest request;
     std::vector<std::string> words; ///< inputs and calls
-    std::string format = "png";
+    std::string format = kHasCodecs ? "png" : "bmp";
     std::size_t jobs = std::max(1U, std::thread::hardware_concurrency());
     bool json = false;
 };
@@ -104,8 +104,7 @@ void Tell(const ApplyOptions &options, const ApplyRequest &request, const ApplyR
         fmt::print("{}", JsonOf(request, report));
     else
         fmt::print(WritesToStream(request) ? stderr : stdout, "{}", AnswersOf(report, prefix));
-    const bool namesInput = report.error.starts_with(prefix);
-    fmt::print(stderr, "{}", MessagesOf(report, namesInput ? "" : prefix));
+    fmt::print(stderr, "{}", MessagesOf(report, prefix));
 }
 
 Outcome RunOne(const ApplyOptions &options, const ApplyRequest &request, bool isOneOfMany) {
@@ -153,7 +152,7 @@ Outcome RunMany(const ApplyOptions &options, const std::vector<ApplyRequest> &re
 Outcome Run(ApplyOptions &options, const std::vector<std::string> &inputs) {
     options.request.streamEnding = "." + options.format;
     if (!IsPicturePath("picture" + options.request.streamEnding))
-        throw UserError(fmt::format("--format {}: expected png, jpg or bmp", options.format));
+        throw UserError(fmt::format("--format {}: expected png, jpg, webp or bmp", options.format));
     if (options.json && WritesToStream(options.request))
         throw UserError("--json: standard output cannot take the document and a result");
     ReadSharedInput(inputs, options.request.calls);
@@ -174,12 +173,17 @@ Outcome Run(ApplyOptions &options, const std::vector<std::string> &inputs) {
 void AddCommonOptions(CLI::App &command, ApplyOptions &options) {
     ApplyRequest &request = options.request;
     command
-        .add_option("-o,--output", request.output,
-                    "where the last picture goes, .png, .jpg, .jpeg or .bmp; with any other ending, where the string "
-                    "that the last call returned goes; - is standard output")
+        .add_option(
+            "-o,--output", request.output,
+            "where the last picture goes, .png, .jpg, .jpeg, .webp or .bmp; with any other ending, where the string "
+            "that the last call returned goes; - is standard output")
         ->type_name("FILE");
     command.add_option("--format", options.format, "how a picture goes to standard output")
-        ->type_name("png|jpg|bmp")
+        ->type_name("png|jpg|webp|bmp")
+        ->capture_default_str();
+    command.add_option("--quality", request.quality, "of JPEG and WebP files that are written, 1 to 100")
+        ->type_name("N")
+        ->check(CLI::Range(1, 100).description(""))
         ->capture_default_str();
     command
         .add_option("--save-block", request.savedBlocks,
@@ -197,9 +201,9 @@ void AddApplyCommand(CLI::App &program, Outcome &outcome) {
     CLI::App *command = program.add_subcommand("apply", "Run calls on pictures");
     const auto options = std::make_shared<ApplyOptions>();
     command
-        ->add_option(
-            "words", options->words,
-            "PNG, JPEG or BMP files, then the calls; each call runs on the picture that the one before returned")
+        ->add_option("words", options->words,
+                     "PNG, JPEG, WebP, TIFF or BMP files, then the calls; each call runs on the picture that the one "
+                     "before returned")
         ->type_name("PICTURE... [CALL...]")
         ->required();
     command->add_flag("--alpha", options->request.addAlpha,

@@ -8,6 +8,8 @@
 namespace tools {
 namespace {
 
+constexpr const char *kStreamName = kHasCodecs ? "standard output.png" : "standard output.bmp";
+
 struct SampleOptions {
     std::string output;
     std::string size = "640x480";
@@ -23,9 +25,10 @@ void WriteSample(const SampleOptions &options) {
     } else if (const bool toStream = options.output == kStandardStream; toStream || IsPicturePath(options.output)) {
         const auto [width, height] = ParseSize(options.size);
         const Image image = SamplePicture(width, height, !options.opaque);
-        WriteBytes(options.output, FileOf(toStream ? "standard output.png" : options.output, image));
+        WriteBytes(options.output, FileOf(toStream ? kStreamName : options.output, image));
     } else {
-        throw UserError(fmt::format("{}: samples are .png, .jpg, .jpeg, .bmp, .wav or .cube files", options.output));
+        throw UserError(
+            fmt::format("{}: samples are .png, .jpg, .jpeg, .webp, .bmp, .wav or .cube files", options.output));
     }
 }
 

@@ -31,7 +31,7 @@ _kvt() {{
             esac
         elif [[ $past == -?* || " $valued " == *" ${{COMP_WORDS[i - 1]}} "* ]]; then
             continue
-        elif [[ $past == - || -f $past || $past == *.@(png|jpg|jpeg|bmp) ]]; then
+        elif [[ $past == - || -f $past || $past == *.@(png|jpg|jpeg|webp|tif|tiff|bmp) ]]; then
             pictures=yes
         else
             calls=yes

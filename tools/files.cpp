@@ -69,8 +69,9 @@ class Replacement {
     Replacement &operator=(const Replacement &) = delete;
 
     void Write(std::span<const unsigned char> bytes) { WriteAll(descriptor_, path_, bytes); }
-    void TakeName(mode_t mode) {
-        if (fchmod(descriptor_, mode) != 0 || close(std::exchange(descriptor_, -1)) != 0 ||
+    void TakeName(mode_t mode, const struct stat *replaced) {
+        const bool staysOthers = replaced && fchown(descriptor_, replaced->st_uid, replaced->st_gid) != 0;
+        if (fchmod(descriptor_, staysOthers ? mode & 0777 : mode) != 0 || close(std::exchange(descriptor_, -1)) != 0 ||
             rename(temporary_.c_str(), path_.c_str()) != 0)
             Fail(path_, "cannot be written");
         done_ = true;
@@ -86,6 +87,8 @@ class Replacement {
 
 Bytes ReadAll(std::FILE *file, const std::string &path) {
     Bytes bytes;
+    if (struct stat there{}; fstat(fileno(file), &there) == 0 && S_ISREG(there.st_mode))
+        bytes.reserve(static_cast<std::size_t>(there.st_size)); // else it would be moved as it grows
     unsigned char part[65536];
     while (const std::size_t got = std::fread(part, 1, sizeof part, file))
         bytes.insert(bytes.end(), part, part + got);
@@ -127,13 +130,17 @@ void WriteBytes(const std::string &path, std::span<const unsigned char> bytes) {
             Fail(path, "cannot be written");
         return WriteAll(fileno(file.get()), path, bytes);
     }
+    if (!exists && std::filesystem::is_symlink(path))
+        throw UserError(fmt::format("{}: is a link that leads nowhere", path));
+    if (exists && access(path.c_str(), W_OK) != 0)
+        Fail(path, "cannot be written");
     MakeFolderOf(path);
     const mode_t mask = umask(0);
     umask(mask);
     // A link stays, and what it leads to is replaced.
     Replacement replacement(exists ? std::filesystem::canonical(path).string() : path);
     replacement.Write(bytes);
-    replacement.TakeName(exists ? there.st_mode & 07777 : 0666 & ~mask);
+    replacement.TakeName(exists ? there.st_mode & 07777 : 0666 & ~mask, exists ? &there : nullptr);
 }
 
 std::string_view AsText(std::span<const unsigned char> bytes) {

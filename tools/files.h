@@ -27,8 +27,9 @@ constexpr std::string_view kStandardStream = "-";
 Bytes ReadBytes(const std::string &path);
 
 /// Writes a file whole or not at all, making the folders that it needs: the bytes go to a new file in the same folder,
-/// which then takes the name, and signals that end the program wait until it has. What is no file, such as a device,
-/// is written to as it is. Throws UserError and leaves what was there untouched.
+/// which then takes the name, and signals that end the program wait until it has. A new file is made as the umask says,
+/// one that is replaced hands on its owner and mode, and a link stays: what it leads to is replaced. What is no file,
+/// such as a device, is written to as it is. Throws UserError and leaves what was there untouched.
 void WriteBytes(const std::string &path, std::span<const unsigned char> bytes);
 
 std::string_view AsText(std::span<const unsigned char> bytes);

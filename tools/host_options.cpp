@@ -60,6 +60,7 @@ standin::HostDescription DescribeHost(const HostOptions &options) {
         throw UserError(fmt::format("--host-version {}: expected a number such as 2019.03, or none", options.version));
     host.freshWord = host.application == standin::Application::Console ? 0x00FFFFFF : 0xFFFFFFFF;
     host.watchesInputs = false;
+    host.scattersRows = false; // files are decoded into them as a whole
     host.module = options.module;
     return host;
 }

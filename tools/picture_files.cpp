@@ -1,69 +1,184 @@
 #include "tools/picture_files.h"
 
 #include <algorithm>
+#include <cctype>
 #include <cstring>
 #include <fmt/format.h>
-#include <limits>
-#include <memory>
-#include <stb/stb_image.h>
-#include <stb/stb_image_write.h>
+#include <stdexcept>
 
 namespace tools {
 namespace {
 
+using formats::File;
+using formats::Info;
+using formats::PixelForm;
+using formats::Pixels;
 using standin::Layout;
 
-constexpr int kJpegQuality = 92;
-constexpr unsigned kClearTransparency = 127; ///< of a console picture's pixel
+#ifdef KVT_CODECS
+#define KVT_CODEC(function) &formats::function
+#else
+#define KVT_CODEC(function) nullptr
+#endif
 
-enum class FileKind { Other, Png, Jpeg, Bmp };
+/// The kinds of picture files, by the bytes that they begin with ("?" stands for any) and the endings that they have.
+struct Format {
+    std::string_view name;
+    std::string_view start;
+    std::vector<std::string_view> endings = {};
+    void (*read)(File, const formats::MakePixels &) = nullptr;
+    Bytes (*write)(const Pixels &, const formats::Tags &, int quality) = nullptr;
+    bool holdsAlpha = true;
+    bool holdsProfile = true;
+};
 
-FileKind KindOf(std::string_view path) {
-    const std::string ending = EndingOf(path);
-    if (ending == ".png")
-        return FileKind::Png;
-    if (ending == ".jpg" || ending == ".jpeg")
-        return FileKind::Jpeg;
-    return ending == ".bmp" ? FileKind::Bmp : FileKind::Other;
-}
-
-void Append(void *context, void *data, int size) {
-    auto *bytes = static_cast<const unsigned char *>(data);
-    auto &file = *static_cast<Bytes *>(context);
-    file.insert(file.end(), bytes, bytes + size);
-}
-
-/// Red, green and blue alone, where transparent on white.
-Bytes WithoutAlpha(const Image &image) {
-    Bytes opaque;
-    opaque.reserve(image.pixels.size() / 4 * 3);
-    for (std::size_t at = 0; at < image.pixels.size(); at += 4) {
-        const int alpha = image.pixels[at + 3];
-        for (std::size_t channel = 0; channel < 3; ++channel)
-            opaque.push_back(
-                static_cast<unsigned char>((image.pixels[at + channel] * alpha + 255 * (255 - alpha) + 127) / 255));
-    }
-    return opaque;
-}
-
-unsigned Premultiplied(unsigned color, unsigned alpha) { return (color * alpha + 127) / 255; }
-
-/// The color whose premultiplied form that is; a form that no color has yields the brightest.
-unsigned Restored(unsigned premultiplied, unsigned alpha) {
-    return alpha == 0 ? 0 : std::min(255U, (premultiplied * 255 + alpha / 2) / alpha);
-}
-
-/// A console picture's transparency for an alpha, and back; 0 and 255 are exact.
-unsigned TransparencyOf(unsigned alpha) { return ((255 - alpha) * kClearTransparency + 127) / 255; }
-unsigned AlphaOf(unsigned transparency) {
-    return 255 - ((transparency & kClearTransparency) * 255 + kClearTransparency / 2) / kClearTransparency;
-}
-
-std::uint32_t WordOf(Layout layout, const unsigned char *pixel, unsigned extra, unsigned alpha) {
-    const auto color = [&](int channel) {
-        return layout == Layout::RowTable ? pixel[channel] : Premultiplied(pixel[channel], alpha);
+const std::vector<Format> &Formats() {
+    using namespace std::string_view_literals;
+    static const std::vector<Format> formats = {
+        {"PNG", "\x89PNG\r\n\x1A\n"sv, {".png"}, KVT_CODEC(ReadPng), KVT_CODEC(WritePng)},
+        {"JPEG", "\xFF\xD8\xFF"sv, {".jpg", ".jpeg"}, KVT_CODEC(ReadJpeg), KVT_CODEC(WriteJpeg), false},
+        {"WebP", "RIFF????WEBP"sv, {".webp"}, KVT_CODEC(ReadWebp), KVT_CODEC(WriteWebp)},
+        {"TIFF", "II*\0"sv, {".tif", ".tiff"}, KVT_CODEC(ReadTiff)},
+        {"TIFF", "MM\0*"sv, {}, KVT_CODEC(ReadTiff)},
+        {"TIFF", "II+\0"sv, {}, KVT_CODEC(ReadTiff)},
+        {"TIFF", "MM\0+"sv, {}, KVT_CODEC(ReadTiff)},
+        {"BMP", "BM"sv, {".bmp"}, &formats::ReadBmp, &formats::WriteBmp, true, false},
+        {"GIF", "GIF8"sv},
+        {"HEIC", "????ftyphei"sv},
+        {"HEIC", "????ftypmif1"sv},
+        {"AVIF", "????ftypavi"sv},
+        {"JPEG XL", "\0\0\0\x0CJXL "sv},
+        {"JPEG XL", "\xFF\x0A"sv},
+        {"JPEG 2000", "\0\0\0\x0CjP  "sv},
+        {"Photoshop", "8BPS"sv},
+        {"PDF", "%PDF"sv},
+        {"SVG", "<svg"sv},
+        {"icon", "\0\0\1\0"sv},
+        {"QOI", "qoif"sv},
+        {"OpenEXR", "\x76\x2F\x31\x01"sv},
     };
-    return standin::WordOf(layout, standin::MakeColor(color(0), color(1), color(2)), extra);
+    return formats;
+}
+
+bool StartsWith(std::string_view text, std::string_view start) {
+    return text.size() >= start.size() &&
+           std::equal(start.begin(), start.end(), text.begin(),
+                      [](char wanted, char is) { return wanted == '?' || wanted == is; });
+}
+
+const Format *FormatOfPath(std::string_view path) {
+    for (const Format &format : Formats())
+        if (std::count(format.endings.begin(), format.endings.end(), EndingOf(path)) > 0)
+            return &format;
+    return nullptr;
+}
+
+const char *Known() { return kHasCodecs ? "PNG, JPEG, WebP, TIFF and BMP files are read" : "BMP files are read"; }
+
+[[noreturn]] void FailWithoutCodecs(const Format &format, std::string_view path) {
+    throw UserError(fmt::format("{}: is a {} file, and this kvt, built without picture codecs, reads and writes BMP "
+                                "alone; a kvt with codecs, as 64-bit ones are, turns one into the other:\n"
+                                "  kvt apply {} -o {}",
+                                path, format.name, path == kStandardStream ? "FILE" : path,
+                                EndingOf(path) == ".bmp" ? "FILE.png" : "FILE.bmp"));
+}
+
+const Format &FormatOf(File file, const std::string &path) {
+    const std::string_view text = AsText(file);
+    for (const Format &format : Formats())
+        if (StartsWith(text, format.start)) {
+            if (format.read)
+                return format;
+            if (!format.endings.empty() || format.name == "TIFF")
+                FailWithoutCodecs(format, path);
+            throw UserError(
+                fmt::format("{}: is a file of the kind {}, which is not read; {}", path, format.name, Known()));
+        }
+    const std::string_view head = text.substr(0, 1000);
+    const bool isText = std::all_of(head.begin(), head.end(), [](char c) {
+        return static_cast<unsigned char>(c) >= 0x80 || std::isprint(c) || std::isspace(c);
+    });
+    const char *what = text.empty()                               ? "is empty"
+                       : isText && head.find("<svg") != head.npos ? "is an SVG drawing, which is not read"
+                       : isText                                   ? "is a text and no picture"
+                                                                  : "is no picture of a kind that is known";
+    throw UserError(fmt::format("{}: {}; {}", path, what, Known()));
+}
+
+const Format &WritableFormat(const std::string &path) {
+    const Format *format = FormatOfPath(path);
+    if (format && format->write)
+        return *format;
+    if (format && !kHasCodecs)
+        throw UserError(fmt::format("{}: this kvt, built without picture codecs, writes BMP alone; a kvt with codecs, "
+                                    "as 64-bit ones are, turns that into others:\n  kvt apply FILE.bmp -o {}",
+                                    path, path));
+    throw UserError(format ? fmt::format("{}: {} files are read and not written; pictures are written as .png, .jpg, "
+                                         ".jpeg, .webp or .bmp",
+                                         path, format->name)
+                           : fmt::format("{}: a picture's name ends in .png, .jpg, .jpeg, .webp or .bmp", path));
+}
+
+Pixels PixelsOf(Image &image) {
+    return {image.width, image.height, image.pixels.data(), std::ptrdiff_t{4} * image.width, {Layout::AlphaHigh, true}};
+}
+
+PixelForm FormOf(const standin::Picture &picture) {
+    return {picture.layout, picture.description.hasAlphaChannel, picture.layout != Layout::RowTable};
+}
+
+Pixels PixelsOf(standin::Picture &picture) {
+    const auto rowsLieInOrder = picture.height < 2 || picture.Row(1) == picture.Row(0) + picture.pitch;
+    if (!rowsLieInOrder)
+        throw std::logic_error("the host scatters the rows of this picture");
+    return {picture.width, picture.height, picture.Row(0), picture.pitch, FormOf(picture)};
+}
+
+standin::Ref MakeUnset(standin::Host &host, int width, int height, bool hasAlpha) {
+    standin::PictureDescription description;
+    description.width = width;
+    description.height = height;
+    description.hasAlphaChannel = hasAlpha;
+    description.unset = true;
+    return host.Make(description);
+}
+
+/// Has `make` called with what the upright picture is, and fills the memory that it yields.
+void Read(const std::string &path, const formats::MakePixels &make) {
+    const Bytes file = ReadBytes(path);
+    const Format &format = FormatOf(file, path);
+    try {
+        Image unturned; // takes the place that a result will take
+        Pixels upright;
+        int orientation = 1;
+        format.read(file, [&](Info &info) {
+            orientation = info.orientation;
+            if (orientation != 1)
+                unturned = MakeImage(info.width, info.height);
+            if (orientation >= 5)
+                std::swap(info.width, info.height), std::swap(info.tags.perMeterX, info.tags.perMeterY);
+            upright = make(info);
+            return orientation == 1 ? upright : PixelsOf(unturned);
+        });
+        if (orientation != 1)
+            formats::PlaceTurned(PixelsOf(unturned), orientation, upright);
+    } catch (const UserError &error) {
+        throw UserError(fmt::format("{}: {}", path, error.what()));
+    }
+}
+
+Bytes Write(const Format &format, const std::string &path, const Pixels &pixels, const formats::Tags &tags,
+            int quality) {
+    if (pixels.width < 1 || pixels.height < 1)
+        throw UserError(fmt::format("{}: a picture of {} x {} cannot be saved", path, pixels.width, pixels.height));
+    if (pixels.form.hasAlpha && !format.holdsAlpha)
+        for (int y = 0; y < pixels.height; ++y)
+            formats::Flatten(pixels.Row(y), pixels.width, pixels.form);
+    try {
+        return format.write(pixels, tags, quality);
+    } catch (const UserError &error) {
+        throw UserError(fmt::format("{}: {}", path, error.what()));
+    }
 }
 
 } // namespace
@@ -74,101 +189,88 @@ Image MakeImage(int width, int height, bool hasAlpha) {
     return image;
 }
 
-bool IsPicturePath(std::string_view path) { return KindOf(path) != FileKind::Other; }
+bool IsPicturePath(std::string_view path) { return FormatOfPath(path) != nullptr; }
+
+void CheckWritable(const std::string &path) { WritableFormat(path); }
 
 Image ReadImage(const std::string &path) {
-    const Bytes file = ReadBytes(path);
-    if (file.size() > static_cast<std::size_t>(std::numeric_limits<int>::max()))
-        throw UserError(fmt::format("{}: is too large for a picture", path));
-    int width = 0;
-    int height = 0;
-    int channels = 0;
-    const std::unique_ptr<stbi_uc, void (*)(void *)> pixels(
-        stbi_load_from_memory(file.data(), static_cast<int>(file.size()), &width, &height, &channels, 4),
-        &stbi_image_free);
-    if (!pixels)
-        throw UserError(fmt::format("{}: is no PNG, JPEG or BMP picture ({})", path, stbi_failure_reason()));
-    Image image = MakeImage(width, height, channels == 2 || channels == 4);
-    std::memcpy(image.pixels.data(), pixels.get(), image.pixels.size());
+    Image image;
+    Read(path, [&](const Info &info) {
+        image = MakeImage(info.width, info.height, info.hasAlpha);
+        return PixelsOf(image);
+    });
     return image;
 }
 
-Bytes FileOf(const std::string &path, const Image &image) {
-    if (image.pixels.empty())
-        throw UserError(fmt::format("{}: a picture of {} x {} cannot be saved", path, image.width, image.height));
-    Bytes file;
-    int written = 0;
-    const FileKind kind = KindOf(path);
-    const bool keepsAlpha = image.hasAlpha && kind != FileKind::Jpeg;
-    const Bytes opaque = keepsAlpha ? Bytes() : WithoutAlpha(image);
-    const unsigned char *pixels = keepsAlpha ? image.pixels.data() : opaque.data();
-    const int channels = keepsAlpha ? 4 : 3;
-    switch (kind) {
-    case FileKind::Png:
-        written =
-            stbi_write_png_to_func(Append, &file, image.width, image.height, channels, pixels, image.width * channels);
-        break;
-    case FileKind::Jpeg:
-        written = stbi_write_jpg_to_func(Append, &file, image.width, image.height, channels, pixels, kJpegQuality);
-        break;
-    case FileKind::Bmp:
-        written = stbi_write_bmp_to_func(Append, &file, image.width, image.height, channels, pixels);
-        break;
-    case FileKind::Other:
-        throw UserError(fmt::format("{}: a picture's name ends in .png, .jpg, .jpeg or .bmp", path));
-    }
-    if (!written)
-        throw UserError(fmt::format("{}: a picture of {} x {} cannot be saved so", path, image.width, image.height));
+LoadedPicture ReadPicture(standin::Host &host, const std::string &path, bool addAlpha) {
+    LoadedPicture loaded;
+    Read(path, [&](Info &info) {
+        loaded.picture = MakeUnset(host, info.width, info.height, info.hasAlpha || addAlpha);
+        loaded.tags = std::move(info.tags);
+        for (const std::string &loss : info.losses)
+            loaded.notes.push_back(fmt::format("{}: {}", path, loss));
+        return PixelsOf(loaded.picture.picture());
+    });
+    return loaded;
+}
+
+PictureFile FileOf(const std::string &path, standin::Picture &picture, const formats::Tags &tags, int quality) {
+    const Format &format = WritableFormat(path);
+    PictureFile file;
+    const auto note = [&](std::string_view what) {
+        file.notes.push_back(fmt::format("{}: {} is lost, which a {} file does not hold", path, what, format.name));
+    };
+    if (picture.description.hasAlphaChannel && !format.holdsAlpha)
+        note("the picture's alpha");
+    if (!tags.profile.empty() && !format.holdsProfile)
+        note("the color profile");
+    file.bytes = Write(format, path, PixelsOf(picture), tags, quality);
     return file;
+}
+
+Bytes FileOf(const std::string &path, const Image &image, int quality) {
+    const Format &format = WritableFormat(path);
+    Image copy;
+    copy.width = image.width;
+    copy.height = image.height;
+    const bool isFlattened = image.hasAlpha && !format.holdsAlpha;
+    if (isFlattened)
+        copy.pixels = image.pixels;
+    Pixels pixels = PixelsOf(copy);
+    if (!isFlattened)
+        pixels.first = const_cast<unsigned char *>(image.pixels.data()); // which is but read
+    pixels.form.hasAlpha = image.hasAlpha;
+    return Write(format, path, pixels, {}, quality);
 }
 
 void WriteImage(const std::string &path, const Image &image) { WriteBytes(path, FileOf(path, image)); }
 
 standin::Ref MakePicture(standin::Host &host, const Image &image) {
-    const bool console = host.description().application == standin::Application::Console;
-    const std::uint32_t alphaInfo =
-        image.hasAlpha ? host.description().newAlphaPictureAlphaInfo : host.description().newPictureAlphaInfo;
-    const Layout layout = console ? Layout::RowTable : alphaInfo % 2 == 1 ? Layout::AlphaHigh : Layout::AlphaLow;
-    standin::PictureDescription description;
-    description.width = image.width;
-    description.height = image.height;
-    description.hasAlphaChannel = image.hasAlpha;
-    description.alphaInfo = console ? 0 : alphaInfo;
-    description.word = [&](int x, int y) {
-        const unsigned char *pixel = image.At(x, y);
-        const unsigned alpha = image.hasAlpha ? pixel[3] : 255;
-        return WordOf(layout, pixel, console ? TransparencyOf(alpha) : alpha, alpha);
-    };
-    return host.Make(description);
+    standin::Ref ref = MakeUnset(host, image.width, image.height, image.hasAlpha);
+    standin::Picture &picture = ref.picture();
+    for (int y = 0; y < image.height; ++y) {
+        std::memcpy(picture.Row(y), image.At(0, y), std::size_t{4} * static_cast<std::size_t>(image.width));
+        formats::ToForm(picture.Row(y), image.width, FormOf(picture));
+    }
+    return ref;
 }
 
 Image ImageOf(const standin::Picture &picture) {
     Image image = MakeImage(picture.width, picture.height, picture.description.hasAlphaChannel);
-    const bool console = picture.layout == Layout::RowTable;
     for (int y = 0; y < image.height; ++y)
-        for (int x = 0; x < image.width; ++x) {
-            const std::uint32_t word = picture.Word(x, y);
-            const standin::ColorValue color = standin::ColorOf(picture.layout, word);
-            const unsigned extra = standin::ExtraOf(picture.layout, word);
-            const unsigned alpha = !image.hasAlpha ? 255 : console ? AlphaOf(extra) : extra;
-            const unsigned channels[] = {standin::Red(color), standin::Green(color), standin::Blue(color)};
-            unsigned char *pixel = image.At(x, y);
-            for (int channel = 0; channel < 3; ++channel)
-                pixel[channel] =
-                    static_cast<unsigned char>(console ? channels[channel] : Restored(channels[channel], alpha));
-            pixel[3] = static_cast<unsigned char>(alpha);
-        }
+        formats::FromForm(picture.Row(y), image.At(0, y), image.width, FormOf(picture));
     return image;
 }
 
 void SetColors(standin::Picture &picture, const Image &colors) {
-    const bool console = picture.layout == Layout::RowTable;
-    for (int y = 0; y < picture.height; ++y)
-        for (int x = 0; x < picture.width; ++x) {
-            const unsigned extra = picture.ExtraAt(x, y);
-            const bool opaque = console || !picture.description.hasAlphaChannel;
-            picture.SetWord(x, y, WordOf(picture.layout, colors.At(x, y), extra, opaque ? 255 : extra));
-        }
+    Bytes row(std::size_t{4} * static_cast<std::size_t>(picture.width));
+    for (int y = 0; y < picture.height; ++y) {
+        formats::FromForm(picture.Row(y), row.data(), picture.width, FormOf(picture));
+        for (int x = 0; x < picture.width; ++x)
+            std::memcpy(&row[std::size_t{4} * static_cast<std::size_t>(x)], colors.At(x, y), 3);
+        formats::ToForm(row.data(), picture.width, FormOf(picture));
+        std::memcpy(picture.Row(y), row.data(), row.size());
+    }
 }
 
 } // namespace tools

@@ -1,12 +1,19 @@
 #pragma once
 
 #include "standin/host.h"
-#include "tools/files.h"
+#include "tools/formats/formats.h"
 
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace tools {
+
+#ifdef KVT_CODECS
+constexpr bool kHasCodecs = true;
+#else
+constexpr bool kHasCodecs = false; ///< this program reads and writes BMP alone
+#endif
 
 /// A picture as files hold it.
 struct Image {
@@ -26,21 +33,44 @@ struct Image {
 
 Image MakeImage(int width, int height, bool hasAlpha = false); ///< all bytes 0
 
-/// PNG, JPEG or BMP, by the path's ending.
+/// The name of a picture file that is read or written, by the path's ending.
 bool IsPicturePath(std::string_view path);
 
-/// Reads a PNG, JPEG or BMP file, by its content. Throws UserError.
+/// Throws UserError unless this program writes picture files of that name.
+void CheckWritable(const std::string &path);
+
+/// Reads a picture file of any kind that this program reads, by its content, and turns it upright. Throws UserError for
+/// what is none, is damaged in any part, or is too large.
 Image ReadImage(const std::string &path);
 
-/// The bytes of a picture file, of the kind that the path's ending says. JPEG files hold no alpha: there the picture
-/// lies on white. Throws UserError.
-Bytes FileOf(const std::string &path, const Image &image);
+/// The same, straight into a new picture of the host, with an alpha channel when the file has alpha or `addAlpha`. Its
+/// bitmap is laid out as the host makes them, and holds premultiplied colors; a console picture holds them as they are,
+/// and its alpha in 7 bits.
+struct LoadedPicture {
+    standin::Ref picture;
+    formats::Tags tags;
+    std::vector<std::string> notes; ///< what of the file is lost, a sentence each
+};
+LoadedPicture ReadPicture(standin::Host &host, const std::string &path, bool addAlpha = false);
+
+constexpr int kUsualQuality = 92; ///< of JPEG and WebP files
+
+struct PictureFile {
+    Bytes bytes;
+    std::vector<std::string> notes; ///< what the file cannot hold, a sentence each
+};
+/// A picture file of the kind that the path's ending says, straight from a picture, whose rows are in order and which
+/// loses its alpha where the file holds none: JPEG files lie on white. Throws UserError.
+PictureFile FileOf(const std::string &path, standin::Picture &picture, const formats::Tags &tags,
+                   int quality = kUsualQuality);
+
+/// The same of an image.
+Bytes FileOf(const std::string &path, const Image &image, int quality = kUsualQuality);
 
 /// Writes that file. Throws UserError, and leaves what was there untouched.
 void WriteImage(const std::string &path, const Image &image);
 
-/// A new picture of the host, with an alpha channel when the image has alpha. Its bitmap is laid out as the host makes
-/// them, and holds premultiplied colors; a console picture holds them as they are, and its alpha in 7 bits.
+/// A new picture of the host, as when it is read from a file.
 standin::Ref MakePicture(standin::Host &host, const Image &image);
 
 /// The way back. A picture without an alpha channel is opaque, whatever its fourth bytes hold.

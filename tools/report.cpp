@@ -49,10 +49,15 @@ std::string AnswersOf(const ApplyReport &report, const std::string &prefix) {
 
 std::string MessagesOf(const ApplyReport &report, const std::string &prefix) {
     std::string lines;
+    const auto add = [&](std::string_view kind, const std::string &text) { // which may name the input itself
+        fmt::format_to(std::back_inserter(lines), "kvt: {}{}{}\n", text.starts_with(prefix) ? "" : prefix, kind, text);
+    };
+    for (const std::string &note : report.notes)
+        add("", note);
     for (const std::string &violation : report.violations)
-        fmt::format_to(std::back_inserter(lines), "kvt: {}violation: {}\n", prefix, violation);
+        add("violation: ", violation);
     if (!report.error.empty())
-        fmt::format_to(std::back_inserter(lines), "kvt: {}{}\n", prefix, report.error);
+        add("", report.error);
     return lines;
 }
 
@@ -65,9 +70,12 @@ std::string JsonOf(const ApplyRequest &request, const ApplyReport &report) {
     std::vector<std::string> calls;
     for (const CallReport &call : report.calls)
         calls.push_back(JsonOf(call));
-    std::vector<std::string> violations;
-    for (const std::string &violation : report.violations)
-        violations.push_back(json::Text(violation));
+    const auto texts = [](const std::vector<std::string> &sentences) {
+        std::vector<std::string> quoted;
+        for (const std::string &sentence : sentences)
+            quoted.push_back(json::Text(sentence));
+        return json::Array(quoted);
+    };
     return json::Object({{"input", TextOrNull(request.input.value_or(""))},
                          {"output", TextOrNull(request.output)},
                          {"blocks", json::Array(blocks)},
@@ -76,7 +84,8 @@ std::string JsonOf(const ApplyRequest &request, const ApplyReport &report) {
                          {"raised", report.raised ? json::Object({{"class", json::Text(report.raised->className)},
                                                                   {"message", json::Text(report.raised->message)}})
                                                   : "null"},
-                         {"violations", json::Array(violations)},
+                         {"notes", texts(report.notes)},
+                         {"violations", texts(report.violations)},
                          {"error", TextOrNull(report.error)},
                          {"status", fmt::format("{}", static_cast<int>(report.outcome))}});
 }

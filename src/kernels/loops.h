@@ -35,9 +35,12 @@ template <class Kernel> struct Sources {
             return Shuffle(v, order[source]);
         return v;
     }
+    /// A block that is that far away.
     KVT_INLINE void FetchAhead(std::ptrdiff_t offset) const {
+        constexpr std::ptrdiff_t kCacheLine = 64;
         for (const unsigned char *source : at)
-            __builtin_prefetch(source + offset + kAhead);
+            for (std::ptrdiff_t line = 0; line < kBlockBytes<Kernel>; line += kCacheLine)
+                __builtin_prefetch(source + offset + kAhead + line);
     }
 };
 

@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 namespace tools {
 namespace {
@@ -43,7 +44,7 @@ Image AllAlphas() {
 }
 
 TEST_F(Files, LosslessKindsKeepEveryByte) {
-    for (const char *name : {"a.png", "a.BMP"})
+    for (const char *name : kHasCodecs ? std::vector{"a.png", "a.BMP"} : std::vector{"a.BMP"})
         for (const bool alpha : {false, true}) {
             SCOPED_TRACE(std::string(name) + (alpha ? " with alpha" : ""));
             const Image image = SamplePicture(37, 23, alpha);
@@ -56,6 +57,46 @@ TEST_F(Files, LosslessKindsKeepEveryByte) {
         }
 }
 
+#ifdef KVT_CODECS
+/// What goes from a file into a picture and on into another file, in every layout.
+TEST_F(Files, TagsGoOnWhereTheFormatHoldsThem) {
+    formats::Tags tags{Bytes(70000), 300 / 0.0254, 150 / 0.0254};
+    for (std::size_t i = 0; i < tags.profile.size(); ++i)
+        tags.profile[i] = static_cast<unsigned char>(i % 251);
+    WriteBytes(Path("profile"), tags.profile);
+    const struct {
+        const char *name;
+        bool holdsProfile, holdsResolution, holdsAlpha;
+    } rows[] = {{"a.jpg", true, true, false},
+                {"a.webp", true, false, true},
+                {"a.bmp", false, true, true},
+                {"a.png", false, true, true}};
+    for (const auto &row : rows)
+        for (const char *kind : {"desktop", "console"}) {
+            SCOPED_TRACE(std::string(row.name) + " " + kind);
+            TestHost host(DescribeHost({.host = kind}));
+            const standin::Ref picture = MakePicture(host, SamplePicture(40, 30, true));
+            formats::Tags given = tags;
+            if (std::string_view(row.name) == "a.png")
+                given.profile.clear(); // which it holds if it is one
+            const PictureFile file = FileOf(Path(row.name), picture.picture(), given, 80);
+            EXPECT_EQ(file.notes.size(), static_cast<std::size_t>(!row.holdsAlpha) +
+                                             static_cast<std::size_t>(!given.profile.empty() && !row.holdsProfile));
+            WriteBytes(Path(row.name), file.bytes);
+            const LoadedPicture back = ReadPicture(host, Path(row.name));
+            EXPECT_TRUE(back.notes.empty());
+            EXPECT_EQ(back.picture.picture().description.hasAlphaChannel, row.holdsAlpha);
+            EXPECT_TRUE(back.tags.profile == (row.holdsProfile ? tags.profile : Bytes()));
+            EXPECT_NEAR(back.tags.perMeterX, row.holdsResolution ? tags.perMeterX : 0, 0.6);
+            EXPECT_NEAR(back.tags.perMeterY, row.holdsResolution ? tags.perMeterY : 0, 0.6);
+        }
+    for (const char *name : {"a.jpg", "a.webp"})
+        EXPECT_LT(FileOf(Path(name), SamplePicture(200, 150, false), 20).size(),
+                  FileOf(Path(name), SamplePicture(200, 150, false), 90).size() / 2);
+    EXPECT_THROW(FileOf("a.tif", SamplePicture(4, 4, false)), UserError);
+    EXPECT_THROW(FileOf("a.webp", MakeImage(16384, 1)), UserError);
+}
+
 TEST_F(Files, JpegLiesOnWhite) {
     Image image = MakeImage(16, 16, true); // clear black
     WriteImage(Path("a.jpg"), image);
@@ -63,17 +104,18 @@ TEST_F(Files, JpegLiesOnWhite) {
     EXPECT_FALSE(back.hasAlpha);
     EXPECT_TRUE(std::all_of(back.pixels.begin(), back.pixels.end(), [](int byte) { return byte >= 253; }));
 }
+#endif
 
 TEST_F(Files, AFileIsWrittenWholeOrNotAtAll) {
     const Bytes old = {1, 2, 3};
-    WriteBytes(Path("a.png"), old);
-    std::filesystem::create_directory(Path("folder.png"));
+    WriteBytes(Path("a.bmp"), old);
+    std::filesystem::create_directory(Path("folder.bmp"));
     const Image image = SamplePicture(8, 8, false);
-    EXPECT_THROW(WriteImage(Path("folder.png"), image), UserError);      // the name cannot be taken
+    EXPECT_THROW(WriteImage(Path("folder.bmp"), image), UserError);      // the name cannot be taken
     EXPECT_THROW(WriteImage(Path("a.gif"), image), UserError);           // no such kind
-    EXPECT_THROW(WriteImage(Path("a.png/b.png"), image), UserError);     // a folder that cannot be made
-    EXPECT_THROW(WriteImage(Path("b.png"), MakeImage(0, 0)), UserError); // no pixels
-    EXPECT_EQ(ReadBytes(Path("a.png")), old);
+    EXPECT_THROW(WriteImage(Path("a.bmp/b.bmp"), image), UserError);     // a folder that cannot be made
+    EXPECT_THROW(WriteImage(Path("b.bmp"), MakeImage(0, 0)), UserError); // no pixels
+    EXPECT_EQ(ReadBytes(Path("a.bmp")), old);
     EXPECT_EQ(Count(), 2u) << "something was left behind";
 }
 
@@ -86,15 +128,43 @@ TEST_F(Files, FoldersAreMadeAndLinksAndModesStay) {
     EXPECT_TRUE(std::filesystem::is_symlink(Path("link.bin")));
     EXPECT_EQ(AsText(ReadBytes(Path("new/deep/a.bin"))), "xy");
     EXPECT_EQ(std::filesystem::status(Path("new/deep/a.bin")).permissions(), std::filesystem::perms::owner_all);
+    const mode_t mask = umask(027);
+    WriteBytes(Path("masked.bin"), content);
+    umask(mask);
+    EXPECT_EQ(static_cast<int>(std::filesystem::status(Path("masked.bin")).permissions()), 0640);
+    std::filesystem::create_symlink("nowhere", Path("dangling.bin"));
+    EXPECT_THROW(WriteBytes(Path("dangling.bin"), content), UserError);
+    EXPECT_TRUE(std::filesystem::is_symlink(Path("dangling.bin")));
     WriteBytes("/dev/null", content);
     EXPECT_TRUE(std::filesystem::is_character_file("/dev/null"));
 }
 
 TEST_F(Files, WhatIsNoPictureIsRefused) {
     EXPECT_THROW(ReadImage(Path("missing.png")), UserError);
-    for (const char *content : {"", "\x89PNG\r\n\x1a\n", "BM", "\xFF\xD8\xFF", "GIF89a"}) {
-        WriteBytes(Path("a.png"), AsBytes(content));
-        EXPECT_THROW(ReadImage(Path("a.png")), UserError) << content;
+    const std::pair<const char *, const char *> rows[] = {
+        {"", "is empty"},
+        {"BM", "is damaged"},
+        {"GIF89a", "GIF"},
+        {"some words", "text"},
+        {"<?xml?><svg>", "SVG"},
+        {"\x01\x02\x03"
+         "ftypheic",
+         "HEIC"},
+        {"8BPS", "Photoshop"},
+        {"\x01\x02", "no picture"},
+        {"\x89PNG\r\n\x1a\n", kHasCodecs ? "is damaged" : "kvt apply"},
+        {"\xFF\xD8\xFF", kHasCodecs ? "no pixels" : "kvt apply"}};
+    for (const auto &[content, reason] : rows) {
+        std::string file = content;
+        if (file.starts_with("\x01\x02\x03"))
+            file.insert(0, 1, '\0');
+        WriteBytes(Path("a.png"), AsBytes(file));
+        try {
+            ReadImage(Path("a.png"));
+            ADD_FAILURE() << content;
+        } catch (const UserError &error) {
+            EXPECT_NE(std::string_view(error.what()).find(reason), std::string_view::npos) << error.what();
+        }
     }
 }
 

@@ -107,6 +107,9 @@ Tally RenderAll(standin::Host &host, const HostOptions &options, gallery::Page &
 } // namespace
 
 Outcome RenderGallery(const GalleryRequest &request) {
+    if (!kHasCodecs)
+        throw UserError("the gallery is made of PNG and JPEG files, which this kvt, built without picture codecs, does "
+                        "not write; a kvt with codecs does, as 64-bit ones are");
     const Image photo =
         gallery::PhotoFrom(request.picture ? ReadImage(*request.picture) : SamplePicture(kWidth, kHeight, false));
     standin::Host host(DescribeHost(request.host));

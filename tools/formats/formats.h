@@ -1,0 +1,96 @@
+#pragma once
+
+#include "standin/pixel_layout.h"
+#include "tools/files.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <span>
+#include <string>
+#include <vector>
+
+/// The kinds of picture files, each a function that reads and one that writes. They know nothing of hosts and paths.
+namespace tools::formats {
+
+constexpr int kMostSide = 32767;
+constexpr std::int64_t kMostPixels = std::int64_t{1} << 28; ///< a picture of 1 GB
+
+/// What goes on into an output beside the pixels, where its kind of file holds it.
+struct Tags {
+    Bytes profile;        ///< ICC; empty: none
+    double perMeterX = 0; ///< the resolution in pixels; 0: not told
+    double perMeterY = 0;
+};
+
+/// What a file says of its picture.
+struct Info {
+    int width = 0;
+    int height = 0;
+    bool hasAlpha = false;
+    int orientation = 1; ///< as EXIF numbers them: how the pixels are to be turned
+    Tags tags;
+    std::vector<std::string> losses; ///< what of the file is not in the pixels, each the rest of a sentence
+};
+
+/// How 4 bytes hold a pixel.
+struct PixelForm {
+    standin::Layout layout = standin::Layout::AlphaHigh;
+    bool hasAlpha = false; ///< otherwise the fourth byte says nothing and is written opaque
+    bool premultiplied = false;
+};
+
+/// Somebody's memory for pixels, rows from the top.
+struct Pixels {
+    int width = 0;
+    int height = 0;
+    unsigned char *first = nullptr;
+    std::ptrdiff_t pitch = 0; ///< bytes from row to row
+    PixelForm form;
+
+    unsigned char *Row(int y) const { return first + y * pitch; }
+};
+
+// Rows. Red, green, blue, alpha, not premultiplied, is what files hold; forms are what memory holds.
+void ToForm(unsigned char *row, int width, const PixelForm &form); ///< in place, from what files hold
+void FromForm(const unsigned char *row, unsigned char *rgba, int width, const PixelForm &form);
+void Flatten(unsigned char *row, int width, const PixelForm &form); ///< in place: opaque, where clear on white
+void DropFourth(unsigned char *row, int width); ///< in place: three bytes a pixel are left, one behind the other
+/// In place, from cyan, magenta, yellow, black to what files hold.
+void FromCmyk(unsigned char *row, int width, bool isInverted);
+/// Turns a whole picture of what files hold.
+void PlaceTurned(const Pixels &from, int orientation, const Pixels &to);
+
+using File = std::span<const unsigned char>;
+
+/// Called once the size is known to be sane, and before anything is decoded: memory for that many pixels.
+using MakePixels = std::function<Pixels(Info &)>;
+
+// Readers refuse with a UserError what is damaged in any part, however much of it could be shown. Its text tells the
+// reason and no path.
+void ReadPng(File file, const MakePixels &make);
+void ReadJpeg(File file, const MakePixels &make);
+void ReadWebp(File file, const MakePixels &make);
+void ReadTiff(File file, const MakePixels &make);
+void ReadBmp(File file, const MakePixels &make);
+
+// Writers throw a UserError for what a file of that kind cannot hold. Quality is 1 to 100, where it means something.
+Bytes WritePng(const Pixels &pixels, const Tags &tags, int quality);
+Bytes WriteJpeg(const Pixels &pixels, const Tags &tags, int quality); ///< of opaque pixels
+Bytes WriteWebp(const Pixels &pixels, const Tags &tags, int quality);
+Bytes WriteBmp(const Pixels &pixels, const Tags &tags, int quality);
+
+/// Room for a file that is to be written, in large pages where the system has them.
+void Reserve(Bytes &file, std::size_t bytes);
+
+/// A picture's size. Throws UserError unless one of that size is read at all and can lie in so many bytes, of which
+/// each tells of `mostPixels` at the most.
+Info CheckedSize(std::int64_t width, std::int64_t height, std::size_t bytes, double mostPixels);
+
+/// What is told of a file that is.
+constexpr const char *kCmykLoss = "its CMYK is converted to RGB without a profile";
+
+/// Takes orientation and resolution from an EXIF block, which is a small TIFF file, with or without its heading.
+void ReadExif(File exif, Info &info);
+
+} // namespace tools::formats

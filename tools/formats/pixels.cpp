@@ -1,0 +1,189 @@
+#include "tools/formats/formats.h"
+
+#include <algorithm>
+#include <cstring>
+#include <fmt/format.h>
+#include <sys/mman.h>
+
+namespace tools::formats {
+namespace {
+
+using standin::ColorOf;
+using standin::ExtraOf;
+using standin::Layout;
+using standin::MakeColor;
+using standin::WordOf;
+
+constexpr std::uint32_t kClearTransparency = 127; ///< of a console picture's pixel
+
+/// A console picture's transparency for an alpha, and back; 0 and 255 are exact.
+constexpr std::uint32_t TransparencyOf(std::uint32_t alpha) { return ((255 - alpha) * kClearTransparency + 127) / 255; }
+constexpr std::uint32_t AlphaOf(std::uint32_t transparency) {
+    return 255 - ((transparency & kClearTransparency) * 255 + kClearTransparency / 2) / kClearTransparency;
+}
+
+constexpr std::uint32_t Premultiplied(std::uint32_t color, std::uint32_t alpha) {
+    const std::uint32_t product = color * alpha + 127;
+    return (product + 1 + (product >> 8)) >> 8; // the product by 255
+}
+
+/// The color whose premultiplied form that is; a form that no color has yields the brightest. Exact in floats, since
+/// what is limited to 255 afterwards lies 1 / 255 off the next whole number at least.
+std::uint32_t Restored(std::uint32_t premultiplied, std::uint32_t alpha) {
+    const auto quotient = static_cast<float>(static_cast<int>(premultiplied * 255 + alpha / 2)) /
+                          static_cast<float>(static_cast<int>(alpha | (alpha == 0)));
+    return static_cast<std::uint32_t>(static_cast<int>(std::min(quotient, 255.0F))) & (alpha == 0 ? 0 : ~0U);
+}
+
+template <class Change> standin::ColorValue Each(standin::ColorValue color, Change change) {
+    return MakeColor(change(standin::Red(color)), change(standin::Green(color)), change(standin::Blue(color)));
+}
+
+/// Of a word as files hold it, which is that of `AlphaHigh`.
+template <Layout kLayout, bool kAlpha, bool kPremultiplied> std::uint32_t Formed(std::uint32_t word) {
+    const std::uint32_t color = ColorOf(Layout::AlphaHigh, word);
+    if constexpr (!kAlpha)
+        return standin::OpaqueWord(kLayout, color);
+    const std::uint32_t alpha = ExtraOf(Layout::AlphaHigh, word);
+    const std::uint32_t extra = kLayout == Layout::RowTable ? TransparencyOf(alpha) : alpha;
+    if constexpr (kPremultiplied)
+        return WordOf(kLayout, Each(color, [&](std::uint32_t channel) { return Premultiplied(channel, alpha); }),
+                      extra);
+    return WordOf(kLayout, color, extra);
+}
+
+template <Layout kLayout, bool kAlpha, bool kPremultiplied> std::uint32_t Unformed(std::uint32_t word) {
+    const std::uint32_t color = ColorOf(kLayout, word);
+    if constexpr (!kAlpha)
+        return WordOf(Layout::AlphaHigh, color, 255);
+    const std::uint32_t extra = ExtraOf(kLayout, word);
+    const std::uint32_t alpha = kLayout == Layout::RowTable ? AlphaOf(extra) : extra;
+    if constexpr (kPremultiplied)
+        return WordOf(Layout::AlphaHigh, Each(color, [&](std::uint32_t channel) { return Restored(channel, alpha); }),
+                      alpha);
+    return WordOf(Layout::AlphaHigh, color, alpha);
+}
+
+/// Runs the body with the form as constants, so that each has loops of its own that are vectorized.
+template <class Body> void WithForm(const PixelForm &form, Body body) {
+    const auto withLayout = [&]<Layout kLayout>() {
+        if (!form.hasAlpha)
+            body.template operator()<kLayout, false, false>();
+        else if (form.premultiplied)
+            body.template operator()<kLayout, true, true>();
+        else
+            body.template operator()<kLayout, true, false>();
+    };
+    if (form.layout == Layout::AlphaHigh)
+        withLayout.template operator()<Layout::AlphaHigh>();
+    else if (form.layout == Layout::AlphaLow)
+        withLayout.template operator()<Layout::AlphaLow>();
+    else
+        withLayout.template operator()<Layout::RowTable>();
+}
+
+template <class Change> void ChangeWords(unsigned char *row, int width, Change change) {
+    for (std::ptrdiff_t x = 0; x < width; ++x) {
+        std::uint32_t word;
+        std::memcpy(&word, row + 4 * x, 4);
+        word = change(word);
+        std::memcpy(row + 4 * x, &word, 4);
+    }
+}
+
+} // namespace
+
+void ToForm(unsigned char *row, int width, const PixelForm &form) {
+    WithForm(form, [&]<Layout kLayout, bool kAlpha, bool kPremultiplied>() {
+        ChangeWords(row, width, [](std::uint32_t word) { return Formed<kLayout, kAlpha, kPremultiplied>(word); });
+    });
+}
+
+void FromForm(const unsigned char *row, unsigned char *rgba, int width, const PixelForm &form) {
+    std::memcpy(rgba, row, static_cast<std::size_t>(width) * 4);
+    WithForm(form, [&]<Layout kLayout, bool kAlpha, bool kPremultiplied>() {
+        ChangeWords(rgba, width, [](std::uint32_t word) { return Unformed<kLayout, kAlpha, kPremultiplied>(word); });
+    });
+}
+
+void Flatten(unsigned char *row, int width, const PixelForm &form) {
+    WithForm(form, [&]<Layout kLayout, bool kAlpha, bool kPremultiplied>() {
+        ChangeWords(row, width, [](std::uint32_t word) {
+            const std::uint32_t straight = Unformed<kLayout, kAlpha, kPremultiplied>(word);
+            const std::uint32_t alpha = ExtraOf(Layout::AlphaHigh, straight);
+            const auto onWhite = [&](std::uint32_t channel) {
+                return (channel * alpha + 255 * (255 - alpha) + 127) / 255;
+            };
+            return standin::OpaqueWord(kLayout, Each(ColorOf(Layout::AlphaHigh, straight), onWhite));
+        });
+    });
+}
+
+void DropFourth(unsigned char *row, int width) {
+    std::uint32_t words[4];
+    unsigned char *to = row;
+    int x = 0;
+    for (; x + 4 <= width; x += 4, to += 12) {
+        std::memcpy(words, row + std::ptrdiff_t{4} * x, 16);
+        const std::uint32_t packed[] = {(words[0] & 0xFFFFFF) | words[1] << 24,
+                                        (words[1] >> 8 & 0xFFFF) | words[2] << 16,
+                                        (words[2] >> 16 & 0xFF) | words[3] << 8};
+        std::memcpy(to, packed, 12);
+    }
+    for (; x < width; ++x, to += 3)
+        std::memmove(to, row + std::ptrdiff_t{4} * x, 3);
+}
+
+void Reserve(Bytes &file, std::size_t bytes) {
+    file.reserve(bytes);
+    constexpr std::uintptr_t kPage = 4096;
+    const std::uintptr_t start = (reinterpret_cast<std::uintptr_t>(file.data()) + kPage - 1) / kPage * kPage;
+    if (bytes > std::size_t{1} << 22)
+        madvise(reinterpret_cast<void *>(start), bytes - kPage, MADV_HUGEPAGE);
+}
+
+void FromCmyk(unsigned char *row, int width, bool isInverted) {
+    for (unsigned char *pixel = row; pixel < row + std::ptrdiff_t{4} * width; pixel += 4) {
+        const int light = isInverted ? pixel[3] : 255 - pixel[3];
+        for (int channel = 0; channel < 3; ++channel) {
+            const int ink = isInverted ? 255 - pixel[channel] : pixel[channel];
+            pixel[channel] = static_cast<unsigned char>(light - (ink * light + 127) / 255);
+        }
+        pixel[3] = 255;
+    }
+}
+
+void PlaceTurned(const Pixels &from, int orientation, const Pixels &to) {
+    constexpr int kBand = 16; // pixels of a cache line
+    const bool swaps = orientation >= 5;
+    const bool fromRight = orientation == 2 || orientation == 3 || orientation == 7 || orientation == 8;
+    const bool fromBottom = orientation == 3 || orientation == 4 || orientation == 6 || orientation == 7;
+    const std::ptrdiff_t right = fromRight ? -4 : 4;
+    const std::ptrdiff_t down = fromBottom ? -from.pitch : from.pitch;
+    const unsigned char *start = from.Row(fromBottom ? from.height - 1 : 0) + (fromRight ? 4 * (from.width - 1) : 0);
+    for (int top = 0; top < to.height; top += kBand) {
+        const int bottom = std::min(top + kBand, to.height);
+        for (int x = 0; x < to.width; ++x)
+            for (int y = top; y < bottom; ++y)
+                std::memcpy(to.Row(y) + 4 * x, start + (swaps ? x * down + y * right : x * right + y * down), 4);
+        for (int y = top; y < bottom; ++y)
+            ToForm(to.Row(y), to.width, to.form);
+    }
+}
+
+Info CheckedSize(std::int64_t width, std::int64_t height, std::size_t bytes, double mostPixels) {
+    if (width < 1 || height < 1)
+        throw UserError("its picture has no pixels");
+    if (width > kMostSide || height > kMostSide || width * height > kMostPixels)
+        throw UserError(
+            fmt::format("its picture of {} x {} is larger than the {} on a side and {} pixels that are read", width,
+                        height, kMostSide, kMostPixels));
+    if (static_cast<double>(width * height) > static_cast<double>(bytes) * mostPixels)
+        throw UserError(fmt::format("is damaged: {} bytes cannot hold a picture of {} x {}", bytes, width, height));
+    Info info;
+    info.width = static_cast<int>(width);
+    info.height = static_cast<int>(height);
+    return info;
+}
+
+} // namespace tools::formats
