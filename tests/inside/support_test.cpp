@@ -47,7 +47,8 @@ void OfferStrings() {
 void OfferFallback() {
     Offer(
         "StringGetCString", +[](REALstringStruct *string) {
-            return fake::Of(string).bytes.empty() ? nullptr : fake::Of(string).bytes.c_str();
+            const std::string &bytes = fake::Of(string).bytes;
+            return bytes.empty() || bytes == "lost" ? nullptr : bytes.c_str();
         });
     Offer(
         "REALLoadGlobalMethod", +[](REALobjectStruct *none, const char *declaration) -> void * {
@@ -170,6 +171,7 @@ TEST(StringData, IsCopiedByTheModuleWhereTheHostCannot) {
         EXPECT_FALSE(copies(string, kEncodingNone)) << "no way to the bytes";
         OfferFallback();
         EXPECT_FALSE(copies(nullptr, kEncodingNone));
+        EXPECT_FALSE(copies(fake::NewString("lost", kEncodingAscii), kEncodingNone)) << "no address";
         EXPECT_FALSE(copies(string, kEncodingUtf8)) << "and no conversion";
         EXPECT_TRUE(Untouched(data)) << "as it was, after every failure";
         EXPECT_TRUE(copies(string, 0)) << "a host without encodings counts as encoding 0";
