@@ -29,7 +29,8 @@ struct Interpolation : Reads<1> {
     int blue;
 
     Interpolation(const Layout &layout, const GridCorners &grid)
-        : corners(&grid.corners[0][0]), red(8 * layout.red), green(8 * layout.green), blue(8 * layout.blue) {}
+        : corners(reinterpret_cast<const double *>(&grid)), red(8 * layout.red), green(8 * layout.green),
+          blue(8 * layout.blue) {}
 
     [[gnu::noinline]] void operator()(V *block) const {
         CornerPlaces places;

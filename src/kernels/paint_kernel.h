@@ -9,7 +9,7 @@ inline void PaintSpans(const Pixels &target, Area area, std::uint32_t back, std:
         if (tops) {
             KVT_INDEPENDENT_ITERATIONS
             for (std::ptrdiff_t x = area.left; x < area.right; ++x)
-                StoreWord(pixels + x * 4, (tops[x] <= row) & (row < ends[x]) ? foreWord : backWord);
+                StoreWord(pixels + x * 4, ((tops[x] <= row) & (row < ends[x])) ? foreWord : backWord);
         } else {
             KVT_INDEPENDENT_ITERATIONS
             for (std::ptrdiff_t x = area.left; x < area.right; ++x)
