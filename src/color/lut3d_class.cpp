@@ -68,8 +68,8 @@ constexpr std::int32_t kToHighest = kRedStep + kGreenStep + kBlueStep; ///< from
 constexpr std::int32_t kCorners = kGridLevels * kGridLevels * kGridLevels + kToHighest;
 
 /// What the fast form reads, all from one address: the grid, and the weights of two corners that follow each other by
-/// the fractions, in 17ths, that they are the differences of. Aligned by name, since in 32 bits a corner's own alignment
-/// depends on the instruction set that code is compiled for.
+/// the fractions, in 17ths, that they are the differences of. Aligned by name, since a corner's own alignment depends
+/// on the instruction set that code is compiled for.
 struct alignas(sizeof(GridCorner)) GridCorners {
     GridCorner corners[kCorners];
     double low[kGridSpacing][kGridSpacing][2];  ///< lowest and second corner, by the largest and the middle fraction
