@@ -25,15 +25,7 @@
 #ifdef KVT_PORTABLE_BYTES
 #define KVT_LEVEL baseline
 #define KVT_VECTOR_BYTES KVT_PORTABLE_BYTES
-#include "kernels/vector.h"
-
-#include "kernels/vector_portable.h"
-
-#include "kernels/loops.h"
-
-#include KVT_KERNELS
-#undef KVT_LEVEL
-#undef KVT_VECTOR_BYTES
+#include "kernels/one_level.h"
 #define KVT_SELECT(name) ::kvt::Select({&::kvt::baseline::name})
 #else
 
@@ -41,15 +33,7 @@
 
 #define KVT_LEVEL baseline
 #define KVT_VECTOR_BYTES 16
-#include "kernels/vector.h"
-
-#include "kernels/vector_x86.h"
-
-#include "kernels/loops.h"
-
-#include KVT_KERNELS
-#undef KVT_LEVEL
-#undef KVT_VECTOR_BYTES
+#include "kernels/one_level.h"
 
 #define KVT_LEVEL avx2
 #define KVT_VECTOR_BYTES 32
@@ -59,20 +43,12 @@
 #pragma GCC push_options
 #pragma GCC target("avx2")
 #endif
-#include "kernels/vector.h"
-
-#include "kernels/vector_x86.h"
-
-#include "kernels/loops.h"
-
-#include KVT_KERNELS
+#include "kernels/one_level.h"
 #ifdef __clang__
 #pragma clang attribute pop
 #else
 #pragma GCC pop_options
 #endif
-#undef KVT_LEVEL
-#undef KVT_VECTOR_BYTES
 
 #ifdef KVT_WITH_AVX512
 #define KVT_LEVEL avx512
@@ -84,20 +60,12 @@
 #pragma GCC push_options
 #pragma GCC target("avx2,avx512f,avx512bw,avx512dq,avx512vl,avx512vbmi")
 #endif
-#include "kernels/vector.h"
-
-#include "kernels/vector_x86.h"
-
-#include "kernels/loops.h"
-
-#include KVT_KERNELS
+#include "kernels/one_level.h"
 #ifdef __clang__
 #pragma clang attribute pop
 #else
 #pragma GCC pop_options
 #endif
-#undef KVT_LEVEL
-#undef KVT_VECTOR_BYTES
 #define KVT_SELECT(name) ::kvt::Select({&::kvt::baseline::name, &::kvt::avx2::name, &::kvt::avx512::name})
 #else
 #define KVT_SELECT(name) ::kvt::Select({&::kvt::baseline::name, &::kvt::avx2::name})

@@ -1,4 +1,4 @@
-// The loops over pixels that kernels share, at one level. Included by each_level.h alone. A kernel is a record of
+// The loops over pixels that kernels share, at one level. Included by one_level.h alone. A kernel is a record of
 // constants with an operator() over vectors of pixel words.
 namespace kvt::KVT_LEVEL {
 

@@ -12,7 +12,7 @@ namespace kvt {
 /// be made.
 template <class Keep, class AreaRule, class... Kernel, class... Parameters>
 REALpictureStruct *MapPictureAndKeep(Keep keep, REALpictureStruct *picture, NewPicture kind, AreaRule area,
-                                     void (*kernel)(const MapJob &, Kernel...), const Parameters &...parameters) {
+                                     MapKernel<Kernel...> *kernel, const Parameters &...parameters) {
     const OpenReader source{picture};
     if (!source)
         return nullptr;
@@ -25,8 +25,8 @@ REALpictureStruct *MapPictureAndKeep(Keep keep, REALpictureStruct *picture, NewP
 
 /// The same for a picture that is the caller's.
 template <class AreaRule, class... Kernel, class... Parameters>
-REALpictureStruct *MapPicture(REALpictureStruct *picture, NewPicture kind, AreaRule area,
-                              void (*kernel)(const MapJob &, Kernel...), const Parameters &...parameters) {
+REALpictureStruct *MapPicture(REALpictureStruct *picture, NewPicture kind, AreaRule area, MapKernel<Kernel...> *kernel,
+                              const Parameters &...parameters) {
     return MapPictureAndKeep([](REALpictureStruct *made) { return made; }, picture, kind, area, kernel, parameters...);
 }
 

@@ -1,5 +1,5 @@
 // The vector of a level: operations that compilers know for vectors of any width. Those that need a processor's
-// instructions by name are in vector_x86.h and, in plain code, in vector_portable.h. Included by each_level.h alone.
+// instructions by name are in vector_x86.h and, in plain code, in vector_portable.h. Included by one_level.h alone.
 // "8", "16" and "32" in a name are the bits of a lane, U says that lanes are unsigned. A mask has all or none of a
 // lane's bits set.
 namespace kvt::KVT_LEVEL {

@@ -1,4 +1,4 @@
-// What vector_x86.h offers, without any processor's instructions. Included by each_level.h alone.
+// What vector_x86.h offers, without any processor's instructions. Included by one_level.h alone.
 namespace kvt::KVT_LEVEL {
 
 inline constexpr bool kShuffles = false;

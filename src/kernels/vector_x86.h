@@ -1,4 +1,4 @@
-// Operations that take an instruction by name, written once for three widths. Included by each_level.h alone.
+// Operations that take an instruction by name, written once for three widths. Included by one_level.h alone.
 #if KVT_VECTOR_BYTES == 16
 #define KVT_VECTOR __m128i
 #define KVT_OP(name) _mm_##name
