@@ -89,6 +89,8 @@ TEST_F(Files, TagsGoOnWhereTheFormatHoldsThem) {
             EXPECT_TRUE(back.tags.profile == (row.holdsProfile ? tags.profile : Bytes()));
             EXPECT_NEAR(back.tags.perMeterX, row.holdsResolution ? tags.perMeterX : 0, 0.6);
             EXPECT_NEAR(back.tags.perMeterY, row.holdsResolution ? tags.perMeterY : 0, 0.6);
+            given.perMeterX = 1e12; // a resolution that no format holds
+            EXPECT_EQ(FileOf(Path(row.name), picture.picture(), given, 80).bytes.size(), file.bytes.size());
         }
     for (const char *name : {"a.jpg", "a.webp"})
         EXPECT_LT(FileOf(Path(name), SamplePicture(200, 150, false), 20).size(),

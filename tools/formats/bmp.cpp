@@ -75,10 +75,9 @@ Bytes WriteBmp(const Pixels &pixels, const Tags &tags, int) {
         throw UserError("a BMP file has less than 4 GB");
     Bytes file = {'B', 'M'};
     Reserve(file, size);
-    Put(file,
-        {static_cast<std::uint32_t>(size), 0, start, header, static_cast<std::uint32_t>(pixels.width),
-         static_cast<std::uint32_t>(pixels.height), 1U | (alpha ? 32U : 24U) << 16, alpha ? 3U : 0U, 0,
-         static_cast<std::uint32_t>(tags.perMeterX + 0.5), static_cast<std::uint32_t>(tags.perMeterY + 0.5), 0, 0});
+    Put(file, {static_cast<std::uint32_t>(size), 0, start, header, static_cast<std::uint32_t>(pixels.width),
+               static_cast<std::uint32_t>(pixels.height), 1U | (alpha ? 32U : 24U) << 16, alpha ? 3U : 0U, 0,
+               Whole(tags.perMeterX), Whole(tags.perMeterY), 0, 0});
     if (alpha)
         Put(file, {0xFF0000, 0xFF00, 0xFF, 0xFF000000, 0x73524742 /* the profile is sRGB */, 0, 0, 0, 0, 0, 0, 0, 0, 0,
                    0, 0, 0});

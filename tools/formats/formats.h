@@ -3,6 +3,8 @@
 #include "standin/pixel_layout.h"
 #include "tools/files.h"
 
+#include <algorithm>
+#include <cmath>
 #include <cstddef>
 #include <cstdint>
 #include <functional>
@@ -22,6 +24,11 @@ struct Tags {
     double perMeterX = 0; ///< the resolution in pixels; 0: not told
     double perMeterY = 0;
 };
+
+/// A resolution as PNG and BMP hold it. Other files, and damaged ones, can tell any.
+inline std::uint32_t Whole(double perMeter) {
+    return static_cast<std::uint32_t>(std::lround(std::clamp(perMeter, 0.0, 2147483647.0)));
+}
 
 /// What a file says of its picture.
 struct Info {

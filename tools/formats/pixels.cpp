@@ -160,12 +160,14 @@ void PlaceTurned(const Pixels &from, int orientation, const Pixels &to) {
     const bool fromBottom = orientation == 3 || orientation == 4 || orientation == 6 || orientation == 7;
     const std::ptrdiff_t right = fromRight ? -4 : 4;
     const std::ptrdiff_t down = fromBottom ? -from.pitch : from.pitch;
-    const unsigned char *start = from.Row(fromBottom ? from.height - 1 : 0) + (fromRight ? 4 * (from.width - 1) : 0);
+    const unsigned char *start =
+        from.Row(fromBottom ? from.height - 1 : 0) + (fromRight ? (from.width - 1) * std::ptrdiff_t{4} : 0);
     for (int top = 0; top < to.height; top += kBand) {
         const int bottom = std::min(top + kBand, to.height);
         for (int x = 0; x < to.width; ++x)
             for (int y = top; y < bottom; ++y)
-                std::memcpy(to.Row(y) + 4 * x, start + (swaps ? x * down + y * right : x * right + y * down), 4);
+                std::memcpy(to.Row(y) + x * std::ptrdiff_t{4},
+                            start + (swaps ? x * down + y * right : x * right + y * down), 4);
         for (int y = top; y < bottom; ++y)
             ToForm(to.Row(y), to.width, to.form);
     }

@@ -119,8 +119,7 @@ Bytes WritePng(const Pixels &pixels, const Tags &tags, int) {
     spng_iccp profile = {"ICC profile", copy.size(), reinterpret_cast<char *>(copy.data())};
     if (!copy.empty())
         Check(spng_set_iccp(context.get(), &profile));
-    spng_phys resolution = {static_cast<std::uint32_t>(tags.perMeterX + 0.5),
-                            static_cast<std::uint32_t>(tags.perMeterY + 0.5), 1};
+    spng_phys resolution = {Whole(tags.perMeterX), Whole(tags.perMeterY), 1};
     if (tags.perMeterX > 0)
         Check(spng_set_phys(context.get(), &resolution));
     Check(spng_encode_image(context.get(), nullptr, 0, SPNG_FMT_PNG, SPNG_ENCODE_PROGRESSIVE | SPNG_ENCODE_FINALIZE));
