@@ -197,7 +197,7 @@ Ref Caller::MakePicture(Flaw::What flaw) {
         wanted.bitsPerPixel = 24;
         wanted.paletteRows = 1;
     }
-    const Ref made = host_.Make(wanted);
+    Ref made = host_.Make(wanted);
     if (!isWild_) {
         Choices noise(hasMasks_ ? choices_.Word() : 1);
         for (int y = 0; y < height_; ++y)
@@ -254,7 +254,7 @@ Value Caller::Receiver(const Routine &routine) {
     const Flaw::What flaw = FlawOf(kReceiver);
     if (flaw == Flaw::Nil || Rarely())
         return nullptr;
-    const Value receiver = Picture(flaw);
+    Value receiver = Picture(flaw);
     if (hasMasks_ && flaw == Flaw::None)
         host_.AttachMask(receiver.AsRef(), MakePicture(Flaw::None));
     if (ChangesPicture(routine, kReceiver)) {
@@ -269,7 +269,7 @@ Ref Caller::Instance(const Routine &routine) {
     for (const Ref &instance : instances_)
         if (instance.instance().definition->name == routine.className && !Rarely())
             return instance;
-    const Ref instance = host_.New(routine.className);
+    Ref instance = host_.New(routine.className);
     const RegisteredClass &definition = *instance.instance().definition;
     for (const RegisteredProperty &property : definition.properties)
         if (IsUsable(property) && (!isWild_ || property.type == Type::Picture))
@@ -316,7 +316,7 @@ std::string Caller::ByteString() {
     for (int i = 0; i < (isWild_ ? std::min(pixelBytes, 64) : pixelBytes); ++i)
         bytes.push_back(static_cast<char>(choices_.Between(0, 255)));
     if (isWild_) {
-        bytes.resize(static_cast<std::size_t>(kHeader + pixelBytes));
+        bytes.resize(std::size_t{kHeader} + static_cast<std::size_t>(pixelBytes));
         for (int left = choices_.Between(0, 4); left > 0; --left)
             bytes[static_cast<std::size_t>(choices_.Between(0, kHeader - 1))] =
                 static_cast<char>(choices_.Between(0, 255));

@@ -45,7 +45,7 @@ std::string HowItEnded(int status, std::chrono::milliseconds patience) {
 } // namespace
 
 void Report::Send(char kind, const std::string &text) const {
-    const std::string message = kind + std::string(text.c_str()) + '\0';
+    const std::string message = kind + text.substr(0, text.find('\0')) + '\0';
     for (std::size_t sent = 0; sent < message.size();) {
         const ssize_t written = write(descriptor_, message.data() + sent, message.size() - sent);
         if (written < 0 && errno != EINTR)
