@@ -4,24 +4,6 @@ namespace kvt {
 namespace {
 
 CFBundleRef ApplicationServicesFramework;
-decltype(&DisposeRgn) _DisposeRgn;
-decltype(&SetGWorld) _SetGWorld;
-decltype(&GetGWorld) _GetGWorld;
-decltype(&ScrollRect) _ScrollRect;
-decltype(&NewRgn) _NewRgn;
-
-/// True once `slot` holds the framework's function of that name.
-template <class Function> bool FoundInFramework(Function *&slot, const char *name) {
-    if (slot)
-        return true;
-    if (!ApplicationServicesFramework)
-        ApplicationServicesFramework = LoadFrameworkBundle("ApplicationServices.framework");
-    if (!ApplicationServicesFramework)
-        return false;
-    slot = reinterpret_cast<Function *>(
-        CFBundleGetFunctionPointerForName(ApplicationServicesFramework, __CFStringMakeConstantString(name)));
-    return slot != nullptr;
-}
 
 /// Gives a URL back at the end of its scope.
 struct OwnedUrl {
@@ -34,26 +16,12 @@ struct OwnedUrl {
 
 } // namespace
 
-void GetGWorld(CGrafPtr *port, GDHandle *device) {
-    if (FoundInFramework(_GetGWorld, "GetGWorld"))
-        _GetGWorld(port, device);
-}
-
-void SetGWorld(CGrafPtr port, GDHandle device) {
-    if (FoundInFramework(_SetGWorld, "SetGWorld"))
-        _SetGWorld(port, device);
-}
-
-RgnHandle NewRgn() { return FoundInFramework(_NewRgn, "NewRgn") ? _NewRgn() : nullptr; }
-
-void DisposeRgn(RgnHandle region) {
-    if (FoundInFramework(_DisposeRgn, "DisposeRgn"))
-        _DisposeRgn(region);
-}
-
-void ScrollRect(const Rect *rect, std::int16_t dh, std::int16_t dv, RgnHandle updateRegion) {
-    if (FoundInFramework(_ScrollRect, "ScrollRect"))
-        _ScrollRect(rect, dh, dv, updateRegion);
+void *FindInFramework(const char *name) {
+    if (!ApplicationServicesFramework)
+        ApplicationServicesFramework = LoadFrameworkBundle("ApplicationServices.framework");
+    if (!ApplicationServicesFramework)
+        return nullptr;
+    return CFBundleGetFunctionPointerForName(ApplicationServicesFramework, __CFStringMakeConstantString(name));
 }
 
 void SetRect(Rect *rect, std::int16_t left, std::int16_t top, std::int16_t right, std::int16_t bottom) {

@@ -1,20 +1,24 @@
 #pragma once
 
+#include "host/resolver.h"
 #include "platform/CoreServices.h"
 #include "platform/QuickDraw.h"
 
 #include <cstdint>
 
-/// The platform's QuickDraw functions, found at run time in a framework bundle and never linked. Bundle and functions
-/// are looked up at the first call and kept as long as the module is loaded; what was not found is looked up again at
-/// the next call, and until then calling it does nothing. Arguments and results pass unchanged.
+/// The platform's QuickDraw functions, found at run time in a framework bundle and never linked.
 namespace kvt {
 
-void GetGWorld(CGrafPtr *port, GDHandle *device); ///< missing: the variables keep what they hold
-void SetGWorld(CGrafPtr port, GDHandle device);
-RgnHandle NewRgn(); ///< null when missing; given back with DisposeRgn
-void DisposeRgn(RgnHandle region);
-void ScrollRect(const Rect *rect, std::int16_t dh, std::int16_t dv, RgnHandle updateRegion);
+/// The function of that name in the framework's bundle, which is loaded at the first call that finds it and kept.
+void *FindInFramework(const char *name);
+
+template <class Signature> using FrameworkFunction = LateBound<Signature, FindInFramework>;
+inline FrameworkFunction<void(CGrafPtr *port, GDHandle *device)> GetGWorld{"GetGWorld"};
+inline FrameworkFunction<void(CGrafPtr port, GDHandle device)> SetGWorld{"SetGWorld"};
+inline FrameworkFunction<RgnHandle()> NewRgn{"NewRgn"}; ///< given back with DisposeRgn
+inline FrameworkFunction<void(RgnHandle)> DisposeRgn{"DisposeRgn"};
+inline FrameworkFunction<void(const Rect *, std::int16_t dh, std::int16_t dv, RgnHandle updateRegion)> ScrollRect{
+    "ScrollRect"};
 
 /// The module's own.
 void SetRect(Rect *rect, std::int16_t left, std::int16_t top, std::int16_t right, std::int16_t bottom);

@@ -4,17 +4,15 @@
 #include "host/entries.h"
 #include "kernels/rotate.h"
 #include "pixels/open.h"
-#include "pixels/picture_lock.h"
+#include "pixels/picture_helpers.h"
 
 #include <algorithm>
 
 namespace kvt {
 namespace {
 
-using Scroll = unsigned char(REALpictureStruct *, std::int32_t, signed char, signed char);
-
 /// True as well when there is no mask.
-bool ScrollMask(Scroll *scroll, REALpictureStruct *picture, std::int32_t delta, signed char wrap) {
+bool ScrollMask(decltype(ScrollVerticalKVT) scroll, REALpictureStruct *picture, std::int32_t delta, signed char wrap) {
     REALpictureStruct *mask = picture ? REALGetPictureMask(picture, 0) : nullptr;
     if (!mask)
         return true;
@@ -23,9 +21,7 @@ bool ScrollMask(Scroll *scroll, REALpictureStruct *picture, std::int32_t delta, 
     return scrolled;
 }
 
-using Wrap = bool(const PictureEditor &, std::int32_t);
-
-bool WrapAround(Wrap *wrap, REALpictureStruct *picture, std::int32_t delta) {
+bool WrapAround(bool (*wrap)(const PictureEditor &, std::int32_t), REALpictureStruct *picture, std::int32_t delta) {
     const OpenEditor editor{picture};
     return editor && wrap(*editor, delta);
 }
@@ -77,10 +73,8 @@ unsigned char ScrollHorizontalKVT(REALpictureStruct *picture, std::int32_t delta
                                   signed char scrollmask) {
     if (scrollmask)
         ScrollMask(ScrollHorizontalKVT, picture, delta, wrap);
-    if (delta != 0 && wrap)
-        WrapAround(WrapHorizontally, picture, delta);
-    else if (delta != 0)
-        ScrollByPlatform(picture, delta, 0);
+    if (delta != 0)
+        wrap ? WrapAround(WrapHorizontally, picture, delta) : ScrollByPlatform(picture, delta, 0);
     return 1;
 }
 

@@ -39,10 +39,8 @@ class OpenWriter : public OpenPicture {
   public:
     OpenWriter(std::int32_t width, std::int32_t height) { NewPictureWriter(editor_, width, height); }
     OpenWriter(const PictureEditor &source, NewPicture kind) {
-        if (kind == NewPicture::LikeSource)
-            NewPictureWriter(editor_, source);
-        else
-            NewPictureWriter(editor_, source.width, source.height);
+        kind == NewPicture::LikeSource ? NewPictureWriter(editor_, source)
+                                       : NewPictureWriter(editor_, source.width, source.height);
     }
     /// Into `target` itself when it is large enough and can be opened, else into a new picture.
     OpenWriter(REALpictureStruct *target, std::int32_t width, std::int32_t height) {

@@ -3,10 +3,10 @@
 #include "host/entries.h"
 #include "host/resolver.h"
 #include "pixels/picture_helpers.h"
-#include "pixels/picture_lock.h"
 #include "platform/CoreGraphics.h"
 
 #include <cstddef>
+#include <utility>
 
 namespace kvt {
 
@@ -81,40 +81,37 @@ bool ReadConsolePicture(PictureEditor &editor, const REALpictureDescription &des
     return true;
 }
 
-using ReadPixels = bool(PictureEditor &, const REALpictureDescription &);
-
 /// Completes an open whose lock was taken: holds a reference, or gives the lock back and leaves the editor closed.
-bool FinishOpen(PictureEditor &editor, REALpictureStruct *picture, const REALpictureDescription &description,
-                ReadPixels *read) {
-    if (!read(editor, description)) {
+bool FinishOpen(PictureEditor &editor, REALpictureStruct *picture, bool readable) {
+    if (readable) {
+        REALLockObject(picture);
+        editor.picture = picture;
+    } else {
         REALUnlockPictureDescription(picture);
         editor = {};
-        return false;
     }
-    REALLockObject(picture);
-    editor.picture = picture;
-    return true;
+    return readable;
 }
 
-/// A copy of a picture is never copied again, so that a host that can lock neither ends the open.
-enum class Subject { Original, Copy };
+/// A read may take a drawn copy. That is never copied again, so that a host that can lock neither ends the open.
+enum class Access { Read, ReadCopy, Write };
 
-bool Open(PictureEditor &editor, REALpictureStruct *picture, bool mayClone, bool writes, Subject subject) {
+bool Open(PictureEditor &editor, REALpictureStruct *picture, Access access) {
     editor = {};
     if (!picture)
         return false;
-    editor.writes = writes;
+    editor.writes = access == Access::Write;
     LearnApplicationKind();
     editor.hasAlphaChannel = HasAlphaChannel(picture);
     REALpictureDescription description = {};
     if (!IsConsole) {
         if (REALLockPictureDescriptionX(picture, &description, kBitmapDescription)) {
             IsDesktop = 1;
-            return FinishOpen(editor, picture, description, ReadBitmap);
+            return FinishOpen(editor, picture, ReadBitmap(editor, description));
         }
-        if (!editor.hasAlphaChannel && mayClone && !writes && subject == Subject::Original) {
+        if (access == Access::Read && !editor.hasAlphaChannel) {
             if (REALpictureStruct *copy = ClonePicture(picture)) {
-                const bool opened = Open(editor, copy, mayClone, false, Subject::Copy);
+                const bool opened = Open(editor, copy, Access::ReadCopy);
                 REALUnlockObject(copy);
                 return opened;
             }
@@ -123,15 +120,14 @@ bool Open(PictureEditor &editor, REALpictureStruct *picture, bool mayClone, bool
     if (IsDesktop || !REALLockPictureDescriptionX(picture, &description, kConsoleDescription))
         return false;
     IsConsole = 1;
-    return FinishOpen(editor, picture, description, ReadConsolePicture);
+    return FinishOpen(editor, picture, ReadConsolePicture(editor, description));
 }
 
 /// Opens a picture that was just made for this writer, and hands the creation's reference over to it.
 bool OpenNewPicture(PictureEditor &writer, REALpictureStruct *made) {
-    if (!made)
-        return false;
-    const bool opened = GetPictureReader(writer, made, false, true);
-    REALUnlockObject(made);
+    const bool opened = Open(writer, made, Access::Write);
+    if (made)
+        REALUnlockObject(made);
     return opened;
 }
 
@@ -153,35 +149,24 @@ REALpictureStruct *NewAlphaPicture(std::int32_t width, std::int32_t height) {
 
 } // namespace
 
-bool GetPictureReader(PictureEditor &editor, REALpictureStruct *picture) {
-    return GetPictureReader(editor, picture, true, false);
-}
-
-bool GetPictureReader(PictureEditor &editor, REALpictureStruct *picture, signed char mayClone, signed char writes) {
-    return Open(editor, picture, mayClone, writes, Subject::Original);
-}
-
+bool GetPictureReader(PictureEditor &editor, REALpictureStruct *picture) { return Open(editor, picture, Access::Read); }
 bool GetPictureEditor(PictureEditor &editor, REALpictureStruct *picture) {
-    return GetPictureReader(editor, picture, true, true);
+    return Open(editor, picture, Access::Write);
 }
 
 bool NewPictureWriter(PictureEditor &writer, std::int32_t width, std::int32_t height) {
-    writer = {};
-    if (width < 1 || width > kLargestNewPicture || height < 1 || height > kLargestNewPicture)
-        return false;
-    return OpenNewPicture(writer, REALNewPicture(width, height, 32));
+    return OpenNewPicture(writer, FitsNewPicture(width, height) ? REALNewPicture(width, height, 32) : nullptr);
 }
 
 bool NewPictureWriter(PictureEditor &writer, const PictureEditor &reader) {
     if (!reader.hasAlphaChannel)
         return NewPictureWriter(writer, reader.width, reader.height);
-    writer = {};
     return OpenNewPicture(writer, NewAlphaPicture(reader.width, reader.height));
 }
 
 bool NewPictureWriter(PictureEditor &writer, REALpictureStruct *target, std::int32_t width, std::int32_t height) {
     if (target && GetPictureWidth(target) >= width && GetPictureHeight(target) >= height &&
-        GetPictureReader(writer, target, false, true))
+        GetPictureEditor(writer, target))
         return true;
     return NewPictureWriter(writer, width, height);
 }
@@ -197,16 +182,13 @@ REALpictureStruct *RenderPictureWriter(PictureEditor &writer) {
 }
 
 void ClosePictureEditor(PictureEditor &editor) {
-    const PictureEditor closed = editor;
+    const PictureEditor closed = std::exchange(editor, {});
     if (!closed.picture)
         return;
-    editor = {};
     REALUnlockPictureDescription(closed.picture);
     if (closed.writes)
         REALPictureClearCache(closed.picture);
     REALUnlockObject(closed.picture);
 }
-
-void ClosePictureReader(PictureEditor &editor) { ClosePictureEditor(editor); }
 
 } // namespace kvt

@@ -10,8 +10,12 @@ namespace kvt {
 /// types.
 inline constexpr std::int32_t kConsoleFormat = 8;
 
-/// The largest width and height of a new picture.
+/// The largest width and height of a new picture without alpha channel.
 inline constexpr std::int32_t kLargestNewPicture = 32767;
+
+inline bool FitsNewPicture(std::int32_t width, std::int32_t height) {
+    return width >= 1 && width <= kLargestNewPicture && height >= 1 && height <= kLargestNewPicture;
+}
 
 /// One open picture: its pixels are locked and one reference is held, from a successful open until the close. An editor
 /// on a source picture is a reader, one on a result picture a writer. Editors live on an operation's stack. All zero
@@ -42,10 +46,7 @@ extern unsigned char IsConsole;
 /// as 32-bit words of a known layout; closing is still allowed.
 bool GetPictureReader(PictureEditor &editor, REALpictureStruct *picture);
 
-/// The full open. A picture that is opened for writing is never replaced by a copy.
-bool GetPictureReader(PictureEditor &editor, REALpictureStruct *picture, signed char mayClone, signed char writes);
-
-/// Opens `picture` for changing it in place.
+/// Opens `picture` for changing it in place: never a copy.
 bool GetPictureEditor(PictureEditor &editor, REALpictureStruct *picture);
 
 /// Makes a new picture without alpha channel and opens it for writing. False, with nothing held, for a size outside
@@ -64,7 +65,7 @@ bool NewPictureWriter(PictureEditor &writer, REALpictureStruct *target, std::int
 REALpictureStruct *RenderPictureWriter(PictureEditor &writer);
 
 /// Gives back the lock and the reference. Harmless on an editor that never opened and when done twice.
-void ClosePictureReader(PictureEditor &editor);
 void ClosePictureEditor(PictureEditor &editor);
+inline void ClosePictureReader(PictureEditor &editor) { ClosePictureEditor(editor); }
 
 } // namespace kvt

@@ -1,7 +1,6 @@
 #include "pixels/picture_helpers.h"
 
 #include "host/entries.h"
-#include "pixels/picture_lock.h"
 
 #include <cstring>
 
@@ -29,6 +28,14 @@ bool CopyRows(const REALconsolePicture *target, const REALconsolePicture *source
 }
 
 } // namespace
+
+bool REALLockPictureDescriptionX(REALpictureStruct *picture, REALpictureDescription *description, std::int32_t type) {
+    if (REALLockPictureDescription(picture, description, type))
+        return true;
+    if (!(rbversion_rbversion >= 2012.0))
+        REALUnlockPictureDescription(picture);
+    return false;
+}
 
 std::int32_t GetPictureWidth(REALpictureStruct *picture) { return GetPictureInteger(picture, "Width"); }
 std::int32_t GetPictureHeight(REALpictureStruct *picture) { return GetPictureInteger(picture, "Height"); }

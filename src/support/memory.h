@@ -1,18 +1,22 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdlib>
+#include <cstring>
 
 namespace kvt {
 
 /// Sets `size` bytes to zero.
-void ClearMemory(void *memory, std::size_t size);
+inline void ClearMemory(void *memory, std::size_t size) { std::memset(memory, 0, size); }
 
 /// `size` zeroed bytes from the process heap, given back with FreeMemoryNow. Null when `size` is outside 1..0x7FFFFFFF
 /// or the heap refuses.
-void *AllocateClearMemory(long long size);
+inline void *AllocateClearMemory(long long size) {
+    return size < 1 || size > 0x7FFFFFFF ? nullptr : std::calloc(1, static_cast<std::size_t>(size));
+}
 
 /// Returns what AllocateClearMemory (or the module's own copy of a string's bytes) took. Null is fine.
-void FreeMemoryNow(const void *memory);
+inline void FreeMemoryNow(const void *memory) { std::free(const_cast<void *>(memory)); }
 
 /// A zeroed array of `count` elements that goes back to the heap with its owner. Converts to false when the heap
 /// refused, when `count` is below 1, or when it would be larger than 0x7FFFFFFF bytes.

@@ -24,34 +24,36 @@ REALstringStruct *Utf8FromUtf16(const void *units, std::int32_t bytes) {
 REALstringStruct *Utf8FromUtf32(const void *bytes, std::int32_t length) {
     constexpr std::int32_t kStackBytes = 400;
     const std::int32_t units = length / 4;
-    char stack[kStackBytes];
-    char *utf16 = stack;
-    if (length >= 2 * kStackBytes) {
-        utf16 = static_cast<char *>(AllocateClearMemory(units * 2LL + 4));
-        if (!utf16)
-            return nullptr;
-    }
+    char stack[kStackBytes] = {};
+    const bool fitsStack = length < 2 * kStackBytes;
+    ClearBuffer<char> heap(fitsStack ? 0 : units * 2LL + 4);
+    char *utf16 = fitsStack ? stack : heap.data();
+    if (!utf16)
+        return nullptr;
     for (std::ptrdiff_t unit = 0; unit < units; ++unit) {
         std::uint32_t wide;
         std::memcpy(&wide, static_cast<const char *>(bytes) + unit * 4, 4);
         const auto narrow = static_cast<std::uint16_t>(wide & 0xFFFF);
         std::memcpy(utf16 + unit * 2, &narrow, 2);
     }
-    REALstringStruct *result = Utf8FromUtf16(utf16, units * 2);
-    if (utf16 != stack)
-        FreeMemoryNow(utf16);
-    return result;
+    return Utf8FromUtf16(utf16, units * 2);
 }
 
-using BytesOfString = const char *(REALstringStruct *);
-using LengthOfString = std::int32_t(REALstringStruct *);
+LateBound<bool(REALstringStruct *, std::uint32_t encoding, REALstringData *)> PluginGetStringData{
+    "PluginGetStringData"};
+LateBound<void(REALstringData *)> PluginDisposeStringData{"PluginDisposeStringData"};
+LateBound<const char *(REALstringStruct *)> StringGetCString{"StringGetCString"};
+LateBound<void *(REALobjectStruct *, const char *declaration)> REALLoadGlobalMethod{"REALLoadGlobalMethod"};
+
+/// The script function of that name, which the host finds by its declaration: a string's length in bytes.
+void *FindGlobalMethod(const char *declaration) { return REALLoadGlobalMethod(nullptr, declaration); }
+LateBound<std::int32_t(REALstringStruct *), FindGlobalMethod> LenB{"LenB( s as string ) as integer"};
 
 /// Copies the string's bytes as they are stored into a buffer with four zero bytes behind them. An empty string needs
 /// no address.
-bool CopyBytes(REALstringStruct *string, std::uint32_t encoding, BytesOfString *bytesOf, LengthOfString *lengthOf,
-               REALstringData *out) {
-    const std::int32_t length = lengthOf(string);
-    const char *bytes = bytesOf(string);
+bool CopyBytes(REALstringStruct *string, std::uint32_t encoding, REALstringData *out) {
+    const std::int32_t length = LenB(string);
+    const char *bytes = StringGetCString(string);
     if (length < 0 || (length > 0 && !bytes))
         return false;
     const auto size = static_cast<std::size_t>(length);
@@ -69,22 +71,17 @@ bool CopyBytes(REALstringStruct *string, std::uint32_t encoding, BytesOfString *
 
 /// For hosts without "PluginGetStringData": the bytes by "StringGetCString", their number by the script function LenB.
 bool GetStringDataFallback(REALstringStruct *string, std::uint32_t encoding, REALstringData *out) {
-    static BytesOfString *pStringGetCString;
-    static void *(*pLoadGlobalMethod)(REALobjectStruct *, const char *);
-    static LengthOfString *pLenB;
     // Both are looked for before either is missed.
-    const bool hasBytes = Found(pStringGetCString, "StringGetCString");
-    if (!pLenB && Found(pLoadGlobalMethod, "REALLoadGlobalMethod"))
-        pLenB = reinterpret_cast<LengthOfString *>(pLoadGlobalMethod(nullptr, "LenB( s as string ) as integer"));
-    if (!hasBytes || !pLenB || !string)
+    const bool hasBytes = StringGetCString.Found();
+    const bool hasLength = LenB.Found();
+    if (!hasBytes || !hasLength || !string)
         return false;
-
     if (encoding == kEncodingNone || encoding == REALGetStringEncoding(string))
-        return CopyBytes(string, encoding, pStringGetCString, pLenB, out);
+        return CopyBytes(string, encoding, out);
     REALstringStruct *converted = REALConvertString(string, encoding);
     if (!converted)
         return false;
-    const bool copied = CopyBytes(converted, encoding, pStringGetCString, pLenB, out);
+    const bool copied = CopyBytes(converted, encoding, out);
     REALUnlockString(converted);
     return copied;
 }
@@ -92,15 +89,13 @@ bool GetStringDataFallback(REALstringStruct *string, std::uint32_t encoding, REA
 } // namespace
 
 bool REALGetStringData(REALstringStruct *string, std::uint32_t encoding, REALstringData *out) {
-    static unsigned char (*pGetStringData)(REALstringStruct *, std::uint32_t, REALstringData *);
-    return Found(pGetStringData, "PluginGetStringData") ? pGetStringData(string, encoding, out) != 0
-                                                        : GetStringDataFallback(string, encoding, out);
+    return PluginGetStringData.Found() ? PluginGetStringData(string, encoding, out)
+                                       : GetStringDataFallback(string, encoding, out);
 }
 
 void REALDisposeStringData(REALstringData *data) {
-    static void (*pDisposeStringData)(REALstringData *);
-    if (Found(pDisposeStringData, "PluginDisposeStringData"))
-        pDisposeStringData(data);
+    if (PluginDisposeStringData.Found())
+        PluginDisposeStringData(data);
     else
         FreeMemoryNow(data->bytes);
 }

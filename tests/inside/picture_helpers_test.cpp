@@ -2,7 +2,6 @@
 
 #include "inside/fake_host.h"
 #include "pixels/picture_editor.h"
-#include "pixels/picture_lock.h"
 
 #include <cstdint>
 #include <vector>
