@@ -70,58 +70,67 @@ inline bool AllColored(const Pixels &source, Area area, std::uint32_t color) {
     return AllPass(source.rows, area, IsColor(source.layout, color));
 }
 
-/// steps[i] has the residue (constant + sum of factor * color) * powers[i], where the colors are those of the pixels
-/// numbered i, as numbers of 24 bits. The constant and the powers are at most kPrime.
-template <std::size_t kCount>
-KVT_INLINE void Weigh(const Layout &layout, std::int32_t count, const std::uint32_t *powers, std::uint64_t *steps,
-                      std::uint32_t constant, const Weighed (&weighed)[kCount]) {
-    const int shift = layout.other == 0 ? 8 : 0;
-    const unsigned char *pixels[kCount];
-    std::uint32_t factors[kCount];
-    for (std::size_t k = 0; k < kCount; ++k) {
-        pixels[k] = weighed[k].pixels;
-        factors[k] = weighed[k].factor;
-        __asm__("" : "+r"(factors[k])); // for the compiler a number of 32 bits, whose products take one instruction
+/// Moves the columns of a hash down by a row. The leaving one is the same row again as long as none leaves.
+inline void MoveDown(const Hash &hash, const Pixels &pixels, std::int32_t entering, std::int32_t leaving,
+                     std::int32_t count) {
+    const unsigned char *in = pixels.rows[entering];
+    const unsigned char *out = pixels.rows[leaving];
+    const std::uint32_t red = 8u * pixels.layout.red;
+    const std::uint32_t green = 8u * pixels.layout.green;
+    const std::uint32_t blue = 8u * pixels.layout.blue;
+    const auto number = [=](const unsigned char *pixel) KVT_INLINE_LAMBDA {
+        const std::uint32_t word = LoadWord(pixel);
+        return (word >> red & 255) | (word >> green & 255) << 8 | (word >> blue & 255) << 16;
+    };
+    std::uint32_t base = hash.bases.column;
+    std::uint32_t factor = leaving == entering ? 0 : hash.leavingFactor;
+    __asm__("" : "+r"(base), "+r"(factor)); // for the compiler numbers of 32 bits, whose products take one instruction
+    for (std::int32_t first = 0; first < count; first += kHashBlock) {
+        const std::ptrdiff_t end = count - first < kHashBlock ? count - first : kHashBlock;
+        const std::uint32_t *powers = hash.powers + first;
+        std::uint32_t *columns = hash.columns + first;
+        std::uint32_t changes[kHashBlock];
+        KVT_INDEPENDENT_ITERATIONS
+        for (std::ptrdiff_t i = 0; i < end; ++i) {
+            const std::ptrdiff_t at = (first + i) * 4;
+            changes[i] = static_cast<std::uint32_t>(Fold(number(in + at) + std::uint64_t{factor} * number(out + at)));
+        }
+        KVT_INDEPENDENT_ITERATIONS
+        for (std::ptrdiff_t i = 0; i < end; ++i) {
+            const std::uint64_t sum = std::uint64_t{changes[i]} * powers[i] + std::uint64_t{base} * columns[i];
+            columns[i] = static_cast<std::uint32_t>(Fold(Fold(sum)));
+        }
     }
-    std::uint32_t sums[kMostSteps];
-    KVT_INDEPENDENT_ITERATIONS
-    for (std::ptrdiff_t i = 0; i < count; ++i) {
-        std::uint64_t sum = constant;
-        for (std::size_t k = 0; k < kCount; ++k)
-            sum += std::uint64_t{factors[k]} * (LoadWord(pixels[k] + i * 4) >> shift & 0xFFFFFF);
-        sums[i] = static_cast<std::uint32_t>(Fold(sum));
-    }
-    KVT_INDEPENDENT_ITERATIONS
-    for (std::ptrdiff_t i = 0; i < count; ++i)
-        steps[i] = Fold(std::uint64_t{sums[i]} * powers[i]);
 }
 
-inline void WeighTwo(const Layout &layout, std::int32_t count, const std::uint32_t *powers, std::uint64_t *steps,
-                     std::uint32_t constant, const Weighed (&weighed)[2]) {
-    Weigh(layout, count, powers, steps, constant, weighed);
-}
-inline void WeighFour(const Layout &layout, std::int32_t count, const std::uint32_t *powers, std::uint64_t *steps,
-                      std::uint32_t constant, const Weighed (&weighed)[4]) {
-    Weigh(layout, count, powers, steps, constant, weighed);
-}
-
-/// hashes[i] gets the residue of base * hashes[i] + sum + the steps before i; behind the last one, `sum` has all steps
-/// added. Hashes are at most 2^31. True when one of them has the residue 0.
-inline bool AdvanceHashes(std::uint32_t *hashes, std::int32_t count, std::uint32_t base, std::uint64_t &sum,
-                          const std::uint64_t *steps) {
-    alignas(64) std::uint64_t sums[kMostSteps];
-    for (std::ptrdiff_t i = 0; i < count; ++i) {
-        sums[i] = sum;
-        sum += steps[i];
+/// The first of the places `from` up to, not including, `end` whose hash is the sought one; `end` when there is none.
+inline std::int32_t FirstOfHash(const Hash &hash, std::int32_t from, std::int32_t end) {
+    std::uint32_t rest = hash.rest;
+    __asm__("" : "+r"(rest));
+    std::uint64_t sum = 0;
+    for (std::ptrdiff_t i = 0; i < hash.width; ++i)
+        sum += hash.columns[from + i];
+    for (std::int32_t first = from; first < end; first += kHashBlock) {
+        const std::ptrdiff_t count = end - first < kHashBlock ? end - first : kHashBlock;
+        const std::uint32_t *powers = hash.powers + first;
+        const std::uint32_t *leaving = hash.columns + first;
+        const std::uint32_t *entering = leaving + hash.width;
+        std::uint64_t sums[kHashBlock];
+        for (std::ptrdiff_t i = 0; i < count; ++i) {
+            sums[i] = sum;
+            sum += std::uint64_t{entering[i]} - leaving[i];
+        }
+        std::uint32_t zeros = 0;
+        KVT_INDEPENDENT_ITERATIONS
+        for (std::ptrdiff_t i = 0; i < count; ++i) {
+            sums[i] = Fold(Fold(sums[i] + std::uint64_t{rest} * powers[i]));
+            zeros |= sums[i] == 0 || sums[i] == kPrime ? 1u : 0u;
+        }
+        for (std::int32_t i = 0; zeros && i < count; ++i)
+            if (sums[i] == 0 || sums[i] == kPrime)
+                return first + i;
     }
-    std::uint32_t zeros = 0;
-    KVT_INDEPENDENT_ITERATIONS
-    for (std::ptrdiff_t i = 0; i < count; ++i) {
-        const auto hash = static_cast<std::uint32_t>(Fold(Fold(std::uint64_t{base} * hashes[i] + sums[i])));
-        hashes[i] = hash;
-        zeros |= hash == 0 || hash == kPrime ? 1u : 0u;
-    }
-    return zeros != 0;
+    return end;
 }
 
 } // namespace kvt::KVT_LEVEL
