@@ -67,8 +67,7 @@ REALpictureStruct *BinaryStringtoPicture(REALstringStruct *data) {
     const auto width = static_cast<std::int32_t>(LoadBigEndian(view.data + kWidth));
     const auto height = static_cast<std::int32_t>(LoadBigEndian(view.data + kHeight));
     const std::uint32_t offset = LoadBigEndian(view.data + kPixelOffset);
-    const bool sizeFits = width >= 1 && width <= kLargestNewPicture && height >= 1 && height <= kLargestNewPicture;
-    if (!sizeFits || offset + PixelBytes(width, height) > std::int64_t{view.length})
+    if (!FitsNewPicture(width, height) || offset + PixelBytes(width, height) > std::int64_t{view.length})
         return nullptr;
     OpenWriter result{width, height};
     if (!result)

@@ -64,14 +64,15 @@ Sums SumOf(const Samples &samples, std::int64_t first, std::int64_t count) {
                                     : KVT_SELECT(SumOfShorts)(bytes, count, samples.kind->flip);
 }
 
-/// The two level series, one entry a column: first mean levels, then rows below the center row. An average that
-/// overshoots (a smoothing of 0) may carry either across 0.
-struct Envelopes {
-    explicit Envelopes(std::int32_t width) : columns(width), negative(width), positive(width) {}
-    explicit operator bool() const { return negative && positive; }
-    std::int32_t columns;
-    ClearBuffer<double> negative; ///< 0 or less
-    ClearBuffer<double> positive; ///< 0 or more
+/// A column's two halves, first the negative one: the levels of its samples, and the rows that these become.
+struct Column {
+    double levels[2]; ///< 0 or less, and 0 or more
+    std::int32_t rows[2];
+};
+
+struct Columns {
+    ClearBuffer<Column> at;
+    std::int32_t count;
 };
 
 /// Where a column's samples begin. The last one's end at `count` exactly.
@@ -79,50 +80,40 @@ std::int64_t FirstSample(std::int32_t column, std::int32_t columns, std::int32_t
     return static_cast<std::int64_t>(static_cast<double>(column) / columns * count);
 }
 
-/// Fills both series with twice the mean of that sign's part over all samples of the column, and yields the largest
-/// level. A column without samples of its own shows the one that it begins at; without any samples all levels are 0.
-double Bin(const Samples &samples, Envelopes &levels) {
+/// Levels are twice the mean of that sign's part over all samples of the column. Yields the largest one. A column
+/// without samples of its own shows the one that it begins at; without any samples all levels are 0.
+double Bin(const Samples &samples, Columns &columns) {
     double peak = 0.0;
-    if (samples.count < 1)
-        return peak;
-    for (std::int32_t column = 0; column < levels.columns; ++column) {
-        const std::int64_t first = FirstSample(column, levels.columns, samples.count);
-        const std::int64_t end = FirstSample(column + 1, levels.columns, samples.count);
+    for (std::int32_t column = 0; column < columns.count && samples.count >= 1; ++column) {
+        const std::int64_t first = FirstSample(column, columns.count, samples.count);
+        const std::int64_t end = FirstSample(column + 1, columns.count, samples.count);
         const std::int64_t count = std::max<std::int64_t>(end - first, 1);
         const Sums sums = SumOf(samples, first, count);
         const double half = static_cast<double>(count) * 0.5;
-        levels.negative[column] = static_cast<double>(sums.negative) / half;
-        levels.positive[column] = static_cast<double>(sums.positive) / half;
-        peak = std::max({peak, levels.positive[column], -levels.negative[column]});
+        auto &levels = columns.at[column].levels;
+        levels[0] = static_cast<double>(sums.negative) / half;
+        levels[1] = static_cast<double>(sums.positive) / half;
+        peak = std::max({peak, levels[1], -levels[0]});
     }
     return peak;
 }
 
-/// Replaces a series by its exponential moving average.
-void Smooth(ClearBuffer<double> &series, std::int32_t columns, double alpha) {
-    double average = series[0];
-    for (std::int32_t column = 0; column < columns; ++column) {
-        average = average * (1.0 - alpha) + alpha * series[column];
-        series[column] = average;
-    }
-}
-
-/// Turns levels into rows: a level of `divisor` becomes the whole height, and every level 0 when `divisor` is 0.
-void Scale(ClearBuffer<double> &series, std::int32_t columns, std::int32_t height, double divisor) {
-    for (std::int32_t column = 0; column < columns; ++column)
-        series[column] = divisor == 0.0 ? 0.0 : series[column] * height / divisor;
-}
-
-void SmoothAndScale(Envelopes &levels, std::int32_t smooth, double scale, std::int32_t height) {
+/// Turns levels, or their exponential moving averages, into rows: one of `scale` is as far from the center row as the
+/// picture is high, and none is when that is 0. An average that overshoots (a smoothing of 0) may lie on the other side
+/// of the center row, and far outside.
+void FindRows(Columns &columns, std::int32_t smooth, double scale, std::int32_t height) {
     const double alpha = 2.0 / (smooth + 1.0);
-    double divisor = scale;
-    if (smooth != -1 && alpha > 0.0) {
-        Smooth(levels.negative, levels.columns, alpha);
-        Smooth(levels.positive, levels.columns, alpha);
-        divisor = alpha * scale + (1.0 - alpha) * scale;
+    const bool smooths = smooth != -1 && alpha > 0.0;
+    const double divisor = smooths ? alpha * scale + (1.0 - alpha) * scale : scale;
+    for (const int half : {0, 1}) {
+        double average = columns.at[0].levels[half];
+        for (std::int32_t column = 0; column < columns.count; ++column) {
+            const double level = columns.at[column].levels[half];
+            average = smooths ? average * (1.0 - alpha) + alpha * level : level;
+            const double offset = divisor == 0.0 ? 0.0 : average * height / divisor;
+            columns.at[column].rows[half] = Truncate(height / 2 + offset);
+        }
     }
-    Scale(levels.negative, levels.columns, height, divisor);
-    Scale(levels.positive, levels.columns, height, divisor);
 }
 
 /// Limits to the range of `Integer`.
@@ -131,51 +122,38 @@ template <class Integer> Integer Limit(std::int64_t value) {
     return static_cast<Integer>(std::clamp<std::int64_t>(value, Range::min(), Range::max()));
 }
 
-/// The rows of each column that its two halves cover: both begin at the center row, so together they are one bar.
-struct Bars {
-    explicit Bars(std::int32_t width) : tops(width), ends(width) {}
-    explicit operator bool() const { return tops && ends; }
-    ClearBuffer<std::int32_t> tops;
-    ClearBuffer<std::int32_t> ends; ///< the row below the last one
-};
-
-void FindBars(const Envelopes &levels, std::int32_t height, Bars &bars) {
-    const std::int32_t middle = height / 2;
-    for (std::int32_t column = 0; column < levels.columns; ++column) {
-        const std::int32_t negative = Truncate(middle + levels.negative[column]);
-        const std::int32_t positive = Truncate(middle + levels.positive[column]);
-        bars.tops[column] = std::clamp(std::min({middle, negative, positive}), 0, height - 1);
-        bars.ends[column] = std::clamp(std::max({middle, negative, positive}), 0, height - 1) + 1;
+/// Fills in the rows that each column covers, up to and not including its end: both halves begin at the center row, so
+/// together they are one bar.
+void FindBars(const Columns &columns, std::int32_t height, std::int32_t *tops, std::int32_t *ends) {
+    for (std::int32_t column = 0; column < columns.count; ++column) {
+        const auto &rows = columns.at[column].rows;
+        tops[column] = std::clamp(std::min({height / 2, rows[0], rows[1]}), 0, height - 1);
+        ends[column] = std::clamp(std::max({height / 2, rows[0], rows[1]}), 0, height - 1) + 1;
     }
 }
 
-/// Hands the two polylines along the envelopes to `draw`, as (x, y) to (x, y): column by column, first the negative
-/// one's segment, then the positive one's. Both start at the center row of column 0. Rows may lie far outside.
-template <class Draw> void ForEachSegment(const Envelopes &levels, std::int32_t height, Draw draw) {
-    const std::int32_t middle = height / 2;
-    std::int32_t from = 0;
-    std::int32_t fromNegative = middle;
-    std::int32_t fromPositive = middle;
-    for (std::int32_t column = 0; column < levels.columns; ++column) {
-        const std::int32_t negative = Truncate(levels.negative[column] + middle);
-        const std::int32_t positive = Truncate(levels.positive[column] + middle);
-        draw(from, fromNegative, column, negative);
-        draw(from, fromPositive, column, positive);
-        from = column;
-        fromNegative = negative;
-        fromPositive = positive;
+/// Hands the two polylines along the halves to `draw`, as (x, y) to (x, y), column by column. Both start at the center
+/// row of column 0.
+template <class Draw> void ForEachSegment(const Columns &columns, std::int32_t height, Draw draw) {
+    const Column start{{}, {height / 2, height / 2}};
+    const Column *from = &start;
+    for (std::int32_t column = 0; column < columns.count; ++column) {
+        const Column *to = &columns.at[column];
+        for (const int half : {0, 1})
+            draw(std::max(column - 1, 0), from->rows[half], column, to->rows[half]);
+        from = to;
     }
 }
 
-void DrawThinOutline(const PictureEditor &picture, const Envelopes &levels, std::int32_t height) {
+void DrawThinOutline(const PictureEditor &picture, const Columns &columns, std::int32_t height) {
     using Short = std::int16_t;
-    ForEachSegment(levels, height, [&](std::int32_t x0, std::int32_t y0, std::int32_t x1, std::int32_t y1) {
+    ForEachSegment(columns, height, [&](std::int32_t x0, std::int32_t y0, std::int32_t x1, std::int32_t y1) {
         DrawWuLine(picture, Limit<Short>(x0), Limit<Short>(y0), Limit<Short>(x1), Limit<Short>(y1));
     });
 }
 
 /// Drawn by the host, whose pen hangs to the right of and below its coordinates. Left out when there is no surface.
-void DrawThickOutline(REALpictureStruct *picture, const Envelopes &levels, std::int32_t height, std::int32_t penSize,
+void DrawThickOutline(REALpictureStruct *picture, const Columns &columns, std::int32_t height, std::int32_t penSize,
                       std::uint32_t color) {
     REALgraphicsStruct *graphics = REALGetPictureGraphics(picture);
     if (!graphics)
@@ -186,13 +164,11 @@ void DrawThickOutline(REALpictureStruct *picture, const Envelopes &levels, std::
     const auto centered = [half = penSize / 2](std::int64_t coordinate) {
         return Limit<std::int32_t>(coordinate - half);
     };
-    ForEachSegment(levels, height, [&](std::int32_t x0, std::int32_t y0, std::int32_t x1, std::int32_t y1) {
+    ForEachSegment(columns, height, [&](std::int32_t x0, std::int32_t y0, std::int32_t x1, std::int32_t y1) {
         GraphicsDrawLine(graphics, centered(x0), centered(y0), centered(x1), centered(y1));
     });
     REALUnlockObject(graphics);
 }
-
-bool FitsNewPicture(std::int32_t extent) { return extent >= 1 && extent <= kLargestNewPicture; }
 
 } // namespace
 
@@ -213,30 +189,31 @@ REALpictureStruct *RenderSamples(REALmemoryBlockStruct *samples, std::int32_t sa
         return nullptr;
     const std::int32_t held = std::max(REALMemoryBlockGetSize(samples), 0) / kind->bytes;
     const std::int32_t count = sampleCount >= 1 ? std::min(sampleCount, held) : held;
-    const std::int32_t columns = width >= 1 ? width : count;
+    const std::int32_t columnCount = width >= 1 ? width : count;
     const std::int32_t rows = height >= 1 ? height : kDefaultHeight;
-    if (!FitsNewPicture(columns) || !FitsNewPicture(rows))
+    if (!FitsNewPicture(columnCount, rows))
         return nullptr;
     const auto *bytes = static_cast<const unsigned char *>(REALMemoryBlockGetPtr(samples));
     if (!bytes)
         return nullptr;
-    Envelopes levels(columns);
-    Bars bars(columns);
-    if (!levels || !bars)
+    Columns columns{ClearBuffer<Column>(columnCount), columnCount};
+    ClearBuffer<std::int32_t> tops(columnCount);
+    ClearBuffer<std::int32_t> ends(columnCount);
+    if (!columns.at || !tops || !ends)
         return nullptr;
-    const double peak = Bin({kind, bytes, count}, levels);
-    SmoothAndScale(levels, smooth, autoScale ? 2.0 * peak : kind->fullScale, rows);
-    FindBars(levels, rows, bars);
+    const double peak = Bin({kind, bytes, count}, columns);
+    FindRows(columns, smooth, autoScale ? 2.0 * peak : kind->fullScale, rows);
+    FindBars(columns, rows, tops.data(), ends.data());
 
-    OpenWriter result{columns, rows};
+    OpenWriter result{columnCount, rows};
     if (!result)
         return nullptr;
-    Paint(*result, AreaOf(*result, kWholePicture), backColor, foreColor, bars.tops.data(), bars.ends.data());
+    Paint(*result, AreaOf(*result, kWholePicture), backColor, foreColor, tops.data(), ends.data());
     if (outlineWidth == 1)
-        DrawThinOutline(*result, levels, rows);
+        DrawThinOutline(*result, columns, rows);
     REALpictureStruct *picture = result.Render();
     if (picture && outlineWidth >= 2)
-        DrawThickOutline(picture, levels, rows, outlineWidth, outLineColor & 0xFFFFFF);
+        DrawThickOutline(picture, columns, rows, outlineWidth, outLineColor & 0xFFFFFF);
     return picture;
 }
 

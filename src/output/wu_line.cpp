@@ -15,23 +15,23 @@ namespace {
 
 /// The steps of a line from `first` up to and including `last`; step 0 is its start.
 struct Steps {
-    std::int64_t first;
-    std::int64_t last;
+    std::int32_t first;
+    std::int32_t last;
+
+    template <class Draw> void ForEach(Draw draw) const {
+        for (std::int32_t step = first; step <= last; ++step)
+            draw(step);
+    }
 };
 
-/// Those steps at which start + step * direction lies in 0..size - 1.
-Steps Inside(Steps steps, std::int64_t start, std::int32_t direction, std::int64_t size) {
+/// Those steps at which start + step * direction lies in 0..size - 1. A line ends before 32768, where larger pictures
+/// may end for it, too.
+Steps Inside(Steps steps, std::int32_t start, std::int32_t direction, std::int32_t size) {
+    const std::int32_t last = std::min(size, 32768) - 1;
     if (direction == 0)
-        return start >= 0 && start < size ? steps : Steps{0, -1};
-    const Steps inside = direction > 0 ? Steps{-start, size - 1 - start} : Steps{start - (size - 1), start};
+        return start >= 0 && start <= last ? steps : Steps{0, -1};
+    const Steps inside = direction > 0 ? Steps{-start, last - start} : Steps{start - last, start};
     return {std::max(steps.first, inside.first), std::min(steps.last, inside.last)};
-}
-
-/// Hands the steps' numbers, which lie between those of a line, to `draw`.
-template <class Draw> void ForEachStep(Steps steps, Draw draw) {
-    const auto last = static_cast<std::int32_t>(steps.last);
-    for (auto step = static_cast<std::int32_t>(steps.first); step <= last; ++step)
-        draw(step);
 }
 
 /// How far a line is off its start across its main direction, in 65536ths of a pixel: the 16-bit accumulator of the
@@ -65,27 +65,22 @@ void TraceWuLine(std::int32_t width, std::int32_t height, std::int16_t x0, std::
         const std::int32_t xStep = dx == 0 ? 0 : xDirection;
         const std::int32_t yStep = dy == 0 ? 0 : 1;
         const Steps columns = Inside({1, std::max(dx, dy)}, x0, xStep, width);
-        ForEachStep(Inside(columns, y0, yStep, height),
-                    [&](std::int32_t step) { plot(x0 + step * xStep, y0 + step * yStep, 0); });
+        Inside(columns, y0, yStep, height).ForEach([&](std::int32_t step) {
+            plot(x0 + step * xStep, y0 + step * yStep, 0);
+        });
         return;
     }
-    if (dy > dx) {
-        const Slope slope(dx, dy);
-        ForEachStep(Inside({1, dy - 1}, y0, 1, height), [&](std::int32_t step) {
-            const std::int32_t x = x0 + slope.Pixels(step) * xDirection;
-            const std::uint32_t intensity = slope.Intensity(step);
-            plot(x, y0 + step, intensity);
-            plot(x + xDirection, y0 + step, intensity ^ 255);
-        });
-    } else {
-        const Slope slope(dy, dx);
-        ForEachStep(Inside({1, dx - 1}, x0, xDirection, width), [&](std::int32_t step) {
-            const std::int32_t y = y0 + slope.Pixels(step);
-            const std::uint32_t intensity = slope.Intensity(step);
-            plot(x0 + step * xDirection, y, intensity);
-            plot(x0 + step * xDirection, y + 1, intensity ^ 255);
-        });
-    }
+    const bool steep = dy > dx;
+    const Slope slope(std::min(dx, dy), std::max(dx, dy));
+    const Steps steps = steep ? Inside({1, dy - 1}, y0, 1, height) : Inside({1, dx - 1}, x0, xDirection, width);
+    steps.ForEach([&](std::int32_t step) {
+        const std::int32_t across = slope.Pixels(step);
+        const std::int32_t x = x0 + (steep ? across : step) * xDirection;
+        const std::int32_t y = y0 + (steep ? step : across);
+        const std::uint32_t intensity = slope.Intensity(step);
+        plot(x, y, intensity);
+        plot(steep ? x + xDirection : x, steep ? y : y + 1, intensity ^ 255);
+    });
     plot(x1, y1, 0);
 }
 
