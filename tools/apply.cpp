@@ -1,12 +1,13 @@
 #include "tools/apply.h"
 
 #include "tools/bound_call.h"
-#include "tools/json.h"
 #include "tools/nearest.h"
 #include "tools/picture_files.h"
 #include "tools/run_call.h"
 
 #include <algorithm>
+#include <chrono>
+#include <filesystem>
 #include <fmt/format.h>
 #include <map>
 #include <new>
@@ -19,33 +20,31 @@ using standin::Result;
 using standin::SameName;
 using standin::Type;
 using standin::Value;
+using Json = nlohmann::ordered_json;
 
 /// What is to be saved once all went well.
 struct Harvest {
     std::optional<Bytes> output;        ///< the last picture's file, or the bytes of the last call's string
     std::map<std::string, Bytes> files; ///< content of blocks by path
+    bool hasFalse = false;              ///< among the results
 };
 
 Bytes Copy(std::span<const unsigned char> bytes) { return {bytes.begin(), bytes.end()}; }
 
-std::string JsonOf(Type type, const Value &value) {
-    const auto count = [](auto number) { return fmt::format("{}", number); };
+Json JsonOf(const Value &value) {
     if (value.Is<bool>())
-        return json::Boolean(value.AsBoolean());
+        return value.AsBoolean();
     if (value.Is<double>())
-        return json::Number(value.AsDouble());
+        return value.AsDouble();
     if (value.Is<std::int64_t>())
-        return count(value.AsInteger());
+        return value.AsInteger();
     if (!value.Is<Ref>())
-        return "null";
-    if (type == Type::Picture)
-        return json::Object({{"width", count(value.AsPicture().width)}, {"height", count(value.AsPicture().height)}});
-    return json::Object({{"bytes", count(type == Type::String ? value.AsRef().text().bytes().size()
-                                                              : AsBytes(value.AsRef().block()).size())}});
-}
-
-Answer AnswerOf(std::string_view name, Type type, const Value &value) {
-    return {std::string(name), type, Shown(value), JsonOf(type, value)};
+        return nullptr;
+    const Ref &ref = value.AsRef();
+    if (ref.object()->kind == standin::Kind::Picture)
+        return {{"width", ref.picture().width}, {"height", ref.picture().height}};
+    return {
+        {"bytes", ref.object()->kind == standin::Kind::String ? ref.text().bytes().size() : ref.block().memory.size()}};
 }
 
 std::vector<SavedBlock> ParseSavedBlocks(const std::vector<std::string> &options, const std::vector<BoundCall> &calls) {
@@ -79,58 +78,77 @@ void CheckOutput(const ApplyRequest &request, const std::vector<BoundCall> &call
     const std::string &output = request.output;
     if (output.empty())
         return;
-    if (TakesPicture(output, calls))
-        CheckWritable(PicturePath(request));
-    if (TakesPicture(output, calls) && !hasPicture)
+    const bool givesString = !calls.empty() && calls.back().YieldsString();
+    if (!TakesPicture(output, calls)) {
+        if (!givesString)
+            throw UserError(
+                fmt::format("{}: pictures are saved as .png, .jpg, .jpeg, .webp or .bmp; a file of another name takes "
+                            "the string that the last call returns, and there is none",
+                            output));
+        return;
+    }
+    CheckWritable(PicturePath(request));
+    if (!hasPicture)
         throw UserError(fmt::format("{}: there is no picture to save, for no call makes one", output));
-    if (!TakesPicture(output, calls) && (calls.empty() || !calls.back().YieldsString()))
-        throw UserError(
-            fmt::format("{}: pictures are saved as .png, .jpg, .jpeg, .webp or .bmp; a file of another name takes "
-                        "the string that the last call returns, and there is none",
-                        output));
+    if (givesString)
+        throw UserError(fmt::format("{}: {} returns a string and no picture, which goes to a file of another ending: "
+                                    "-o {}",
+                                    output, calls.back().name,
+                                    std::filesystem::path(output).replace_extension(".ppic").string()));
 }
 
 bool LeavesPictureUnsaved(const std::string &output, const std::vector<BoundCall> &calls) {
     return output.empty() && !calls.empty() && (calls.back().YieldsPicture() || calls.back().assigned);
 }
 
-/// A chain of calls while it runs.
-class Chain {
-  public:
-    Chain(standin::Host &host, Ref picture, ApplyReport &report)
-        : host_(host), picture_(std::move(picture)), report_(report) {}
-
-    void Run(const BoundCall &call) {
-        const Result result = RunCall(host_, call, picture_);
-        CallReport &told = report_.calls.emplace_back(CallReport{call.text, {}, {}, result.time - result.timeInHost});
-        const standin::Declaration &declaration = call.method->declaration;
-        if (call.YieldsPicture())
-            told.value = AnswerOf(call.name, Type::Picture, picture_);
-        else if (!call.assigned && declaration.result != Type::Nothing)
-            told.value = AnswerOf(call.name, declaration.result, result.value);
-        for (const auto &[name, value] : result.byref)
-            told.byref.push_back(AnswerOf(name, TypeOf(declaration, name), value));
-        last_ = result.value;
-        byref_ = result.byref;
+/// Notes what a call gave; of a picture, `picture` is it.
+void Tell(const BoundCall &call, const Result &result, const Ref &picture, ApplyReport &report) {
+    const standin::Declaration &declaration = call.method->declaration;
+    const auto tell = [&](const std::string &name, Type type, const Value &value) -> Json {
+        if (type != Type::Picture)
+            report.answers.emplace_back(name, Shown(value));
+        return {{"name", name}, {"type", standin::NameOf(type)}, {"value", JsonOf(value)}};
+    };
+    Json value;
+    if (call.YieldsPicture())
+        value = tell(call.name, Type::Picture, picture);
+    else if (!call.assigned && declaration.result != Type::Nothing)
+        value = tell(call.name, declaration.result, result.value);
+    Json byref = Json::array();
+    for (const auto &[name, variable] : result.byref) {
+        const auto parameter = std::find_if(declaration.parameters.begin(), declaration.parameters.end(),
+                                            [&name = name](const auto &known) { return known.name == name; });
+        byref.push_back(tell(name, parameter->type, variable));
     }
+    const std::chrono::duration<double> time = result.time - result.timeInHost;
+    report.calls.push_back({{"call", call.text}, {"result", value}, {"byref", byref}, {"seconds", time.count()}});
+}
 
-    const Ref &picture() const { return picture_; }
-    const Value &last() const { return last_; }                                        ///< what the last call returned
-    const std::vector<std::pair<std::string, Value>> &byref() const { return byref_; } ///< the last call's variables
+/// What becomes of alpha on the way through a chain of calls to a picture that is saved.
+class AlphaWatch {
+  public:
+    explicit AlphaWatch(std::vector<std::string> &notes) : notes_(notes) {}
+
+    void After(const BoundCall &call, const Ref &before, const Ref &after) {
+        if (call.assigned)
+            masked_ = before;
+        const bool readsMask = call.method->record.setter && !call.assigned;
+        if (after == before || readsMask || !HasAlpha(before) || HasAlpha(after))
+            return;
+        notes_.push_back(fmt::format("{}: its picture is opaque; the alpha of the one before is lost", call.name));
+    }
+    /// A mask that was assigned is the alpha channel of what is saved, though the picture was opaque before.
+    void Complete(const Ref &last) const {
+        if (last && last == masked_)
+            AddAlphaChannel(last.picture());
+    }
 
   private:
-    static Type TypeOf(const standin::Declaration &declaration, const std::string &name) {
-        for (const standin::Parameter &parameter : declaration.parameters)
-            if (parameter.name == name)
-                return parameter.type;
-        return Type::Nothing;
+    bool HasAlpha(const Ref &ref) const {
+        return ref && (ref.picture().description.hasAlphaChannel || ref == masked_) && !IsOpaque(ref.picture());
     }
-
-    standin::Host &host_;
-    Ref picture_;
-    ApplyReport &report_;
-    Value last_;
-    std::vector<std::pair<std::string, Value>> byref_;
+    std::vector<std::string> &notes_;
+    Ref masked_;
 };
 
 /// The calls of a request, ready to run, and where their blocks go.
@@ -142,10 +160,9 @@ struct Plan {
 Plan MakePlan(standin::Host &host, const ApplyRequest &request) {
     Plan plan;
     bool hasPicture = request.input.has_value();
-    for (const std::string &text : request.calls) {
-        plan.calls.push_back(Bind(host, text, hasPicture));
-        hasPicture = hasPicture || plan.calls.back().YieldsPicture();
-    }
+    for (const std::string &line : request.calls)
+        for (BoundCall &call : BindLine(host, line, hasPicture))
+            plan.calls.push_back(std::move(call));
     plan.savedBlocks = ParseSavedBlocks(request.savedBlocks, plan.calls);
     CheckOutput(request, plan.calls, hasPicture);
     return plan;
@@ -161,33 +178,42 @@ Harvest RunAll(standin::Host &host, const ApplyRequest &request, ApplyReport &re
         report.notes.insert(report.notes.end(), call.notes.begin(), call.notes.end());
 
     Harvest harvest;
-    Chain chain(host, std::move(input.picture), report);
+    Ref picture = std::move(input.picture);
+    Value last;
+    const bool savesPicture = !request.output.empty() && TakesPicture(request.output, plan.calls);
+    AlphaWatch alpha(report.notes);
     for (const BoundCall &call : plan.calls) {
-        chain.Run(call);
-        for (const auto &[name, value] : chain.byref())
+        const Ref before = picture;
+        const Result result = RunCall(host, call, picture);
+        Tell(call, result, picture, report);
+        if (savesPicture)
+            alpha.After(call, before, picture);
+        for (const auto &[name, value] : result.byref)
             for (const SavedBlock &saved : plan.savedBlocks)
                 if (SameName(saved.name, name) && value.Is<Ref>())
                     harvest.files[saved.path] = Copy(AsBytes(value.AsRef().block()));
+        last = result.value;
+        harvest.hasFalse = harvest.hasFalse || (last.Is<bool>() && !last.AsBoolean());
     }
     if (LeavesPictureUnsaved(request.output, plan.calls))
-        report.unsaved = Shown(chain.picture());
-    if (request.output.empty())
-        return harvest;
-    if (!TakesPicture(request.output, plan.calls)) {
-        harvest.output = Copy(AsBytes(chain.last().AsRef().text().bytes()));
-        return harvest;
+        report.unsaved = Shown(picture);
+    if (savesPicture) {
+        alpha.Complete(picture);
+        PictureFile file = FileOf(PicturePath(request), picture.picture(), input.tags, request.quality);
+        harvest.output = std::move(file.bytes);
+        report.notes.insert(report.notes.end(), file.notes.begin(), file.notes.end());
+    } else if (!request.output.empty()) {
+        harvest.output = Copy(AsBytes(last.AsRef().text().bytes()));
     }
-    PictureFile file = FileOf(PicturePath(request), chain.picture().picture(), input.tags, request.quality);
-    harvest.output = std::move(file.bytes);
-    report.notes.insert(report.notes.end(), file.notes.begin(), file.notes.end());
     return harvest;
 }
 
-void Save(const Harvest &harvest, const ApplyRequest &request) {
+void Save(const Harvest &harvest, const ApplyRequest &request, ApplyReport &report) {
     if (harvest.output)
         WriteBytes(request.output, *harvest.output);
     for (const auto &[path, bytes] : harvest.files)
         WriteBytes(path, bytes);
+    report.isSaved = true;
 }
 
 void RunAndSave(const standin::HostDescription &description, const ApplyRequest &request, ApplyReport &report) {
@@ -201,9 +227,11 @@ void RunAndSave(const standin::HostDescription &description, const ApplyRequest 
     }
     host.Finish(); // by now nothing of the host's is held here any more: what is still out, the module kept
     report.violations = host.TakeViolations();
-    if (harvest && report.violations.empty())
-        Save(*harvest, request);
     report.outcome = !report.violations.empty() ? Violated : harvest ? Done : Failed;
+    if (report.outcome == Done)
+        Save(*harvest, request, report);
+    if (report.outcome == Done && request.falseFails && harvest->hasFalse)
+        report.outcome = Failed;
 }
 
 } // namespace
@@ -213,13 +241,39 @@ ApplyReport Apply(const standin::HostDescription &host, const ApplyRequest &requ
     const auto start = std::chrono::steady_clock::now();
     try {
         RunAndSave(host, request, report);
+    } catch (const WriteFailed &error) {
+        report.error = error.what();
+        report.outcome = Failed;
     } catch (const std::bad_alloc &) {
         report.error = "there is not enough memory";
     } catch (const std::exception &error) {
         report.error = error.what();
+        report.outcome = Wrong;
     }
-    report.time = std::chrono::steady_clock::now() - start;
+    report.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
     return report;
+}
+
+Json JsonOf(const ApplyRequest &request, const ApplyReport &report) {
+    const auto orNull = [](bool holds, Json value) { return holds ? std::move(value) : Json(); };
+    Json blocks = Json::array();
+    for (const std::string &option : request.savedBlocks) {
+        const SavedBlock block = ParseSavedBlock(option);
+        blocks.push_back({{"name", block.name}, {"output", orNull(report.isSaved, block.path)}});
+    }
+    Json raised;
+    if (report.raised)
+        raised = {{"class", report.raised->className}, {"message", report.raised->message}};
+    return {{"input", orNull(request.input.has_value(), request.input.value_or(""))},
+            {"output", orNull(report.isSaved && !request.output.empty(), request.output)},
+            {"blocks", blocks},
+            {"calls", report.calls},
+            {"seconds", report.seconds},
+            {"raised", raised},
+            {"notes", report.notes},
+            {"violations", report.violations},
+            {"error", orNull(!report.error.empty(), report.error)},
+            {"status", static_cast<int>(report.outcome)}};
 }
 
 bool CheckCalls(const standin::HostDescription &description, const ApplyRequest &request) {

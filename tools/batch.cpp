@@ -14,10 +14,9 @@ namespace {
 
 namespace fs = std::filesystem;
 
-bool LooksLikeInput(const std::string &word) {
-    std::error_code ignored;
-    const bool hasNoSignOfACall = word.find_first_of("(=") == word.npos;
-    return word == kStandardStream || fs::is_regular_file(word, ignored) || (hasNoSignOfACall && IsPicturePath(word));
+/// A word as a shell takes it.
+std::string Quoted(const std::string &word) {
+    return word.find_first_of(" ()&;<>|*?#\"'{}$") == word.npos ? word : fmt::format("'{}'", word);
 }
 
 std::string PartOf(std::string_view name, const std::string &input) {
@@ -33,9 +32,12 @@ std::string PartOf(std::string_view name, const std::string &input) {
                                 Suggestion(name, {"name", "dir", "ext"})));
 }
 
-/// The same for every way to write a path.
-std::string Place(const std::string &path) {
-    return path == kStandardStream ? path : fs::weakly_canonical(fs::absolute(path)).string();
+/// The same for every way to write a path that leads somewhere.
+std::string Canonical(const std::string &path) {
+    std::error_code error;
+    const fs::path place =
+        path == kStandardStream ? fs::path(path) : fs::weakly_canonical(fs::absolute(path, error), error);
+    return error ? path : place.string();
 }
 
 /// Every place that a request writes to, as the user wrote it.
@@ -51,11 +53,11 @@ std::vector<std::string> Targets(const ApplyRequest &request) {
 void CheckTargets(const std::vector<ApplyRequest> &requests) {
     std::map<std::string, const ApplyRequest *> readers;
     for (const ApplyRequest &request : requests)
-        readers.emplace(Place(*request.input), &request);
+        readers.emplace(Canonical(*request.input), &request);
     std::map<std::string, const ApplyRequest *> writers;
     for (const ApplyRequest &request : requests)
         for (const std::string &target : Targets(request)) {
-            const std::string place = Place(target);
+            const std::string place = Canonical(target);
             const auto [writer, isFirst] = writers.emplace(place, &request);
             if (!isFirst)
                 throw UserError(writer->second == &request
@@ -71,20 +73,54 @@ void CheckTargets(const std::vector<ApplyRequest> &requests) {
 
 } // namespace
 
+bool IsFolder(const std::string &path) {
+    std::error_code ignored;
+    return path.ends_with('/') || fs::is_directory(path, ignored);
+}
+
+bool LooksLikeInput(const std::string &word) {
+    std::error_code ignored;
+    const fs::file_status status = fs::status(word, ignored);
+    const bool hasNoSignOfACall = word.find_first_of("(=") == word.npos;
+    return word == kStandardStream || (fs::exists(status) && !fs::is_directory(status)) ||
+           (hasNoSignOfACall && IsPicturePath(word));
+}
+
 Words SplitWords(const std::vector<std::string> &words) {
     const auto firstCall = std::find_if_not(words.begin(), words.end(), LooksLikeInput);
-    if (firstCall == words.begin())
-        throw UserError(words.empty()
-                            ? "apply needs a picture: kvt apply PICTURE... CALL..."
-                            : fmt::format("\"{}\" is read as a call, for there is no such file and it has no picture's "
-                                          "ending; apply needs a picture before it (make needs none)",
-                                          words[0]));
+    const auto line = [&](const auto &pictures, const auto &calls, std::string_view output) {
+        std::string text = "kvt apply";
+        for (const auto *part : {&pictures, &calls})
+            for (const std::string &word : *part)
+                text += ' ' + Quoted(word);
+        return text + (output.empty() ? "" : fmt::format(" -o {}", output));
+    };
+    const std::vector<std::string> front(words.begin(), firstCall);
     const auto stray = std::find_if(firstCall, words.end(), LooksLikeInput);
-    if (stray != words.end())
-        throw UserError(fmt::format("\"{}\" is a picture, and stands behind \"{}\", which is read as a call, for there "
-                                    "is no such file; pictures come first",
-                                    *stray, *firstCall));
-    return {{words.begin(), firstCall}, {firstCall, words.end()}};
+    if (stray != words.end()) {
+        std::vector<std::string> pictures = front;
+        std::vector<std::string> calls;
+        const bool isResult = !front.empty() && stray + 1 == words.end();
+        for (auto word = firstCall; word != words.end(); ++word)
+            if (!LooksLikeInput(*word))
+                calls.push_back(*word);
+            else if (!isResult)
+                pictures.push_back(*word);
+        throw UserError(fmt::format("\"{}\" stands behind \"{}\", which is read as a call; pictures come first, and -o "
+                                    "tells where the result goes:\n  {}",
+                                    *stray, *firstCall, line(pictures, calls, isResult ? Quoted(*stray) : "")));
+    }
+    if (!front.empty())
+        return {front, {firstCall, words.end()}};
+    if (words.empty())
+        throw UserError("apply needs a picture: kvt apply PICTURE... CALL...");
+    if (std::error_code ignored; fs::is_directory(words[0], ignored))
+        throw UserError(fmt::format("\"{}\" is a folder; its pictures may be {}", words[0],
+                                    (fs::path(words[0]) / "*.png").string()));
+    throw UserError(
+        fmt::format("\"{}\" is read as a call, for there is no such file and it has no picture's ending; apply "
+                    "needs a picture before it (make needs none)",
+                    words[0]));
 }
 
 std::string FillIn(std::string_view pattern, const std::string &input) {
@@ -106,13 +142,19 @@ std::string FillIn(std::string_view pattern, const std::string &input) {
 }
 
 std::vector<ApplyRequest> PlanBatch(const ApplyRequest &pattern, const std::vector<std::string> &inputs) {
+    const bool intoFolder = !pattern.output.empty() && IsFolder(pattern.output);
+    const std::string output =
+        intoFolder ? (fs::path(pattern.output) / ("{name}" + pattern.streamEnding)).string() : pattern.output;
     std::vector<ApplyRequest> requests;
     for (const std::string &input : inputs) {
         ApplyRequest &request = requests.emplace_back(pattern);
         request.input = input;
-        request.output = FillIn(pattern.output, input);
+        request.output = FillIn(output, input);
         for (std::string &block : request.savedBlocks)
             block = FillIn(block, input);
+        if (intoFolder && Canonical(request.output) == Canonical(input))
+            throw UserError(fmt::format("-o {}: the result would replace {}; where that is meant, say -o {}",
+                                        pattern.output, input, Quoted("{dir}/{name}.{ext}")));
     }
     CheckTargets(requests);
     return requests;

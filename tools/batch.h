@@ -14,8 +14,14 @@ struct Words {
     std::vector<std::string> calls;
 };
 
-/// The first words are inputs, as long as each is "-", a file that exists, or has a picture's ending; from the first
-/// that is none of these on, all are calls. Throws UserError when no input stands there, or one stands among the calls.
+/// Whether a word names an input: "-", a file or pipe that exists, or what has a picture's ending.
+bool LooksLikeInput(const std::string &word);
+
+/// Whether a path ends in a slash or is a folder.
+bool IsFolder(const std::string &path);
+
+/// The first words are inputs; from the first that is none on, all are calls. Throws UserError when no input stands
+/// there, or one stands among the calls, and shows the line that may have been meant.
 Words SplitWords(const std::vector<std::string> &words);
 
 /// A path with {name}, {dir} and {ext} filled in: the input's name without its ending, its folder, its ending without
@@ -23,8 +29,9 @@ Words SplitWords(const std::vector<std::string> &words);
 /// UserError.
 std::string FillIn(std::string_view pattern, const std::string &input);
 
-/// One request an input, with its own places to write to. Throws UserError when two would write to the same place, or
-/// one to what is another's input.
+/// One request an input, with its own places to write to; results go into a folder under the names of the inputs.
+/// Throws UserError when two would write to the same place, one to what is another's input, or one in a folder over its
+/// own.
 std::vector<ApplyRequest> PlanBatch(const ApplyRequest &pattern, const std::vector<std::string> &inputs);
 
 } // namespace tools

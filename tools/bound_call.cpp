@@ -11,7 +11,7 @@
 #include <filesystem>
 #include <fmt/format.h>
 #include <limits>
-#include <span>
+#include <utility>
 
 namespace tools {
 namespace {
@@ -28,10 +28,23 @@ using Target = BoundCall::Target;
 
 constexpr std::uint32_t kBinaryString = 0xFFFF;
 constexpr std::string_view kTable = "Table"; ///< written like a property, its value a .cube file
+constexpr std::string_view kBits = "Bits";   ///< how samples are stored, which a sound file knows itself
 
+/// What stands for "no wish" where others are given by name and the declaration has no default.
+constexpr std::pair<std::string_view, std::string_view> kNeutral[] = {
+    {"left", "0"},        {"top", "0"},    {"width", "-1"},       {"height", "-1"},
+    {"SampleCount", "0"}, {"Smooth", "1"}, {"outlinewidth", "0"},
+};
+
+/// A form of a method, and which of the call's arguments each of its parameters would get.
 struct Candidate {
     Target target;
     const RegisteredMethod *method;
+    std::vector<const Argument *> arguments = {}; ///< null: left out
+    std::vector<std::string_view> missing = {};   ///< parameters that must not be left out
+    bool takesAll = true;                         ///< that the call has
+
+    bool Fits() const { return takesAll && missing.empty(); }
 };
 
 bool IsWord(const Argument &argument, std::string_view word) {
@@ -75,11 +88,26 @@ Place Behind(const Call &call) {
 }
 
 /// "source1", "left, top and width"
-std::string Enumerated(std::span<const Parameter> parameters) {
+std::string Enumerated(const std::vector<std::string_view> &names) {
     std::string list;
-    for (std::size_t i = 0; i < parameters.size(); ++i)
-        list += (i == 0 ? "" : i + 1 == parameters.size() ? " and " : ", ") + parameters[i].name;
+    for (std::size_t i = 0; i < names.size(); ++i)
+        list += fmt::format("{}{}", i == 0 ? "" : i + 1 == names.size() ? " and " : ", ", names[i]);
     return list;
+}
+
+std::optional<std::string> LeftOut(const Parameter &parameter, bool othersAreNamed) {
+    for (const auto &[name, text] : kNeutral)
+        if (othersAreNamed && !parameter.defaultText && SameName(name, parameter.name))
+            return std::string(text);
+    return parameter.defaultText;
+}
+
+/// &cRRGGBB, &hRRGGBB, 0xRRGGBB or #RRGGBB. Fewer digits would be another color than the one that is meant.
+std::optional<std::uint32_t> ColorOf(std::string_view text) {
+    for (const std::string_view sign : {"&c", "&h", "0x", "#"})
+        if (SameName(text.substr(0, sign.size()), sign) && text.size() == sign.size() + 6)
+            return standin::ParseColor("&c" + std::string(text.substr(sign.size())));
+    return std::nullopt;
 }
 
 /// Binds one call; what it fails with shows the call and the declarations that it could have meant.
@@ -93,12 +121,11 @@ class Binder {
             if (SameName(definition->name, call_.name))
                 return BindClass(*definition);
         std::vector<Candidate> candidates;
-        for (const RegisteredMethod &method : host_.PictureMethods())
-            if (SameName(method.declaration.name, call_.name))
-                candidates.push_back({Target::PictureMethod, &method});
-        for (const RegisteredMethod &method : host_.GlobalMethods())
-            if (SameName(method.declaration.name, call_.name))
-                candidates.push_back({Target::GlobalMethod, &method});
+        for (const Target target : {Target::PictureMethod, Target::GlobalMethod})
+            for (const RegisteredMethod &method :
+                 target == Target::PictureMethod ? host_.PictureMethods() : host_.GlobalMethods())
+                if (SameName(method.declaration.name, call_.name))
+                    candidates.push_back(Matched({target, &method}));
         if (candidates.empty())
             FailUnknown();
         return BindMethod(candidates);
@@ -110,10 +137,15 @@ class Binder {
     }
     [[noreturn]] void FailUnknown() const {
         const std::string suggestion = Suggestion(call_.name, InterfaceNames(host_));
-        // A file that is not there is read as a call.
-        const bool couldBeFile = call_.arguments.empty() && !call_.assigned;
-        Fail(fmt::format("there is no method or class \"{}\"{}{}", call_.name,
-                         couldBeFile ? fmt::format(", and no file \"{}\"", call_.text) : "",
+        const bool couldBeFile = call_.arguments.empty() && !call_.assigned; // which would be read as a call
+        std::error_code ignored;
+        const auto status = std::filesystem::status(call_.text, ignored);
+        const std::string file = !couldBeFile ? ""
+                                 : std::filesystem::is_directory(status)
+                                     ? fmt::format("; \"{}\" is a folder", call_.text)
+                                 : std::filesystem::exists(status) ? fmt::format("; \"{}\" is a file", call_.text)
+                                                                   : fmt::format(", and no file \"{}\"", call_.text);
+        Fail(fmt::format("there is no method or class \"{}\"{}{}", call_.name, file,
                          suggestion.empty() ? "; kvt list shows what there is" : suggestion),
              call_.namePlace);
     }
@@ -125,36 +157,69 @@ class Binder {
                          Suggestion(argument.name, names)),
              argument.namePlace);
     }
-    /// Names what is missing to the next longer form, when there is one.
-    [[noreturn]] void FailArguments(const std::vector<Candidate> &candidates) const {
-        const std::size_t count = call_.arguments.size();
-        const standin::Declaration *next = nullptr;
-        for (const Candidate &candidate : candidates) {
-            const standin::Declaration &declaration = candidate.method->declaration;
-            if (declaration.Required() > count && (!next || declaration.Required() < next->Required()))
-                next = &declaration;
+    /// Gives arguments to parameters, by their order, then by their names.
+    Candidate Matched(Candidate candidate) const {
+        const std::vector<Parameter> &parameters = candidate.method->declaration.parameters;
+        candidate.arguments.resize(parameters.size());
+        bool named = false;
+        for (std::size_t i = 0; i < call_.arguments.size(); ++i) {
+            const Argument &argument = call_.arguments[i];
+            named = named || !argument.name.empty();
+            if (named && argument.name.empty())
+                Fail("what has no name comes before what has one", argument.place);
+            std::size_t at = i;
+            if (named)
+                at = static_cast<std::size_t>(
+                    std::find_if(parameters.begin(), parameters.end(),
+                                 [&](const Parameter &known) { return SameName(known.name, argument.name); }) -
+                    parameters.begin());
+            if (at >= parameters.size())
+                candidate.takesAll = false;
+            else if (std::exchange(candidate.arguments[at], &argument))
+                Fail(fmt::format("{} is given twice", parameters[at].name), argument.namePlace);
         }
-        const std::string message = fmt::format("no {} takes {} argument{}", candidates[0].method->declaration.name,
-                                                count, count == 1 ? "" : "s");
+        for (std::size_t i = 0; i < parameters.size(); ++i)
+            if (!candidate.arguments[i] && !LeftOut(parameters[i], named))
+                candidate.missing.push_back(parameters[i].name);
+        return candidate;
+    }
+    /// Names what is missing to the form that lacks the least, when there is one.
+    [[noreturn]] void FailArguments(const std::vector<Candidate> &candidates) const {
+        std::vector<std::string_view> names;
+        const Candidate *next = nullptr;
+        for (const Candidate &candidate : candidates) {
+            for (const Parameter &parameter : candidate.method->declaration.parameters)
+                names.push_back(parameter.name);
+            if (candidate.takesAll && (!next || candidate.missing.size() < next->missing.size()))
+                next = &candidate;
+        }
+        const std::string &method = candidates[0].method->declaration.name;
+        for (const Argument &argument : call_.arguments)
+            if (!argument.name.empty() && std::none_of(names.begin(), names.end(), [&](std::string_view name) {
+                    return SameName(name, argument.name);
+                }))
+                Fail(fmt::format("{} has no parameter \"{}\"{}", method, argument.name,
+                                 Suggestion(argument.name, names)),
+                     argument.namePlace);
+        const std::size_t count = call_.arguments.size();
+        const std::string message = fmt::format("no {} takes {} argument{}", method, count, count == 1 ? "" : "s");
         if (!next)
             Fail(message, call_.namePlace);
-        const auto missing = std::span(next->parameters).subspan(count, next->Required() - count);
-        Fail(fmt::format("{}: {} {} missing", message, Enumerated(missing), missing.size() == 1 ? "is" : "are"),
+        Fail(fmt::format("{}: {} {} missing", message, Enumerated(next->missing),
+                         next->missing.size() == 1 ? "is" : "are"),
              Behind(call_));
     }
 
     BoundCall BindMethod(const std::vector<Candidate> &candidates) {
-        const auto fits = [&](const Candidate &candidate) {
-            const standin::Declaration &declaration = candidate.method->declaration;
-            return call_.arguments.size() >= declaration.Required() &&
-                   call_.arguments.size() <= declaration.parameters.size();
-        };
-        const auto chosen = std::find_if(candidates.begin(), candidates.end(), fits);
+        const auto chosen =
+            std::find_if(candidates.begin(), candidates.end(), [](const Candidate &form) { return form.Fits(); });
         if (chosen == candidates.end())
             FailArguments(candidates);
         const standin::Declaration &declaration = chosen->method->declaration;
+        declaration_ = &declaration;
         if (!call_.member.empty())
-            Fail(fmt::format("{} is a method: it has no member \"{}\"", declaration.name, call_.member),
+            Fail(fmt::format("there is no method \"{}\" to go on with behind {}{}", call_.member, declaration.name,
+                             Suggestion(call_.member, InterfaceNames(host_))),
                  call_.memberPlace);
         if (call_.assigned && !chosen->method->record.setter)
             Fail(fmt::format("{} cannot be assigned to", declaration.name), call_.assigned->place);
@@ -166,21 +231,23 @@ class Binder {
         bound.target = chosen->target;
         bound.name = declaration.name;
         bound.method = chosen->method;
+        const bool named = !call_.arguments.empty() && !call_.arguments.back().name.empty();
         for (std::size_t i = 0; i < declaration.parameters.size(); ++i) {
             const Parameter &parameter = declaration.parameters[i];
-            if (i >= call_.arguments.size()) {
-                bound.arguments.push_back(ValueOf(parameter, {{}, Form::Bare, *parameter.defaultText, {}, {}}));
-                continue;
-            }
-            const Argument &argument = call_.arguments[i];
-            if (!argument.name.empty())
-                Fail(fmt::format("{} takes its arguments by their order, without names", declaration.name),
-                     argument.namePlace);
-            bound.arguments.push_back(ValueOf(parameter, argument));
+            const bool isBits = bits_ && SameName(parameter.name, kBits);
+            if (const Argument *argument = chosen->arguments[i])
+                bound.arguments.push_back(ValueOf(parameter, *argument));
+            else
+                bound.arguments.push_back(ValueOf(
+                    parameter, {{}, Form::Bare, isBits ? std::to_string(*bits_) : *LeftOut(parameter, named), {}, {}}));
+            if (isBits && std::get<Value>(bound.arguments[i]).AsInteger() != *bits_)
+                Fail(fmt::format("this sound file holds {}: {} must be {}, not {}",
+                                 *bits_ == 8 ? "unsigned samples of 8 bits" : "signed samples of 16 bits",
+                                 parameter.name, *bits_, std::get<Value>(bound.arguments[i]).AsInteger()),
+                     chosen->arguments[i]->place);
         }
         if (call_.assigned)
             bound.assigned = ValueOf({"the assigned value", declaration.result, false, {}}, *call_.assigned);
-        CheckBits(bound);
         bound.hint = hint_;
         bound.notes = notes_;
         return bound;
@@ -216,6 +283,10 @@ class Binder {
             bound.properties.emplace_back(property->name,
                                           ValueOf({property->name, property->type, false, {}}, argument));
         }
+        if (HasTable(definition) && !bound.table)
+            Fail(fmt::format("{} needs a table, without which all becomes black: {}(\"film.cube\").{}", definition.name,
+                             definition.name, call_.member),
+                 call_.namePlace);
         if (!hasSource) {
             if (!hasPicture_)
                 FailWithoutPicture(call_.namePlace);
@@ -259,9 +330,9 @@ class Binder {
             return Value(static_cast<std::int64_t>(*number));
         }
         case Type::Color:
-            if (argument.form != Form::Bare || !standin::ParseColor(argument.text))
-                misfit("a color such as &cFF8000");
-            return Value(*standin::ParseColor(argument.text));
+            if (argument.form != Form::Bare || !ColorOf(argument.text))
+                misfit("a color of six digits such as &cFF8000");
+            return Value(*ColorOf(argument.text));
         case Type::Boolean:
             if (!IsWord(argument, "true") && !IsWord(argument, "false"))
                 misfit("true or false");
@@ -302,7 +373,7 @@ class Binder {
         if (argument.form == Form::FileBytes)
             return host_.MakeString(AsText(FromFile(argument, [&] { return ReadBytes(argument.text); })),
                                     kBinaryString);
-        if (std::filesystem::exists(argument.text))
+        if (std::error_code ignored; std::filesystem::exists(argument.text, ignored))
             hint_ = fmt::format("a file is called so: @\"{}\" stands for its bytes", argument.text);
         return host_.MakeString(argument.text);
     }
@@ -313,36 +384,42 @@ class Binder {
         return loaded.picture;
     }
 
+    /// A sound file stands for its samples; any other is a block as it is, where it cannot be meant otherwise.
     standin::Ref BlockOf(const Argument &argument) {
         Bytes bytes = FromFile(argument, [&] { return ReadBytes(argument.text); });
-        if (IsWav(bytes)) {
+        const bool isSound = IsWav(bytes) || EndingOf(argument.text) == ".wav";
+        const std::string_view picture = PictureKindOf(bytes);
+        if (argument.form != Form::FileBytes && isSound && TakesSound() && !bytes.empty()) {
             Sound sound = FromFile(argument, [&] { return ReadWav(bytes, argument.text); });
+            if (!sound.loss.empty())
+                notes_.push_back(fmt::format("{}: {}", argument.text, sound.loss));
             bits_ = sound.Bits();
-            soundPlace_ = argument.place;
             bytes = std::move(sound.samples);
+        } else if (argument.form != Form::FileBytes &&
+                   (isSound || bytes.empty() || !picture.empty() || argument.form == Form::Quoted)) {
+            Fail(fmt::format("{}: is {}; @\"{}\" stands for the bytes of the file, whatever they are", argument.text,
+                             bytes.empty()      ? "empty"
+                             : isSound          ? "a sound, and no samples are taken here"
+                             : !picture.empty() ? fmt::format("a picture ({}), not a block of bytes", picture)
+                                                : "no WAV file",
+                             argument.text),
+                 argument.place);
         }
         return host_.MakeBlock(bytes.size(), bytes);
     }
-
-    /// Samples of a sound file are read as the parameter called Bits says.
-    void CheckBits(const BoundCall &bound) const {
-        const auto &parameters = bound.method->declaration.parameters;
-        for (std::size_t i = 0; bits_ && i < parameters.size(); ++i)
-            if (SameName(parameters[i].name, "Bits") && std::get<Value>(bound.arguments[i]).AsInteger() != *bits_)
-                Fail(fmt::format("this sound file holds {}: {} must be {}, not {}",
-                                 *bits_ == 8 ? "unsigned samples of 8 bits" : "signed samples of 16 bits",
-                                 parameters[i].name, *bits_, std::get<Value>(bound.arguments[i]).AsInteger()),
-                     i < call_.arguments.size() ? call_.arguments[i].place : soundPlace_);
+    bool TakesSound() const {
+        const auto isBits = [](const Parameter &parameter) { return SameName(parameter.name, kBits); };
+        return std::any_of(declaration_->parameters.begin(), declaration_->parameters.end(), isBits);
     }
 
     standin::Host &host_;
     const Call &call_;
     bool hasPicture_;
     std::string declared_;
+    const standin::Declaration *declaration_ = nullptr; ///< that the call was found to mean
     std::string hint_;
     std::vector<std::string> notes_;
     std::optional<int> bits_; ///< of the sound among the arguments
-    Place soundPlace_;
 };
 
 } // namespace
@@ -357,15 +434,26 @@ bool BoundCall::YieldsString() const {
 
 BoundCall Bind(standin::Host &host, const Call &call, bool hasPicture) { return Binder(host, call, hasPicture).Run(); }
 
-BoundCall Bind(standin::Host &host, std::string_view call, bool hasPicture) {
-    Call parsed;
+std::vector<BoundCall> BindLine(standin::Host &host, std::string_view line, bool &hasPicture) {
+    const std::vector<std::string_view> names = InterfaceNames(host);
+    const IsDeclared isDeclared = [&](std::string_view name) {
+        return std::any_of(names.begin(), names.end(), [&](std::string_view known) { return SameName(known, name); });
+    };
+    std::vector<Call> calls;
     try {
-        parsed = ParseCall(call);
+        calls = ParseCalls(line, isDeclared);
     } catch (const CallError &error) {
-        const std::string declared = Declared(host, NameAtStart(call));
+        const std::string declared = Declared(host, NameAtStart(line, isDeclared));
         throw UserError(error.what() + (declared.empty() ? "" : "\n" + declared));
     }
-    return Bind(host, parsed, hasPicture);
+    std::vector<BoundCall> bound;
+    for (const Call &call : calls) {
+        bound.push_back(Bind(host, call, hasPicture));
+        hasPicture = hasPicture || bound.back().YieldsPicture();
+        if (&call != &calls.back() && (!bound.back().YieldsPicture() || bound.back().target == Target::Class))
+            throw CallError("only a picture can be called on", call.text, {call.text.size(), 1});
+    }
+    return bound;
 }
 
 } // namespace tools

@@ -43,7 +43,8 @@ struct BoundCall {
 /// picture at that point of the chain. Throws CallError, which shows what is declared under that name.
 BoundCall Bind(standin::Host &host, const Call &call, bool hasPicture);
 
-/// Parses the call first. Throws UserError, which shows the same.
-BoundCall Bind(standin::Host &host, std::string_view call, bool hasPicture);
+/// Parses a line first and binds its calls, each on what the one before yields. `hasPicture` says afterwards whether
+/// there is a picture at the line's end. Throws UserError, which shows the same.
+std::vector<BoundCall> BindLine(standin::Host &host, std::string_view line, bool &hasPicture);
 
 } // namespace tools

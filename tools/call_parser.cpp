@@ -28,11 +28,49 @@ class Reader : public standin::TextReader {
                                       : fmt::format("expected {}, not \"{}\"", expected, found),
                         text(), {start, found.size()});
     }
+    /// Moves past names that are none of the interface, each before a dot or a sign of equality.
+    void SkipVariables(const IsDeclared &isDeclared) {
+        for (std::size_t start = at();; start = at())
+            if (const std::string_view name = Word(); name.empty() || isDeclared(name) || !(Take('.') || Take('='))) {
+                MoveTo(start);
+                return;
+            }
+    }
+    /// A call whose text begins at `origin`. What is declared behind a dot is the next call.
+    Call OneCall(std::size_t origin, const IsDeclared &isDeclared) {
+        origin_ = origin;
+        Call call;
+        call.name = Name("the name of a method or class", call.namePlace);
+        if (Take('(') && !Take(')')) {
+            do {
+                call.arguments.push_back(Value());
+            } while (Take(','));
+            if (!Take(')'))
+                Fail("\",\" or \")\"");
+        }
+        const std::size_t end = at();
+        if (Take('.') && isDeclared && isDeclared(Word())) {
+            MoveTo(end);
+        } else if (MoveTo(end); Take('.')) {
+            call.member = Name("the name of a member", call.memberPlace);
+        }
+        if (Take('='))
+            call.assigned = Value();
+        call.text = text().substr(origin, at() - origin);
+        return call;
+    }
+    void ExpectEnd() {
+        if (!AtEnd())
+            Fail("the end");
+    }
+
+  private:
+    Place From(std::size_t start) const { return {start - origin_, at() - start}; }
     std::string Name(std::string_view expected, Place &place) {
         const std::string_view name = Word();
         if (name.empty())
             Fail(expected);
-        place = {at() - name.size(), name.size()};
+        place = From(at() - name.size());
         return std::string(name);
     }
     /// A value, and the name before it when there is one.
@@ -50,11 +88,9 @@ class Reader : public standin::TextReader {
         } else {
             argument.text = Bare();
         }
-        argument.place = {start, at() - start};
+        argument.place = From(start);
         return argument;
     }
-
-  private:
     /// The name before a sign of equality; empty, and nothing read, when none stands here.
     std::string PropertyName(Place &place) {
         const std::size_t start = at();
@@ -64,7 +100,7 @@ class Reader : public standin::TextReader {
             MoveTo(start);
             return {};
         }
-        place = {end - name.size(), name.size()};
+        place = {end - name.size() - origin_, name.size()};
         return std::string(name);
     }
     std::string Quoted() {
@@ -87,6 +123,8 @@ class Reader : public standin::TextReader {
             Fail("a value");
         return std::string(word);
     }
+
+    std::size_t origin_ = 0; ///< of the call that is read
 };
 
 } // namespace
@@ -95,26 +133,27 @@ CallError::CallError(std::string_view message, std::string_view call, Place plac
     : UserError(fmt::format("{}\n  {}\n  {:>{}}{:^<{}}{}{}", message, call, "", place.at, "",
                             std::max<std::size_t>(place.length, 1), note.empty() ? "" : "\n", note)) {}
 
-std::string_view NameAtStart(std::string_view text) { return standin::TextReader(text).Word(); }
+std::string_view NameAtStart(std::string_view text, const IsDeclared &isDeclared) {
+    Reader reader(text);
+    reader.SkipVariables(isDeclared);
+    return reader.Word();
+}
+
+std::vector<Call> ParseCalls(std::string_view text, const IsDeclared &isDeclared) {
+    std::vector<Call> calls;
+    Reader reader(text);
+    reader.SkipVariables(isDeclared);
+    do {
+        calls.push_back(reader.OneCall(calls.empty() ? 0 : reader.at(), isDeclared));
+    } while (reader.Take('.'));
+    reader.ExpectEnd();
+    return calls;
+}
 
 Call ParseCall(std::string_view text) {
-    Call call;
-    call.text = text;
     Reader reader(text);
-    call.name = reader.Name("the name of a method or class", call.namePlace);
-    if (reader.Take('(') && !reader.Take(')')) {
-        do {
-            call.arguments.push_back(reader.Value());
-        } while (reader.Take(','));
-        if (!reader.Take(')'))
-            reader.Fail("\",\" or \")\"");
-    }
-    if (reader.Take('.'))
-        call.member = reader.Name("the name of a member", call.memberPlace);
-    if (reader.Take('='))
-        call.assigned = reader.Value();
-    if (!reader.AtEnd())
-        reader.Fail("the end");
+    Call call = reader.OneCall(0, {});
+    reader.ExpectEnd();
     return call;
 }
 

@@ -3,6 +3,7 @@
 #include "tools/files.h"
 
 #include <cstddef>
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -32,7 +33,7 @@ struct Argument {
 
 /// A call as a script writes it: Name, Name(argument, ...), Name(argument, ...) = value, Class(Property=value).Member.
 struct Call {
-    std::string text;
+    std::string text; ///< of this call alone; places are places in it
     std::string name;
     Place namePlace;
     std::vector<Argument> arguments;
@@ -47,10 +48,17 @@ struct CallError : UserError {
     CallError(std::string_view message, std::string_view call, Place place, std::string_view note = {});
 };
 
-/// The name that a text begins with, whatever follows; empty when there is none.
-std::string_view NameAtStart(std::string_view text);
+/// Whether a method or class is called so.
+using IsDeclared = std::function<bool(std::string_view name)>;
 
-/// Throws CallError.
+/// Reads a line of a script: calls one behind the other with dots between. A variable that they are called on or that
+/// takes the result ("result = p.InvertKVT") counts for nothing, for a chain has but one picture. Throws CallError.
+std::vector<Call> ParseCalls(std::string_view text, const IsDeclared &isDeclared);
+
+/// The name of the first call of a line, whatever follows; empty when there is none.
+std::string_view NameAtStart(std::string_view text, const IsDeclared &isDeclared);
+
+/// Reads one call, with neither variables nor others behind it. Throws CallError.
 Call ParseCall(std::string_view text);
 
 } // namespace tools

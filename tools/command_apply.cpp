@@ -1,16 +1,15 @@
 #include "tools/batch.h"
-#include "tools/call_parser.h"
 #include "tools/commands.h"
 #include "tools/host_options.h"
 #include "tools/picture_files.h"
 #include "tools/processes.h"
-#include "tools/progress.h"
-#include "tools/report.h"
+#include "tools/terminal.h"
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
+#include <filesystem>
 #include <fmt/format.h>
 #include <memory>
 #include <thread>
@@ -27,37 +26,42 @@ constexpr const char *kApplyHelp = R"(Examples:
   kvt apply in.png 'CountColorsKVT(nil, nil, nil, 0)' --save-block red=red.bin
   kvt apply in.png 'EmbeddedMaskKVT(false) = mask.png' --alpha -o out.png
   kvt apply in.png 'PicturetoBinaryStringKVT(me)' -o out.ppic
-  kvt apply *.jpg 'ChangeSaturationKVT(60)' -o 'out/{name}.png'
+  kvt apply in.png 'InvertKVT.ChangeSaturationKVT(60)' -o out.png
+  kvt apply *.jpg 'ChangeSaturationKVT(60)' -o out/
   kvt apply *.jpg isGrayKVT --json
+  if kvt apply in.png isGrayKVT --value --exit-status; then echo gray; fi
   kvt apply - InvertKVT -o - <in.png >out.png
 
 Pictures and calls:
-  The first words are pictures as long as each is "-" (standard input), a file that exists, or has a picture's ending.
-  From the first that is none of these on, all are calls. A method that is called like a file is written Name().
-  {name}, {dir} and {ext} in a path of results stand for the parts of the picture's path, {{ for a brace. Several
-  pictures run side by side, each in a process of its own; one that fails is reported, and the others go on. Answers
-  come in the order of the pictures. Folders that results need are made.
+  The first words are pictures as long as each is "-" (standard input), a file or pipe that exists, or has a picture's
+  ending. From the first that is none of these on, all are calls. A method that is called like a file is written
+  Name(). {name}, {dir} and {ext} in a path of results stand for the parts of the picture's path, {{ for a brace;
+  FOLDER/ for FOLDER/{name}.png. Several pictures run side by side, each in a process of its own; one that fails is
+  reported, and the others go on. Answers come in the order of the pictures. Folders that results need are made.
 
 )";
 
 constexpr const char *kMakeHelp = R"(Examples:
   kvt make 'BinaryStringtoPictureKVT(@in.ppic)' -o out.png
   kvt make 'BinaryStringtoPictureKVT(@-)' -o - <in.ppic >out.png
-  kvt make 'RenderSamplesKVT(voice.wav, 0, 1, 800, 200, 1, &c88B5C4, &c274C5A, &c203F4E, 15)' -o out.png
+  kvt make 'RenderSamplesKVT(voice.wav, Width=800, Height=200, outlinewidth=1)' -o out.png
 
 )";
 
 constexpr const char *kCallsHelp = R"(Calls:
-  Calls are written as scripts write them, each in quotes of the shell. Each runs on the picture that the one before
-  returned. Left-out arguments take their declared defaults. Byref results are printed by name.
-  numbers         10  -2.5  &hFF      colors    &cRRGGBB
+  Calls are written as scripts write them, each in quotes of the shell, or several with dots between. Each runs on the
+  picture that the one before returned; variables, as in result = p.InvertKVT, count for nothing. Arguments come by
+  their order, then by name, as in Width=800. Those that are left out take their declared defaults; beside named ones,
+  areas are whole and all samples count. Byref results are printed by name.
+  numbers         10  -2.5  &hFF      colors    &cRRGGBB  0xRRGGBB  #RRGGBB
   booleans        true  false         strings   "text", or @FILE for a file's bytes
   pictures        me (the picture that the chain has come to), FILE, "FILE", nil
-  memory blocks   FILE, "FILE", nil; a WAV file stands for the samples of its first channel
+  memory blocks   a WAV file for the samples of its first channel and their Bits; @FILE for any file's bytes, or FILE
+                  alone where it is neither sound nor picture; nil
 
 Exit status:
   0  done
-  1  a method returned nil or raised an exception
+  1  a method returned nil or raised an exception, or a result could not be written
   2  a call, an option or a file cannot be used
   3  the module broke the host's rules; each breach is printed
   Nothing is saved of a picture unless its status is 0. The status of several pictures is the greatest.)";
@@ -69,6 +73,10 @@ struct ApplyOptions {
     std::string format = kHasCodecs ? "png" : "bmp";
     std::size_t jobs = std::max(1U, std::thread::hardware_concurrency());
     bool json = false;
+    bool value = false; ///< answers without names
+    bool quiet = false;
+
+    bool MentionsUnsaved() const { return !json && !quiet; }
 };
 
 /// Whether standard output is for results alone.
@@ -78,50 +86,53 @@ bool WritesToStream(const ApplyRequest &request) {
                        [](const std::string &option) { return ParseSavedBlock(option).path == kStandardStream; });
 }
 
-/// Reads standard input now if something is to be made of it, before processes would take it from each other. What is
-/// wrong with a call shows when it is bound.
-void ReadSharedInput(const std::vector<std::string> &inputs, const std::vector<std::string> &calls) {
-    bool isWanted = std::find(inputs.begin(), inputs.end(), kStandardStream) != inputs.end();
-    for (const std::string &text : calls) {
-        Call call;
+/// Reads what can be read but once, before processes would take it from each other. What cannot be read is told where
+/// it is needed.
+void ReadStreams(const std::vector<std::string> &inputs) {
+    for (const std::string &input : inputs)
         try {
-            call = ParseCall(text);
-        } catch (const CallError &) {
+            if (std::error_code ignored; !std::filesystem::is_regular_file(input, ignored))
+                ReadBytes(input);
+        } catch (const UserError &) {
             continue;
         }
-        isWanted = isWanted || (call.assigned && call.assigned->text == kStandardStream) ||
-                   std::any_of(call.arguments.begin(), call.arguments.end(),
-                               [](const Argument &argument) { return argument.text == kStandardStream; });
-    }
-    if (isWanted)
-        ReadBytes(std::string(kStandardStream));
 }
 
 /// What is told of one request, on the standard streams.
 void Tell(const ApplyOptions &options, const ApplyRequest &request, const ApplyReport &report, bool isOneOfMany) {
     const std::string prefix = isOneOfMany ? *request.input + ": " : "";
+    std::FILE *stream = WritesToStream(request) ? stderr : stdout;
     if (options.json)
-        fmt::print("{}", JsonOf(request, report));
+        fmt::print("{}", JsonOf(request, report).dump(-1, ' ', false, nlohmann::json::error_handler_t::replace));
     else
-        fmt::print(WritesToStream(request) ? stderr : stdout, "{}", AnswersOf(report, prefix));
-    fmt::print(stderr, "{}", MessagesOf(report, prefix));
+        for (const auto &[name, value] : report.answers)
+            fmt::print(stream, "{}\n", options.value ? value : fmt::format("{}{} = {}", prefix, name, value));
+    const auto tell = [&](std::string_view kind, const std::string &text) { // which may name the input itself
+        PrintProblem(fmt::format("{}{}{}", text.starts_with(prefix) ? "" : prefix, kind, text));
+    };
+    for (const std::string &note : report.notes)
+        if (!options.quiet)
+            tell("", note);
+    for (const std::string &violation : report.violations)
+        tell("violation: ", violation);
+    if (!report.error.empty())
+        tell("", report.error);
 }
 
 Outcome RunOne(const ApplyOptions &options, const ApplyRequest &request, bool isOneOfMany) {
     const ApplyReport report = Apply(DescribeHost(options.host), request);
     Tell(options, request, report, isOneOfMany);
-    if (!isOneOfMany && !options.json && report.outcome == Done && !report.unsaved.empty())
-        fmt::print(stderr, "kvt: the last call made a {}, which is not saved; -o FILE saves it\n", report.unsaved);
+    if (!isOneOfMany && options.MentionsUnsaved() && report.violations.empty() && !report.unsaved.empty())
+        PrintProblem(fmt::format("the last call made a {}, which is not saved; -o FILE saves it", report.unsaved));
     return report.outcome;
 }
 
-Outcome RunMany(const ApplyOptions &options, const std::vector<ApplyRequest> &requests, bool leavesUnsaved) {
+Outcome RunMany(const ApplyOptions &options, const std::vector<ApplyRequest> &requests) {
+    const bool leavesUnsaved = CheckCalls(DescribeHost(options.host), requests[0]);
     Outcome worst = Done;
     std::size_t failures = 0;
-    Progress progress(requests.size());
     const auto work = [&](std::size_t index) { return static_cast<int>(RunOne(options, requests[index], true)); };
     const auto done = [&](std::size_t index, const Finished &finished) {
-        progress.Hide();
         if (options.json && index > 0)
             fmt::print(",\n");
         fmt::print("{}", finished.output);
@@ -139,31 +150,49 @@ Outcome RunMany(const ApplyOptions &options, const std::vector<ApplyRequest> &re
         failures += outcome == Done ? 0 : 1;
         worst = std::max(worst, outcome);
     };
-    RunInProcesses(requests.size(), options.jobs, work, done, [&](std::size_t through) { progress.Show(through); });
-    progress.Hide();
-    if (leavesUnsaved && !options.json && failures < requests.size())
-        fmt::print(stderr,
-                   "kvt: the last call made pictures, which are not saved; -o 'FOLDER/{{name}}.png' saves them\n");
-    if (failures > 0)
-        fmt::print(stderr, "kvt: {} of {} pictures failed\n", failures, requests.size());
+    RunInProcesses(requests.size(), options.jobs, work, done);
+    if (leavesUnsaved && options.MentionsUnsaved() && failures < requests.size())
+        PrintProblem("the last call made pictures, which are not saved; -o FOLDER/ saves them");
+    if (failures > 0 && !options.request.falseFails)
+        PrintProblem(fmt::format("{} of {} pictures failed", failures, requests.size()));
     return worst;
 }
 
-Outcome Run(ApplyOptions &options, const std::vector<std::string> &inputs) {
-    options.request.streamEnding = "." + options.format;
-    if (!IsPicturePath("picture" + options.request.streamEnding))
+/// What can be said of the options without looking at a picture.
+void CheckRequest(const ApplyOptions &options, bool hasOutput, bool hasInputs) {
+    const ApplyRequest &request = options.request;
+    if (!IsPicturePath("picture" + request.streamEnding))
         throw UserError(fmt::format("--format {}: expected png, jpg, webp or bmp", options.format));
-    if (options.json && WritesToStream(options.request))
+    if (options.json && WritesToStream(request))
         throw UserError("--json: standard output cannot take the document and a result");
-    ReadSharedInput(inputs, options.request.calls);
+    if (hasOutput && request.output.empty())
+        throw UserError("-o: expected a file, a folder or -, and found an empty word");
+    if (request.output.find_first_of("*?") != std::string::npos)
+        throw UserError(fmt::format("-o {}: a pattern is no file's name; {{name}} stands for that of the input, as in "
+                                    "-o 'out/{{name}}{}'",
+                                    request.output, request.streamEnding));
+    if (!hasInputs && hasOutput && IsFolder(request.output))
+        throw UserError(
+            fmt::format("-o {}: is a folder, and there is no input whose name the result could have", request.output));
+    if (request.calls.empty() && request.output.empty())
+        throw UserError(
+            fmt::format("{}: nothing is to be done; write a call behind it (kvt list shows them) or -o FILE, "
+                        "as in\n  kvt apply {} InvertKVT -o out{}",
+                        *request.input, *request.input, request.streamEnding));
+}
+
+Outcome Run(ApplyOptions &options, const CLI::App &command, const std::vector<std::string> &inputs) {
+    options.request.streamEnding = "." + options.format;
+    CheckRequest(options, command.count("--output") > 0, !inputs.empty());
     std::vector<ApplyRequest> requests = {options.request};
     if (!inputs.empty())
         requests = PlanBatch(options.request, inputs);
     const bool isOne = requests.size() == 1;
-    const bool leavesUnsaved = !isOne && CheckCalls(DescribeHost(options.host), requests[0]);
+    if (!isOne)
+        ReadStreams(inputs);
     if (options.json)
         fmt::print("[\n");
-    const Outcome outcome = isOne ? RunOne(options, requests[0], false) : RunMany(options, requests, leavesUnsaved);
+    const Outcome outcome = isOne ? RunOne(options, requests[0], false) : RunMany(options, requests);
     if (options.json)
         fmt::print("\n]\n");
     return outcome;
@@ -176,9 +205,9 @@ void AddCommonOptions(CLI::App &command, ApplyOptions &options) {
         .add_option(
             "-o,--output", request.output,
             "where the last picture goes, .png, .jpg, .jpeg, .webp or .bmp; with any other ending, where the string "
-            "that the last call returned goes; - is standard output")
+            "that the last call returned goes; a folder takes results under their inputs' names; - is standard output")
         ->type_name("FILE");
-    command.add_option("--format", options.format, "how a picture goes to standard output")
+    command.add_option("--format", options.format, "how a picture goes to standard output or into a folder")
         ->type_name("png|jpg|webp|bmp")
         ->capture_default_str();
     command.add_option("--quality", request.quality, "of JPEG and WebP files that are written, 1 to 100")
@@ -190,8 +219,12 @@ void AddCommonOptions(CLI::App &command, ApplyOptions &options) {
                     "save the memory block that a call left in its byref parameter NAME")
         ->type_name("NAME=FILE")
         ->allow_extra_args(false);
-    command.add_flag("--json", options.json,
-                     "print one JSON array instead, an object for each picture with its answers, times and errors");
+    CLI::Option *json =
+        command.add_flag("--json", options.json,
+                         "print one JSON array instead, an object for each picture with its answers, times and errors");
+    command.add_flag("--value", options.value, "print results alone, one a line, without names")->excludes(json);
+    command.add_flag("--exit-status", request.falseFails, "end with status 1 when a call's result is false");
+    command.add_flag("-q,--quiet", options.quiet, "no word on what of a picture is lost or not saved");
     AddHostOptions(command, options.host);
 }
 
@@ -213,11 +246,11 @@ void AddApplyCommand(CLI::App &program, Outcome &outcome) {
         ->check(CLI::Range(1, 1024).description(""));
     AddCommonOptions(*command, *options);
     command->footer(std::string(kApplyHelp) + kCallsHelp);
-    command->callback([options, &outcome] {
+    command->callback([options, command, &outcome] {
         Words words = SplitWords(options->words);
         options->request.calls = std::move(words.calls);
         options->request.input = words.inputs[0];
-        outcome = Run(*options, words.inputs);
+        outcome = Run(*options, *command, words.inputs);
     });
 }
 
@@ -229,7 +262,15 @@ void AddMakeCommand(CLI::App &program, Outcome &outcome) {
         ->required();
     AddCommonOptions(*command, *options);
     command->footer(std::string(kMakeHelp) + kCallsHelp);
-    command->callback([options, &outcome] { outcome = Run(*options, {}); });
+    command->callback([options, command, &outcome] {
+        for (const std::string &word : options->request.calls)
+            if (LooksLikeInput(word))
+                throw UserError(
+                    fmt::format("\"{}\" is no call; make takes calls alone, apply takes pictures: kvt apply {} "
+                                "CALL...",
+                                word, word));
+        outcome = Run(*options, *command, {});
+    });
 }
 
 } // namespace tools

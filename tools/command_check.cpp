@@ -1,9 +1,9 @@
 #include "conformance/rules.h"
 #include "standin/elf_file.h"
-#include "tools/apply.h"
 #include "tools/commands.h"
 #include "tools/files.h"
 #include "tools/nearest.h"
+#include "tools/terminal.h"
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
@@ -14,6 +14,7 @@
 #include <fmt/format.h>
 #include <memory>
 #include <nlohmann/json.hpp>
+#include <unistd.h>
 
 namespace tools {
 namespace {
@@ -69,7 +70,9 @@ std::vector<const Rule *> ChosenRules(const std::vector<std::string> &names) {
 void PrintPlain(const Rule &rule, const Account &account) {
     constexpr std::size_t kShown = 4;
     const std::vector<std::string> &findings = account.findings;
-    fmt::print("{}  {:{}}  {}{}\n", findings.empty() ? "kept  " : "BROKEN", rule.name, NameWidth(), rule.promise,
+    const auto verdict = findings.empty() ? Styled(STDOUT_FILENO, fg(fmt::terminal_color::green), "kept  ")
+                                          : Styled(STDOUT_FILENO, fg(fmt::terminal_color::red), "BROKEN");
+    fmt::print("{}  {:{}}  {}{}\n", verdict, rule.name, NameWidth(), rule.promise,
                account.remark.empty() ? "" : fmt::format(" ({})", account.remark));
     for (std::size_t i = 0; i < std::min(findings.size(), kShown); ++i)
         fmt::print("          {}\n", findings[i]);

@@ -156,7 +156,7 @@ std::string Explain(const CLI::App &program, const CLI::ParseError &error) {
     if (!message.ends_with('?'))
         message +=
             fmt::format("; {}{} --help shows what there is", &command == &program ? "" : "kvt ", command.get_name());
-    return fmt::format("kvt: {}\n", message);
+    return message;
 }
 
 } // namespace tools

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "tools/apply.h"
+#include "tools/files.h"
 
 namespace CLI {
 class App;

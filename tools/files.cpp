@@ -10,6 +10,7 @@
 #include <cstring>
 #include <filesystem>
 #include <fmt/format.h>
+#include <map>
 #include <memory>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -21,7 +22,10 @@ namespace {
 using OpenFile = std::unique_ptr<std::FILE, int (*)(std::FILE *)>;
 
 [[noreturn]] void Fail(const std::string &path, std::string_view what) {
-    throw UserError(fmt::format("{}: {}: {}", path, what, std::strerror(errno)));
+    const std::string sentence = fmt::format("{}: {}: {}", path, what, std::strerror(errno));
+    if (errno == ENOSPC || errno == EDQUOT || errno == EFBIG || errno == EIO)
+        throw WriteFailed(sentence);
+    throw UserError(sentence);
 }
 
 /// While it lives, signals that ask the program to end wait.
@@ -107,19 +111,24 @@ void MakeFolderOf(const std::string &path) {
 } // namespace
 
 Bytes ReadBytes(const std::string &path) {
-    if (path == kStandardStream) {
-        static const Bytes input = ReadAll(stdin, "standard input");
-        return input;
-    }
-    if (std::filesystem::is_directory(path))
+    static std::map<std::string, Bytes> remembered;
+    if (const auto known = remembered.find(path); known != remembered.end())
+        return known->second;
+    if (path == kStandardStream)
+        return remembered[path] = ReadAll(stdin, "standard input");
+    std::error_code ignored;
+    if (std::filesystem::is_directory(path, ignored))
         throw UserError(fmt::format("{}: is a folder, not a file", path));
     const OpenFile file(std::fopen(path.c_str(), "rb"), &std::fclose);
     if (!file)
         Fail(path, "cannot be opened");
-    return ReadAll(file.get(), path);
+    Bytes bytes = ReadAll(file.get(), path);
+    return std::filesystem::is_regular_file(path, ignored) ? std::move(bytes) : remembered[path] = std::move(bytes);
 }
 
 void WriteBytes(const std::string &path, std::span<const unsigned char> bytes) {
+    if (path == kStandardStream && isatty(STDOUT_FILENO) == 1)
+        throw UserError("standard output is a terminal, which would show bytes; name a file, or say >FILE");
     if (path == kStandardStream)
         return WriteAll(STDOUT_FILENO, "standard output", bytes);
     struct stat there {};
@@ -130,10 +139,10 @@ void WriteBytes(const std::string &path, std::span<const unsigned char> bytes) {
             Fail(path, "cannot be written");
         return WriteAll(fileno(file.get()), path, bytes);
     }
-    if (!exists && std::filesystem::is_symlink(path))
+    if (std::error_code ignored; !exists && std::filesystem::is_symlink(path, ignored))
         throw UserError(fmt::format("{}: is a link that leads nowhere", path));
-    if (exists && access(path.c_str(), W_OK) != 0)
-        Fail(path, "cannot be written");
+    if (exists && ((there.st_mode & 0222) == 0 || access(path.c_str(), W_OK) != 0)) // the former for those who may all
+        throw UserError(fmt::format("{}: is write-protected", path));
     MakeFolderOf(path);
     const mode_t mask = umask(0);
     umask(mask);

@@ -19,17 +19,31 @@ struct UserError : std::runtime_error {
     using runtime_error::runtime_error;
 };
 
+/// What could not be written though it might have been: the disk is full, or a file has reached the limit of its size.
+struct WriteFailed : std::runtime_error {
+    using runtime_error::runtime_error;
+};
+
+/// How the program ends. Of several ends, the greatest counts.
+enum Outcome : int {
+    Done = 0,
+    Failed = 1,  ///< a method yielded nothing or raised an exception, or a result could not be written
+    Wrong = 2,   ///< a call, an option or a file cannot be used
+    Violated = 3 ///< the module broke the host's rules
+};
+
 /// In the place of a path: standard input, or standard output.
 constexpr std::string_view kStandardStream = "-";
 
-/// All bytes of a file. Standard input is read when it is asked for first, and remembered. Throws UserError, with the
-/// path and the reason.
+/// All bytes of a file. Standard input, pipes and all else that is no regular file are read when they are asked for
+/// first, and remembered. Throws UserError, with the path and the reason.
 Bytes ReadBytes(const std::string &path);
 
 /// Writes a file whole or not at all, making the folders that it needs: the bytes go to a new file in the same folder,
 /// which then takes the name, and signals that end the program wait until it has. A new file is made as the umask says,
 /// one that is replaced hands on its owner and mode, and a link stays: what it leads to is replaced. What is no file,
-/// such as a device, is written to as it is. Throws UserError and leaves what was there untouched.
+/// such as a device, is written to as it is, and a terminal refused. Throws UserError or WriteFailed and leaves what
+/// was there untouched.
 void WriteBytes(const std::string &path, std::span<const unsigned char> bytes);
 
 std::string_view AsText(std::span<const unsigned char> bytes);

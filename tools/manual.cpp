@@ -3,11 +3,7 @@
 #include "tools/command_line.h"
 
 #include <CLI/CLI.hpp>
-#include <algorithm>
-#include <cctype>
 #include <fmt/format.h>
-#include <map>
-#include <vector>
 
 namespace tools {
 namespace {
@@ -28,38 +24,13 @@ std::string Roff(std::string_view text) {
     return escaped;
 }
 
-/// A stretch of help: a line that ends in a colon, and the lines below it. Sentences may stand without such a title.
-struct Block {
-    std::string title;
-    std::vector<std::string> lines;
-};
-
-std::vector<Block> Blocks(const std::string &footer) {
-    std::vector<Block> blocks;
-    for (const std::string &line : CLI::detail::split(footer, '\n')) {
-        if (line.empty())
-            continue;
-        const bool isTitle = line[0] != ' ' && line.back() == ':';
-        if (isTitle || blocks.empty())
-            blocks.push_back({isTitle ? line.substr(0, line.size() - 1) : "", {}});
-        if (!isTitle)
-            blocks.back().lines.push_back(line.substr(std::min<std::size_t>(line.find_first_not_of(' '), 2)));
-    }
-    return blocks;
-}
-
-/// Examples and columns keep their lines, sentences are filled.
-std::string Body(const Block &block) {
-    std::string body;
-    bool keeps = false;
-    for (const std::string &line : block.lines) {
-        const bool isKept = block.title == "Examples" || line.find("  ") != line.npos;
-        if (isKept != keeps)
-            body += isKept ? ".nf\n" : ".fi\n";
-        keeps = isKept;
-        body += Roff(line) + '\n';
-    }
-    return body + (keeps ? ".fi\n" : "");
+/// Help below the options: examples and columns keep their lines, and headings stand out.
+std::string Footer(const CLI::App &command) {
+    std::string page;
+    for (const std::string &line : CLI::detail::split(command.get_footer(), '\n'))
+        page += !line.empty() && line[0] != ' ' && line.back() == ':' ? fmt::format("\\fB{}\\fR\n", Roff(line))
+                                                                      : Roff(line) + '\n';
+    return fmt::format(".PP\n.nf\n{}.fi\n", page);
 }
 
 std::string Options(const CLI::App &command) {
@@ -69,45 +40,17 @@ std::string Options(const CLI::App &command) {
     return options;
 }
 
-std::string Capitals(std::string text) {
-    std::transform(text.begin(), text.end(), text.begin(),
-                   [](unsigned char c) { return static_cast<char>(std::toupper(c)); });
-    return text;
-}
-
 } // namespace
 
 std::string ManualPage(const CLI::App &program, std::string_view version, std::string_view date) {
-    const auto commands = program.get_subcommands([](const CLI::App *) { return true; });
-    std::map<std::string, int> uses;
-    for (const CLI::App *command : commands)
-        for (const Block &block : Blocks(command->get_footer()))
-            ++uses[block.title + Body(block)];
-    const auto isShared = [&](const Block &block) {
-        return !block.title.empty() && block.title != "Examples" && uses[block.title + Body(block)] > 1;
-    };
-
     std::string page = fmt::format(".TH KVT 1 {} \"{}\" \"User Commands\"\n.SH NAME\nkvt \\- "
-                                   "calls the methods of the picture\\-processing module\n.SH SYNOPSIS\n.B {}\n",
-                                   date, Roff(version), Roff(Usage(program)));
-    page += fmt::format(".SH DESCRIPTION\n{}\n{}", Roff(program.get_description()), Options(program));
-    page += ".SH COMMANDS\n";
-    std::vector<Block> shared;
-    for (const CLI::App *command : commands) {
-        page +=
-            fmt::format(".SS {}\n{}.\n{}", Roff(Usage(*command)), Roff(command->get_description()), Options(*command));
-        for (const Block &block : Blocks(command->get_footer()))
-            if (!isShared(block))
-                page +=
-                    (block.title.empty() ? "" : fmt::format(".PP\n.B {}\n", Roff(block.title))) + ".PP\n" + Body(block);
-            else if (std::none_of(shared.begin(), shared.end(),
-                                  [&](const Block &other) { return other.title == block.title; }))
-                shared.push_back(block);
-    }
-    for (const Block &block : shared)
-        page += fmt::format(".SH \"{}\"\n{}", Capitals(block.title), Body(block));
-    for (const Block &block : Blocks(program.get_footer()))
-        page += fmt::format(".SH \"{}\"\n{}", Capitals(block.title), Body(block));
+                                   "calls the methods of the picture\\-processing module\n.SH SYNOPSIS\n.B {}\n"
+                                   ".SH DESCRIPTION\n{}\n{}{}.SH COMMANDS\n",
+                                   date, Roff(version), Roff(Usage(program)), Roff(program.get_description()),
+                                   Options(program), Footer(program));
+    for (const CLI::App *command : program.get_subcommands([](const CLI::App *) { return true; }))
+        page += fmt::format(".SS {}\n{}.\n{}{}", Roff(Usage(*command)), Roff(command->get_description()),
+                            Options(*command), Footer(*command));
     return page;
 }
 

@@ -66,6 +66,13 @@ bool StartsWith(std::string_view text, std::string_view start) {
                       [](char wanted, char is) { return wanted == '?' || wanted == is; });
 }
 
+const Format *FormatOfContent(std::string_view file) {
+    for (const Format &format : Formats())
+        if (StartsWith(file, format.start))
+            return &format;
+    return nullptr;
+}
+
 const Format *FormatOfPath(std::string_view path) {
     for (const Format &format : Formats())
         if (std::count(format.endings.begin(), format.endings.end(), EndingOf(path)) > 0)
@@ -85,15 +92,18 @@ const char *Known() { return kHasCodecs ? "PNG, JPEG, WebP, TIFF and BMP files a
 
 const Format &FormatOf(File file, const std::string &path) {
     const std::string_view text = AsText(file);
+    if (const Format *format = FormatOfContent(text)) {
+        if (format->read)
+            return *format;
+        if (!format->endings.empty() || format->name == "TIFF")
+            FailWithoutCodecs(*format, path);
+        throw UserError(
+            fmt::format("{}: is a file of the kind {}, which is not read; {}", path, format->name, Known()));
+    }
     for (const Format &format : Formats())
-        if (StartsWith(text, format.start)) {
-            if (format.read)
-                return format;
-            if (!format.endings.empty() || format.name == "TIFF")
-                FailWithoutCodecs(format, path);
+        if (text.size() > 1 && !format.endings.empty() && StartsWith(format.start, text))
             throw UserError(
-                fmt::format("{}: is a file of the kind {}, which is not read; {}", path, format.name, Known()));
-        }
+                fmt::format("{}: is damaged: it ends within what a {} file begins with", path, format.name));
     const std::string_view head = text.substr(0, 1000);
     const bool isText = std::all_of(head.begin(), head.end(), [](char c) {
         return static_cast<unsigned char>(c) >= 0x80 || std::isprint(c) || std::isspace(c);
@@ -189,6 +199,11 @@ Image MakeImage(int width, int height, bool hasAlpha) {
     return image;
 }
 
+std::string_view PictureKindOf(File file) {
+    const Format *format = FormatOfContent(AsText(file));
+    return format ? format->name : std::string_view();
+}
+
 bool IsPicturePath(std::string_view path) { return FormatOfPath(path) != nullptr; }
 
 void CheckWritable(const std::string &path) { WritableFormat(path); }
@@ -220,7 +235,7 @@ PictureFile FileOf(const std::string &path, standin::Picture &picture, const for
     const auto note = [&](std::string_view what) {
         file.notes.push_back(fmt::format("{}: {} is lost, which a {} file does not hold", path, what, format.name));
     };
-    if (picture.description.hasAlphaChannel && !format.holdsAlpha)
+    if (picture.description.hasAlphaChannel && !format.holdsAlpha && !IsOpaque(picture))
         note("the picture's alpha");
     if (!tags.profile.empty() && !format.holdsProfile)
         note("the color profile");
@@ -260,6 +275,26 @@ Image ImageOf(const standin::Picture &picture) {
     for (int y = 0; y < image.height; ++y)
         formats::FromForm(picture.Row(y), image.At(0, y), image.width, FormOf(picture));
     return image;
+}
+
+bool IsOpaque(const standin::Picture &picture) {
+    const unsigned opaque = standin::OpaqueExtra(picture.layout);
+    const std::ptrdiff_t at = picture.layout == Layout::AlphaLow ? 0 : 3;
+    for (int y = 0; y < picture.height; ++y) {
+        const unsigned char *row = picture.Row(y);
+        for (std::ptrdiff_t x = 0; x < picture.width; ++x)
+            if (row[4 * x + at] != opaque)
+                return false;
+    }
+    return true;
+}
+
+void AddAlphaChannel(standin::Picture &picture) {
+    if (picture.description.hasAlphaChannel)
+        return;
+    const Image colors = ImageOf(picture);
+    picture.description.hasAlphaChannel = true;
+    SetColors(picture, colors);
 }
 
 void SetColors(standin::Picture &picture, const Image &colors) {

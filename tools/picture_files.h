@@ -36,6 +36,9 @@ Image MakeImage(int width, int height, bool hasAlpha = false); ///< all bytes 0
 /// The name of a picture file that is read or written, by the path's ending.
 bool IsPicturePath(std::string_view path);
 
+/// "PNG", by the bytes that a picture file begins with, read or not; empty for what is none.
+std::string_view PictureKindOf(std::span<const unsigned char> file);
+
 /// Throws UserError unless this program writes picture files of that name.
 void CheckWritable(const std::string &path);
 
@@ -75,6 +78,12 @@ standin::Ref MakePicture(standin::Host &host, const Image &image);
 
 /// The way back. A picture without an alpha channel is opaque, whatever its fourth bytes hold.
 Image ImageOf(const standin::Picture &picture);
+
+/// Whether no pixel's alpha, kept or not, lets anything through.
+bool IsOpaque(const standin::Picture &picture);
+
+/// Turns what the fourth bytes of a picture without an alpha channel hold into one.
+void AddAlphaChannel(standin::Picture &picture);
 
 /// Gives a picture the colors of an image of its size, for the alpha that it has now.
 void SetColors(standin::Picture &picture, const Image &colors);

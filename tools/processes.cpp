@@ -1,15 +1,17 @@
 #include "tools/processes.h"
 
-#include "tools/child_process.h"
+#include "tools/terminal.h"
 
 #include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
+#include <cstdlib>
 #include <map>
 #include <memory>
 #include <optional>
 #include <sys/prctl.h>
+#include <sys/wait.h>
 #include <system_error>
 #include <unistd.h>
 #include <vector>
@@ -17,34 +19,40 @@
 namespace tools {
 namespace {
 
-using TemporaryFile = std::unique_ptr<std::FILE, int (*)(std::FILE *)>;
+[[noreturn]] void Fail(const char *what) { throw std::system_error(errno, std::generic_category(), what); }
 
-TemporaryFile MakeTemporary() {
-    TemporaryFile file(std::tmpfile(), &std::fclose);
-    if (!file)
-        throw std::system_error(errno, std::generic_category(), "no temporary file");
-    return file;
-}
+/// What a process writes to one of its streams, in a file without a name.
+class Capture {
+  public:
+    Capture() : file_(std::tmpfile(), &std::fclose) {
+        if (!file_)
+            Fail("no temporary file");
+    }
+    bool Take(int stream) const { return dup2(fileno(file_.get()), stream) >= 0; }
+    std::string Content() const {
+        std::string content;
+        char part[4096];
+        std::rewind(file_.get());
+        while (const std::size_t got = std::fread(part, 1, sizeof part, file_.get()))
+            content.append(part, got);
+        return content;
+    }
 
-std::string Content(std::FILE *file) {
-    std::string content;
-    char part[4096];
-    std::rewind(file);
-    while (const std::size_t got = std::fread(part, 1, sizeof part, file))
-        content.append(part, got);
-    return content;
-}
+  private:
+    std::unique_ptr<std::FILE, int (*)(std::FILE *)> file_;
+};
 
 struct Process {
-    TemporaryFile output = MakeTemporary();
-    TemporaryFile messages = MakeTemporary();
-    std::optional<Finished> finished;
+    Capture output;
+    Capture messages;
+    std::optional<int> status; ///< once it has ended
 };
 
 /// The signals that are waited for, blocked from the first process on: none is missed between two looks.
 class Signals {
   public:
     Signals() {
+        static_cast<void>(std::signal(SIGCHLD, SIG_DFL)); // whoever ignores it hears of no end
         sigemptyset(&awaited_);
         for (const int signal : {SIGCHLD, SIGHUP, SIGINT, SIGTERM})
             sigaddset(&awaited_, signal);
@@ -54,9 +62,10 @@ class Signals {
     Signals(const Signals &) = delete;
     Signals &operator=(const Signals &) = delete;
 
-    int Wait() const {
+    void AwaitChild() const {
         int signal = 0;
-        return sigwait(&awaited_, &signal) == 0 ? signal : 0;
+        if (sigwait(&awaited_, &signal) == 0 && signal != SIGCHLD)
+            throw Interrupted{signal};
     }
     void Restore() const { sigprocmask(SIG_SETMASK, &before_, nullptr); }
 
@@ -67,88 +76,77 @@ class Signals {
 
 class Pool {
   public:
-    Pool(std::size_t count, const std::function<int(std::size_t)> &work) : work_(work), processes_(count) {}
-    ~Pool() { End(); }
+    explicit Pool(std::size_t count) : processes_(count) {}
+    /// Processes in the midst of writing a file finish that first.
+    ~Pool() {
+        for (const auto &[id, index] : running_)
+            kill(id, SIGTERM);
+        for (const auto &[id, index] : running_)
+            waitpid(id, nullptr, 0);
+    }
     Pool(const Pool &) = delete;
     Pool &operator=(const Pool &) = delete;
 
     std::size_t Running() const { return running_.size(); }
-    std::size_t Through() const { return through_; }
 
-    void Start(std::size_t index) {
-        Process &process = *(processes_[index] = std::make_unique<Process>());
-        const pid_t id = StartProcess([&, parent = getpid()] {
+    void Start(std::size_t index, const std::function<int(std::size_t)> &work) {
+        const Process &process = *(processes_[index] = std::make_unique<Process>());
+        static_cast<void>(std::fflush(nullptr)); // or both processes would write what waits
+        const pid_t parent = getpid();
+        const pid_t id = fork();
+        if (id < 0)
+            Fail("no process can be started");
+        if (id == 0) {
             prctl(PR_SET_PDEATHSIG, SIGTERM);
             signals_.Restore();
-            if (getppid() != parent || dup2(fileno(process.output.get()), STDOUT_FILENO) < 0 ||
-                dup2(fileno(process.messages.get()), STDERR_FILENO) < 0)
+            if (getppid() != parent || !process.output.Take(STDOUT_FILENO) || !process.messages.Take(STDERR_FILENO))
                 _exit(EXIT_FAILURE);
-            return work_(index);
-        });
+            const auto run = [&]() noexcept { return work(index); }; // nothing flies on into what is the parent's
+            const int status = run();
+            _exit(std::fflush(nullptr) == 0 ? status : std::max<int>(status, EXIT_FAILURE));
+        }
         running_[id] = index;
     }
-    /// Waits until a process is through.
+    /// Waits until some process may have ended, and notes those that have.
     void Wait() {
-        const std::size_t before = through_;
-        while (through_ == before) {
-            if (const int signal = signals_.Wait(); signal != SIGCHLD)
-                throw Interrupted{signal};
-            Collect();
-        }
+        signals_.AwaitChild();
+        int status = 0;
+        for (pid_t id; (id = waitpid(-1, &status, WNOHANG)) > 0;)
+            if (const auto ended = running_.extract(id))
+                processes_[ended.mapped()]->status = WIFSIGNALED(status) ? -WTERMSIG(status) : WEXITSTATUS(status);
     }
-    /// What a process left; null while it runs.
-    const Finished *Result(std::size_t index) const {
-        return processes_[index] && processes_[index]->finished ? &*processes_[index]->finished : nullptr;
+    /// What a process left, which is then forgotten; nothing while it runs.
+    std::optional<Finished> Take(std::size_t index) {
+        if (!processes_[index] || !processes_[index]->status)
+            return std::nullopt;
+        const std::unique_ptr<Process> process = std::move(processes_[index]);
+        return Finished{*process->status, process->output.Content(), process->messages.Content()};
     }
-    void Forget(std::size_t index) { processes_[index].reset(); }
 
   private:
-    void Collect() {
-        for (auto next = running_.begin(); next != running_.end();) {
-            const auto running = next++;
-            const std::optional<int> status = EndOf(running->first);
-            if (!status)
-                continue;
-            Process &process = *processes_[running->second];
-            process.finished = Finished{*status, Content(process.output.get()), Content(process.messages.get())};
-            process.output.reset();
-            process.messages.reset();
-            running_.erase(running);
-            ++through_;
-        }
-    }
-    /// Processes in the midst of writing a file finish that first.
-    void End() {
-        for (const auto &[id, index] : running_)
-            kill(id, SIGTERM);
-        for (const auto &[id, index] : running_)
-            WaitForEnd(id);
-        running_.clear();
-    }
-
     Signals signals_;
-    const std::function<int(std::size_t)> &work_;
     std::vector<std::unique_ptr<Process>> processes_;
     std::map<pid_t, std::size_t> running_;
-    std::size_t through_ = 0;
 };
 
 } // namespace
 
 void RunInProcesses(std::size_t count, std::size_t jobs, const std::function<int(std::size_t)> &work,
-                    const std::function<void(std::size_t, const Finished &)> &done,
-                    const std::function<void(std::size_t)> &progress) {
-    Pool pool(count, work);
+                    const std::function<void(std::size_t, const Finished &)> &done) {
+    Progress progress(count);
+    Pool pool(count);
     std::size_t started = 0;
-    std::size_t told = 0;
-    while (told < count) {
+    for (std::size_t told = 0; told < count;) {
         while (started < count && pool.Running() < jobs)
-            pool.Start(started++);
+            pool.Start(started++, work);
         pool.Wait();
-        progress(pool.Through());
-        for (; told < started && pool.Result(told); ++told) {
-            done(told, *pool.Result(told));
-            pool.Forget(told);
+        progress.Show(started - pool.Running());
+        while (told < started) {
+            const std::optional<Finished> finished = pool.Take(told);
+            if (!finished)
+                break;
+            progress.Hide();
+            done(told++, *finished);
         }
     }
 }

@@ -75,6 +75,11 @@ Sound ReadWav(std::span<const unsigned char> file, std::string_view name) {
     if (!data || data->size() < frameBytes)
         fail("the WAV file holds no samples");
     Sound sound{static_cast<int>(bits), Number(*format, 4, 4), {}};
+    const std::size_t dataAt = static_cast<std::size_t>(data->data() - file.data());
+    const std::uint32_t promised = Number(file, dataAt - 4, 4);
+    constexpr std::uint32_t kUntold = 0xFFFFFFFF; // what programs write that send sound through a pipe
+    if (promised > data->size() && promised != kUntold)
+        sound.loss = fmt::format("is cut off: {} of {} bytes of samples are there", data->size(), promised);
     sound.samples.reserve(data->size() / channels);
     for (std::size_t at = 0; at + frameBytes <= data->size(); at += frameBytes)
         sound.samples.insert(sound.samples.end(), data->begin() + static_cast<std::ptrdiff_t>(at),

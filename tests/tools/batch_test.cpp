@@ -1,6 +1,5 @@
 #include "tools/batch.h"
 #include "tools/files.h"
-#include "tools/json.h"
 
 #include <gtest/gtest.h>
 
@@ -58,6 +57,8 @@ TEST(Batch, NoTwoResultsGoToOnePlace) {
         {"picture and block", "{name}.bin", {"red={name}.bin"}, {"a.png"}, true},
         {"one standard output", "-", {}, {"-"}, false},
         {"standard output of two", "-", {}, {"a.png", "b.png"}, true},
+        {"into a folder", "out/", {}, {"a/1.png", "a/2.jpg"}, false},
+        {"into a folder, over the input", "a/", {}, {"b/1.png", "./a/2.png"}, true},
     };
     for (const auto &row : kPlans) {
         SCOPED_TRACE(row.what);
@@ -69,14 +70,6 @@ TEST(Batch, NoTwoResultsGoToOnePlace) {
         else
             EXPECT_EQ(PlanBatch(pattern, row.inputs).size(), row.inputs.size());
     }
-}
-
-TEST(Json, QuotesWhatIsNoPlainText) {
-    EXPECT_EQ(json::Text("a\"b\\c\n\t\x1f/"), R"("a\"b\\c\n\u0009\u001f/")");
-    EXPECT_EQ(json::Text("\xC3\xA9 \xE2\x82\xAC \xF0\x9F\x98\x80"), "\"\xC3\xA9 \xE2\x82\xAC \xF0\x9F\x98\x80\"");
-    for (const char *broken : {"\xFF", "\xC3", "\xC0\x80", "\xE0\x80\x80", "\xED\xA0\x80", "\xF5\x80\x80\x80"})
-        EXPECT_EQ(json::Text(std::string(broken) + "x").substr(0, 7), "\"\\ufffd") << broken;
-    EXPECT_EQ(json::Number(1.0 / 0.0), "null");
 }
 
 } // namespace

@@ -57,6 +57,33 @@ TEST(CallParser, ReadsTheShapesOfCalls) {
     EXPECT_EQ(ParseCall("PictureSepiaKVT.Run").member, "Run");
 }
 
+TEST(CallParser, ReadsLinesOfScripts) {
+    const struct {
+        const char *line;
+        const char *calls; ///< name, argument with the text at its place, member, assigned value; of each
+    } kLines[] = {
+        {"InvertKVT", "InvertKVT,,,;"},
+        {"me.InvertKVT(10)", "InvertKVT,10 10,,;"},
+        {"result = p.InvertKVT(10)", "InvertKVT,10 10,,;"},
+        {"p.InvertKVT(1).TintKVT( 20 ).InvertKVT", "InvertKVT,1 1,,;TintKVT,20 20,,;InvertKVT,,,;"},
+        {"PictureSepiaKVT(Red=4).Run", "PictureSepiaKVT,4 4,Run,;"},
+        {"p.MaskKVT(a.png) = mask.png", "MaskKVT,a.png a.png,,mask.png;"},
+        {"MaskKVT = TintKVT.png", "MaskKVT,,,TintKVT.png;"},
+        {"Unknown(3)", "Unknown,3 3,,;"},
+    };
+    const IsDeclared isDeclared = [](std::string_view name) { return name.ends_with("KVT"); };
+    for (const auto &row : kLines) {
+        std::string read;
+        for (const Call &call : ParseCalls(row.line, isDeclared)) {
+            read += call.name + ',';
+            for (const Argument &argument : call.arguments)
+                read += argument.text + ' ' + call.text.substr(argument.place.at, argument.place.length);
+            read += ',' + call.member + ',' + (call.assigned ? call.assigned->text : "") + ';';
+        }
+        EXPECT_EQ(read, row.calls) << row.line;
+    }
+}
+
 constexpr struct {
     const char *call;
     const char *error;

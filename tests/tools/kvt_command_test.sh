@@ -11,6 +11,8 @@ cd "$folder" || exit 1
 checks=0
 failed=0
 
+to=out # where standard output goes
+
 Fail() { # WHAT
     printf 'FAILED: %s\n  call: kvt %s\n' "$1" "$call"
     sed 's/^/  out: /' out
@@ -21,11 +23,11 @@ Run() { # STATUS ARGUMENT...: runs kvt, whose status must be STATUS
     local expected=$1 status
     shift
     call="$*"
-    "$kvt" "$@" >out 2>err
+    "$kvt" "$@" >"$to" 2>err
     status=$?
     checks=$((checks + 1))
     [ "$status" = "$expected" ] || Fail "status $status instead of $expected"
-    [ "$status" != 0 ] || [ ! -s err ] || Fail "a message in spite of status 0"
+    [ "$status" != 0 ] || [ -n "${told+x}" ] || [ ! -s err ] || Fail "a message in spite of status 0"
 }
 Prints() { # LINE: whole, on standard output
     checks=$((checks + 1))
@@ -34,6 +36,18 @@ Prints() { # LINE: whole, on standard output
 Says() { # TEXT: within a line of the messages
     checks=$((checks + 1))
     grep -qF -- "$1" err || Fail "expected the message \"$1\""
+}
+Table() { # rows on standard input: STATUS ~ WORDS, as the shell takes them ~ MESSAGE ~ ...; of status 0, no other one
+    local row status words message told
+    while read -r row; do
+        status=${row%% ~ *} row=${row#* ~ } words=${row%% ~ *} told=0
+        eval "Run $status $words"
+        while [[ $row == *' ~ '* ]]; do
+            row=${row#* ~ } message=${row%% ~ *} told=$((told + 1))
+            Says "$message"
+        done
+        [ "$status" != 0 ] || Equal "messages" "$told" "$(grep -c '^kvt: ' err)"
+    done
 }
 Same() { # FILE FILE
     checks=$((checks + 1))
@@ -49,6 +63,7 @@ Pixels() { tail -c +55 "$1" | od -An -v -w1 -tu1 | tr -d ' '; }    # bytes behin
 
 Run 0 sample s.bmp --opaque --size 40x25
 Run 0 sample alpha.bmp --size 40x25
+Run 0 sample small.bmp --size 5x4
 Run 0 sample voice.wav
 Run 0 sample film.cube
 
@@ -98,22 +113,6 @@ Run 0 apply s.bmp isWhiteKVT 'isGrayKVT(0, 0, 21, 40, 2)' 'CountColorKVT(&cFF000
 Prints "isWhiteKVT = false"
 Prints "isGrayKVT = true"
 Prints "CountColorKVT = 10"
-# A picture that nothing takes is told of, once.
-Unsaved() { # MESSAGE ARGUMENT...: with status 0, and no other message
-    local message=$1
-    shift
-    call="apply $*"
-    "$kvt" apply "$@" >out 2>err
-    Equal "status" 0 $?
-    Equal "messages" "$message" "$(cat err)"
-}
-Unsaved 'kvt: the last call made a picture of 40 x 25, which is not saved; -o FILE saves it' s.bmp isWhiteKVT InvertKVT
-Unsaved 'kvt: the last call made a picture of 40 x 25, which is not saved; -o FILE saves it' alpha.bmp \
-    'EmbeddedMaskKVT(false) = s.bmp'
-Unsaved "kvt: the last call made pictures, which are not saved; -o 'FOLDER/{name}.png' saves them" s.bmp alpha.bmp InvertKVT
-Unsaved "" s.bmp InvertKVT --json
-Unsaved "" s.bmp InvertKVT isWhiteKVT
-
 Run 0 apply s.bmp 'FindPicture("s.bmp", -1, -1)'
 Prints "FindPicture = true"
 Prints "x = 0"
@@ -136,16 +135,10 @@ Run 0 apply s.bmp 'PicturetoBinaryStringKVT(me)' -o s.ppic
 Equal "bytes of the saved string" 3040 "$(wc -c <s.ppic)"
 Run 0 make 'BinaryStringtoPictureKVT(@s.ppic)' -o back.bmp
 Same s.bmp back.bmp
-Run 1 make 'BinaryStringtoPictureKVT("s.ppic")' -o none.bmp
-Says 'BinaryStringtoPictureKVT returned nil'
-Says '@"s.ppic" stands for its bytes'
-Run 0 make 'RenderSamplesKVT("voice.wav", 0, 1, 80, 20, 1, &c88B5C4, &c274C5A, &c203F4E, 15)' \
-    'CountColorKVT(&c88B5C4)' -o wave.bmp
-Run 2 make 'RenderSamplesKVT(voice.wav, 0, 1, 80, 20, 1)' -o none.bmp
-Says "this sound file holds signed samples of 16 bits: Bits must be 15, not 8"
+head -c 3000 s.ppic >short.ppic
 
 # Classes. A table that exchanges red and blue shows which index is which.
-Run 0 apply s.bmp 'PictureSepiaKVT(SepiaRed=40, SepiaGreen=20, SepiaBlue=-20).Run' 'CountColorKVT(&c7460)' -o sepia.bmp
+Run 0 apply s.bmp 'PictureSepiaKVT(SepiaRed=40, SepiaGreen=20, SepiaBlue=-20).Run' 'CountColorKVT(&c007460)' -o sepia.bmp
 Run 0 apply s.bmp 'PictureSepiaKVT(FactorRed=1, FactorBlue=0, FactorGreen=0).Run' 'isGrayKVT(0)' 'CountColorKVT(&cFFFFFF)'
 Prints "isGrayKVT = true"
 printf 'LUT_3D_SIZE 2\n%s\n' "0 0 0
@@ -161,8 +154,6 @@ Run 0 apply s.bmp 'CountColorKVT(&cFF8000)' 'PictureLut3DKVT("exchange.cube").Ru
 Equal "pixels of four colors" "10 10 10 0" "$(Results)"
 Run 0 apply s.bmp 'PictureLut3DKVT(Table=film.cube, MaxX=20).Run' -o film.bmp
 printf 'LUT_3D_SIZE 2\n0 0 x\n' >broken.cube
-Run 2 apply s.bmp 'PictureLut3DKVT("broken.cube").Run' -o none.bmp
-Says 'broken.cube, line 2: expected a number, not "x"'
 
 # Alpha: what a mask wrote is read back, colors stay, and results are opaque.
 for host in desktop console; do
@@ -189,19 +180,27 @@ Says 'missing.bmp: cannot be opened'
 Run 2 gallery s.bmp -o s.bmp/inside
 Says 's.bmp/inside: cannot be made'
     # What is lost is told, and once; nothing comes of half a picture.
-    "$kvt" apply alpha.bmp -o flat.jpg >out 2>err
-    call="apply alpha.bmp -o flat.jpg"
-    Equal "messages" "kvt: flat.jpg: the picture's alpha is lost, which a JPEG file does not hold" "$(cat err)"
-    "$kvt" apply alpha.bmp -o flat.jpg --json >out
-    Equal "notes" 1 "$(python3 -c 'import json, sys; print(len(json.load(sys.stdin)[0]["notes"]))' <out)"
     Run 0 sample whole.png --size 40x25
-    head -c 500 whole.png >half.png
-    Run 2 apply half.png InvertKVT -o never.png
-    Says 'half.png: is damaged: '
-    Run 2 apply whole.png InvertKVT -o never.tif
-    Says 'never.tif: TIFF files are read and not written'
-    Run 2 apply whole.png InvertKVT -o never.jpg --quality 101
-    Equal "files of what was refused" "" "$(ls | grep never)"
+    for bytes in 5 20 500; do head -c $bytes whole.png >cut$bytes.png; done
+    cp whole.png huge.png # which says that it is 2^24 pixels and more wide
+    printf '\x01' | dd of=huge.png bs=1 seek=16 conv=notrunc 2>dd
+    before=$(ls)
+    Table <<'ROWS'
+2 ~ apply cut5.png InvertKVT -o never.png ~ cut5.png: is damaged: it ends within what a PNG file begins with
+2 ~ apply cut20.png InvertKVT -o never.png ~ cut20.png: is damaged: 
+2 ~ apply cut500.png InvertKVT -o never.png ~ cut500.png: is damaged: 
+2 ~ apply huge.png InvertKVT -o never.png ~ huge.png: its picture of 16777256 x 25 is larger than the 32767 on a side
+2 ~ apply whole.png InvertKVT -o never.tif ~ never.tif: TIFF files are read and not written
+2 ~ apply whole.png InvertKVT -o never.jpg --quality 101 ~ 
+ROWS
+    Equal "files after what was refused" "$before" "$(ls)"
+    Table <<'ROWS'
+0 ~ apply alpha.bmp -o flat.jpg ~ kvt: flat.jpg: the picture's alpha is lost, which a JPEG file does not hold
+0 ~ apply alpha.bmp -o flat.jpg --quiet
+0 ~ apply s.bmp 'EmbeddedMaskKVT(false) = alpha.bmp' -o flat.jpg ~ kvt: flat.jpg: the picture's alpha is lost
+ROWS
+    "$kvt" apply alpha.bmp -o flat.jpg --json --quiet >out
+    Equal "notes" 1 "$(python3 -c 'import json, sys; print(len(json.load(sys.stdin)[0]["notes"]))' <out)"
 else
     Run 2 gallery s.bmp -o none
     Says 'the gallery is made of PNG and JPEG files'
@@ -213,78 +212,175 @@ else
     Says '  kvt apply foreign.jpg -o FILE.bmp'
 fi
 
-# Wrong calls say what was expected and where; nothing is written.
+# Calls: colors in all their forms, variables, chains with dots, arguments by name.
+Run 0 apply s.bmp 'CountColorKVT(&cFF0000)' 'CountColorKVT(&hff0000)' 'CountColorKVT(0xFF0000)' 'CountColorKVT(#ff0000)'
+Equal "pixels of one color" "10 10 10 10" "$(Results)"
+for call in me.InvertKVT 'result = p.InvertKVT' 'p.InvertKVT.InvertKVT.InvertKVT' 'InvertKVT(0, 0, 40, 25)' 'InvertKVT(left=0)'; do
+    Run 0 apply s.bmp -o dotted.bmp -- "$call"
+    Same inverted.bmp dotted.bmp
+done
+python3 -c 'import sys; sys.stdout.buffer.write(bytes(range(256)))' >same.bin
+for call in 'same.bin, same.bin, same.bin' '@same.bin, @"same.bin", @same.bin' 'green=same.bin, red=same.bin, blue=@same.bin'; do
+    Run 0 apply s.bmp "TransformColorsKVT($call)" -o mapped.bmp
+    Same s.bmp mapped.bmp
+done
+Run 0 make 'RenderSamplesKVT(voice.wav, 0, 1, 80, 20, 1, &c88B5C4, &c274C5A, &c203F4E, 15)' -o wave.bmp
+for call in 'voice.wav, 0, 1, 80, 20, 1' 'voice.wav, Width=80, height=20, outlinewidth=1' '"voice.wav", Height=20, Bits=15, outlinewidth=1, Width=80'; do
+    Run 0 make "RenderSamplesKVT($call)" -o named.bmp
+    Same wave.bmp named.bmp
+done
+
+# Inputs that are no plain files.
+Run 0 apply <(cat s.bmp) InvertKVT -o dotted.bmp
+Same inverted.bmp dotted.bmp
+Run 0 apply /dev/stdin InvertKVT -o dotted.bmp <s.bmp
+Same inverted.bmp dotted.bmp
+mkfifo fifo
+cat s.bmp >fifo &
+Run 0 apply s.bmp alpha.bmp 'FindPicture(fifo, -1, -1)' # all processes see the same
+Equal "finds" "s.bmp: FindPicture = true,alpha.bmp: FindPicture = false," "$(grep FindPicture out | tr '\n' ,)"
+
+# Answers for scripts.
+Run 0 apply s.bmp 'FindPicture(s.bmp, 5, 5)' ColornessKVT InvertKVT --value -q
+Equal "bare results" "true 0 0 0.895" "$(tr '\n' ' ' <out | sed 's/ $//')"
+Run 1 apply s.bmp isWhiteKVT --value --exit-status
+Prints false
+Equal "messages" "" "$(cat err)"
+Run 0 apply s.bmp 'isGrayKVT(0, 0, 21, 40, 2)' --exit-status
+Run 1 apply s.bmp isWhiteKVT -o saved.bmp --exit-status --json
+Equal "what is saved in spite of a false result" "saved.bmp 1" "$(python3 -c '
+import json, sys
+report, = json.load(sys.stdin)
+print(report["output"], report["status"])' <out)"
+
+# What cannot be written is no success.
+echo old >locked.bmp
+chmod 400 locked.bmp
+to=/dev/full Table <<'ROWS'
+1 ~ apply s.bmp ColornessKVT ~ kvt: standard output cannot be written: No space left on device
+1 ~ apply s.bmp ColornessKVT --json ~ No space left on device
+1 ~ apply s.bmp alpha.bmp ColornessKVT ~ No space left on device
+1 ~ apply s.bmp InvertKVT -o - ~ No space left on device
+1 ~ list ~ No space left on device
+1 ~ list InvertKVT ~ No space left on device
+1 ~ check --list ~ No space left on device
+1 ~ --help ~ No space left on device
+1 ~ manual ~ No space left on device
+ROWS
+call="apply with a limit of 1 kB"
+(ulimit -f 1 && exec "$kvt" apply s.bmp InvertKVT -o limited.bmp >out 2>err)
+Equal "status" 1 $?
+Says 'kvt: limited.bmp: cannot be written: File too large'
+Equal "files" "" "$(ls | grep limited)"
+
+# Wrong calls say what was expected and where, the likeliest of them with the line that works; nothing is written.
+printf junk >junk.wav
+: >empty.wav
+head -c 1000 voice.wav >cut.wav
+mkdir folder
+ln -s loop loop
+long=$(printf 'x%.0s' {1..300}).bmp
 before=$(ls)
-Run 2 apply s.bmp InvertKVT 'InvertKVT(10, 5 200)' -o none.bmp
-Says '  InvertKVT(10, 5 200)'
-Says '                  ^^^'
-Says '  InvertKVT(left as integer,top as integer,width as integer,height as integer) as picture'
-Run 2 apply s.bmp InvertKVTT -o none.bmp
-Says 'there is no method or class "InvertKVTT", and no file "InvertKVTT"; did you mean "InvertKVT"?'
-Run 2 apply s.bmp 'Saturation(60)' -o none.bmp
-Says 'there is no method or class "Saturation"; did you mean "ChangeSaturationKVT"?'
-Run 2 apply s.bmp 'InvertKVT(1, 2)' -o none.bmp
-Says 'no InvertKVT takes 2 arguments: width and height are missing'
-Says '                ^'
-Says '  InvertKVT(left as integer,top as integer,width as integer,height as integer) as picture'
-Run 2 apply s.bmp 'InvertKVT(1, 2, 3.5, 4)' -o none.bmp
-Says 'width as Integer: expected a whole number of 32 bits, not "3.5"'
-Run 2 apply s.bmp 'ChangeSaturationKVT("60")' -o none.bmp
-Says 'Amount as Integer: expected a whole number of 32 bits, not a string in quotes'
-Run 2 apply s.bmp 'ReplaceRedChannelKVT(@s.bmp)' -o none.bmp
-Says "RedChannel as Picture: expected nil, me or a picture file, without @, not a file's bytes"
-Run 2 apply s.bmp 'TintPictureKVT(me, &cGG, &c0)' -o none.bmp
-Says 'GreyBase as Color: expected a color'
-Run 2 apply s.bmp 'EmbeddedMaskKVT(0)' -o none.bmp
-Says 'swap as Boolean: expected true or false, not "0"'
-Run 2 apply s.bmp 'InvertKVT = s.bmp' -o none.bmp
-Says 'InvertKVT cannot be assigned to'
-Run 2 apply s.bmp 'PictureSepiaKVT(SepiaRod=4).Run' -o none.bmp
-Says 'PictureSepiaKVT has no property "SepiaRod"; did you mean "SepiaRed"?'
-Run 2 apply s.bmp 'PictureSepiaKVT(SepiaRed=4)' -o none.bmp
-Says 'expected ".Run"'
-Run 2 make 'InvertKVT' -o none.bmp
-Says 'there is no picture yet'
-Run 2 apply s.bmp 'ReplaceRedChannelKVT(missing.bmp)' -o none.bmp
-Says 'missing.bmp: cannot be opened'
-Says '                       ^^^^^^^^^^^'
-Says '  ReplaceRedChannelKVT(RedChannel as picture) as picture'
-Run 2 apply s.bmp ReplaceRedChannelKVT -o none.bmp
-Says 'no ReplaceRedChannelKVT takes 0 arguments: RedChannel is missing'
-Run 2 apply s.bmp 'ChangeSaturationKVT(1, 2)' -o none.bmp
-Says 'no ChangeSaturationKVT takes 2 arguments'
-Run 2 apply s.bmp 'PictureLut3DKVT(missing.cube).Run' -o none.bmp
-Says '                  ^^^^^^^^^^^^'
-Run 2 apply s.bmp InvertKVT -o none.ppic
-Says 'none.ppic: pictures are saved as'
-Run 2 apply s.bmp 'CountColorsKVT(nil, nil, nil, 0)' --save-block cyan=none.bin
-Says 'no call has a byref memory block "cyan"'
-Run 2 apply s.bmp InvertKVT -o none.bmp --host console --layout alpha-high
-Says 'a console host has row-table'
-Run 2 apply s.bmp InvertKVT -o none.bmp --module missing.so
-Run 2 apply s.bmp InvertKVT -o s.bmp/none.bmp
-Run 2 apply InvertKVT -o none.bmp
-Says '"InvertKVT" is read as a call, for there is no such file'
-Run 2 apply s.bmp a.gif alpha.bmp -o none.bmp
-Says '"alpha.bmp" is a picture, and stands behind "a.gif"'
+Table <<'ROWS'
+2 ~ apply s.bmp InvertKVT 'InvertKVT(10, 5 200)' -o none.bmp ~   InvertKVT(10, 5 200) ~                   ^^^ ~   InvertKVT(left as integer,top as integer,width as integer,height as integer) as picture
+2 ~ apply s.bmp InvertKVTT -o none.bmp ~ there is no method or class "InvertKVTT", and no file "InvertKVTT"; did you mean "InvertKVT"?
+2 ~ apply s.bmp me.InvertKV -o none.bmp ~ there is no method or class "InvertKV" ~ did you mean "InvertKVT" ~   me.InvertKV ~      ^^^^^^^^
+2 ~ apply s.bmp 'InvertKVT.Saturation(60)' -o none.bmp ~ expected the end, not "("
+2 ~ apply s.bmp InvertKVT.Saturate -o none.bmp ~ there is no method "Saturate" to go on with behind InvertKVT
+2 ~ apply s.bmp isWhiteKVT.InvertKVT -o none.bmp ~ only a picture can be called on
+2 ~ apply s.bmp 'Saturation(60)' -o none.bmp ~ there is no method or class "Saturation"; did you mean "ChangeSaturationKVT"?
+2 ~ apply s.bmp 'InvertKVT(1, 2)' -o none.bmp ~ no InvertKVT takes 2 arguments: width and height are missing ~                 ^ ~   InvertKVT(left as integer,top as integer,width as integer,height as integer) as picture
+2 ~ apply s.bmp 'InvertKVT(1, 2, 3.5, 4)' -o none.bmp ~ width as Integer: expected a whole number of 32 bits, not "3.5"
+2 ~ apply s.bmp 'InvertKVT(widht=3)' -o none.bmp ~ InvertKVT has no parameter "widht"; did you mean "width"?
+2 ~ apply s.bmp 'InvertKVT(1, left=3)' -o none.bmp ~ left is given twice
+2 ~ apply s.bmp 'InvertKVT(left=1, 2)' -o none.bmp ~ what has no name comes before what has one
+2 ~ apply s.bmp 'TintPictureKVT(me, SepiaBase=&cFFF0C0)' -o none.bmp ~ no TintPictureKVT takes 2 arguments: GreyBase is missing
+2 ~ apply s.bmp 'ChangeSaturationKVT("60")' -o none.bmp ~ Amount as Integer: expected a whole number of 32 bits, not a string in quotes
+2 ~ apply s.bmp 'ReplaceRedChannelKVT(@s.bmp)' -o none.bmp ~ RedChannel as Picture: expected nil, me or a picture file, without @, not a file's bytes
+2 ~ apply s.bmp 'TintPictureKVT(me, &cGG, &c0)' -o none.bmp ~ GreyBase as Color: expected a color
+2 ~ apply s.bmp 'CountColorKVT(&cFFF)' ~ col as Color: expected a color of six digits such as &cFF8000, not "&cFFF"
+2 ~ apply s.bmp 'CountColorKVT(&cFF800)' ~ expected a color of six digits
+2 ~ apply s.bmp 'CountColorKVT(&c0FF8000)' ~ expected a color of six digits
+2 ~ apply s.bmp 'CountColorKVT(#FF8000FF)' ~ expected a color of six digits
+2 ~ apply s.bmp 'EmbeddedMaskKVT(0)' -o none.bmp ~ swap as Boolean: expected true or false, not "0"
+2 ~ apply s.bmp 'InvertKVT = s.bmp' -o none.bmp ~ InvertKVT cannot be assigned to
+2 ~ apply s.bmp 'PictureSepiaKVT(SepiaRod=4).Run' -o none.bmp ~ PictureSepiaKVT has no property "SepiaRod"; did you mean "SepiaRed"?
+2 ~ apply s.bmp 'PictureSepiaKVT(SepiaRed=4)' -o none.bmp ~ expected ".Run"
+2 ~ apply s.bmp PictureLut3DKVT.Run -o none.bmp ~ PictureLut3DKVT needs a table, without which all becomes black: PictureLut3DKVT("film.cube").Run
+2 ~ apply s.bmp 'PictureLut3DKVT("broken.cube").Run' -o none.bmp ~ broken.cube, line 2: expected a number, not "x"
+2 ~ apply s.bmp 'PictureLut3DKVT(missing.cube).Run' -o none.bmp ~                   ^^^^^^^^^^^^
+2 ~ make 'InvertKVT' -o none.bmp ~ there is no picture yet
+2 ~ make s.bmp InvertKVT -o none.bmp ~ "s.bmp" is no call; make takes calls alone, apply takes pictures: kvt apply s.bmp CALL...
+2 ~ make 'RenderSamplesKVT(voice.wav, 0, 1, 80, 20, 1, Bits=8)' -o none.bmp ~ this sound file holds signed samples of 16 bits: Bits must be 15, not 8
+2 ~ make 'RenderSamplesKVT(junk.wav, 0, 1, 80, 20, 1)' -o none.bmp ~ junk.wav: is no WAV file
+2 ~ make 'RenderSamplesKVT(empty.wav, 0, 1, 80, 20, 1)' -o none.bmp ~ empty.wav: is empty
+2 ~ make 'RenderSamplesKVT(s.bmp, 0, 1, 80, 20, 1)' -o none.bmp ~ s.bmp: is a picture (BMP), not a block of bytes; @"s.bmp" stands for the bytes of the file
+2 ~ apply s.bmp 'TransformColorsKVT(s.bmp, s.bmp, s.bmp)' -o none.bmp ~ s.bmp: is a picture (BMP)
+2 ~ apply s.bmp 'TransformColorsKVT(voice.wav, same.bin, same.bin)' -o none.bmp ~ voice.wav: is a sound, and no samples are taken here
+2 ~ apply s.bmp 'TransformColorsKVT("same.bin", same.bin, same.bin)' -o none.bmp ~ same.bin: is no WAV file; @"same.bin" stands for the bytes
+0 ~ make 'RenderSamplesKVT(cut.wav, 0, 1, 80, 20, 1)' 'CountColorKVT(&c88B5C4)' ~ kvt: cut.wav: is cut off: 956 of 
+2 ~ apply s.bmp 'ReplaceRedChannelKVT(missing.bmp)' -o none.bmp ~ missing.bmp: cannot be opened ~                        ^^^^^^^^^^^ ~   ReplaceRedChannelKVT(RedChannel as picture) as picture
+2 ~ apply s.bmp ReplaceRedChannelKVT -o none.bmp ~ no ReplaceRedChannelKVT takes 0 arguments: RedChannel is missing
+2 ~ apply s.bmp 'ChangeSaturationKVT(1, 2)' -o none.bmp ~ no ChangeSaturationKVT takes 2 arguments
+2 ~ apply s.bmp InvertKVT -o none.ppic ~ none.ppic: pictures are saved as
+2 ~ apply s.bmp 'PicturetoBinaryStringKVT(me)' -o none.bmp ~ PicturetoBinaryStringKVT returns a string and no picture ~ -o none.ppic
+2 ~ apply s.bmp InvertKVT -o '' ~ -o: expected a file, a folder or -
+2 ~ apply s.bmp InvertKVT -o '*.bmp' ~ -o *.bmp: a pattern is no file's name; {name} stands for that of the input
+2 ~ apply s.bmp InvertKVT -o . --format bmp ~ -o .: the result would replace s.bmp
+2 ~ apply s.bmp InvertKVT -o locked.bmp ~ locked.bmp: is write-protected
+2 ~ make 'BinaryStringtoPictureKVT(@s.ppic)' -o folder/ ~ -o folder/: is a folder, and there is no input
+2 ~ apply s.bmp ~ s.bmp: nothing is to be done ~   kvt apply s.bmp InvertKVT -o out.
+2 ~ apply s.bmp 'CountColorsKVT(nil, nil, nil, 0)' --save-block cyan=none.bin ~ no call has a byref memory block "cyan"
+2 ~ apply s.bmp InvertKVT -o none.bmp --host console --layout alpha-high ~ a console host has row-table
+2 ~ apply s.bmp InvertKVT -o none.bmp --module missing.so ~ missing.so
+2 ~ apply s.bmp InvertKVT -o s.bmp/none.bmp ~ s.bmp/none.bmp: 
+2 ~ apply InvertKVT -o none.bmp ~ "InvertKVT" is read as a call, for there is no such file
+2 ~ apply InvertKVT s.bmp ~ pictures come first ~   kvt apply s.bmp InvertKVT
+2 ~ apply s.bmp 'InvertKVT(1, 1, 2, 2)' none.bmp ~ -o tells where the result goes ~   kvt apply s.bmp 'InvertKVT(1, 1, 2, 2)' -o none.bmp
+2 ~ apply s.bmp a.gif alpha.bmp InvertKVT -o none.bmp ~ "alpha.bmp" stands behind "a.gif", which is read as a call; pictures come first
+2 ~ apply folder InvertKVT -o none.bmp ~ "folder" is a folder; its pictures may be folder/*.png
+2 ~ apply s.bmp folder -o none.bmp ~ there is no method or class "folder"; "folder" is a folder
+2 ~ apply "$long" InvertKVT -o none.bmp ~ cannot be opened: File name too long
+2 ~ apply loop/s.bmp alpha.bmp InvertKVT -o 'loop/{name}.bmp' ~ Too many levels of symbolic links
+2 ~ apply s.bmp alpha.bmp InvertKVT 'CountColorKVT(&cGG)' -o 'none{name}.bmp' ~ kvt: col as Color
+2 ~ apply s.bmp --json -o - InvertKVT ~ --json: 
+2 ~ apply s.bmp --json --value ColornessKVT ~ --json
+2 ~ aply s.bmp ~ there is no command "aply"; did you mean "apply"?
+2 ~ apply s.bmp InvertKVT --outptu none.bmp ~ there is no option "--outptu"; did you mean "--output"?
+2 ~ sample none.bmp other.bmp ~ "other.bmp" is one word too many
+1 ~ apply s.bmp InvertKVT 'TintPictureKVT(nil, &c555555, &cFFF0C0)' -o none.bmp ~ TintPictureKVT returned nil ~   source is nil
+1 ~ apply s.bmp 'MergePictureKVT(me, mask.bmp)' 'MergePictureKVT(me, small.bmp)' -o none.bmp ~ MergePictureKVT returned nil ~   sizes differ: source1 is 40 x 25, source2 is 5 x 4
+1 ~ apply s.bmp 'ReplaceRedChannelKVT(small.bmp)' -o none.bmp ~   sizes differ: the picture is 40 x 25, RedChannel is 5 x 4
+1 ~ apply s.bmp 'TransformColorsKVT(same.bin, @junk.wav, same.bin)' -o none.bmp ~   blue holds 4 bytes, and a table 256
+1 ~ make 'BinaryStringtoPictureKVT("s.ppic")' -o none.bmp ~ BinaryStringtoPictureKVT returned nil ~   6 bytes are too few for a picture string ~ @"s.ppic" stands for its bytes
+1 ~ make 'BinaryStringtoPictureKVT(@s.bmp)' -o none.bmp ~   the bytes are no picture string, which begins with PPIC
+1 ~ make 'BinaryStringtoPictureKVT(@short.ppic)' -o none.bmp ~   the picture string says that it has 3040 bytes, and has 3000
+1 ~ make 'RenderSamplesKVT(@same.bin, 0, 1, 80, 20, 1, Bits=9)' -o none.bmp ~   Bits is 9: 7, 8, 15 and 16 are known
+1 ~ apply s.bmp 'ReplaceRedChannelKVT(nil)' -o none.bmp ~ ReplaceRedChannelKVT raised NilObjectException: The channel picture is nil.
+3 ~ apply s.bmp YieldUncounted -o none.bmp --module "$faulty" ~ violation: 
+ROWS
+Equal "files after all that failed" "$before" "$(ls)"
 Run 2 apply s.bmp alpha.bmp InvertKVT 'CountColorKVT(&cGG)' -o 'none{name}.bmp' # once, before anything runs
 Equal "messages" 1 "$(grep -c '^kvt:' err)"
-Run 2 apply s.bmp --json -o - InvertKVT
-Run 2 aply s.bmp
-Says 'there is no command "aply"; did you mean "apply"?'
-Run 2 apply s.bmp InvertKVT --outptu none.bmp
-Says 'there is no option "--outptu"; did you mean "--output"?'
-Run 2 sample none.bmp other.bmp
-Says '"other.bmp" is one word too many'
 
-# Calls that come to nothing, and a module that breaks the rules.
-Run 1 apply s.bmp InvertKVT 'TintPictureKVT(nil, &c555555, &cFFF0C0)' -o none.bmp
-Says 'TintPictureKVT returned nil'
-Run 1 apply s.bmp 'ReplaceRedChannelKVT(nil)' -o none.bmp
-Says 'ReplaceRedChannelKVT raised NilObjectException: The channel picture is nil.'
-Run 3 apply s.bmp YieldUncounted -o none.bmp --module "$faulty"
-Says 'violation: '
-Equal "files after all that failed" "$before" "$(ls)"
+# Losses are told, a line each, and not when nothing is to be told.
+Table <<'ROWS'
+0 ~ apply alpha.bmp InvertKVT -o opaque.bmp ~ kvt: InvertKVT: its picture is opaque; the alpha of the one before is lost
+0 ~ apply alpha.bmp InvertKVT -o opaque.bmp --quiet
+0 ~ apply alpha.bmp InvertKVT InvertKVT ColornessKVT
+0 ~ apply alpha.bmp 'EmbeddedMaskKVT(false)' -o mask.bmp
+0 ~ apply alpha.bmp 'ScrollKVT(1, 1, true, false)' -o scrolled.bmp
+0 ~ apply s.bmp 'EmbeddedMaskKVT(false) = mask.bmp' -o masked.bmp
+0 ~ apply s.bmp 'EmbeddedMaskKVT(false) = mask.bmp' InvertKVT -o opaque.bmp ~ kvt: InvertKVT: its picture is opaque
+0 ~ apply s.bmp isWhiteKVT InvertKVT ~ kvt: the last call made a picture of 40 x 25, which is not saved; -o FILE saves it
+0 ~ apply s.bmp isWhiteKVT InvertKVT -q
+0 ~ apply s.bmp InvertKVT --json
+0 ~ apply s.bmp InvertKVT isWhiteKVT
+0 ~ apply alpha.bmp 'EmbeddedMaskKVT(false) = s.bmp' ~ kvt: the last call made a picture of 40 x 25, which is not saved; -o FILE saves it
+0 ~ apply s.bmp alpha.bmp InvertKVT ~ kvt: the last call made pictures, which are not saved; -o FOLDER/ saves them
+ROWS
+Run 0 apply s.bmp 'EmbeddedMaskKVT(false) = mask.bmp' --alpha -o cut.bmp
+Same cut.bmp masked.bmp
 
 # What a module promises its hosts.
 module=$(dirname "$kvt")/kvtpicture.so
@@ -309,6 +405,8 @@ Equal "what is said of another width" 1 "$(grep -c 'the file is for hosts of [0-
 head -c 5000 "$module" >short.so
 Run 1 check short.so --only file
 Prints "          the module's file ends before its tables do"
+Run 0 help apply
+Prints "Usage: kvt apply [OPTION...] PICTURE... [CALL...]"
 Run 2 check --only reference
 Says '--only reference: there is no such rule; did you mean "references"?'
 Run 2 check s.bmp
@@ -347,6 +445,8 @@ Equal "answers" "in/1.bmp in/2.bmp in/3.bmp in/5.bmp in/6.bmp in/7.bmp in/deep/8
 Equal "results" "bmp-1.bmp bmp-2.bmp bmp-3.bmp bmp-5.bmp bmp-6.bmp bmp-7.bmp bmp-8.bmp" \
     "$(find in -name '*-*.bmp' -printf '%f\n' | sort | tr '\n' ' ' | sed 's/ $//')"
 Same inverted.bmp in/deep/out/bmp-8.bmp
+Run 0 apply in/1.bmp in/deep/8.bmp InvertKVT -o into/ --format bmp
+Same inverted.bmp into/8.bmp
 KVT_FAULT=Die Run 3 apply in/1.bmp in/2.bmp Die --module "$faulty"
 Says 'kvt: in/2.bmp: ended by signal 9'
 Run 2 apply in/1.bmp in/2.bmp InvertKVT -o same.bmp
@@ -366,8 +466,11 @@ find, colorness = first["calls"]
 print(first["input"], first["status"], find["result"]["value"], find["byref"][0]["value"], find["byref"][0]["type"],
       colorness["result"]["value"], colorness["result"]["type"], "|", second["input"], second["status"],
       re.search("is a [^;]*", second["error"]).group())' <out)"
-Run 1 apply s.bmp 'ReplaceRedChannelKVT(nil)' --json
-Equal "exception" NilObjectException "$(python3 -c 'import json, sys; print(json.load(sys.stdin)[0]["raised"]["class"])' <out)"
+Run 1 apply s.bmp 'ReplaceRedChannelKVT(nil)' -o none.bmp --json
+Equal "exception, and no output" "NilObjectException None" "$(python3 -c '
+import json, sys
+report, = json.load(sys.stdin)
+print(report["raised"]["class"], report["output"])' <out)"
 Run 0 list --json
 Equal "listed" "$counts" "$(python3 -c '
 import json, sys
@@ -387,9 +490,23 @@ kill -TERM $!
 wait $!
 Equal "status after a signal" 143 $?
 Equal "files that are not whole" "" "$(find . -name '*.bmp.??????' -o -path './late/*' ! -size +26000k)"
-script -qec "$kvt apply in/1.bmp in/2.bmp isGrayKVT -j 1" /dev/null >out
-checks=$((checks + 1))
-grep -qF "[####################....................] 1/2" out || Fail "no bar on a terminal"
+
+# On a terminal, a bar shows how far it is, and messages have colors; no picture goes there.
+Shows() { # COUNT TEXT WORDS...: how many lines with that text a terminal shows
+    local count=$1 text=$2
+    shift 2
+    call=$*
+    script -qec "$kvt $call" /dev/null >out
+    Equal "lines with $text" "$count" "$(grep -cF -- "$text" out)"
+}
+export TERM=xterm
+Shows 1 "[####################....................] 1/2" apply in/1.bmp in/2.bmp isGrayKVT -j 1
+Shows 2 $'\e[31m' apply s.bmp "'InvertKVT(1'"
+NO_COLOR=1 Shows 0 $'\e[' apply s.bmp "'InvertKVT(1'"
+TERM=dumb Shows 0 $'\e[' apply s.bmp "'InvertKVT(1'"
+Shows 1 $'\e[32mkept' check --only start
+Shows 1 "standard output is a terminal" apply s.bmp InvertKVT -o -
+Shows 1 "standard output is a terminal" sample -
 
 # An existing result stays until there is a new one.
 cp inverted.bmp kept.bmp

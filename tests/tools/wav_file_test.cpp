@@ -53,7 +53,13 @@ TEST(WavFile, SkipsOtherChunksAndReadsTheLongFormat) {
 }
 
 TEST(WavFile, ACutFileGivesItsWholeFrames) {
-    EXPECT_EQ(AsText(Read(Wav(Format(1, 2, 16) + "data" + Little(0xFFFFFFFF, 4) + "ABxyCDxyEF")).samples), "ABCD");
+    const auto cut = [](std::uint32_t promised) {
+        return Read(Wav(Format(1, 2, 16) + "data" + Little(promised, 4) + "ABxyCDxyEF"));
+    };
+    EXPECT_EQ(AsText(cut(12).samples), "ABCD");
+    EXPECT_EQ(cut(12).loss, "is cut off: 10 of 12 bytes of samples are there");
+    EXPECT_EQ(cut(0xFFFFFFFF).loss, ""); // from a pipe, whose end was not known
+    EXPECT_EQ(cut(10).loss, "");
 }
 
 TEST(WavFile, ReadsBackWhatItWrites) {
