@@ -52,12 +52,13 @@ class InputWatch {
 
   private:
     static std::optional<std::uint64_t> Sum(const Object &object) {
-        if (object.kind == Kind::Picture)
-            return static_cast<const Picture &>(object).Checksum();
-        if (object.kind != Kind::MemoryBlock && object.kind != Kind::String)
+        if (const auto *picture = As<Picture>(&object))
+            return picture->Checksum();
+        const auto *text = As<Text>(&object);
+        const auto *block = As<MemoryBlock>(&object);
+        if (!text && !block)
             return std::nullopt;
-        const auto *text = object.kind == Kind::String ? &static_cast<const Text &>(object) : nullptr;
-        const GuardedMemory &memory = text ? text->storage : static_cast<const MemoryBlock &>(object).memory;
+        const GuardedMemory &memory = text ? text->storage : block->memory;
         std::uint64_t sum = text ? text->encoding : 0;
         for (std::size_t i = 0; i < memory.size(); ++i)
             sum = (sum ^ memory.data()[i]) * 0x9E3779B97F4A7C15u;
@@ -69,8 +70,8 @@ class InputWatch {
 void SealPictures() {
     if (gHost->description.sealsPictures)
         for (Object *object : gHost->living)
-            if (object->kind == Kind::Picture)
-                static_cast<Picture &>(*object).Seal();
+            if (auto *picture = As<Picture>(object))
+                picture->Seal();
 }
 
 void TakePending(Result &result) {

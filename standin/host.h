@@ -83,16 +83,16 @@ class Ref {
     bool operator==(const Ref &) const = default;
     Object *object() const { return object_; }
     void *handle() const { return object_ ? object_->handle : nullptr; }
-    Picture &picture() const { return As<Picture>(Kind::Picture, "picture"); }
-    MemoryBlock &block() const { return As<MemoryBlock>(Kind::MemoryBlock, "memory block"); }
-    Text &text() const { return As<Text>(Kind::String, "string"); }
-    Instance &instance() const { return As<Instance>(Kind::Instance, "instance"); }
+    Picture &picture() const { return As<Picture>(); }
+    MemoryBlock &block() const { return As<MemoryBlock>(); }
+    Text &text() const { return As<Text>(); }
+    Instance &instance() const { return As<Instance>(); }
 
   private:
-    template <class Wanted> Wanted &As(Kind kind, const char *name) const {
-        if (!object_ || object_->kind != kind)
-            throw std::logic_error(std::string("not a ") + name);
-        return static_cast<Wanted &>(*object_);
+    template <class Wanted> Wanted &As() const {
+        if (auto *object = standin::As<Wanted>(object_))
+            return *object;
+        throw std::logic_error(std::string("not a ") + NameOf(Wanted::kKind));
     }
     Object *object_ = nullptr;
 };

@@ -51,7 +51,7 @@ template <class Made> Made &HostState::Adopt(std::unique_ptr<Made> object, void 
     object->references = 1;
     if (description.log && depth > 0) {
         const int which = ++madeForModule[object->kind];
-        object->name = fmt::format("new {}", object->KindName()) + (which == 1 ? "" : fmt::format(" {}", which));
+        object->name = fmt::format("new {}", NameOf(object->kind)) + (which == 1 ? "" : fmt::format(" {}", which));
     }
     Made &made = *object;
     std::unique_ptr<Object> &kept = objects[handle];
@@ -130,23 +130,16 @@ Object *HostState::FindObject(const void *handle, std::string_view entry) {
     return &object;
 }
 
-template <class Wanted> Wanted *HostState::Find(const void *handle, Kind kind, std::string_view entry) {
+Object *HostState::Find(const void *handle, Kind kind, std::string_view entry) {
     const auto found = objects.find(handle);
     if (kind == Kind::String && found != objects.end() && !found->second->dead && found->second->kind == kind)
-        return static_cast<Wanted *>(found->second.get());
+        return found->second.get();
     Object *object = FindObject(handle, entry);
-    if (object && object->kind == kind)
-        return static_cast<Wanted *>(object);
-    if (object)
-        Violation(fmt::format("{}: {} is the wrong kind of object", entry, object->Describe()));
+    if (!object || object->kind == kind)
+        return object;
+    Violation(fmt::format("{}: {} is the wrong kind of object", entry, object->Describe()));
     return nullptr;
 }
-
-template Picture *HostState::Find<Picture>(const void *, Kind, std::string_view);
-template Graphics *HostState::Find<Graphics>(const void *, Kind, std::string_view);
-template MemoryBlock *HostState::Find<MemoryBlock>(const void *, Kind, std::string_view);
-template Text *HostState::Find<Text>(const void *, Kind, std::string_view);
-template Exception *HostState::Find<Exception>(const void *, Kind, std::string_view);
 
 const RegisteredClass *HostState::ClassNamed(std::string_view name) const {
     const auto found = std::find_if(classes.begin(), classes.end(),
@@ -189,8 +182,8 @@ bool HostState::FreeBlock(const void *block) {
 bool HostState::TakeBackCopy(const void *bytes, const Object *of) {
     const auto isIt = [&](const GuardedMemory &copy) { return static_cast<const void *>(copy.data()) == bytes; };
     return std::any_of(living.begin(), living.end(), [&](Object *object) { // the dead have given their copies back
-        return object->kind == Kind::String && (!of || of == object) &&
-               std::erase_if(static_cast<Text &>(*object).copies, isIt) > 0;
+        auto *text = As<Text>(object);
+        return text && (!of || of == object) && std::erase_if(text->copies, isIt) > 0;
     });
 }
 
@@ -209,49 +202,46 @@ void HostState::Release(Object &object) {
 void HostState::Die(Object &object) {
     object.dead = true;
     std::erase(living, &object);
-    if (object.kind == Kind::Picture) {
-        auto &picture = static_cast<Picture &>(object);
-        if (picture.locks > 0 && !Missed("unlockPictureDescription"))
-            Violation(fmt::format("{} dies with its pixels locked", picture.Describe()), Concern::Locks);
+    if (auto *picture = As<Picture>(&object)) {
+        if (picture->locks > 0 && !Missed("unlockPictureDescription"))
+            Violation(fmt::format("{} dies with its pixels locked", picture->Describe()), Concern::Locks);
         else
-            locksOfDead += picture.locks;
-        picture.memory = {};
-        if (picture.mask)
-            Release(*std::exchange(picture.mask, nullptr));
-    } else if (object.kind == Kind::Graphics) {
-        Release(*static_cast<Graphics &>(object).picture);
-    } else if (object.kind == Kind::MemoryBlock) {
-        static_cast<MemoryBlock &>(object).memory = {};
-    } else if (object.kind == Kind::Instance) {
-        auto &instance = static_cast<Instance &>(object);
-        if (const REALroutine destructor = instance.definition->record.destructor) {
-            const std::string outer = std::exchange(running, "the destructor of " + instance.definition->name);
+            locksOfDead += picture->locks;
+        picture->memory = {};
+        if (picture->mask)
+            Release(*std::exchange(picture->mask, nullptr));
+    } else if (auto *graphics = As<Graphics>(&object)) {
+        Release(*graphics->picture);
+    } else if (auto *block = As<MemoryBlock>(&object)) {
+        block->memory = {};
+    } else if (auto *instance = As<Instance>(&object)) {
+        if (const REALroutine destructor = instance->definition->record.destructor) {
+            const std::string outer = std::exchange(running, "the destructor of " + instance->definition->name);
             RoutineCall call(description.stackShift);
-            call.Add(instance.handle);
+            call.Add(instance->handle);
             call.Run(destructor);
             running = outer;
         }
-        instance.memory.Seal(); // stays mapped, so that its handle is not used again
-    } else if (object.kind == Kind::String) {
-        auto &copies = static_cast<Text &>(object).copies;
-        if (!copies.empty() && copiesRefused == 0)
-            Violation(fmt::format("{} dies with a copy of its bytes not given back", object.Describe()),
+        instance->memory.Seal(); // stays mapped, so that its handle is not used again
+    } else if (auto *text = As<Text>(&object)) {
+        if (!text->copies.empty() && copiesRefused == 0)
+            Violation(fmt::format("{} dies with a copy of its bytes not given back", text->Describe()),
                       Concern::References);
         else
-            copiesOfDead += static_cast<int>(copies.size());
-        copies.clear();
+            copiesOfDead += static_cast<int>(text->copies.size());
+        text->copies.clear();
     }
 }
 
 std::map<const Object *, int> HostState::HeldByFields() {
     std::map<const Object *, int> held;
     for (Object *object : living) {
-        if (object->kind != Kind::Instance)
-            continue;
-        for (const RegisteredProperty &property : static_cast<Instance &>(*object).definition->properties) {
+        auto *instance = As<Instance>(object);
+        for (std::size_t i = 0; instance && i < instance->definition->properties.size(); ++i) {
+            const RegisteredProperty &property = instance->definition->properties[i];
             if (property.type != Type::Picture || !UsesStandardAccess(property))
                 continue;
-            const void *field = *FieldOf<void *>(static_cast<Instance &>(*object), property);
+            const void *field = *FieldOf<void *>(*instance, property);
             const auto found = objects.find(field);
             if (found != objects.end() && !found->second->dead)
                 ++held[found->second.get()];
@@ -283,15 +273,14 @@ void HostState::Audit() {
             Violation(fmt::format("{} has {} reference(s) too {}", object->Describe(), std::abs(extra),
                                   extra > 0 ? "many" : "few"),
                       Concern::References);
-        if (object->kind == Kind::Picture) {
-            auto &picture = static_cast<Picture &>(*object);
-            locks += picture.locks;
-            if (picture.locks != 0 && neverUnlocked == 0)
-                Violation(fmt::format("{} was left locked {} time(s)", picture.Describe(), picture.locks),
+        if (const auto *picture = As<Picture>(object)) {
+            locks += picture->locks;
+            if (picture->locks != 0 && neverUnlocked == 0)
+                Violation(fmt::format("{} was left locked {} time(s)", picture->Describe(), picture->locks),
                           Concern::Locks);
         }
-        if (object->kind == Kind::String)
-            copies += static_cast<int>(static_cast<Text &>(*object).copies.size());
+        if (const auto *text = As<Text>(object))
+            copies += static_cast<int>(text->copies.size());
     }
     if ((neverTaken > 0 || neverDropped > 0) && references != neverDropped - neverTaken)
         Violation(fmt::format("{} reference(s) remain where {} could not be dropped and {} could not be taken",
@@ -316,10 +305,10 @@ void HostState::Audit() {
         entry.missed = 0;
     for (Object *object : living) {
         object->references = owned(object);
-        if (object->kind == Kind::Picture)
-            static_cast<Picture &>(*object).locks = 0;
-        if (object->kind == Kind::String)
-            static_cast<Text &>(*object).copies.clear();
+        if (auto *picture = As<Picture>(object))
+            picture->locks = 0;
+        if (auto *text = As<Text>(object))
+            text->copies.clear();
     }
     for (Object *object : std::vector<Object *>(living)) // what dies may take others with it
         if (object->references <= 0 && !object->dead)

@@ -2,7 +2,6 @@
 
 #include "standin/host.h"
 
-#include <initializer_list>
 #include <map>
 #include <set>
 #include <unordered_map>
@@ -61,7 +60,9 @@ struct HostState {
     Instance &NewInstance(const RegisteredClass &definition);
     Exception &NewException(std::string_view className);
     /// The living object behind a handle that the module passed; null, with a violation, when it is none of that kind.
-    template <class Wanted> Wanted *Find(const void *handle, Kind kind, std::string_view entry);
+    template <class Wanted> Wanted *Find(const void *handle, std::string_view entry) {
+        return static_cast<Wanted *>(Find(handle, Wanted::kKind, entry));
+    }
     Object *FindObject(const void *handle, std::string_view entry); ///< any kind but a string
     const RegisteredClass *ClassNamed(std::string_view name) const;
 
@@ -87,6 +88,7 @@ struct HostState {
     void Audit();
 
   private:
+    Object *Find(const void *handle, Kind kind, std::string_view entry);
     void Die(Object &object);
     /// How often the picture fields of instances name an object. The module writes these fields too, so they are read
     /// when it counts.
@@ -94,35 +96,6 @@ struct HostState {
 };
 
 extern HostState *gHost; ///< null while no host lives
-
-/// Around the body of every entry: counts the call, takes its time, and says whether a fault lets it fail.
-class EntryScope {
-  public:
-    /// The arguments are those that the log tells.
-    template <class... Arguments> explicit EntryScope(std::string_view name, Arguments... arguments) {
-        Enter(name);
-        if (gHost->description.log)
-            Tell(name, {LogWord(arguments)...});
-    }
-    ~EntryScope();
-    EntryScope(const EntryScope &) = delete;
-    EntryScope &operator=(const EntryScope &) = delete;
-    bool fails() const { return fails_; }
-    /// A boolean as the module receives it: the low 8 bits count, the others hold anything.
-    std::uint32_t Answer(bool value) const { return value ? 0xBAD5EE01u : wide_ ? 0x100u : 0xBAD5EE00u; }
-
-  private:
-    void Enter(std::string_view name);
-    static void Tell(std::string_view name, std::initializer_list<std::string> arguments);
-    static std::string LogWord(const void *handle);
-    static std::string LogWord(const char *text);
-    static std::string LogWord(std::int32_t number);
-    static std::string LogWord(std::uint32_t bits);
-
-    bool fails_ = false;
-    bool wide_ = false;
-    std::chrono::steady_clock::time_point start_;
-};
 
 /// Whether the host reads and writes the property's field itself.
 bool UsesStandardAccess(const RegisteredProperty &property);

@@ -29,37 +29,32 @@ std::uintptr_t OffsetOf(const std::string &path, const char *name) {
     return offset;
 }
 
-std::uintptr_t LoadAddress(void *handle) {
+const link_map &MapOf(void *handle) {
     const link_map *map = nullptr;
-    return dlinfo(handle, RTLD_DI_LINKMAP, static_cast<void *>(&map)) == 0 ? map->l_addr : 0;
+    if (dlinfo(handle, RTLD_DI_LINKMAP, static_cast<void *>(&map)) != 0)
+        throw std::runtime_error(std::string("the loader does not tell where the module lies: ") + dlerror());
+    return *map;
 }
 
 /// Where the variables of a loaded module lie, the addresses of functions that it imports among them; without what the
 /// loader protected when it was done.
 std::span<unsigned char> VariablesOf(void *handle) {
-    struct Search {
-        std::uintptr_t loadAddress, begin = 0, end = 0, protectedEnd = 0;
-    } search{LoadAddress(handle)};
-    dl_iterate_phdr(
-        [](dl_phdr_info *object, std::size_t, void *data) {
-            auto &found = *static_cast<Search *>(data);
-            if (object->dlpi_addr != found.loadAddress)
-                return 0;
-            for (const auto &part : std::span(object->dlpi_phdr, object->dlpi_phnum)) {
-                const std::uintptr_t begin = object->dlpi_addr + part.p_vaddr;
-                if (part.p_type == PT_LOAD && (part.p_flags & PF_W) != 0) {
-                    found.begin = begin;
-                    found.end = begin + part.p_memsz;
-                } else if (part.p_type == PT_GNU_RELRO) { // whole pages alone can be protected
-                    const auto page = static_cast<std::uintptr_t>(sysconf(_SC_PAGESIZE));
-                    found.protectedEnd = (begin + part.p_memsz) / page * page;
-                }
-            }
-            return 1;
-        },
-        &search);
-    const std::uintptr_t begin = std::max(search.begin, search.protectedEnd);
-    return {reinterpret_cast<unsigned char *>(begin), search.end - begin};
+    const std::uintptr_t loadAddress = MapOf(handle).l_addr;
+    const auto *header = reinterpret_cast<const ElfW(Ehdr) *>(loadAddress);
+    const auto *parts = reinterpret_cast<const ElfW(Phdr) *>(loadAddress + header->e_phoff);
+    std::uintptr_t begin = 0, end = 0, protectedEnd = 0;
+    for (const ElfW(Phdr) & part : std::span(parts, header->e_phnum)) {
+        const std::uintptr_t first = loadAddress + part.p_vaddr;
+        if (part.p_type == PT_LOAD && (part.p_flags & PF_W) != 0) {
+            begin = first;
+            end = first + part.p_memsz;
+        } else if (part.p_type == PT_GNU_RELRO) { // whole pages alone can be protected
+            const auto page = static_cast<std::uintptr_t>(sysconf(_SC_PAGESIZE));
+            protectedEnd = (first + part.p_memsz) / page * page;
+        }
+    }
+    begin = std::max(begin, protectedEnd);
+    return {reinterpret_cast<unsigned char *>(begin), end - begin};
 }
 
 /// A module that stays in memory.
@@ -120,7 +115,7 @@ void *ModuleFile::Internal(const char *name) const {
     const auto [found, isNew] = known.try_emplace({path_, name});
     if (isNew)
         found->second = OffsetOf(path_, name);
-    return found->second == 0 ? nullptr : reinterpret_cast<void *>(LoadAddress(handle_) + found->second);
+    return found->second == 0 ? nullptr : reinterpret_cast<void *>(MapOf(handle_).l_addr + found->second);
 }
 
 bool ModuleFile::Redirect(const char *name, void *replacement) const {
@@ -131,26 +126,19 @@ bool ModuleFile::Redirect(const char *name, void *replacement) const {
     using Relocation = ElfW(Rela);
     const auto symbolOf = [](const Relocation &relocation) { return ELF64_R_SYM(relocation.r_info); };
 #endif
-    const link_map *map = nullptr;
-    if (dlinfo(handle_, RTLD_DI_LINKMAP, static_cast<void *>(&map)) != 0)
-        return false;
-    const Relocation *calls = nullptr;
-    std::size_t bytes = 0;
-    const ElfW(Sym) *symbols = nullptr;
-    const char *names = nullptr;
-    for (const ElfW(Dyn) *entry = map->l_ld; entry->d_tag != DT_NULL; ++entry) {
-        if (entry->d_tag == DT_JMPREL)
-            calls = reinterpret_cast<const Relocation *>(entry->d_un.d_ptr);
-        else if (entry->d_tag == DT_PLTRELSZ)
-            bytes = entry->d_un.d_val;
-        else if (entry->d_tag == DT_SYMTAB)
-            symbols = reinterpret_cast<const ElfW(Sym) *>(entry->d_un.d_ptr);
-        else if (entry->d_tag == DT_STRTAB)
-            names = reinterpret_cast<const char *>(entry->d_un.d_ptr);
-    }
-    for (std::size_t i = 0; calls && symbols && names && i < bytes / sizeof *calls; ++i)
-        if (std::strcmp(names + symbols[symbolOf(calls[i])].st_name, name) == 0) {
-            std::memcpy(reinterpret_cast<void *>(map->l_addr + calls[i].r_offset), &replacement, sizeof replacement);
+    const link_map &map = MapOf(handle_);
+    const auto dynamic = [&](std::intptr_t tag) -> std::uintptr_t {
+        for (const ElfW(Dyn) *entry = map.l_ld; entry->d_tag != DT_NULL; ++entry)
+            if (entry->d_tag == tag)
+                return entry->d_un.d_ptr;
+        return 0;
+    };
+    const auto *symbols = reinterpret_cast<const ElfW(Sym) *>(dynamic(DT_SYMTAB));
+    const auto *names = reinterpret_cast<const char *>(dynamic(DT_STRTAB));
+    for (const Relocation &call :
+         std::span(reinterpret_cast<const Relocation *>(dynamic(DT_JMPREL)), dynamic(DT_PLTRELSZ) / sizeof(Relocation)))
+        if (std::strcmp(names + symbols[symbolOf(call)].st_name, name) == 0) {
+            std::memcpy(reinterpret_cast<void *>(map.l_addr + call.r_offset), &replacement, sizeof replacement);
             return true;
         }
     return false;

@@ -55,12 +55,12 @@ const char *AlphaInfoName(std::uint32_t alphaInfo) {
 
 } // namespace
 
-const char *Object::KindName() const {
+const char *NameOf(Kind kind) {
     constexpr const char *kNames[] = {"picture", "drawing surface", "memory block", "string", "instance", "exception"};
     return kNames[static_cast<int>(kind)];
 }
 
-std::string Object::Describe() const { return fmt::format("{} #{}", KindName(), number); }
+std::string Object::Describe() const { return fmt::format("{} #{}", NameOf(kind), number); }
 
 std::string MemoryBlock::Describe() const { return fmt::format("memory block #{} ({} bytes)", number, memory.size()); }
 std::string Text::Describe() const { return fmt::format("string #{} ({} bytes)", number, record.length); }

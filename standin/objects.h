@@ -15,6 +15,7 @@
 namespace standin {
 
 enum class Kind { Picture, Graphics, MemoryBlock, String, Instance, Exception };
+const char *NameOf(Kind kind);
 
 /// An object of the host. Its handle is the address that the module knows it by; behind it lies nothing of the host's
 /// own, but for strings and instances, whose records the module may read.
@@ -26,8 +27,6 @@ struct Object {
 
     /// "picture #3 (37 x 5, alpha first)"
     virtual std::string Describe() const;
-    const char *KindName() const;
-
     Kind kind;
     int number = 0;        ///< counted from 1 as objects are made
     std::string name = {}; ///< in the log of calls; empty: the description
@@ -36,6 +35,12 @@ struct Object {
     int held = 0;       ///< those that the host's side holds: scripts, fields, masks, the pending exception
     bool dead = false;
 };
+
+/// The object as one of that kind; null when it is none.
+template <class Wanted> Wanted *As(Object *object) {
+    return object && object->kind == Wanted::kKind ? static_cast<Wanted *>(object) : nullptr;
+}
+template <class Wanted> const Wanted *As(const Object *object) { return As<Wanted>(const_cast<Object *>(object)); }
 
 /// How the host stores a picture's pixels.
 enum class Form {
@@ -82,7 +87,8 @@ struct DrawnLine {
 };
 
 struct Picture : Object {
-    Picture() : Object(Kind::Picture) {}
+    static constexpr Kind kKind = Kind::Picture;
+    Picture() : Object(kKind) {}
     std::string Describe() const override;
 
     unsigned char *Row(int y) const; ///< its first pixel; opens the pixels when they are sealed
@@ -127,7 +133,8 @@ struct Picture : Object {
 };
 
 struct Graphics : Object {
-    Graphics() : Object(Kind::Graphics) {}
+    static constexpr Kind kKind = Kind::Graphics;
+    Graphics() : Object(kKind) {}
     Picture *picture = nullptr; ///< holds a reference
     ColorValue foreColor = 0;
     int penWidth = 1;
@@ -135,7 +142,8 @@ struct Graphics : Object {
 };
 
 struct MemoryBlock : Object {
-    MemoryBlock() : Object(Kind::MemoryBlock) {}
+    static constexpr Kind kKind = Kind::MemoryBlock;
+    MemoryBlock() : Object(kKind) {}
     std::string Describe() const override;
     GuardedMemory memory;
     bool withoutAddress = false;
@@ -143,7 +151,8 @@ struct MemoryBlock : Object {
 
 /// A string. Its handle is the record that hosts before 2013.0 let the module read.
 struct Text : Object {
-    Text() : Object(Kind::String) {}
+    static constexpr Kind kKind = Kind::String;
+    Text() : Object(kKind) {}
     std::string Describe() const override;
     std::string_view bytes() const;
     std::uint32_t encoding = 0;
@@ -159,7 +168,8 @@ struct RaisedException {
 };
 
 struct Exception : Object {
-    Exception() : Object(Kind::Exception) {}
+    static constexpr Kind kKind = Kind::Exception;
+    Exception() : Object(kKind) {}
     std::string Describe() const override;
     RaisedException content;
 };
@@ -168,7 +178,8 @@ struct RegisteredClass;
 
 /// An instance of a class that the module registered.
 struct Instance : Object {
-    Instance() : Object(Kind::Instance) {}
+    static constexpr Kind kKind = Kind::Instance;
+    Instance() : Object(kKind) {}
     std::string Describe() const override;
     const RegisteredClass *definition = nullptr;
     GuardedMemory memory; ///< what lies before the class's data, then the data

@@ -21,15 +21,10 @@ constexpr unsigned Blue(ColorValue color) { return color & 255; }
 
 /// The word of a color with that fourth byte (alpha, or a console picture's transparency).
 constexpr std::uint32_t WordOf(Layout layout, ColorValue color, unsigned extra) {
-    switch (layout) {
-    case Layout::AlphaHigh:
-        return Red(color) | Green(color) << 8 | Blue(color) << 16 | extra << 24;
-    case Layout::AlphaLow:
-        return extra | Red(color) << 8 | Green(color) << 16 | Blue(color) << 24;
-    case Layout::RowTable:
-        break;
-    }
-    return (color & 0xFFFFFF) | extra << 24;
+    color &= 0xFFFFFF;
+    return layout == Layout::AlphaHigh  ? __builtin_bswap32(color << 8 | extra)
+           : layout == Layout::AlphaLow ? __builtin_bswap32(extra << 24 | color)
+                                        : extra << 24 | color;
 }
 
 constexpr unsigned OpaqueExtra(Layout layout) { return layout == Layout::RowTable ? 0 : 255; }
@@ -38,15 +33,9 @@ constexpr std::uint32_t OpaqueWord(Layout layout, ColorValue color) {
 }
 
 constexpr ColorValue ColorOf(Layout layout, std::uint32_t word) {
-    switch (layout) {
-    case Layout::AlphaHigh:
-        return MakeColor(word & 255, word >> 8 & 255, word >> 16 & 255);
-    case Layout::AlphaLow:
-        return MakeColor(word >> 8 & 255, word >> 16 & 255, word >> 24);
-    case Layout::RowTable:
-        break;
-    }
-    return word & 0xFFFFFF;
+    return layout == Layout::AlphaHigh  ? __builtin_bswap32(word) >> 8
+           : layout == Layout::AlphaLow ? __builtin_bswap32(word) & 0xFFFFFF
+                                        : word & 0xFFFFFF;
 }
 
 constexpr unsigned ExtraOf(Layout layout, std::uint32_t word) {
