@@ -106,18 +106,4 @@ TEST(Search, TakesTheTopmostThenTheLeftmost) {
     }
 }
 
-TEST(Search, WithNothingToFind) {
-    TestHost host;
-    const Value picture = MakePicture(host, Filled(5, 4, {1, 2, 3}));
-    const Value nil;
-    const Value unreadable = host.Make({.bitsPerPixel = 64});
-    const Value empty = host.Make({.width = 0, .height = 0});
-    for (const Value &other : {nil, unreadable, empty}) {
-        EXPECT_TRUE(Missed(Find(host, other, picture)));
-        EXPECT_TRUE(Missed(Find(host, picture, other)));
-    }
-    EXPECT_TRUE(
-        host.Call(picture, "FindPicture", picture, standin::NoVariable{}, standin::NoVariable{}).value.AsBoolean());
-}
-
 } // namespace

@@ -57,48 +57,6 @@ TEST_P(EveryScrolling, MovesWholeWords) {
 
 IN_EVERY_WAY(EveryScrolling);
 
-/// Where nothing can be scrolled, vertical scrolling says so and horizontal scrolling does not.
-TEST(Scrolling, ResultsOfWhatCannotBeScrolled) {
-    TestHost host;
-    const Value bitmap = MakePicture(host, Noise(5, 4, 1));
-    const Value unlockable = MakePicture(host, Noise(5, 4, 2), {.lockable = false});
-    const Value unreadable = host.Make({.width = 5, .height = 4, .bitsPerPixel = 24});
-    const Value empty = host.Make({.width = 0, .height = 4});
-    const Value nil;
-    const struct {
-        const char *what;
-        const Value &picture;
-        int delta;
-        bool wrap;
-        bool vertical;
-    } kCases[] = {
-        {"nil", nil, 1, false, false},
-        {"nil", nil, 1, true, false},
-        {"nil by nothing", nil, 0, true, true},
-        {"a bitmap without wrap", bitmap, 1, false, false},
-        {"a bitmap by nothing", bitmap, 0, false, true},
-        {"an unlockable one", unlockable, 1, true, false},
-        {"an unlockable one without wrap", unlockable, 1, false, false},
-        {"an unreadable one", unreadable, -1, true, false},
-        {"an unreadable one by nothing", unreadable, 0, true, true},
-        {"no pixels", empty, std::numeric_limits<int>::min(), true, true},
-    };
-    for (const auto &row : kCases) {
-        for (const bool scrollsMask : {false, true}) {
-            SCOPED_TRACE(row.what);
-            // No MayChange: the host reports a picture that changes.
-            const auto answer = [&](const char *method, std::vector<Value> arguments) {
-                arguments.insert(arguments.end(), {row.wrap, scrollsMask});
-                return host.CallWith(row.picture, method, arguments).value.AsBoolean();
-            };
-            EXPECT_EQ(answer("ScrollVerticalKVT", {row.delta}), row.vertical);
-            EXPECT_TRUE(answer("ScrollHorizontalKVT", {row.delta}));
-            EXPECT_EQ(answer("ScrollKVT", {row.delta, row.delta}), row.vertical) << "the vertical result";
-            EXPECT_TRUE(answer("ScrollKVT", {row.delta, 0}));
-        }
-    }
-}
-
 /// Rows take along what lies behind them; columns leave it where it is, and do not even look at it.
 TEST(Scrolling, MovesPaddingWithRowsAlone) {
     constexpr int kRows = 5;

@@ -39,32 +39,6 @@ TEST_P(EveryEmbeddedMask, IsReadAndAssignedExactly) {
 IN_EVERY_WAY(EveryEmbeddedMask);
 
 /// Nothing is written then: the host watches every picture.
-TEST(EmbeddedMask, IsLeftAlone) {
-    TestHost host;
-    const Ref picture = MakePicture(host, Noise(3, 2, 1));
-    const Ref locked = MakePicture(host, Noise(3, 2, 2), {.lockable = false});
-    const Ref unreadable = host.Make({.width = 3, .height = 2, .bitsPerPixel = 24});
-    host.Assign(picture, "EmbeddedMaskKVT", {false}, nullptr);
-    host.Assign(picture, "EmbeddedMaskKVT", {false}, unreadable);
-    host.Assign(unreadable, "EmbeddedMaskKVT", {false}, picture);
-    host.Assign(locked, "EmbeddedMaskKVT", {false}, picture);
-    host.Assign(nullptr, "EmbeddedMaskKVT", {false}, picture);
-    EXPECT_TRUE(host.Call(unreadable, "EmbeddedMaskKVT", false).value.IsNil());
-    EXPECT_TRUE(host.Call(nullptr, "EmbeddedMaskKVT", false).value.IsNil());
-}
-
-TEST(Mask, IsAskedForAndNotMade) {
-    for (const auto application : {standin::Application::Desktop, standin::Application::Console}) {
-        TestHost host({.application = application});
-        const Ref picture = MakePicture(host, Noise(3, 2, 1));
-        EXPECT_FALSE(host.Call(nullptr, "HasMaskKVT").value.AsBoolean());
-        EXPECT_FALSE(host.Call(picture, "HasMaskKVT").value.AsBoolean());
-        EXPECT_FALSE(picture.picture().mask);
-        host.AttachMask(picture, MakePicture(host, Noise(3, 2, 2)));
-        EXPECT_TRUE(host.Call(picture, "HasMaskKVT").value.AsBoolean());
-    }
-}
-
 using EveryRectangleMask = EveryWay;
 
 TEST_P(EveryRectangleMask, IsExact) {
@@ -141,12 +115,6 @@ TEST(RectangleMask, BoxesWhatBelongsTogether) {
                        mask);
         EXPECT_EQ(ColorRectangleMask(picture, row.rectangle), mask) << "the plain computation";
     }
-}
-
-TEST(RectangleMask, OfNoPictureIsNil) {
-    TestHost host;
-    for (const Value &none : {Value(), Value(host.Make({.width = 0, .height = 5}))})
-        EXPECT_TRUE(host.Call(none, "ExtractColorRectangleMaskKVT").value.IsNil());
 }
 
 } // namespace

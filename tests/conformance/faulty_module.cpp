@@ -200,10 +200,15 @@ void TrustHeap(Picture) {
     std::free(const_cast<char *>(bytes));
 }
 
-void LeakUrl(Picture) {
+CFURLRef Url() {
     FSRef folder;
-    if (FSFindFolder(kOnAppropriateDisk, kFrameworksFolderType, 0, &folder) == 0)
-        CFURLCreateFromFSRef(nullptr, &folder);
+    const bool found = FSFindFolder(kOnAppropriateDisk, kFrameworksFolderType, 0, &folder) == 0;
+    return found ? CFURLCreateFromFSRef(nullptr, &folder) : nullptr;
+}
+
+void ReleaseUrlTwice(Picture) {
+    if (CFURLRef url = Url())
+        CFRelease(url), CFRelease(url);
 }
 
 int TrustPlatform(Picture picture) {
@@ -270,7 +275,8 @@ const REALmethodDefinition kMethods[] = {
     {Routine(+[](Picture p) { return p; }), nullptr, "YieldUncounted as picture"},
     {Routine(+[](Picture, Block *b) { if (b) *b = Entry<Block(int)>("newMemoryBlock")(4); }), nullptr, "Overwrite(byref b as memoryblock)"},
     {Routine(+[](Picture, String s) { if (s) CopyOf(s); }), nullptr, "KeepCopy(s as string)"},
-    {Routine(LeakUrl), nullptr, "LeakUrl"},
+    {Routine(+[](Picture) { Url(); }), nullptr, "LeakUrl"},
+    {Routine(ReleaseUrlTwice), nullptr, "ReleaseUrlTwice"},
     {Routine(+[](Picture) { kvt::platform::CurrentDrawingPort() = {}; }), nullptr, "KeepPort"},
     // Entries.
     {Routine(+[](Picture) { ClearCache(YieldDead(nullptr)); }), nullptr, "UseAfterDeath"},

@@ -106,6 +106,7 @@ constexpr struct {
     {"Overwrite", "references", "a byref variable that held an object was given another one"},
     {"KeepCopy", "references", "1 copies of string bytes remain where 0 could not be given back"},
     {"LeakUrl", "references", "1 URL(s) of the platform were left"},
+    {"ReleaseUrlTwice", "references", "CFRelease was given an object that is not alive"},
     {"KeepPort", "references", "the platform's drawing port did not come back"},
     {"UseAfterDeath", "entries", "REALPictureClearCache: picture #2"},
     {"WrongKind", "entries", "REALPictureClearCache: memory block #2 (1024 bytes) is the wrong kind of object"},

@@ -66,20 +66,6 @@ TEST(LegacyDrawing, TriesABundleAgainThatCouldNotBeHad) {
     }
 }
 
-TEST(LegacyDrawing, LooksAFunctionUpAgainThatWasNotFound) {
-    InFreshProcess([] {
-        platform::Fail("NewRgn", 2);
-        EXPECT_EQ(NewRgn(), nullptr);
-        EXPECT_EQ(NewRgn(), nullptr);
-        RgnHandle region = NewRgn();
-        EXPECT_NE(region, nullptr);
-        DisposeRgn(region);
-        EXPECT_EQ(platform::Calls("CFBundleCreate"), 1) << "the bundle is not loaded again";
-        EXPECT_EQ(platform::Calls("CFBundleGetFunctionPointerForName"), 4);
-        ExpectNothingLeft();
-    });
-}
-
 /// A host's picture in a graphics world of 3 x 2 pixels, one column wider than coordinates can tell.
 std::vector<std::uint32_t> gPixels = {1, 2, 3, 4, 5, 6};
 GraphicsWorld gWorld = {reinterpret_cast<unsigned char *>(gPixels.data()), 12, {0, 0, 2, 3}, 99};

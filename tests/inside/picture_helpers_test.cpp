@@ -113,19 +113,6 @@ TEST(OwnCopy, ReadsNoRowOfPicturesWithoutPixels) {
     });
 }
 
-TEST(OwnCopy, GoesByTheRecordsAlone) {
-    InFreshProcess([] {
-        OfferLocks();
-        Console source(1);
-        Console target(2);
-        source.description.type = kBitmapDescription;
-        target.description.type = 0;
-        source.description.width = target.description.height = 77;
-        EXPECT_TRUE(OwnCopy(&target, &source, 0, 0, 3, 2, 0, 0, 3, 2)) << "whatever the descriptions say";
-        EXPECT_EQ(target.pixels, source.pixels);
-    });
-}
-
 TEST(Drawing, WithoutSurfaceOrSourceIsLeftToTheCopy) {
     InFreshProcess([] {
         OfferLocks();
@@ -135,6 +122,21 @@ TEST(Drawing, WithoutSurfaceOrSourceIsLeftToTheCopy) {
         EXPECT_TRUE(GraphicsDrawPicture(nullptr, &target, &source, 0, 0, 3, 2, 0, 0, 3, 2));
         EXPECT_EQ(target.pixels, source.pixels);
         EXPECT_FALSE(GraphicsDrawPicture(&surface, &target, nullptr, 0, 0, 3, 2, 0, 0, 3, 2));
+    });
+}
+
+/// The bytes of a row are counted in 32 bits.
+TEST(Opening, RefusesConsoleRowsThatAreTooLong) {
+    InFreshProcess([] {
+        OfferLocks();
+        IsConsole = 1;
+        for (const bool fits : {true, false}) {
+            Console picture(1);
+            picture.description.width = 0x1FFFFFFF + !fits;
+            PictureEditor editor;
+            EXPECT_EQ(GetPictureReader(editor, &picture), fits);
+            EXPECT_EQ(picture.locks, fits);
+        }
     });
 }
 

@@ -45,13 +45,4 @@ TEST(StraightLine, GivesTheTablesOfAlmostAllAdjustments) {
     EXPECT_GE(found, kDrawn * 99 / 100);
 }
 
-TEST(StraightLine, TakesNoTableThatIsNone) {
-    ChannelTable bent;
-    for (int level = 0; level < 256; ++level)
-        bent.levels[level] = static_cast<unsigned char>(level == 100 ? 102 : level);
-    StraightLine line;
-    EXPECT_FALSE(FindLine(bent, 1.0, line));
-    EXPECT_FALSE(FindLine(bent, -1.0, line));
-}
-
 } // namespace

@@ -64,21 +64,6 @@ TEST(DrawPixel, WeighsEveryLevelByEveryIntensity) {
     }
 }
 
-/// The worked line: each inner column holds a pair whose intensities add up to 255.
-TEST(WuLine, PaintsPairsBetweenItsEnds) {
-    // 3 * 65536 / 10 = 19660 a step; white over black shows 255 less the intensity.
-    constexpr int kIntensities[] = {76, 153, 230, 51, 127, 204, 25, 102, 179};
-    expected::Picture wanted = Filled(11, 5, {});
-    wanted.At(0, 0) = wanted.At(10, 3) = {255, 255, 255};
-    for (int x = 1; x < 10; ++x) {
-        const int level = kIntensities[x - 1];
-        wanted.At(x, (x - 1) / 3) = {255 - level, 255 - level, 255 - level};
-        wanted.At(x, (x - 1) / 3 + 1) = {level, level, level};
-    }
-    SetOutlineColor({255, 255, 255});
-    ExpectDrawn(Filled(11, 5, {}), wanted, [](const PictureEditor &editor) { DrawWuLine(editor, 0, 0, 10, 3); });
-}
-
 TEST(WuLine, OfAnyEndsIsTheOneDrawnStepByStep) {
     struct Line {
         int x0, y0, x1, y1;

@@ -35,13 +35,6 @@ TEST_P(EveryByteString, IsExact) {
 
 IN_EVERY_WAY(EveryByteString);
 
-TEST(ByteString, OfNothing) {
-    TestHost host;
-    EXPECT_TRUE(host.CallGlobal("PicturetoBinaryStringKVT", nullptr).value.IsNil());
-    EXPECT_TRUE(host.CallGlobal("PicturetoBinaryStringKVT", host.Make({.bitsPerPixel = 24})).value.IsNil());
-    EXPECT_TRUE(host.CallGlobal("BinaryStringtoPictureKVT", nullptr).value.IsNil());
-}
-
 void Put(std::string &bytes, std::size_t at, std::uint32_t word) {
     for (int byte = 0; byte < 4; ++byte)
         bytes.replace(at + static_cast<std::size_t>(byte), 1, 1, static_cast<char>(word >> (24 - 8 * byte)));

@@ -163,12 +163,6 @@ TEST(Waveform, OfSilenceByDefault) {
     EXPECT_TRUE(thick.picture().lines.back() == (standin::DrawnLine{-1, 248, 0, 248, 5, 5, 0x203F4E}));
 }
 
-TEST(Waveform, WithoutASurfaceHasNoThickOutline) {
-    TestHost host({.faults = {{"pluginPictureGraphicsGetter"}}});
-    const Result result = Render(host, host.MakeBlock(4), {.outlineWidth = 5});
-    EXPECT_TRUE(result.picture().lines.empty());
-}
-
 TEST(Waveform, Refused) {
     TestHost host;
     const Ref block = host.MakeBlock(40);

@@ -126,43 +126,6 @@ TEST(Opening, TakesThePicturesThatItCanWorkOn) {
                 }
 }
 
-/// Any routine on console pictures without columns, whose row tables must not be looked at: they may be of any length.
-TEST(Opening, OfPicturesWithoutColumnsReadsNoRowAddress) {
-    TestHost host({.application = Application::Console});
-    const Ref empty = host.Make({.width = 0, .height = 3, .untouchableTable = true});
-    const Ref block = host.MakeBlock(1024);
-    const auto argument = [&](const Parameter &parameter) -> Value {
-        switch (parameter.type) {
-        case Type::Picture:
-            return empty;
-        case Type::MemoryBlock:
-            return block;
-        case Type::Boolean:
-            return true;
-        case Type::Double:
-            return 1.0;
-        case Type::String:
-            return nullptr;
-        default:
-            return 1;
-        }
-    };
-    for (const bool global : {false, true})
-        for (const RegisteredMethod &method : global ? host.GlobalMethods() : host.PictureMethods()) {
-            std::vector<Value> arguments;
-            for (const Parameter &parameter : method.declaration.parameters)
-                arguments.push_back(argument(parameter));
-            host.MayChange(empty);
-            const Result result = host.CallRecord(method, global, empty, arguments);
-            EXPECT_FALSE(result.raised) << method.declaration.text;
-            if (method.declaration.result == Type::Picture) {
-                EXPECT_TRUE(result.value.IsNil() || result.value.AsRef() == empty) << method.declaration.text;
-            }
-        }
-    EXPECT_TRUE(host.Call(empty, "isWhiteKVT").value.AsBoolean());
-    EXPECT_EQ(host.Call(empty, "CountColorKVT", 0).value.AsInteger(), 0);
-}
-
 // The copy that stands in for a picture that cannot be locked.
 
 enum Seen { Nothing, Blank, Drawn };
@@ -232,6 +195,7 @@ TEST(ApplicationKind, IsLearnedOnceAndKept) {
         for (int i = 0; i < 3; ++i)
             EXPECT_TRUE(Reads(host, picture));
         EXPECT_EQ(host.CallsOf("pluginObjectType"), 3) << "one look-up a class";
+        EXPECT_EQ(host.RequestsFor("REALLockPictureDescription"), 1) << "an entry once found is kept";
     }
     {
         TestHost host({.application = Application::Unknown});
@@ -248,6 +212,11 @@ TEST(ApplicationKind, IsLearnedOnceAndKept) {
         TestHost host({.application = Application::Unknown});
         EXPECT_TRUE(Changes(host, host.Make(console)));
         EXPECT_FALSE(Reads(host, host.Make(bitmap))) << "a console picture was opened before";
+    }
+    {
+        TestHost host({.moreClasses = {"WebApplication", "ConsoleApplication"}});
+        EXPECT_TRUE(Changes(host, host.Make(bitmap)));
+        EXPECT_FALSE(Changes(host, host.Make(console))) << "desktop, though it has other classes as well";
     }
     TestHost other({.application = Application::Unknown});
     EXPECT_FALSE(Changes(other, other.Make({.form = Form::Bitmap, .bitsPerPixel = 16}))) << "locked, then refused";

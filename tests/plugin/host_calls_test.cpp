@@ -121,9 +121,6 @@ std::string Counters(const std::string &block) {
     return "memoryBlockGetSize " + block + "\nmemoryBlockGetPtr " + block + '\n';
 }
 
-const std::string kKindLearned = "pluginObjectType Application\npluginObjectType WebApplication\n"
-                                 "pluginObjectType ConsoleApplication\n";
-
 const std::string kCopyDrawn =
     Measured("p") +
     "newPicture 5 3 32\npluginPictureGraphicsGetter new picture\n"
@@ -149,10 +146,6 @@ using Call = std::function<std::string(Scene &)>;
 
 template <class... Arguments> Call On(PictureDescription picture, const char *method, Arguments... arguments) {
     return [=](Scene &scene) { return scene.Call(scene.Picture("p", picture), method, arguments...); };
-}
-
-template <class... Arguments> Call OnNil(const char *method, Arguments... arguments) {
-    return [=](Scene &scene) { return scene.Call(nullptr, method, arguments...); };
 }
 
 /// With another picture as the argument, and numbers behind it.
@@ -277,16 +270,11 @@ const struct {
     const char *result;
     std::string calls;
 } kOperations[] = {
-    {"nil", {}, OnNil("InvertKVT"), "nil", ""},
     {"one picture to another", {}, On({}, "InvertKVT"), "new picture", Opened("p") + kMadeAndRendered + Closed("p")},
     {"with an alpha channel", {}, On(kAlpha, "ChangeContrastKVT", 1.0), "new picture",
      Opened("p") + kMadeWithAlpha + Closed("p")},
-    {"with an alpha channel that the host cannot make", {.version = 2011.0}, On(kAlpha, "InvertKVT"), "nil",
-     Opened("p") + Closed("p")},
     {"into a plain picture", {}, On(kAlpha, "ExtractColorKVT", 1, 2, 3), "new picture",
      Opened("p") + kMadeAndRendered + Closed("p")},
-    {"no new pictures", {.faults = {{"newPicture"}}}, On({}, "InvertKVT"), "nil",
-     Opened("p") + "no newPicture\n" + Closed("p")},
     {"a new picture that cannot be locked", {.faults = {{"REALLockPictureDescription", kFails, 3}}},
      On({}, "InvertKVT"), "nil",
      Opened("p") + "newPicture 5 3 32\n" + Asked(kNew) + "REALUnlockObject new picture\n" + Closed("p")},
@@ -301,15 +289,9 @@ const struct {
      kTablesViewed + Opened("p") + Measured("p") + Opened("p") + Rendered("p") + Closed("p") + kTablesDropped},
     {"tables, a target that cannot be locked", {}, Transform(Target::Other, kUnlockable), "new picture",
      kTablesViewed + Opened("p") + Measured("dest") + Asked("dest") + kMadeAndRendered + Closed("p") + kTablesDropped},
-    {"tables of unknown size", {.faults = {{"memoryBlockGetSize"}}}, Transform(Target::None), "nil",
-     Viewed("red", "no memoryBlockGetSize") + Viewed("green", "no memoryBlockGetSize") +
-         Viewed("blue", "no memoryBlockGetSize") + kTablesDropped},
-    {"a nil table", {}, On({}, "TransformColorsKVT", nullptr, nullptr, nullptr), "nil", Raised("22")},
 
     {"two pictures", {}, Of("MergePictureKVT", {"a", "b"}), "new picture",
      Opened("a") + Opened("b") + kMadeAndRendered + Closed("b") + Closed("a")},
-    {"two pictures of different sizes", {}, Of("MergePictureKVT", {"a", "b"}, kSmaller), "nil",
-     Opened("a") + Opened("b") + Closed("b") + Closed("a")},
     {"a channel", {}, With("ReplaceRedChannelKVT", "channel", {}), "new picture",
      Opened("p") + Opened("channel") + kMadeAndRendered + Closed("channel") + Closed("p")},
     {"a nil channel", {}, On({}, "ReplaceBlueChannelKVT", nullptr), "nil", Raised("27")},
@@ -324,25 +306,18 @@ const struct {
      Opened("p") + kMadeAndRendered + Closed("p")},
     {"sepia, again", {}, Of("PictureSepiaKVT", "Run", Held::Both), "true",
      Opened("p") + kMadeAndRendered + "REALUnlockObject old\n" + Closed("p")},
-    {"sepia of nil", {}, Of("PictureSepiaKVT", "Run", Held::Old), "false", ""},
     {"a color table, again", {}, Of("PictureLut3DKVT", "Run", Held::Both), "true",
      "REALUnlockObject old\n" + Opened("p") + kMadeAndRendered + Closed("p")},
     {"a color table on nil", {}, Of("PictureLut3DKVT", "Run", Held::Old), "false", "REALUnlockObject old\n"},
     {"closing an instance", kDesktopAlone, Of("PictureSepiaKVT", "Close", Held::Both), "nil",
      "REALUnlockObject p\nREALUnlockObject old\n"},
 
-    {"scrolling nil", {}, OnNil("ScrollKVT", 1, 1, false, true), "false", ""},
     {"scrolling down around the edge", {}, On({}, "ScrollVerticalKVT", 1, true, false), "true", Changed("p")},
     {"scrolling both ways", {}, On({}, "ScrollKVT", 1, 1, true, false), "true", Changed("p") + Changed("p")},
-    {"scrolling both ways, the second lock failing", {.faults = {{"REALLockPictureDescription", kFails, 3}}},
-     On({}, "ScrollKVT", 1, 1, true, false), "false", Changed("p") + Asked("p")},
-    {"scrolling by nothing", {}, On({}, "ScrollKVT", 0, 0, true, false), "true", ""},
     {"scrolling both ways with the mask", {}, WithMask({}, "ScrollKVT", 1, 1, true, true), "true",
      kMask + Changed("mask") + kMaskDropped + Changed("p") + kMask + Changed("mask") + kMaskDropped + Changed("p")},
     {"scrolling by nothing with the mask", {}, WithMask({}, "ScrollHorizontalKVT", 0, true, true), "true",
      kMask + kMaskDropped},
-    {"scrolling down with a mask that cannot be locked", {}, WithMask(kUnlockable, "ScrollVerticalKVT", 1, true, true),
-     "false", kMask + Asked("mask") + kMaskDropped},
     {"scrolling both ways by the platform", {}, On({.form = Form::GraphicsWorld}, "ScrollKVT", 1, 1, false, false),
      "true", kScrolledByPlatform + kScrolledByPlatform},
     {"scrolling what the platform cannot", {}, On({}, "ScrollVerticalKVT", 1, false, false), "false",
@@ -358,15 +333,11 @@ const struct {
          "memoryBlockGetPtr new memory block 3\n" + Closed("p")},
     {"counting into given blocks", {}, Count(true), "nil, count 15",
      Opened("p") + Counters("red") + Counters("blue") + Counters("green") + Closed("p")},
-    {"counting into blocks of unknown size", {.faults = {{"memoryBlockGetSize"}}}, Count(true), "nil, count -1",
-     Opened("p") + "no memoryBlockGetSize\nno memoryBlockGetSize\nno memoryBlockGetSize\n" + Closed("p")},
 
     {"to bytes", {}, Of("PicturetoBinaryStringKVT", {"p"}), "new string",
      Opened("p") + "REALBuildString 85\nREALSetStringEncoding new string 0xFFFF\n" + Closed("p")},
     {"from bytes", {}, Unpack, "new picture",
      "PluginGetStringData text 0xFFFF\n" + kMadeAndRendered + "PluginDisposeStringData\n"},
-    {"from bytes that the host cannot take back", {.faults = {{"PluginDisposeStringData"}}}, Unpack, "new picture",
-     "PluginGetStringData text 0xFFFF\n" + kMadeAndRendered + "no PluginDisposeStringData\n"},
     {"from bytes in place", {.version = 2012.9}, Unpack, "new picture",
      "REALLockString text\n" + kMadeAndRendered + "REALUnlockString text\n"},
     {"from bytes that the module copies", {.faults = {{"PluginGetStringData"}}}, Unpack, "new picture",
@@ -374,13 +345,6 @@ const struct {
     {"from bytes that the module copies and frees",
      {.faults = {{"PluginGetStringData"}, {"PluginDisposeStringData"}}}, Unpack, "new picture",
      kWithoutCopy + kLengthFound + kCopied + kMadeAndRendered + "no PluginDisposeStringData\n"},
-    {"from bytes without an address", {.faults = {{"PluginGetStringData"}, {"StringGetCString"}}}, Unpack, "nil",
-     kWithoutCopy + "no StringGetCString\n" + kLengthFound},
-    {"from bytes without a length", {.faults = {{"PluginGetStringData"}, {"LenB"}}}, Unpack, "nil",
-     kWithoutCopy + kLengthFound + "no LenB\n"},
-    {"from bytes without anything",
-     {.faults = {{"PluginGetStringData"}, {"StringGetCString"}, {"REALLoadGlobalMethod"}}}, Unpack, "nil",
-     kWithoutCopy + "no StringGetCString\nno REALLoadGlobalMethod\n"},
 
     {"reading the embedded mask", {}, On(kAlpha, "EmbeddedMaskKVT", false), "new picture",
      Opened("p") + kMadeAndRendered + Closed("p")},
@@ -423,38 +387,6 @@ TEST(HostCalls, AreTheseInThisOrder) {
             EXPECT_EQ(row.call(scene), row.result);
             EXPECT_EQ(scene.log(), WithType(row.calls, kind));
         }
-}
-
-const struct {
-    const char *what;
-    HostDescription host;
-    PictureDescription picture;
-    std::string calls; ///< behind the look-ups of classes, up to the close
-} kFirstPictures[] = {
-    {"desktop", {}, {}, Opened("p")},
-    {"desktop, though it has other classes as well",
-     {.moreClasses = {"WebApplication", "ConsoleApplication"}},
-     {},
-     Opened("p")},
-    {"console", {.application = Application::Console}, {}, Opened("p")},
-    {"web", {.application = Application::Web}, {}, Opened("p")},
-    {"no known class, a bitmap", {.application = Application::Unknown}, {.form = Form::Bitmap}, Opened("p")},
-    {"no known class, a console picture",
-     {.application = Application::Unknown},
-     {.hasAlphaChannel = true},
-     "REALGetPropValueBool p HasAlphaChannel\nREALLockPictureDescription p 8\nREALLockPictureDescription p 10\n"
-     "REALLockObject p\n"},
-};
-
-TEST(HostCalls, OfTheFirstPictureBeginWithTheKindOfApplication) {
-    for (const auto &row : kFirstPictures) {
-        SCOPED_TRACE(row.what);
-        Scene scene(row.host);
-        scene.Call(scene.Picture("p", row.picture), "isGrayKVT", 255);
-        const bool isBitmap = row.host.application == Application::Desktop || row.picture.form == Form::Bitmap;
-        EXPECT_EQ(scene.log(), WithType(kKindLearned + row.calls + Closed("p"),
-                                        isBitmap ? Application::Desktop : Application::Console));
-    }
 }
 
 /// Each class drops a picture first and forgets it then, so the host still finds it in the field meanwhile.

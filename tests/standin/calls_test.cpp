@@ -1,5 +1,4 @@
 #include "support/faulty_host.h"
-#include "support/levels.h"
 
 /// How scripts call what was registered, and how a module is loaded.
 namespace {
@@ -12,7 +11,7 @@ struct BadHost : Host {
 
   private:
     static HostDescription WithModule(HostDescription description) {
-        setenv("KVT_FAULT", "Which Store Stored StackOffset DoubleUnlock WrongKind ChangePicture ReadUnlocked", 1);
+        setenv("KVT_FAULT", "Which Store Stored DoubleUnlock WrongKind", 1);
         description.module = FaultyModule();
         return description;
     }
@@ -35,17 +34,6 @@ TEST(Objects, ThatAScriptStillHoldsAtTheEndAreNoticed) {
               std::vector<std::string>{"picture #1 (5 x 3, first byte skipped) outlives the host"});
 }
 
-TEST(Objects, ThatMayChangeMayOnceAndWhatNobodySealsCanBeRead) {
-    BadHost host({.application = Application::Console});
-    const Ref picture = host.Make({.width = 1, .height = 1, .word = [](int, int) { return 7u; }});
-    EXPECT_EQ(host.Call(picture, "ReadUnlocked").value.AsInteger(), 7);
-    host.MayChange(picture);
-    host.Call(picture, "ChangePicture");
-    EXPECT_EQ(host.TakeViolations(), std::vector<std::string>());
-    host.Call(picture, "ChangePicture");
-    EXPECT_EQ(host.TakeViolations().size(), 1u);
-}
-
 constexpr struct {
     const char *text;
     const char *message;
@@ -55,7 +43,7 @@ constexpr struct {
     {"F(a)", "expected \"as\" at character 4 of \"F(a)\""},
     {"F(a as int)", "expected a known type at character 8 of \"F(a as int)\""},
     {"F(a assume integer)", "expected \"as\" at character 5 of \"F(a assume integer)\""},
-    {"F(a as integer = )", "expected a default value at character 18 of \"F(a as integer = )\""},
+
     {"F(a as integer b as integer)", "expected \",\" or \")\" at character 16 of \"F(a as integer b as integer)\""},
     {"F(a as integer,)", "expected a parameter's name at character 16 of \"F(a as integer,)\""},
     {"F() nonsense", "expected \"as\" at character 5 of \"F() nonsense\""},
@@ -65,20 +53,6 @@ constexpr struct {
 TEST(Declarations, SayWhatIsWrongAndWhere) {
     for (const auto &row : kNoDeclarations)
         EXPECT_EQ(MessageOf([&] { ParseDeclaration(row.text); }), std::string("not a declaration: ") + row.message);
-}
-
-TEST(Declarations, AreReadWhateverTheirCaseAndSpaces) {
-    const Declaration read =
-        ParseDeclaration("Mix(BYREF a AS Picture,b as color=&cFF8001 , c as Boolean = True) as double");
-    EXPECT_EQ(read.name, "Mix");
-    EXPECT_EQ(read.result, Type::Double);
-    ASSERT_EQ(read.parameters.size(), 3u);
-    EXPECT_TRUE(read.parameters[0].byref && read.parameters[0].type == Type::Picture);
-    EXPECT_FALSE(read.parameters[0].defaultText);
-    EXPECT_EQ(read.parameters[1].defaultText, "&cFF8001");
-    EXPECT_EQ(read.parameters[2].defaultText, "True");
-    EXPECT_EQ(read.Required(), 1u);
-    EXPECT_EQ(ParseDeclaration("Close").result, Type::Nothing);
 }
 
 TEST(Numbers, AreReadInEveryNotation) {
@@ -117,15 +91,6 @@ TEST(Calls, GiveVariablesBackAndTakeAssignments) {
     EXPECT_EQ(host.TakeViolations(), std::vector<std::string>());
 }
 
-#if defined(__i386__)
-TEST(Calls, FindTheStackAsTheHostIsDescribed) {
-    for (const int shift : {0, 4, 8, 12}) {
-        BadHost host({.stackShift = shift});
-        EXPECT_EQ(host.Call(host.Make(kFiveByThree), "StackOffset").value.AsInteger(), shift);
-    }
-}
-#endif
-
 TEST(Calls, ThatDoNotFitSayWhy) {
     BadHost host;
     const Ref picture = host.Make(kFiveByThree);
@@ -158,26 +123,6 @@ TEST(Calls, ThatDoNotFitSayWhy) {
     EXPECT_EQ(host.TakeViolations(), std::vector<std::string>()) << "nothing was called";
 }
 
-TEST(Properties, LieInTheInstanceWhereverItsDataBegins) {
-    for (const std::uint32_t dataOffset : {0u, 4u, 20u, 64u}) {
-        TestHost host({.dataOffset = dataOffset});
-        const Ref picture = host.Make(kFiveByThree);
-        const Ref sepia = host.New("picturesepiakvt");
-        EXPECT_EQ(host.Get(sepia, "FactorRed").AsDouble(), 0.299);
-        host.Set(sepia, "FactorRed", 7);
-        host.Set(sepia, "sepiared", -40);
-        host.Set(sepia, "SourcePicture", picture);
-        EXPECT_EQ(host.Get(sepia, "factorred").AsDouble(), 7.0);
-        EXPECT_EQ(host.Get(sepia, "SepiaRed").AsInteger(), -40);
-        EXPECT_EQ(host.Get(sepia, "SourcePicture").AsRef(), picture);
-        EXPECT_TRUE(host.Get(sepia, "DestinationPicture").IsNil());
-        host.Set(sepia, "SourcePicture", nullptr);
-        EXPECT_TRUE(host.Get(sepia, "SourcePicture").IsNil());
-        EXPECT_EQ(MessageOf([&] { host.Get(sepia, "Nothing"); }), "PictureSepiaKVT has no property \"Nothing\"");
-        EXPECT_EQ(MessageOf([&] { host.Set(sepia, "MinX", 0.5); }), "MinX is Integer, not a double");
-    }
-}
-
 TEST(Modules, ThatCannotPlayTheirPartAreRefused) {
     const auto load = [](std::string file) { return MessageOf([&] { Host host({.module = std::move(file)}); }); };
     EXPECT_TRUE(load("/nowhere.so").starts_with("the module cannot be loaded: "));
@@ -203,17 +148,6 @@ TEST(Modules, StartAfreshWithEveryHost) {
             << "the kind of the application before is forgotten";
     }
     EXPECT_TRUE(ModuleFile::IsLoaded(ModuleBesideProgram())) << "the last three had one module";
-}
-
-TEST(InstructionSets, ThatAreForcedAreActive) {
-    TestHost host;
-    const int best = EveryLevelOffered().back();
-    for (int level = 0; level < 3; ++level) {
-        EXPECT_EQ(host.ForceLevel(level), level <= best) << level;
-        EXPECT_TRUE(level > best || host.ActiveLevel() == level) << level;
-    }
-    EXPECT_TRUE(host.ForceLevel(-1));
-    EXPECT_EQ(host.ActiveLevel(), best);
 }
 
 } // namespace

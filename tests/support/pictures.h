@@ -120,6 +120,7 @@ inline testing::AssertionResult Shows(const standin::Result &result, const expec
 }
 
 #define EXPECT_PICTURE(actual, wanted) EXPECT_TRUE(Shows(actual, wanted))
+#define ASSERT_PICTURE(actual, wanted) ASSERT_TRUE(Shows(actual, wanted))
 
 /// Sets what a class's instance processes.
 inline void SetBounds(standin::Host &host, const standin::Ref &instance, expected::Bounds bounds) {
@@ -154,6 +155,13 @@ inline std::vector<Way> EveryLayoutAndLevel() {
             ways.push_back(pair);
             ways.back().level = level;
         }
+    return ways;
+}
+
+/// The pair of layouts of that name alone.
+inline std::vector<Way> EveryLevelOf(std::string_view name) {
+    std::vector<Way> ways = EveryLayoutAndLevel();
+    std::erase_if(ways, [&](const Way &way) { return way.name != name; });
     return ways;
 }
 
