@@ -1,6 +1,6 @@
 #include "analysis/find_picture.h"
 
-#include "analysis/residues.h"
+#include "kernels/inline.h"
 #include "pixels/open.h"
 #include "support/chance.h"
 #include "support/memory.h"
@@ -9,6 +9,20 @@
 #include <numeric>
 
 namespace kvt {
+
+// Arithmetic modulo a prime whose products fit 64 bits. 2^31 is 1 there, so that upper bits are added to lower ones.
+
+/// A smaller number of the same residue: below 2^33 + 2^31 for any, and at most 2^31 + 4 for one of those.
+KVT_INLINE constexpr std::uint64_t Fold(std::uint64_t value) { return (value & kPrime) + (value >> 31); }
+
+/// The residue itself, below kPrime.
+KVT_INLINE constexpr std::uint32_t Residue(std::uint64_t value) {
+    const auto folded = static_cast<std::uint32_t>(Fold(Fold(value)));
+    return folded >= kPrime ? folded - kPrime : folded;
+}
+
+/// Of numbers below 2^32.
+KVT_INLINE constexpr std::uint32_t Product(std::uint64_t a, std::uint64_t b) { return Residue(a * b); }
 
 /// A color looked for at a place; 0x00RRGGBB.
 struct Sought {
@@ -141,24 +155,25 @@ void Seek(Hash &hash, const Search &search, HashBases bases) {
 /// Compares where all of so many hashes are the needle's.
 Outcome SearchByHashes(Search &search, const Hash *hashes, std::int32_t number) {
     const std::int32_t top = search.at.y;
-    const auto isHit = [&](std::int32_t x) {
+    const auto areAllHit = [&](std::int32_t x) {
         for (std::int32_t i = 1; i < number; ++i)
             if (KVT_SELECT(FirstOfHash)(hashes[i], x, x + 1) != x)
                 return false;
         return true;
     };
     const auto next = [&](std::int32_t x) {
-        do
+        for (;; ++x) {
             x = KVT_SELECT(FirstOfHash)(hashes[0], x, search.end.x);
-        while (x < search.end.x && !isHit(x) && ++x);
-        return x;
+            if (x == search.end.x || areAllHit(x))
+                return x;
+        }
     };
     Outcome outcome = Outcome::Missing;
     for (std::int32_t row = top; outcome == Outcome::Missing && row < search.haystack.height; ++row) {
         const std::int32_t leaving = row - search.needle.height;
         for (std::int32_t i = 0; i < number; ++i)
             KVT_SELECT(MoveDown)
-            (hashes[i], PixelsOf(search.haystack), row, leaving < top ? row : leaving, search.haystack.width);
+        (hashes[i], PixelsOf(search.haystack), row, leaving < top ? row : leaving, search.haystack.width);
         if (leaving + 1 >= top)
             outcome = SearchRow(search, next);
     }
@@ -210,25 +225,16 @@ bool FindNeedle(const PictureEditor &haystack, const PictureEditor &needle, Poin
 }
 
 unsigned char FindPicture(REALpictureStruct *picture, REALpictureStruct *pic, std::int32_t *x, std::int32_t *y) {
-    if (x)
-        *x = 0;
-    if (y)
-        *y = 0;
-    const OpenReader haystack{picture};
-    if (!haystack)
-        return 0;
-    const OpenReader needle{pic};
-    if (!needle)
-        return 0;
-    Point hit;
+    Point hit{0, 0};
     SearchEffort effort;
-    if (!FindNeedle(*haystack, *needle, hit, effort))
-        return 0;
+    const OpenReader haystack{picture};
+    const OpenReader needle{haystack ? pic : nullptr};
+    const bool found = haystack && needle && FindNeedle(*haystack, *needle, hit, effort);
     if (x)
         *x = hit.x;
     if (y)
         *y = hit.y;
-    return 1;
+    return found;
 }
 
 } // namespace kvt

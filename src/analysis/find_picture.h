@@ -9,6 +9,8 @@ namespace kvt {
 /// it does not occur, has no pixels or a picture cannot be read. Null addresses are fine.
 unsigned char FindPicture(REALpictureStruct *picture, REALpictureStruct *pic, std::int32_t *x, std::int32_t *y);
 
+inline constexpr std::uint32_t kPrime = 0x7FFFFFFF;
+
 /// What a picture's hash is computed with: numbers below kPrime.
 struct HashBases {
     std::uint32_t column;

@@ -7,32 +7,22 @@
 #include "support/rb_data.h"
 #include "support/strings.h"
 
-#include <cstring>
+#include <cstdint>
 
 namespace kvt {
 namespace {
 
-constexpr char kMagic[4] = {'P', 'P', 'I', 'C'};
 constexpr std::int64_t kHeaderBytes = 40;
 constexpr std::int64_t kLargestString = 0x7FFFFFFF;
+constexpr std::uint32_t kPpic = 0x50504943; // "PPIC"
 
-// Where the header's words lie.
-constexpr std::ptrdiff_t kLength = 4;
-constexpr std::ptrdiff_t kWidth = 8;
-constexpr std::ptrdiff_t kHeight = 12;
-constexpr std::ptrdiff_t kDepth = 16;
-constexpr std::ptrdiff_t kPixelOffset = 20;
-constexpr std::uint32_t kReadHeaderBytes = 24;
+/// The header's words, big-endian; behind them it is zero.
+enum HeaderWord { kMagic, kLength, kWidth, kHeight, kDepth, kPixelOffset, kHeaderWords };
 
-void StoreBigEndian(unsigned char *bytes, std::int64_t value) {
-    for (int byte = 0; byte < 4; ++byte)
-        bytes[byte] = static_cast<unsigned char>(value >> (24 - 8 * byte));
-}
-
-std::uint32_t LoadBigEndian(const unsigned char *bytes) {
+std::uint32_t HeaderWordOf(const unsigned char *header, HeaderWord word) {
     std::uint32_t value = 0;
     for (int byte = 0; byte < 4; ++byte)
-        value = value << 8 | bytes[byte];
+        value = value << 8 | header[word * 4 + byte];
     return value;
 }
 
@@ -49,24 +39,21 @@ REALstringStruct *PicturetoBinaryString(REALpictureStruct *picture) {
     ClearBuffer<unsigned char> bytes(length > kLargestString ? 0 : length);
     if (!bytes)
         return nullptr;
-    std::memcpy(bytes.data(), kMagic, sizeof kMagic);
-    StoreBigEndian(bytes.data() + kLength, length);
-    StoreBigEndian(bytes.data() + kWidth, area.right);
-    StoreBigEndian(bytes.data() + kHeight, area.bottom);
-    StoreBigEndian(bytes.data() + kDepth, 32);
-    StoreBigEndian(bytes.data() + kPixelOffset, kHeaderBytes);
+    const std::int64_t words[kHeaderWords] = {kPpic, length, area.right, area.bottom, 32, kHeaderBytes};
+    for (int byte = 0; byte < kHeaderWords * 4; ++byte)
+        bytes[byte] = static_cast<unsigned char>(words[byte / 4] >> (24 - 8 * (byte % 4)));
     PackRgb(*source, bytes.data() + kHeaderBytes);
     return REALBuildUnicodeString(bytes.data(), static_cast<std::int32_t>(length), kEncodingNone);
 }
 
 REALpictureStruct *BinaryStringtoPicture(REALstringStruct *data) {
     const rbData view(data);
-    if (view.length < kReadHeaderBytes || std::memcmp(view.data, kMagic, sizeof kMagic) != 0 ||
-        LoadBigEndian(view.data + kLength) != view.length)
+    if (view.length < kHeaderWords * 4 || HeaderWordOf(view.data, kMagic) != kPpic ||
+        HeaderWordOf(view.data, kLength) != view.length)
         return nullptr;
-    const auto width = static_cast<std::int32_t>(LoadBigEndian(view.data + kWidth));
-    const auto height = static_cast<std::int32_t>(LoadBigEndian(view.data + kHeight));
-    const std::uint32_t offset = LoadBigEndian(view.data + kPixelOffset);
+    const auto width = static_cast<std::int32_t>(HeaderWordOf(view.data, kWidth));
+    const auto height = static_cast<std::int32_t>(HeaderWordOf(view.data, kHeight));
+    const std::uint32_t offset = HeaderWordOf(view.data, kPixelOffset);
     if (!FitsNewPicture(width, height) || offset + PixelBytes(width, height) > std::int64_t{view.length})
         return nullptr;
     OpenWriter result{width, height};

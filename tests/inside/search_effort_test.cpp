@@ -1,5 +1,4 @@
 #include "analysis/find_picture.h"
-#include "analysis/residues.h"
 #include "expected/analysis.h"
 #include "inside/heap.h"
 #include "inside/plain_picture.h"
