@@ -17,11 +17,6 @@ namespace {
 struct Steps {
     std::int32_t first;
     std::int32_t last;
-
-    template <class Draw> void ForEach(Draw draw) const {
-        for (std::int32_t step = first; step <= last; ++step)
-            draw(step);
-    }
 };
 
 /// Those steps at which start + step * direction lies in 0..size - 1. A line ends before 32768, where larger pictures
@@ -48,42 +43,6 @@ struct Slope {
     std::uint32_t perStep;
 };
 
-/// Hands the points of the line to `plot`, as x, y and intensity, leaving out steps outside `width` and `height`. A
-/// step's second point may lie outside all the same.
-template <class Plot>
-void TraceWuLine(std::int32_t width, std::int32_t height, std::int16_t x0, std::int16_t y0, std::int16_t x1,
-                 std::int16_t y1, Plot plot) {
-    if (y0 > y1) {
-        std::swap(x0, x1);
-        std::swap(y0, y1);
-    }
-    const std::int32_t xDirection = x1 < x0 ? -1 : 1;
-    const std::int32_t dx = (x1 - x0) * xDirection;
-    const std::int32_t dy = y1 - y0;
-    plot(x0, y0, 0);
-    if (dx == 0 || dy == 0 || dx == dy) {
-        const std::int32_t xStep = dx == 0 ? 0 : xDirection;
-        const std::int32_t yStep = dy == 0 ? 0 : 1;
-        const Steps columns = Inside({1, std::max(dx, dy)}, x0, xStep, width);
-        Inside(columns, y0, yStep, height).ForEach([&](std::int32_t step) {
-            plot(x0 + step * xStep, y0 + step * yStep, 0);
-        });
-        return;
-    }
-    const bool steep = dy > dx;
-    const Slope slope(std::min(dx, dy), std::max(dx, dy));
-    const Steps steps = steep ? Inside({1, dy - 1}, y0, 1, height) : Inside({1, dx - 1}, x0, xDirection, width);
-    steps.ForEach([&](std::int32_t step) {
-        const std::int32_t across = slope.Pixels(step);
-        const std::int32_t x = x0 + (steep ? across : step) * xDirection;
-        const std::int32_t y = y0 + (steep ? step : across);
-        const std::uint32_t intensity = slope.Intensity(step);
-        plot(x, y, intensity);
-        plot(steep ? x + xDirection : x, steep ? y : y + 1, intensity ^ 255);
-    });
-    plot(x1, y1, 0);
-}
-
 Blender OutlineBlender(const PictureEditor &editor) {
     return {editor, Rgb{gOutLineColorR, gOutLineColorG, gOutLineColorB}};
 }
@@ -95,7 +54,37 @@ void DrawPixel(const PictureEditor &editor, std::int32_t x, std::int32_t y, std:
 }
 
 void DrawWuLine(const PictureEditor &editor, std::int16_t x0, std::int16_t y0, std::int16_t x1, std::int16_t y1) {
-    TraceWuLine(editor.width, editor.height, x0, y0, x1, y1, OutlineBlender(editor));
+    const Blender plot = OutlineBlender(editor);
+    if (y0 > y1) {
+        std::swap(x0, x1);
+        std::swap(y0, y1);
+    }
+    const std::int32_t xDirection = x1 < x0 ? -1 : 1;
+    const std::int32_t dx = (x1 - x0) * xDirection;
+    const std::int32_t dy = y1 - y0;
+    plot(x0, y0, 0);
+    if (dx == 0 || dy == 0 || dx == dy) {
+        const std::int32_t xStep = dx == 0 ? 0 : xDirection;
+        const std::int32_t yStep = dy == 0 ? 0 : 1;
+        const Steps columns = Inside({1, std::max(dx, dy)}, x0, xStep, editor.width);
+        const Steps steps = Inside(columns, y0, yStep, editor.height);
+        for (std::int32_t step = steps.first; step <= steps.last; ++step)
+            plot(x0 + step * xStep, y0 + step * yStep, 0);
+        return;
+    }
+    const bool steep = dy > dx;
+    const Slope slope(std::min(dx, dy), std::max(dx, dy));
+    const Steps steps =
+        steep ? Inside({1, dy - 1}, y0, 1, editor.height) : Inside({1, dx - 1}, x0, xDirection, editor.width);
+    for (std::int32_t step = steps.first; step <= steps.last; ++step) {
+        const std::int32_t across = slope.Pixels(step);
+        const std::int32_t x = x0 + (steep ? across : step) * xDirection;
+        const std::int32_t y = y0 + (steep ? step : across);
+        const std::uint32_t intensity = slope.Intensity(step);
+        plot(x, y, intensity);
+        plot(steep ? x + xDirection : x, steep ? y : y + 1, intensity ^ 255);
+    }
+    plot(x1, y1, 0);
 }
 
 } // namespace kvt

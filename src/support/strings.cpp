@@ -4,7 +4,6 @@
 #include "host/resolver.h"
 #include "support/memory.h"
 
-#include <cstdlib>
 #include <cstring>
 
 namespace kvt {
@@ -56,13 +55,11 @@ bool CopyBytes(REALstringStruct *string, std::uint32_t encoding, REALstringData 
     const char *bytes = StringGetCString(string);
     if (length < 0 || (length > 0 && !bytes))
         return false;
-    const auto size = static_cast<std::size_t>(length);
-    char *copy = static_cast<char *>(std::malloc(size + 4));
+    auto *copy = static_cast<char *>(AllocateClearMemory(length + 4LL));
     if (!copy)
         return false;
-    if (size > 0)
-        std::memcpy(copy, bytes, size);
-    std::memset(copy + size, 0, 4);
+    if (length > 0)
+        std::memcpy(copy, bytes, static_cast<std::size_t>(length));
     out->bytes = copy;
     out->length = length;
     out->encoding = encoding;
@@ -76,13 +73,11 @@ bool GetStringDataFallback(REALstringStruct *string, std::uint32_t encoding, REA
     const bool hasLength = LenB.Found();
     if (!hasBytes || !hasLength || !string)
         return false;
-    if (encoding == kEncodingNone || encoding == REALGetStringEncoding(string))
-        return CopyBytes(string, encoding, out);
-    REALstringStruct *converted = REALConvertString(string, encoding);
-    if (!converted)
-        return false;
-    const bool copied = CopyBytes(converted, encoding, out);
-    REALUnlockString(converted);
+    const bool asStored = encoding == kEncodingNone || encoding == REALGetStringEncoding(string);
+    REALstringStruct *text = asStored ? string : REALConvertString(string, encoding);
+    const bool copied = text && CopyBytes(text, encoding, out);
+    if (text && !asStored)
+        REALUnlockString(text);
     return copied;
 }
 
