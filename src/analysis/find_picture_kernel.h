@@ -103,31 +103,41 @@ inline void MoveDown(const Hash &hash, const Pixels &pixels, std::int32_t enteri
     }
 }
 
+/// 64-bit sums, which 32-bit code has in vectors alone.
+using Two = std::uint64_t __attribute__((vector_size(16)));
+
 /// The first of the places `from` up to, not including, `end` whose hash is the sought one; `end` when there is none.
 inline std::int32_t FirstOfHash(const Hash &hash, std::int32_t from, std::int32_t end) {
     std::uint32_t rest = hash.rest;
     __asm__("" : "+r"(rest));
-    std::uint64_t sum = 0;
+    std::uint64_t start = 0;
     for (std::ptrdiff_t i = 0; i < hash.width; ++i)
-        sum += hash.columns[from + i];
+        start += hash.columns[from + i];
+    Two sum{start, start}; // of the next place
     for (std::int32_t first = from; first < end; first += kHashBlock) {
         const std::ptrdiff_t count = end - first < kHashBlock ? end - first : kHashBlock;
         const std::uint32_t *powers = hash.powers + first;
         const std::uint32_t *leaving = hash.columns + first;
         const std::uint32_t *entering = leaving + hash.width;
-        std::uint64_t sums[kHashBlock];
-        for (std::ptrdiff_t i = 0; i < count; ++i) {
-            sums[i] = sum;
-            sum += std::uint64_t{entering[i]} - leaving[i];
+        std::uint64_t sums[kHashBlock + 1];
+        for (std::ptrdiff_t i = 0; i < count; ++i)
+            sums[i] = std::uint64_t{entering[i]} - leaving[i];
+        sums[count] = 0;
+        for (std::ptrdiff_t i = 0; i < count; i += 2) {
+            Two steps;
+            std::memcpy(&steps, sums + i, sizeof steps);
+            const Two places = sum + __builtin_shufflevector(Two{}, steps, 0, 2);
+            sum += steps + __builtin_shufflevector(steps, steps, 1, 0);
+            std::memcpy(sums + i, &places, sizeof places);
         }
         std::uint32_t zeros = 0;
         KVT_INDEPENDENT_ITERATIONS
         for (std::ptrdiff_t i = 0; i < count; ++i) {
-            sums[i] = Fold(Fold(sums[i] + std::uint64_t{rest} * powers[i]));
-            zeros |= sums[i] == 0 || sums[i] == kPrime ? 1u : 0u;
+            const auto hashed = static_cast<std::uint32_t>(Fold(Fold(sums[i] + std::uint64_t{rest} * powers[i])));
+            zeros |= hashed == 0 || hashed == kPrime ? 1u : 0u;
         }
         for (std::int32_t i = 0; zeros && i < count; ++i)
-            if (sums[i] == 0 || sums[i] == kPrime)
+            if (Residue(sums[i] + std::uint64_t{rest} * powers[i]) == 0)
                 return first + i;
     }
     return end;
