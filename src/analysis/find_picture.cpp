@@ -31,9 +31,9 @@ struct Sought {
 };
 
 /// A picture's hash is a number modulo a prime: in the column base, whose digits are the rows from the top down, each a
-/// number in the row base whose digits are the colors from the left, the leftmost with weight 1. While a haystack moves
-/// up behind a row of places, each of its columns keeps what it adds: as many neighbours as the needle is wide have
-/// the sum of their place's hash, times the row base to the power of its number.
+/// number in the row base whose digits are the colors from the left, the leftmost with weight 1. Kept is what each
+/// column adds to the hashes of a row of places, numbered from the haystack's left edge: as many neighbours as the
+/// needle is wide have the sum of their place's hash, times the row base to the power of the place's column.
 struct Hash {
     HashBases bases;
     std::uint32_t leavingFactor; ///< of a row that has risen by the needle's height
