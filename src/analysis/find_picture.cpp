@@ -168,12 +168,13 @@ Outcome SearchByHashes(Search &search, const Hash *hashes, std::int32_t number) 
                 return x;
         }
     };
+    const PictureEditor &haystack = search.haystack;
+    auto *const moveDown = KVT_SELECT(MoveDown);
     Outcome outcome = Outcome::Missing;
-    for (std::int32_t row = top; outcome == Outcome::Missing && row < search.haystack.height; ++row) {
+    for (std::int32_t row = top; outcome == Outcome::Missing && row < haystack.height; ++row) {
         const std::int32_t leaving = row - search.needle.height;
         for (std::int32_t i = 0; i < number; ++i)
-            KVT_SELECT(MoveDown)
-        (hashes[i], PixelsOf(search.haystack), row, leaving < top ? row : leaving, search.haystack.width);
+            moveDown(hashes[i], PixelsOf(haystack), row, leaving < top ? row : leaving, haystack.width);
         if (leaving + 1 >= top)
             outcome = SearchRow(search, next);
     }
