@@ -81,10 +81,10 @@ void CheckOutput(const ApplyRequest &request, const std::vector<BoundCall> &call
     const bool givesString = !calls.empty() && calls.back().YieldsString();
     if (!TakesPicture(output, calls)) {
         if (!givesString)
-            throw UserError(
-                fmt::format("{}: pictures are saved as .png, .jpg, .jpeg, .webp or .bmp; a file of another name takes "
-                            "the string that the last call returns, and there is none",
-                            output));
+            throw UserError(fmt::format(
+                "{}: pictures are saved as .png, .jpg, .jpeg, .webp or .bmp, or into a folder, as in {}/; a "
+                "file of another name takes the string that the last call returns, and there is none",
+                output, std::filesystem::path(output).replace_extension().string()));
         return;
     }
     CheckWritable(PicturePath(request));

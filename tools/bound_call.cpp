@@ -95,11 +95,16 @@ std::string Enumerated(const std::vector<std::string_view> &names) {
     return list;
 }
 
+/// What stands for a parameter that a call leaves out; nothing when it must not be.
 std::optional<std::string> LeftOut(const Parameter &parameter, bool othersAreNamed) {
+    if (parameter.defaultText)
+        return parameter.defaultText;
+    if (parameter.byref) // where results come back
+        return parameter.type == Type::MemoryBlock ? "nil" : "0";
     for (const auto &[name, text] : kNeutral)
-        if (othersAreNamed && !parameter.defaultText && SameName(name, parameter.name))
+        if (othersAreNamed && SameName(name, parameter.name))
             return std::string(text);
-    return parameter.defaultText;
+    return std::nullopt;
 }
 
 /// &cRRGGBB, &hRRGGBB, 0xRRGGBB or #RRGGBB. Fewer digits would be another color than the one that is meant.
@@ -384,25 +389,22 @@ class Binder {
         return loaded.picture;
     }
 
-    /// A sound file stands for its samples; any other is a block as it is, where it cannot be meant otherwise.
+    /// Where sounds are taken, a file is one and stands for its samples; elsewhere it is a block as it is, unless it is
+    /// of a kind that nobody means so. @ takes any file for its bytes.
     standin::Ref BlockOf(const Argument &argument) {
         Bytes bytes = FromFile(argument, [&] { return ReadBytes(argument.text); });
-        const bool isSound = IsWav(bytes) || EndingOf(argument.text) == ".wav";
-        const std::string_view picture = PictureKindOf(bytes);
-        if (argument.form != Form::FileBytes && isSound && TakesSound() && !bytes.empty()) {
+        const std::string_view kind = KindOf(bytes);
+        const bool isUnknown = kind.empty() && argument.form == Form::Bare;
+        if (argument.form != Form::FileBytes && TakesSound() && (kind == "WAV" || EndingOf(argument.text) == ".wav")) {
             Sound sound = FromFile(argument, [&] { return ReadWav(bytes, argument.text); });
             if (!sound.loss.empty())
                 notes_.push_back(fmt::format("{}: {}", argument.text, sound.loss));
             bits_ = sound.Bits();
             bytes = std::move(sound.samples);
-        } else if (argument.form != Form::FileBytes &&
-                   (isSound || bytes.empty() || !picture.empty() || argument.form == Form::Quoted)) {
-            Fail(fmt::format("{}: is {}; @\"{}\" stands for the bytes of the file, whatever they are", argument.text,
-                             bytes.empty()      ? "empty"
-                             : isSound          ? "a sound, and no samples are taken here"
-                             : !picture.empty() ? fmt::format("a picture ({}), not a block of bytes", picture)
-                                                : "no WAV file",
-                             argument.text),
+        } else if (argument.form != Form::FileBytes && (TakesSound() || !isUnknown)) {
+            Fail(fmt::format("{}: {}{}; @\"{}\" stands for the bytes of the file, whatever they are", argument.text,
+                             TakesSound() ? "is no WAV file" : "cannot be taken for a block of bytes",
+                             kind.empty() ? "" : fmt::format(", for it is {}", kind), argument.text),
                  argument.place);
         }
         return host_.MakeBlock(bytes.size(), bytes);

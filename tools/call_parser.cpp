@@ -1,5 +1,6 @@
 #include "tools/call_parser.h"
 
+#include "standin/declaration.h"
 #include "standin/text_reader.h"
 
 #include <algorithm>
@@ -28,13 +29,23 @@ class Reader : public standin::TextReader {
                                       : fmt::format("expected {}, not \"{}\"", expected, found),
                         text(), {start, found.size()});
     }
-    /// Moves past names that are none of the interface, each before a dot or a sign of equality.
+    /// Moves past names that are none of the interface, each before a dot or a sign of equality, and past "Dim x As
+    /// Picture =" and "Var x =".
     void SkipVariables(const IsDeclared &isDeclared) {
-        for (std::size_t start = at();; start = at())
-            if (const std::string_view name = Word(); name.empty() || isDeclared(name) || !(Take('.') || Take('='))) {
+        for (std::size_t start = at();; start = at()) {
+            const std::string_view name = Word();
+            if (standin::SameName(name, "dim") || standin::SameName(name, "var")) {
+                Word();
+                if (const std::size_t end = at(); standin::SameName(Word(), "as"))
+                    Word();
+                else
+                    MoveTo(end);
+            }
+            if (name.empty() || isDeclared(name) || !(Take('.') || Take('='))) {
                 MoveTo(start);
                 return;
             }
+        }
     }
     /// A call whose text begins at `origin`. What is declared behind a dot is the next call.
     Call OneCall(std::size_t origin, const IsDeclared &isDeclared) {

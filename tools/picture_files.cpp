@@ -44,6 +44,7 @@ const std::vector<Format> &Formats() {
         {"TIFF", "MM\0+"sv, {}, KVT_CODEC(ReadTiff)},
         {"BMP", "BM"sv, {".bmp"}, &formats::ReadBmp, &formats::WriteBmp, true, false},
         {"GIF", "GIF8"sv},
+        {"WAV", "RIFF????WAVE"sv},
         {"HEIC", "????ftyphei"sv},
         {"HEIC", "????ftypmif1"sv},
         {"AVIF", "????ftypavi"sv},
@@ -71,6 +72,15 @@ const Format *FormatOfContent(std::string_view file) {
         if (StartsWith(file, format.start))
             return &format;
     return nullptr;
+}
+
+constexpr std::size_t kTellingBytes = 1000; ///< at the start of a file
+
+bool IsText(std::string_view file) {
+    const std::string_view head = file.substr(0, kTellingBytes);
+    return std::all_of(head.begin(), head.end(), [](char c) {
+        return static_cast<unsigned char>(c) >= 0x80 || std::isprint(c) || std::isspace(c);
+    });
 }
 
 const Format *FormatOfPath(std::string_view path) {
@@ -104,14 +114,11 @@ const Format &FormatOf(File file, const std::string &path) {
         if (text.size() > 1 && !format.endings.empty() && StartsWith(format.start, text))
             throw UserError(
                 fmt::format("{}: is damaged: it ends within what a {} file begins with", path, format.name));
-    const std::string_view head = text.substr(0, 1000);
-    const bool isText = std::all_of(head.begin(), head.end(), [](char c) {
-        return static_cast<unsigned char>(c) >= 0x80 || std::isprint(c) || std::isspace(c);
-    });
-    const char *what = text.empty()                               ? "is empty"
-                       : isText && head.find("<svg") != head.npos ? "is an SVG drawing, which is not read"
-                       : isText                                   ? "is a text and no picture"
-                                                                  : "is no picture of a kind that is known";
+    const char *what = text.empty()    ? "is empty"
+                       : !IsText(text) ? "is no picture of a kind that is known"
+                       : text.substr(0, kTellingBytes).find("<svg") == text.npos
+                           ? "is a text and no picture"
+                           : "is an SVG drawing, which is not read";
     throw UserError(fmt::format("{}: {}; {}", path, what, Known()));
 }
 
@@ -199,9 +206,9 @@ Image MakeImage(int width, int height, bool hasAlpha) {
     return image;
 }
 
-std::string_view PictureKindOf(File file) {
+std::string_view KindOf(File file) {
     const Format *format = FormatOfContent(AsText(file));
-    return format ? format->name : std::string_view();
+    return format ? format->name : file.empty() ? "empty" : IsText(AsText(file)) ? "text" : std::string_view();
 }
 
 bool IsPicturePath(std::string_view path) { return FormatOfPath(path) != nullptr; }

@@ -36,8 +36,9 @@ Image MakeImage(int width, int height, bool hasAlpha = false); ///< all bytes 0
 /// The name of a picture file that is read or written, by the path's ending.
 bool IsPicturePath(std::string_view path);
 
-/// "PNG", by the bytes that a picture file begins with, read or not; empty for what is none.
-std::string_view PictureKindOf(std::span<const unsigned char> file);
+/// "PNG", "WAV", "text", "empty": what kind of file it is, read or not, by the bytes that it begins with; empty for one
+/// that is not known.
+std::string_view KindOf(std::span<const unsigned char> file);
 
 /// Throws UserError unless this program writes picture files of that name.
 void CheckWritable(const std::string &path);

@@ -70,6 +70,8 @@ TEST(CallParser, ReadsLinesOfScripts) {
         {"p.MaskKVT(a.png) = mask.png", "MaskKVT,a.png a.png,,mask.png;"},
         {"MaskKVT = TintKVT.png", "MaskKVT,,,TintKVT.png;"},
         {"Unknown(3)", "Unknown,3 3,,;"},
+        {"Dim result As Picture = p.InvertKVT", "InvertKVT,,,;"},
+        {"var result = p.InvertKVT", "InvertKVT,,,;"},
     };
     const IsDeclared isDeclared = [](std::string_view name) { return name.ends_with("KVT"); };
     for (const auto &row : kLines) {

@@ -122,6 +122,9 @@ Same s.bmp scrolled.bmp
 
 Run 0 apply s.bmp 'CountColorsKVT(nil, nil, nil, 0)' --save-block red=red.bin --save-block Blue=blue.bin
 Prints "red = memory block of 1024 bytes"
+Run 0 apply s.bmp CountColorsKVT 'FindPicture(s.bmp)'
+Prints "count = 1000"
+Prints "y = 0"
 Prints "count = 1000"
 Equal "pixels in the saved histogram" 1000 "$(Numbers red.bin | awk '{ sum += $1 } END { print sum }')"
 Run 0 apply s.bmp 'CountColorsKVT(red.bin, nil, nil, 0)' --save-block red=red.bin # counters go on
@@ -313,16 +316,20 @@ Table <<'ROWS'
 2 ~ make s.bmp InvertKVT -o none.bmp ~ "s.bmp" is no call; make takes calls alone, apply takes pictures: kvt apply s.bmp CALL...
 2 ~ make 'RenderSamplesKVT(voice.wav, 0, 1, 80, 20, 1, Bits=8)' -o none.bmp ~ this sound file holds signed samples of 16 bits: Bits must be 15, not 8
 2 ~ make 'RenderSamplesKVT(junk.wav, 0, 1, 80, 20, 1)' -o none.bmp ~ junk.wav: is no WAV file
-2 ~ make 'RenderSamplesKVT(empty.wav, 0, 1, 80, 20, 1)' -o none.bmp ~ empty.wav: is empty
-2 ~ make 'RenderSamplesKVT(s.bmp, 0, 1, 80, 20, 1)' -o none.bmp ~ s.bmp: is a picture (BMP), not a block of bytes; @"s.bmp" stands for the bytes of the file
-2 ~ apply s.bmp 'TransformColorsKVT(s.bmp, s.bmp, s.bmp)' -o none.bmp ~ s.bmp: is a picture (BMP)
-2 ~ apply s.bmp 'TransformColorsKVT(voice.wav, same.bin, same.bin)' -o none.bmp ~ voice.wav: is a sound, and no samples are taken here
-2 ~ apply s.bmp 'TransformColorsKVT("same.bin", same.bin, same.bin)' -o none.bmp ~ same.bin: is no WAV file; @"same.bin" stands for the bytes
+2 ~ make 'RenderSamplesKVT(empty.wav, 0, 1, 80, 20, 1)' -o none.bmp ~ empty.wav: is no WAV file
+2 ~ make 'RenderSamplesKVT(s.bmp, 0, 1, 80, 20, 1)' -o none.bmp ~ s.bmp: is no WAV file, for it is BMP; @"s.bmp" stands for the bytes of the file
+2 ~ apply s.bmp 'TransformColorsKVT(s.bmp, s.bmp, s.bmp)' -o none.bmp ~ s.bmp: cannot be taken for a block of bytes, for it is BMP
+2 ~ apply s.bmp 'TransformColorsKVT(voice.wav, same.bin, same.bin)' -o none.bmp ~ voice.wav: cannot be taken for a block of bytes, for it is WAV
+2 ~ apply s.bmp 'TransformColorsKVT(film.cube, same.bin, same.bin)' -o none.bmp ~ film.cube: cannot be taken for a block of bytes, for it is text
+2 ~ make 'RenderSamplesKVT(same.bin, 0, 1, 80, 20, 1)' -o none.bmp ~ same.bin: is no WAV file; @
+2 ~ apply s.bmp 'TransformColorsKVT("same.bin", same.bin, same.bin)' -o none.bmp ~ same.bin: cannot be taken for a block of bytes; @"same.bin" stands for the bytes
 0 ~ make 'RenderSamplesKVT(cut.wav, 0, 1, 80, 20, 1)' 'CountColorKVT(&c88B5C4)' ~ kvt: cut.wav: is cut off: 956 of 
 2 ~ apply s.bmp 'ReplaceRedChannelKVT(missing.bmp)' -o none.bmp ~ missing.bmp: cannot be opened ~                        ^^^^^^^^^^^ ~   ReplaceRedChannelKVT(RedChannel as picture) as picture
 2 ~ apply s.bmp ReplaceRedChannelKVT -o none.bmp ~ no ReplaceRedChannelKVT takes 0 arguments: RedChannel is missing
 2 ~ apply s.bmp 'ChangeSaturationKVT(1, 2)' -o none.bmp ~ no ChangeSaturationKVT takes 2 arguments
 2 ~ apply s.bmp InvertKVT -o none.ppic ~ none.ppic: pictures are saved as
+2 ~ apply s.bmp InvertKVT -o none ~ or into a folder, as in none/
+2 ~ apply voice.wav InvertKVT -o none.bmp ~ voice.wav: is a file of the kind WAV, which is not read
 2 ~ apply s.bmp 'PicturetoBinaryStringKVT(me)' -o none.bmp ~ PicturetoBinaryStringKVT returns a string and no picture ~ -o none.ppic
 2 ~ apply s.bmp InvertKVT -o '' ~ -o: expected a file, a folder or -
 2 ~ apply s.bmp InvertKVT -o '*.bmp' ~ -o *.bmp: a pattern is no file's name; {name} stands for that of the input
