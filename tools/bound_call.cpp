@@ -11,6 +11,7 @@
 #include <filesystem>
 #include <fmt/format.h>
 #include <limits>
+#include <set>
 #include <utility>
 
 namespace tools {
@@ -122,6 +123,15 @@ class Binder {
         : host_(host), call_(call), hasPicture_(hasPicture), declared_(Declared(host, call.name)) {}
 
     BoundCall Run() {
+        BoundCall bound = BindAny();
+        bound.text = call_.text;
+        bound.hint = hint_;
+        bound.notes = notes_;
+        return bound;
+    }
+
+  private:
+    BoundCall BindAny() {
         for (const auto &definition : host_.Classes())
             if (SameName(definition->name, call_.name))
                 return BindClass(*definition);
@@ -136,7 +146,6 @@ class Binder {
         return BindMethod(candidates);
     }
 
-  private:
     [[noreturn]] void Fail(std::string_view message, Place place) const {
         throw CallError(message, call_.text, place, declared_);
     }
@@ -154,13 +163,16 @@ class Binder {
                          suggestion.empty() ? "; kvt list shows what there is" : suggestion),
              call_.namePlace);
     }
-    [[noreturn]] void FailUnknownProperty(const RegisteredClass &definition, const Argument &argument) const {
-        std::vector<std::string_view> names;
-        for (const auto &property : definition.properties)
-            names.push_back(property.name);
-        Fail(fmt::format("{} has no property \"{}\"{}", definition.name, argument.name,
-                         Suggestion(argument.name, names)),
-             argument.namePlace);
+    /// Shows an argument's name unless it is one of these.
+    void CheckName(const Argument &argument, std::string_view owner, std::string_view kind,
+                   const std::vector<std::string_view> &names) const {
+        const auto isIt = [&](std::string_view name) { return SameName(name, argument.name); };
+        if (!argument.name.empty() && std::none_of(names.begin(), names.end(), isIt))
+            Fail(fmt::format("{} has no {} \"{}\"{}", owner, kind, argument.name, Suggestion(argument.name, names)),
+                 argument.namePlace);
+    }
+    [[noreturn]] void FailTwice(const Argument &argument) const {
+        Fail("this is given twice", argument.name.empty() ? argument.place : argument.namePlace);
     }
     /// Gives arguments to parameters, by their order, then by their names.
     Candidate Matched(Candidate candidate) const {
@@ -181,7 +193,7 @@ class Binder {
             if (at >= parameters.size())
                 candidate.takesAll = false;
             else if (std::exchange(candidate.arguments[at], &argument))
-                Fail(fmt::format("{} is given twice", parameters[at].name), argument.namePlace);
+                FailTwice(argument);
         }
         for (std::size_t i = 0; i < parameters.size(); ++i)
             if (!candidate.arguments[i] && !LeftOut(parameters[i], named))
@@ -200,12 +212,7 @@ class Binder {
         }
         const std::string &method = candidates[0].method->declaration.name;
         for (const Argument &argument : call_.arguments)
-            if (!argument.name.empty() && std::none_of(names.begin(), names.end(), [&](std::string_view name) {
-                    return SameName(name, argument.name);
-                }))
-                Fail(fmt::format("{} has no parameter \"{}\"{}", method, argument.name,
-                                 Suggestion(argument.name, names)),
-                     argument.namePlace);
+            CheckName(argument, method, "parameter", names);
         const std::size_t count = call_.arguments.size();
         const std::string message = fmt::format("no {} takes {} argument{}", method, count, count == 1 ? "" : "s");
         if (!next)
@@ -232,7 +239,6 @@ class Binder {
             FailWithoutPicture(call_.namePlace);
 
         BoundCall bound;
-        bound.text = call_.text;
         bound.target = chosen->target;
         bound.name = declaration.name;
         bound.method = chosen->method;
@@ -253,8 +259,6 @@ class Binder {
         }
         if (call_.assigned)
             bound.assigned = ValueOf({"the assigned value", declaration.result, false, {}}, *call_.assigned);
-        bound.hint = hint_;
-        bound.notes = notes_;
         return bound;
     }
 
@@ -267,32 +271,36 @@ class Binder {
                  call_.member.empty() ? Place{call_.text.size(), 1} : call_.memberPlace);
 
         BoundCall bound;
-        bound.text = call_.text;
         bound.target = Target::Class;
         bound.name = definition.name;
         bound.method = member;
-        bool hasSource = false;
+        std::vector<std::string_view> names;
+        for (const auto &property : definition.properties)
+            names.push_back(property.name);
+        std::set<std::string_view> given; // as declared
         for (const Argument &argument : call_.arguments) {
             if (HasTable(definition) && (argument.name.empty() || SameName(argument.name, kTable))) {
+                if (bound.table)
+                    FailTwice(argument);
                 bound.table =
                     FromFile(argument, [&] { return ParseCube(AsText(ReadBytes(argument.text)), argument.text); });
                 continue;
             }
-            const auto property = std::find_if(definition.properties.begin(), definition.properties.end(),
-                                               [&](const auto &known) { return SameName(known.name, argument.name); });
             if (argument.name.empty())
                 Fail(fmt::format("{} takes properties by name, as in MinX=10", definition.name), argument.place);
-            if (property == definition.properties.end())
-                FailUnknownProperty(definition, argument);
-            hasSource = hasSource || SameName(property->name, "SourcePicture");
-            bound.properties.emplace_back(property->name,
-                                          ValueOf({property->name, property->type, false, {}}, argument));
+            CheckName(argument, definition.name, "property", names);
+            const auto &[name, type, record] =
+                *std::find_if(definition.properties.begin(), definition.properties.end(),
+                              [&](const auto &known) { return SameName(known.name, argument.name); });
+            if (!given.insert(name).second)
+                FailTwice(argument);
+            bound.properties.emplace_back(name, ValueOf({name, type, false, {}}, argument));
         }
         if (HasTable(definition) && !bound.table)
             Fail(fmt::format("{} needs a table, without which all becomes black: {}(\"film.cube\").{}", definition.name,
                              definition.name, call_.member),
                  call_.namePlace);
-        if (!hasSource) {
+        if (given.count("SourcePicture") == 0) {
             if (!hasPicture_)
                 FailWithoutPicture(call_.namePlace);
             bound.properties.emplace_back("SourcePicture", CurrentPicture{});

@@ -24,7 +24,7 @@ constexpr const char *kApplyHelp = R"(Examples:
   kvt apply in.png 'PictureSepiaKVT(SepiaRed=40, SepiaGreen=20, SepiaBlue=-20).Run' -o out.png
   kvt apply in.png 'PictureLut3DKVT("film.cube").Run' -o out.png
   kvt apply in.png 'CountColorsKVT(nil, nil, nil, 0)' --save-block red=red.bin
-  kvt apply in.png 'EmbeddedMaskKVT(false) = mask.png' --alpha -o out.png
+  kvt apply in.png 'EmbeddedMaskKVT(false) = mask.png' -o out.png
   kvt apply in.png 'PicturetoBinaryStringKVT(me)' -o out.ppic
   kvt apply in.png 'InvertKVT.ChangeSaturationKVT(60)' -o out.png
   kvt apply *.jpg 'ChangeSaturationKVT(60)' -o out/

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstddef>
+#include <cstdint>
 #include <span>
 #include <stdexcept>
 #include <string>
@@ -49,6 +51,14 @@ void WriteBytes(const std::string &path, std::span<const unsigned char> bytes);
 std::string_view AsText(std::span<const unsigned char> bytes);
 std::span<const unsigned char> AsBytes(std::string_view text);
 std::span<const unsigned char> AsBytes(const standin::MemoryBlock &block); ///< as long as it lives
+
+/// The number that so many bytes from there on are, the lowest first.
+inline std::uint32_t LittleEndian(std::span<const unsigned char> file, std::size_t at, std::size_t bytes) {
+    std::uint32_t number = 0;
+    while (bytes-- > 0)
+        number = number << 8 | file[at + bytes];
+    return number;
+}
 
 /// The part of the name from its last dot on, in small letters; empty when there is none.
 std::string EndingOf(std::string_view path);

@@ -103,11 +103,11 @@ Result RunClass(Host &host, const BoundCall &call, Ref &picture) {
     if (call.table)
         FillTable(host, instance, *call.table);
     Result result = host.CallRecord(*call.method, false, instance, {});
-    if (!result.value.AsBoolean())
-        throw CallFailed(fmt::format("{}.{} returned false", call.name, call.method->declaration.name));
     const Value destination = host.Get(instance, "DestinationPicture");
-    if (destination.IsNil())
-        throw CallFailed(fmt::format("{}.{} left no DestinationPicture", call.name, call.method->declaration.name));
+    if (!result.value.AsBoolean() || destination.IsNil())
+        throw CallFailed(fmt::format("{}.{} {}{}", call.name, call.method->declaration.name,
+                                     result.value.AsBoolean() ? "left no DestinationPicture" : "returned false",
+                                     host.Get(instance, "SourcePicture").IsNil() ? "\n  SourcePicture is nil" : ""));
     picture = destination.AsRef();
     return result;
 }

@@ -14,13 +14,6 @@ constexpr std::size_t kSubformatAt = 24; ///< in the longer form of the format c
 constexpr std::uint32_t kPcm = 1;
 constexpr std::uint32_t kExtensible = 0xFFFE;
 
-std::uint32_t Number(std::span<const unsigned char> bytes, std::size_t at, std::size_t count) {
-    std::uint32_t number = 0;
-    for (std::size_t i = count; i-- > 0;)
-        number = number << 8 | bytes[at + i];
-    return number;
-}
-
 void Append(Bytes &bytes, std::string_view text) {
     for (const char letter : text)
         bytes.push_back(static_cast<unsigned char>(letter));
@@ -39,7 +32,7 @@ std::optional<std::span<const unsigned char>> Chunk(std::span<const unsigned cha
     std::size_t at = kRiffHeader;
     while (file.size() - at >= kChunkHeader) {
         const std::size_t content = at + kChunkHeader;
-        const std::size_t held = std::min<std::size_t>(Number(file, at + 4, 4), file.size() - content);
+        const std::size_t held = std::min<std::size_t>(LittleEndian(file, at + 4, 4), file.size() - content);
         if (HasTag(file, at, tag))
             return file.subspan(content, held);
         at = content + std::min(held + held % 2, file.size() - content);
@@ -58,12 +51,12 @@ Sound ReadWav(std::span<const unsigned char> file, std::string_view name) {
     const auto format = Chunk(file, "fmt ");
     if (!format || format->size() < kFormatBytes)
         fail("the WAV file does not say how its samples are stored");
-    std::uint32_t coding = Number(*format, 0, 2);
+    std::uint32_t coding = LittleEndian(*format, 0, 2);
     if (coding == kExtensible && format->size() >= kSubformatAt + 2)
-        coding = Number(*format, kSubformatAt, 2);
-    const std::uint32_t channels = Number(*format, 2, 2);
-    const std::uint32_t frameBytes = Number(*format, 12, 2);
-    const std::uint32_t bits = Number(*format, 14, 2);
+        coding = LittleEndian(*format, kSubformatAt, 2);
+    const std::uint32_t channels = LittleEndian(*format, 2, 2);
+    const std::uint32_t frameBytes = LittleEndian(*format, 12, 2);
+    const std::uint32_t bits = LittleEndian(*format, 14, 2);
     if (coding != kPcm || (bits != 8 && bits != 16))
         fail(fmt::format("only uncompressed samples of 8 or 16 bits can be used, not {} bits of coding {}", bits,
                          coding));
@@ -74,9 +67,9 @@ Sound ReadWav(std::span<const unsigned char> file, std::string_view name) {
     const auto data = Chunk(file, "data");
     if (!data || data->size() < frameBytes)
         fail("the WAV file holds no samples");
-    Sound sound{static_cast<int>(bits), Number(*format, 4, 4), {}};
+    Sound sound{static_cast<int>(bits), LittleEndian(*format, 4, 4), {}};
     const std::size_t dataAt = static_cast<std::size_t>(data->data() - file.data());
-    const std::uint32_t promised = Number(file, dataAt - 4, 4);
+    const std::uint32_t promised = LittleEndian(file, dataAt - 4, 4);
     constexpr std::uint32_t kUntold = 0xFFFFFFFF; // what programs write that send sound through a pipe
     if (promised > data->size() && promised != kUntold)
         sound.loss = fmt::format("is cut off: {} of {} bytes of samples are there", data->size(), promised);

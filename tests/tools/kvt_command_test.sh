@@ -295,7 +295,9 @@ Table <<'ROWS'
 2 ~ apply s.bmp 'InvertKVT(1, 2)' -o none.bmp ~ no InvertKVT takes 2 arguments: width and height are missing ~                 ^ ~   InvertKVT(left as integer,top as integer,width as integer,height as integer) as picture
 2 ~ apply s.bmp 'InvertKVT(1, 2, 3.5, 4)' -o none.bmp ~ width as Integer: expected a whole number of 32 bits, not "3.5"
 2 ~ apply s.bmp 'InvertKVT(widht=3)' -o none.bmp ~ InvertKVT has no parameter "widht"; did you mean "width"?
-2 ~ apply s.bmp 'InvertKVT(1, left=3)' -o none.bmp ~ left is given twice
+2 ~ apply s.bmp 'InvertKVT(1, left=3)' -o none.bmp ~ this is given twice
+2 ~ apply s.bmp 'PictureSepiaKVT(SepiaRed=4, sepiared=5).Run' -o none.bmp ~ this is given twice
+2 ~ apply s.bmp 'PictureLut3DKVT(film.cube, Table=film.cube).Run' -o none.bmp ~ this is given twice
 2 ~ apply s.bmp 'InvertKVT(left=1, 2)' -o none.bmp ~ what has no name comes before what has one
 2 ~ apply s.bmp 'TintPictureKVT(me, SepiaBase=&cFFF0C0)' -o none.bmp ~ no TintPictureKVT takes 2 arguments: GreyBase is missing
 2 ~ apply s.bmp 'ChangeSaturationKVT("60")' -o none.bmp ~ Amount as Integer: expected a whole number of 32 bits, not a string in quotes
@@ -363,6 +365,7 @@ Table <<'ROWS'
 1 ~ make 'BinaryStringtoPictureKVT(@s.bmp)' -o none.bmp ~   the bytes are no picture string, which begins with PPIC
 1 ~ make 'BinaryStringtoPictureKVT(@short.ppic)' -o none.bmp ~   the picture string says that it has 3040 bytes, and has 3000
 1 ~ make 'RenderSamplesKVT(@same.bin, 0, 1, 80, 20, 1, Bits=9)' -o none.bmp ~   Bits is 9: 7, 8, 15 and 16 are known
+1 ~ apply s.bmp 'PictureSepiaKVT(SourcePicture=nil).Run' -o none.bmp ~ PictureSepiaKVT.Run returned false ~   SourcePicture is nil
 1 ~ apply s.bmp 'ReplaceRedChannelKVT(nil)' -o none.bmp ~ ReplaceRedChannelKVT raised NilObjectException: The channel picture is nil.
 3 ~ apply s.bmp YieldUncounted -o none.bmp --module "$faulty" ~ violation: 
 ROWS

@@ -13,13 +13,6 @@ namespace {
 constexpr std::size_t kFileHeader = 14;
 constexpr std::size_t kOldHeader = 12; ///< whose sizes have 16 bits
 
-std::uint32_t Number(File file, std::size_t at, std::size_t bytes) {
-    std::uint32_t number = 0;
-    for (std::size_t i = bytes; i-- > 0;)
-        number = number << 8 | file[at + i];
-    return number;
-}
-
 void Put(Bytes &file, std::initializer_list<std::uint32_t> words) {
     for (const std::uint32_t word : words)
         for (int shift = 0; shift < 32; shift += 8)
@@ -31,22 +24,22 @@ void Put(Bytes &file, std::initializer_list<std::uint32_t> words) {
 void ReadBmp(File file, const MakePixels &make) {
     if (file.size() < kFileHeader + kOldHeader || file.size() > INT32_MAX)
         throw UserError("is damaged: no BMP file has that length");
-    const std::size_t header = Number(file, kFileHeader, 4);
+    const std::size_t header = LittleEndian(file, kFileHeader, 4);
     if (header != kOldHeader && (header < 40 || file.size() < kFileHeader + header))
         throw UserError("is damaged: its header is none of a BMP file");
     const bool isOld = header == kOldHeader;
-    const std::int64_t width = isOld ? Number(file, 18, 2) : Number(file, 18, 4);
-    const std::int64_t height =
-        isOld ? Number(file, 20, 2) : std::abs(std::int64_t{static_cast<std::int32_t>(Number(file, 22, 4))});
-    const std::int64_t bits = Number(file, isOld ? 24 : 28, 2);
+    const std::int64_t width = isOld ? LittleEndian(file, 18, 2) : LittleEndian(file, 18, 4);
+    const std::int64_t height = isOld ? LittleEndian(file, 20, 2)
+                                      : std::abs(std::int64_t{static_cast<std::int32_t>(LittleEndian(file, 22, 4))});
+    const std::int64_t bits = LittleEndian(file, isOld ? 24 : 28, 2);
     Info info = CheckedSize(width, height, file.size(), 8);
-    const auto needed = Number(file, 10, 4) + static_cast<std::uint64_t>((width * bits + 31) / 32 * 4 * height);
-    const bool isPacked = !isOld && Number(file, 30, 4) != 0 && Number(file, 30, 4) != 3;
+    const auto needed = LittleEndian(file, 10, 4) + static_cast<std::uint64_t>((width * bits + 31) / 32 * 4 * height);
+    const bool isPacked = !isOld && LittleEndian(file, 30, 4) != 0 && LittleEndian(file, 30, 4) != 3;
     if (file.size() < needed && !isPacked)
         throw UserError(fmt::format("is damaged: it has {} bytes of {}", file.size(), needed));
     if (!isOld) {
-        info.tags.perMeterX = Number(file, 38, 4);
-        info.tags.perMeterY = Number(file, 42, 4);
+        info.tags.perMeterX = LittleEndian(file, 38, 4);
+        info.tags.perMeterY = LittleEndian(file, 42, 4);
     }
     int channels = 0;
     const std::unique_ptr<stbi_uc, void (*)(void *)> read(
@@ -54,7 +47,8 @@ void ReadBmp(File file, const MakePixels &make) {
         &stbi_image_free);
     if (!read)
         throw UserError(fmt::format("is damaged or of a kind of BMP that is not read: {}", stbi_failure_reason()));
-    info.hasAlpha = channels == 4 && !isOld && Number(file, 30, 4) != 0; // without masks, a fourth byte says nothing
+    info.hasAlpha =
+        channels == 4 && !isOld && LittleEndian(file, 30, 4) != 0; // without masks, a fourth byte says nothing
     const Pixels pixels = make(info);
     for (int y = 0; y < pixels.height; ++y) {
         const std::size_t bytes = std::size_t{4} * static_cast<std::size_t>(width);
