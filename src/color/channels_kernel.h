@@ -25,10 +25,19 @@ struct Combination : Reads<3> {
     }
 };
 
+/// The higher level of each channel.
+struct Lighter : Reads<2> {
+    V colors;
+    V opaque;
+    explicit Lighter(const Layout &layout) : colors(All32(layout.ColorBits())), opaque(All32(layout.OpaqueBits())) {}
+    KVT_INLINE V operator()(V a, V b) const { return (MaxU8(a, b) & colors) | opaque; }
+};
+
 /// `channel` is a host color with all bits of the channel.
 inline void ReplaceBits(const MapJob &job, std::uint32_t channel) {
     Map(job, ReplacedBits(job.target.layout, channel));
 }
 inline void Combine(const MapJob &job) { Map(job, Combination(job.target.layout)); }
+inline void Merge(const MapJob &job) { Map(job, Lighter(job.target.layout)); }
 
 } // namespace kvt::KVT_LEVEL

@@ -1,12 +1,22 @@
 #include "color/lut3d_class.h"
 
-#include "kernels/map_picture.h"
+#include "kernels/picture_class.h"
 #include "kernels/rgb.h"
-#include "support/instance_data.h"
 #include "support/memory.h"
+
+#include <iterator>
 
 namespace kvt {
 namespace {
+
+/// Grid points an axis that are stored; the first 16 stand for the levels 0, 17, ... 255 and are the ones that count.
+constexpr std::uint32_t kGridPoints = 18;
+constexpr std::int32_t kGridLevels = 16;
+constexpr std::int32_t kGridSpacing = 17;
+constexpr std::uint32_t kGridChannels = 3;
+
+/// Outputs by red, green, blue and output channel, on the scale 0..255. Any double will do.
+using ColorGrid = double[kGridPoints][kGridPoints][kGridPoints][kGridChannels];
 
 /// Where a level lies on its axis of the grid.
 struct GridPosition {
@@ -142,40 +152,75 @@ void MapThrough(const MapJob &job, const ColorGrid *grid) {
         }
 }
 
-Lut3DClassData &DataOf(REALobjectStruct *instance) {
-    return InstanceData<Lut3DClassData>(instance, gPictureLut3DClass);
+/// The host reads and writes all but the table itself, and hands out a black one.
+struct Data {
+    PictureFields pictures;
+    ColorGrid table;
+};
+
+#if __SIZEOF_POINTER__ == 4
+static_assert(sizeof(Data) == 139992 && offsetof(Data, pictures.bounds.minX) == 8 && offsetof(Data, table) == 24);
+#endif
+
+Data &DataOf(REALobjectStruct *instance) { return InstanceData<Data>(instance, gPictureLut3DClass); }
+
+void Construct(REALobjectStruct *) {}
+
+void Close(REALobjectStruct *instance) { Release(DataOf(instance).pictures); }
+
+/// Maps the bounds of SourcePicture through the table, interpolated in tetrahedra, into a new DestinationPicture. The
+/// old one is dropped first, whatever happens then. 0 (false) when there is no source, it cannot be read, or no picture
+/// can be made.
+unsigned char Run(REALobjectStruct *instance) {
+    Data &data = DataOf(instance);
+    ReleasePicture(data.pictures.destination);
+    const auto store = [&](REALpictureStruct *mapped) { return data.pictures.destination = mapped; };
+    return MapPictureAndKeep(store, data.pictures.source, NewPicture::LikeSource, data.pictures.bounds, MapThrough,
+                             &data.table) != nullptr;
 }
 
-bool InTable(std::uint32_t r, std::uint32_t g, std::uint32_t b, std::uint32_t x) {
-    return r < kGridPoints && g < kGridPoints && b < kGridPoints && x < kGridChannels;
+/// A table entry by grid indices and channel; null outside the table.
+double *EntryOf(REALobjectStruct *instance, std::uint32_t r, std::uint32_t g, std::uint32_t b, std::uint32_t x) {
+    const bool isInside = r < kGridPoints && g < kGridPoints && b < kGridPoints && x < kGridChannels;
+    return isInside ? &DataOf(instance).table[r][g][b][x] : nullptr;
 }
+
+double GetEntry(REALobjectStruct *instance, std::uint32_t r, std::uint32_t g, std::uint32_t b, std::uint32_t x) {
+    const double *entry = EntryOf(instance, r, g, b, x);
+    return entry ? *entry : 0.0;
+}
+
+void SetEntry(REALobjectStruct *instance, std::uint32_t r, std::uint32_t g, std::uint32_t b, std::uint32_t x,
+              double value) {
+    if (double *entry = EntryOf(instance, r, g, b, x))
+        *entry = value;
+}
+
+// clang-format off
+
+REALpropertyDefinition gProperties[] = {KVT_PICTURE_PROPERTIES(kConsoleSafe)};
+
+REALmethodDefinition gMethods[] = {
+    {REALroutine(Close),    nullptr,               "Close",                                                               kConsoleSafe},
+    {REALroutine(Run),      nullptr,               "Run as boolean",                                                      kConsoleSafe},
+    {REALroutine(GetEntry), REALroutine(SetEntry), "Table(r as UInt32, g as UInt32, b as UInt32, x as UInt32) as double", kConsoleSafe},
+};
+
+// clang-format on
 
 } // namespace
 
-void Lut3DClassConstructor(REALobjectStruct *) {}
-
-void Lut3DClassDestructor(REALobjectStruct *instance) {
-    Lut3DClassData &data = DataOf(instance);
-    ReleasePicture(data.sourcePicture);
-    ReleasePicture(data.destinationPicture);
-}
-
-unsigned char Lut3DRun(REALobjectStruct *instance) {
-    Lut3DClassData &data = DataOf(instance);
-    ReleasePicture(data.destinationPicture);
-    const auto store = [&](REALpictureStruct *mapped) { return data.destinationPicture = mapped; };
-    return MapPictureAndKeep(store, data.sourcePicture, NewPicture::LikeSource,
-                             Bounds{data.minX, data.minY, data.maxX, data.maxY}, MapThrough, &data.table) != nullptr;
-}
-
-double GetPMX(REALobjectStruct *instance, std::uint32_t r, std::uint32_t g, std::uint32_t b, std::uint32_t x) {
-    return InTable(r, g, b, x) ? DataOf(instance).table[r][g][b][x] : 0.0;
-}
-
-void SetPMX(REALobjectStruct *instance, std::uint32_t r, std::uint32_t g, std::uint32_t b, std::uint32_t x,
-            double value) {
-    if (InTable(r, g, b, x))
-        DataOf(instance).table[r][g][b][x] = value;
-}
+REALclassDefinition gPictureLut3DClass = {
+    .version = kInterfaceVersion,
+    .name = "PictureLut3DKVT",
+    .instanceSize = sizeof(Data),
+    .constructor = REALroutine(Construct),
+    .destructor = REALroutine(Close),
+    .properties = gProperties,
+    .propertyCount = std::size(gProperties),
+    .methods = gMethods,
+    .methodCount = std::size(gMethods),
+    .flags = kHostConsole,
+};
 
 } // namespace kvt

@@ -13,6 +13,11 @@ using REALroutine = void (*)();
 /// The version of this interface, which the module announces at its start and in its class records.
 inline constexpr std::uint32_t kInterfaceVersion = 9;
 
+/// The module's own flag of a method, property or class that the host may also offer to console applications. It is
+/// translated before registration, on hosts that know of it, into the host's own, which classes carry from the start.
+inline constexpr std::uint32_t kConsoleSafe = 0x40000;
+inline constexpr std::uint32_t kHostConsole = 4;
+
 /// One script method: its routine, the routine that an assignment to it calls (or null), its declaration, its flags.
 struct REALmethodDefinition {
     REALroutine function = nullptr;

@@ -6,12 +6,6 @@
 
 namespace kvt {
 
-/// Marks an entry that the host may also offer to console applications.
-inline constexpr std::uint32_t kConsoleSafe = 0x40000;
-
-/// The host's own flag for that, which the records of the module's classes carry from the start.
-inline constexpr std::uint32_t kHostConsole = 4;
-
 /// Translates the module's own bits in the flags of `count` method records into what the host understands: 0x40000
 /// becomes the host's 4 and 0x80000 its 8, on hosts from version 2010.029 on; older ones never see them. Nothing for a
 /// null pointer or a count below 1.

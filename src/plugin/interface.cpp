@@ -6,21 +6,16 @@
 #include "color/channels.h"
 #include "color/counting.h"
 #include "color/embedded_mask.h"
-#include "color/merging.h"
 #include "color/rectangle_mask.h"
 #include "color/replacement.h"
 #include "color/transformation.h"
 #include "output/binary_string.h"
 #include "output/waveform.h"
-#include "plugin/console_flags.h"
-#include "tone/contrast_brightness.h"
-#include "tone/custom.h"
+#include "tone/adjustment.h"
 #include "tone/inversion.h"
 #include "tone/saturation.h"
 #include "tone/tint.h"
 
-#include <cstddef>
-#include <cstdint>
 #include <iterator>
 
 namespace kvt {
@@ -31,71 +26,23 @@ using Entry = REALroutine;
 
 // clang-format off
 
-/// A property that the host reads and writes itself at its place in the instance data. The accessors are literals: an
-/// expression there would have the table built by an initialiser.
-#define STANDARD(name, type, flags, field) \
-    {0, name, type, flags, Entry(UINTPTR_MAX), Entry(UINTPTR_MAX), offsetof(Data, field), {}}
-
-namespace lut3d {
-using Data = Lut3DClassData;
-
-REALpropertyDefinition gProperties[] = {
-    STANDARD("SourcePicture",      "Picture", kConsoleSafe, sourcePicture),
-    STANDARD("DestinationPicture", "Picture", kConsoleSafe, destinationPicture),
-    STANDARD("MaxX",               "Integer", kConsoleSafe, maxX),
-    STANDARD("MinX",               "Integer", kConsoleSafe, minX),
-    STANDARD("MaxY",               "Integer", kConsoleSafe, maxY),
-    STANDARD("MinY",               "Integer", kConsoleSafe, minY),
-};
-
-REALmethodDefinition gMethods[] = {
-    {Entry(Lut3DClassDestructor), nullptr,       "Close",                                                               kConsoleSafe},
-    {Entry(Lut3DRun),             nullptr,       "Run as boolean",                                                      kConsoleSafe},
-    {Entry(GetPMX),               Entry(SetPMX), "Table(r as UInt32, g as UInt32, b as UInt32, x as UInt32) as double", kConsoleSafe},
-};
-} // namespace lut3d
-
-namespace sepia {
-using Data = PictureSepiaData;
-
-REALpropertyDefinition gProperties[] = {
-    STANDARD("SourcePicture",      "Picture", 0, sourcePicture),
-    STANDARD("DestinationPicture", "Picture", 0, destinationPicture),
-    STANDARD("MaxX",               "Integer", 0, maxX),
-    STANDARD("MinX",               "Integer", 0, minX),
-    STANDARD("MaxY",               "Integer", 0, maxY),
-    STANDARD("MinY",               "Integer", 0, minY),
-    STANDARD("SepiaRed",           "Integer", 0, sepiaRed),
-    STANDARD("SepiaGreen",         "Integer", 0, sepiaGreen),
-    STANDARD("SepiaBlue",          "Integer", 0, sepiaBlue),
-    {0, "FactorRed",   "Double", 0, Entry(GetFactorR), Entry(SetFactorR), 0, {}},
-    {0, "FactorBlue",  "Double", 0, Entry(GetFactorG), Entry(SetFactorG), 0, {}},
-    {0, "FactorGreen", "Double", 0, Entry(GetFactorB), Entry(SetFactorB), 0, {}},
-};
-
-REALmethodDefinition gMethods[] = {
-    {Entry(PictureSepiaClassDestructor), nullptr, "Close",          0},
-    {Entry(PictureSepiaRun),             nullptr, "Run as boolean", 0},
-};
-} // namespace sepia
-
 REALmethodDefinition gPictureMethods[] = {
     {Entry(ColornessKVT),                     nullptr, "ColornessKVT(threshold as integer = 10) as double", 0},
     {Entry(ScrollVerticalKVT),                nullptr, "ScrollVerticalKVT(delta as integer, wrap as boolean, scrollmask as boolean) as boolean", 0},
     {Entry(ScrollHorizontalKVT),              nullptr, "ScrollHorizontalKVT(delta as integer, wrap as boolean, scrollmask as boolean) as boolean", 0},
     {Entry(ScrollKVT),                        nullptr, "ScrollKVT(deltaX as integer, deltaY as integer, wrap as boolean, scrollmask as boolean) as boolean", 0},
     {Entry(PictureHasMask),                   nullptr, "HasMaskKVT as boolean", kConsoleSafe},
-    {Entry(ContrastAbsBrightnessPicture3),    nullptr, "ChangeContrastBrightnessAbsoluteKVT(ContrastRed as double, ContrastGreen as double, ContrastBlue as double, BrightnessRed as double, BrightnessGreen as double, BrightnessBlue as double) as picture", kConsoleSafe},
-    {Entry(ContrastLinBrightnessPicture3),    nullptr, "ChangeContrastBrightnessLinearKVT(ContrastRed as double, ContrastGreen as double, ContrastBlue as double, BrightnessRed as double, BrightnessGreen as double, BrightnessBlue as double) as picture", kConsoleSafe},
-    {Entry(ContrastAbsBrightnessPicture1),    nullptr, "ChangeContrastBrightnessAbsoluteKVT(Contrast as double, Brightness as double) as picture", kConsoleSafe},
-    {Entry(ContrastLinBrightnessPicture1),    nullptr, "ChangeContrastBrightnessLinearKVT(Contrast as double, Brightness as double) as picture", kConsoleSafe},
-    {Entry(AbsBrightnessPicture3),            nullptr, "ChangeBrightnessAbsoluteKVT(BrightnessRed as double, BrightnessGreen as double, BrightnessBlue as double) as picture", kConsoleSafe},
-    {Entry(LinBrightnessPicture3),            nullptr, "ChangeBrightnessLinearKVT(BrightnessRed as double, BrightnessGreen as double, BrightnessBlue as double) as picture", kConsoleSafe},
-    {Entry(AbsBrightnessPicture1),            nullptr, "ChangeBrightnessAbsoluteKVT(Brightness as double) as picture", kConsoleSafe},
-    {Entry(LinBrightnessPicture1),            nullptr, "ChangeBrightnessLinearKVT(Brightness as double) as picture", kConsoleSafe},
-    {Entry(ContrastPicture1),                 nullptr, "ChangeContrastKVT(Contrast as double) as picture", kConsoleSafe},
-    {Entry(ContrastPicture3),                 nullptr, "ChangeContrastKVT(ContrastRed as double, ContrastGreen as double, ContrastBlue as double) as picture", kConsoleSafe},
-    {Entry(TransformPicture),                 nullptr, "ChangeCustomKVT(a as double, b as double) as picture", kConsoleSafe},
+    {Entry(AdjustEach<ContrastAbsBrightness>), nullptr, "ChangeContrastBrightnessAbsoluteKVT(ContrastRed as double, ContrastGreen as double, ContrastBlue as double, BrightnessRed as double, BrightnessGreen as double, BrightnessBlue as double) as picture", kConsoleSafe},
+    {Entry(AdjustEach<ContrastLinBrightness>), nullptr, "ChangeContrastBrightnessLinearKVT(ContrastRed as double, ContrastGreen as double, ContrastBlue as double, BrightnessRed as double, BrightnessGreen as double, BrightnessBlue as double) as picture", kConsoleSafe},
+    {Entry(Adjust<ContrastAbsBrightness>),    nullptr, "ChangeContrastBrightnessAbsoluteKVT(Contrast as double, Brightness as double) as picture", kConsoleSafe},
+    {Entry(Adjust<ContrastLinBrightness>),    nullptr, "ChangeContrastBrightnessLinearKVT(Contrast as double, Brightness as double) as picture", kConsoleSafe},
+    {Entry(AdjustEach<AbsBrightness>),        nullptr, "ChangeBrightnessAbsoluteKVT(BrightnessRed as double, BrightnessGreen as double, BrightnessBlue as double) as picture", kConsoleSafe},
+    {Entry(AdjustEach<LinBrightness>),        nullptr, "ChangeBrightnessLinearKVT(BrightnessRed as double, BrightnessGreen as double, BrightnessBlue as double) as picture", kConsoleSafe},
+    {Entry(Adjust<AbsBrightness>),            nullptr, "ChangeBrightnessAbsoluteKVT(Brightness as double) as picture", kConsoleSafe},
+    {Entry(Adjust<LinBrightness>),            nullptr, "ChangeBrightnessLinearKVT(Brightness as double) as picture", kConsoleSafe},
+    {Entry(Adjust<Contrast>),                 nullptr, "ChangeContrastKVT(Contrast as double) as picture", kConsoleSafe},
+    {Entry(AdjustEach<Contrast>),             nullptr, "ChangeContrastKVT(ContrastRed as double, ContrastGreen as double, ContrastBlue as double) as picture", kConsoleSafe},
+    {Entry(Adjust<Custom>),                   nullptr, "ChangeCustomKVT(a as double, b as double) as picture", kConsoleSafe},
     {Entry(InvertPicture),                    nullptr, "InvertKVT(left as integer,top as integer,width as integer,height as integer) as picture", kConsoleSafe},
     {Entry(InvertPicture2),                   nullptr, "InvertKVT as picture", kConsoleSafe},
     {Entry(InvertGrayPicture),                nullptr, "InvertGrayKVT(left as integer,top as integer,width as integer,height as integer) as picture", kConsoleSafe},
@@ -109,9 +56,9 @@ REALmethodDefinition gPictureMethods[] = {
     {Entry(ReplaceColorKVT),                  nullptr, "ReplaceColorKVT(SearchColor as color, ReplaceWithColor as color) as picture", 0},
     {Entry(ExtractColorKVT),                  nullptr, "ExtractColorKVT(SearchColor as color, ReplaceWithColor as color, BackGroundColor as color) as picture", 0},
     {Entry(SaturationPicture),                nullptr, "ChangeSaturationKVT(Amount as integer) as picture", kConsoleSafe},
-    {Entry(ReplaceRedChannel),                nullptr, "ReplaceRedChannelKVT(RedChannel as picture) as picture", kConsoleSafe},
-    {Entry(ReplaceGreenChannel),              nullptr, "ReplaceGreenChannelKVT(GreenChannel as picture) as picture", kConsoleSafe},
-    {Entry(ReplaceBlueChannel),               nullptr, "ReplaceBlueChannelKVT(BlueChannel as picture) as picture", kConsoleSafe},
+    {Entry(ReplaceChannel<kRed>),             nullptr, "ReplaceRedChannelKVT(RedChannel as picture) as picture", kConsoleSafe},
+    {Entry(ReplaceChannel<kGreen>),           nullptr, "ReplaceGreenChannelKVT(GreenChannel as picture) as picture", kConsoleSafe},
+    {Entry(ReplaceChannel<kBlue>),            nullptr, "ReplaceBlueChannelKVT(BlueChannel as picture) as picture", kConsoleSafe},
     {Entry(FindPicture),                      nullptr, "FindPicture(pic as picture, byref x as integer, byref y as integer) as boolean", kConsoleSafe},
     {Entry(isWhite2),                         nullptr, "isWhiteKVT as boolean", kConsoleSafe},
     {Entry(isWhite),                          nullptr, "isWhiteKVT(left as integer,top as integer,width as integer,height as integer) as boolean", kConsoleSafe},
@@ -133,31 +80,6 @@ REALmethodDefinition gGlobalMethods[] = {
 // clang-format on
 
 } // namespace
-
-REALclassDefinition gPictureSepiaClass = {
-    .version = kInterfaceVersion,
-    .name = "PictureSepiaKVT",
-    .instanceSize = sizeof(PictureSepiaData),
-    .constructor = Entry(PictureSepiaClassConstructor),
-    .destructor = Entry(PictureSepiaClassDestructor),
-    .properties = sepia::gProperties,
-    .propertyCount = std::size(sepia::gProperties),
-    .methods = sepia::gMethods,
-    .methodCount = std::size(sepia::gMethods),
-};
-
-REALclassDefinition gPictureLut3DClass = {
-    .version = kInterfaceVersion,
-    .name = "PictureLut3DKVT",
-    .instanceSize = sizeof(Lut3DClassData),
-    .constructor = Entry(Lut3DClassConstructor),
-    .destructor = Entry(Lut3DClassDestructor),
-    .properties = lut3d::gProperties,
-    .propertyCount = std::size(lut3d::gProperties),
-    .methods = lut3d::gMethods,
-    .methodCount = std::size(lut3d::gMethods),
-    .flags = kHostConsole,
-};
 
 REALclassDefinition gPictureExtension = {
     .version = kInterfaceVersion,

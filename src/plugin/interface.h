@@ -9,9 +9,8 @@
 namespace kvt {
 
 // The script-visible interface. Its records are written to: before registration the flags are translated and class
-// sizes rounded up; the host then fills a class's data offset.
+// sizes rounded up; the host then fills a class's data offset. The classes' records stand in their classes' files.
 
-// gPictureSepiaClass and gPictureLut3DClass stand in their classes' headers, for the classes find their data by them.
 extern REALclassDefinition gPictureExtension; ///< the methods added to the host's class "Picture"
 
 std::span<REALmethodDefinition> GlobalMethods();

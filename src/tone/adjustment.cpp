@@ -35,7 +35,7 @@ bool FindLines(const ChannelTables &tables, const Adjustments &adjustments, Stra
            FindLine(tables.blue, slope(adjustments.blue), lines.blue);
 }
 
-void Adjust(const MapJob &job, const Adjustments &adjustments) {
+void MapAdjusted(const MapJob &job, const Adjustments &adjustments) {
     const ChannelTables tables{TableOf(adjustments.red), TableOf(adjustments.green), TableOf(adjustments.blue)};
     StraightLines lines;
     if (job.area.Pixels() < kPixelsWorthLines || !FindLines(tables, adjustments, lines) ||
@@ -45,9 +45,28 @@ void Adjust(const MapJob &job, const Adjustments &adjustments) {
 
 } // namespace
 
+Adjustment Contrast(double contrast) { return {.contrast = contrast + 1.0}; }
+
+Adjustment AbsBrightness(double brightness) { return {.offset = brightness}; }
+
+Adjustment LinBrightness(double brightness) {
+    if (brightness < 0.0)
+        return {.scale = (brightness + 255.0) / 255.0};
+    return {.scale = (255.0 - brightness) / 255.0, .offset = brightness};
+}
+
+Adjustment ContrastAbsBrightness(double contrast, double brightness) { return {contrast + 1.0, 1.0, brightness}; }
+
+Adjustment ContrastLinBrightness(double contrast, double brightness) {
+    const Adjustment linear = LinBrightness(brightness);
+    return {contrast + 1.0, linear.scale, linear.offset};
+}
+
+Adjustment Custom(double a, double b) { return {.scale = a, .offset = b}; }
+
 REALpictureStruct *AdjustPicture(REALpictureStruct *picture, const Adjustment &red, const Adjustment &green,
                                  const Adjustment &blue) {
-    return MapPicture(picture, NewPicture::LikeSource, kWholePicture, Adjust, Adjustments{red, green, blue});
+    return MapPicture(picture, NewPicture::LikeSource, kWholePicture, MapAdjusted, Adjustments{red, green, blue});
 }
 
 } // namespace kvt

@@ -1,8 +1,9 @@
 #include "tone/sepia_class.h"
 
-#include "kernels/map_picture.h"
+#include "kernels/picture_class.h"
 #include "kernels/rgb.h"
-#include "support/instance_data.h"
+
+#include <iterator>
 
 namespace kvt {
 
@@ -20,45 +21,89 @@ struct SepiaToning {
 namespace kvt {
 namespace {
 
-PictureSepiaData &DataOf(REALobjectStruct *instance) {
-    return InstanceData<PictureSepiaData>(instance, gPictureSepiaClass);
-}
+/// The host reads and writes all but the weights itself.
+struct Data {
+    double redWeight;
+    double greenWeight;
+    double blueWeight;
+    PictureFields pictures;
+    std::int32_t red; ///< added to the gray, as the next two
+    std::int32_t green;
+    std::int32_t blue;
+    std::uint32_t unused;
+};
 
-/// Puts the toned picture in the place of the last one, which it yields; null, with that one kept, when there is none.
-REALpictureStruct *ReplaceToned(PictureSepiaData &data) {
-    const SepiaToning toning{
-        {Truncate(data.redWeight * 1024.0), Truncate(data.greenWeight * 1024.0), Truncate(data.blueWeight * 1024.0)},
-        {data.sepiaRed, data.sepiaGreen, data.sepiaBlue}};
-    const auto replace = [&](REALpictureStruct *toned) {
-        ReleasePicture(data.destinationPicture);
-        return data.destinationPicture = toned;
-    };
-    return MapPictureAndKeep(replace, data.sourcePicture, NewPicture::SameSize,
-                             Bounds{data.minX, data.minY, data.maxX, data.maxY}, KVT_SELECT(Tone), toning);
-}
+#if __SIZEOF_POINTER__ == 4
+static_assert(sizeof(Data) == 64 && offsetof(Data, pictures.source) == 24 &&
+              offsetof(Data, pictures.bounds.minX) == 32 && offsetof(Data, red) == 48);
+#endif
 
-} // namespace
+Data &DataOf(REALobjectStruct *instance) { return InstanceData<Data>(instance, gPictureSepiaClass); }
 
-void PictureSepiaClassConstructor(REALobjectStruct *instance) {
-    PictureSepiaData &data = DataOf(instance);
+void Construct(REALobjectStruct *instance) {
+    Data &data = DataOf(instance);
     data.redWeight = 0.299;
     data.greenWeight = 0.587;
     data.blueWeight = 0.114;
 }
 
-void PictureSepiaClassDestructor(REALobjectStruct *instance) {
-    PictureSepiaData &data = DataOf(instance);
-    ReleasePicture(data.sourcePicture);
-    ReleasePicture(data.destinationPicture);
+void Close(REALobjectStruct *instance) { Release(DataOf(instance).pictures); }
+
+/// Tones the bounds of SourcePicture into a new DestinationPicture, which replaces the old one. 0 (false), with
+/// DestinationPicture as it was, when there is no source, it cannot be read, or no picture can be made.
+unsigned char Run(REALobjectStruct *instance) {
+    Data &data = DataOf(instance);
+    const SepiaToning toning{
+        {Truncate(data.redWeight * 1024.0), Truncate(data.greenWeight * 1024.0), Truncate(data.blueWeight * 1024.0)},
+        {data.red, data.green, data.blue}};
+    const auto replace = [&](REALpictureStruct *toned) {
+        ReleasePicture(data.pictures.destination);
+        return data.pictures.destination = toned;
+    };
+    return MapPictureAndKeep(replace, data.pictures.source, NewPicture::SameSize, data.pictures.bounds,
+                             KVT_SELECT(Tone), toning) != nullptr;
 }
 
-unsigned char PictureSepiaRun(REALobjectStruct *instance) { return ReplaceToned(DataOf(instance)) != nullptr; }
+template <double Data::*kWeight> double Get(REALobjectStruct *instance, std::int32_t) {
+    return DataOf(instance).*kWeight;
+}
 
-double GetFactorR(REALobjectStruct *instance, std::int32_t) { return DataOf(instance).redWeight; }
-double GetFactorG(REALobjectStruct *instance, std::int32_t) { return DataOf(instance).greenWeight; }
-double GetFactorB(REALobjectStruct *instance, std::int32_t) { return DataOf(instance).blueWeight; }
-void SetFactorR(REALobjectStruct *instance, std::int32_t, double value) { DataOf(instance).redWeight = value; }
-void SetFactorG(REALobjectStruct *instance, std::int32_t, double value) { DataOf(instance).greenWeight = value; }
-void SetFactorB(REALobjectStruct *instance, std::int32_t, double value) { DataOf(instance).blueWeight = value; }
+template <double Data::*kWeight> void Set(REALobjectStruct *instance, std::int32_t, double value) {
+    DataOf(instance).*kWeight = value;
+}
+
+// clang-format off
+
+/// Scripts know the weight of green as FactorBlue and the weight of blue as FactorGreen; programs rely on that.
+REALpropertyDefinition gProperties[] = {
+    KVT_PICTURE_PROPERTIES(0),
+    KVT_STANDARD_PROPERTY("SepiaRed",   "Integer", 0, red),
+    KVT_STANDARD_PROPERTY("SepiaGreen", "Integer", 0, green),
+    KVT_STANDARD_PROPERTY("SepiaBlue",  "Integer", 0, blue),
+    {0, "FactorRed",   "Double", 0, REALroutine(Get<&Data::redWeight>),   REALroutine(Set<&Data::redWeight>),   0, {}},
+    {0, "FactorBlue",  "Double", 0, REALroutine(Get<&Data::greenWeight>), REALroutine(Set<&Data::greenWeight>), 0, {}},
+    {0, "FactorGreen", "Double", 0, REALroutine(Get<&Data::blueWeight>),  REALroutine(Set<&Data::blueWeight>),  0, {}},
+};
+
+REALmethodDefinition gMethods[] = {
+    {REALroutine(Close), nullptr, "Close",          0},
+    {REALroutine(Run),   nullptr, "Run as boolean", 0},
+};
+
+// clang-format on
+
+} // namespace
+
+REALclassDefinition gPictureSepiaClass = {
+    .version = kInterfaceVersion,
+    .name = "PictureSepiaKVT",
+    .instanceSize = sizeof(Data),
+    .constructor = REALroutine(Construct),
+    .destructor = REALroutine(Close),
+    .properties = gProperties,
+    .propertyCount = std::size(gProperties),
+    .methods = gMethods,
+    .methodCount = std::size(gMethods),
+};
 
 } // namespace kvt
