@@ -47,9 +47,17 @@ template <class Kernel> struct Sources {
 /// Where results go.
 struct Stored {
     KVT_INLINE static void Put(void *to, V v) { Store(to, v); }
+    KVT_INLINE static void PutWord(unsigned char *to, std::uint32_t word) { StoreWord(to, word); }
 };
 struct Streamed {
     KVT_INLINE static void Put(void *to, V v) { Stream(to, v); }
+    KVT_INLINE static void PutWord(unsigned char *to, std::uint32_t word) { StreamWord(to, word); }
+};
+
+/// A kernel may take one pixel at a time, at its address, and yield the target's word.
+template <class Kernel>
+concept TakesPixels = requires(const Kernel &kernel, const unsigned char *pixel) {
+    kernel(pixel);
 };
 
 template <class Out, class Kernel>
@@ -61,6 +69,10 @@ KVT_INLINE void MapBlock(const Kernel &kernel, const Sources<Kernel> &from, std:
         kernel(block);
         for (int i = 0; i < Kernel::kVectors; ++i)
             Out::Put(to + i * kBytes, block[i]);
+    } else if constexpr (TakesPixels<Kernel>) {
+        KVT_UNROLLED
+        for (std::ptrdiff_t pixel = 0; pixel < kBytes; pixel += 4)
+            Out::PutWord(to + pixel, kernel(from.at[0] + at + pixel));
     } else if constexpr (Kernel::kSources == 1) {
         Out::Put(to, kernel(from.Read(0, at)));
     } else if constexpr (Kernel::kSources == 2) {
@@ -191,81 +203,65 @@ template <class Kernel> KVT_INLINE void Map(const MapJob &job, const Kernel &ker
         FinishStreaming();
 }
 
-/// A kernel of an operation from Rgb to Rgb, which takes one pixel at a time.
-template <class Op> struct EachPixel : Reads<1> {
+/// Arithmetic on three levels, an operation from Rgb to Rgb.
+template <class Op> struct EachPixel : Reads<1, SourceLayout::Own> {
     Op op;
-    Layout layout;
-    KVT_INLINE V operator()(V v) const {
-        std::uint32_t words[std::size_t{kBytes} / 4];
-        Store(words, v);
-        for (std::uint32_t &word : words)
-            word = Word(layout, op(Channels(layout, word)));
-        return Load(words);
+    Layout from;
+    Layout to;
+    KVT_INLINE std::uint32_t operator()(const unsigned char *pixel) const {
+        return Word(to, op(Channels(from, LoadWord(pixel))));
     }
 };
+template <class Op> KVT_INLINE void MapEachPixel(const MapJob &job, const Op &op) {
+    Map(job, EachPixel<Op>{{}, op, job.sources[0].layout, job.target.layout});
+}
 
 // Count and All: a test yields a mask of the 32-bit lanes whose pixels pass.
 
+/// How many of a row's pixels pass.
+template <class Test>
+[[gnu::noinline]] std::int32_t CountStretch(const unsigned char *pixels, std::ptrdiff_t bytes, const Test &constants) {
+    const Test test = constants;
+    V passed = Zero();
+    std::ptrdiff_t at = 0;
+    KVT_UNROLLED
+    for (; at + kBytes <= bytes; at += kBytes) {
+        __builtin_prefetch(pixels + at + kAhead);
+        passed = Sub32(passed, test(Load(pixels + at)));
+    }
+    if (at < bytes) {
+        unsigned char rest[kBytes] = {};
+        unsigned char counts[kBytes] = {};
+        std::memcpy(rest, pixels + at, static_cast<std::size_t>(bytes - at));
+        std::memset(counts, 255, static_cast<std::size_t>(bytes - at));
+        passed = Sub32(passed, test(Load(rest)) & Load(counts));
+    }
+    std::uint32_t sums[std::size_t{kBytes} / 4];
+    Store(sums, passed);
+    std::uint32_t total = 0;
+    for (const std::uint32_t sum : sums)
+        total += sum;
+    return static_cast<std::int32_t>(total);
+}
+
 /// The number of pixels of the area that pass.
 template <class Test> KVT_INLINE std::int64_t CountPassing(const Rows &rows, Area area, const Test &test) {
-    constexpr std::int32_t kLanes = kBytes / 4;
     std::int64_t total = 0;
-    if (area.Empty())
-        return total;
-    for (std::int32_t row = area.top; row < area.bottom; ++row) {
-        const unsigned char *pixels = rows[row] + std::ptrdiff_t{area.left} * 4;
-        const std::ptrdiff_t bytes = std::ptrdiff_t{area.right - area.left} * 4;
-        V passed = Zero();
-        std::ptrdiff_t at = 0;
-        KVT_UNROLLED
-        for (; at + kBytes <= bytes; at += kBytes) {
-            __builtin_prefetch(pixels + at + kAhead);
-            passed = Sub32(passed, test(Load(pixels + at)));
-        }
-        std::uint32_t counts[kLanes];
-        Store(counts, passed);
-        for (const std::uint32_t count : counts)
-            total += count;
-        if (at < bytes) {
-            unsigned char rest[kBytes] = {};
-            std::memcpy(rest, pixels + at, static_cast<std::size_t>(bytes - at));
-            Store(counts, test(Load(rest)));
-            for (std::ptrdiff_t lane = 0; lane < (bytes - at) / 4; ++lane)
-                total += counts[lane] & 1;
-        }
-    }
+    for (std::int32_t row = area.top; row < area.bottom && !area.Empty(); ++row)
+        total +=
+            CountStretch(rows[row] + std::ptrdiff_t{area.left} * 4, std::ptrdiff_t{area.right - area.left} * 4, test);
     return total;
 }
 
 /// Whether every pixel of the area passes; true for an empty area. Stops soon after the first that fails.
 template <class Test> KVT_INLINE bool AllPass(const Rows &rows, Area area, const Test &test) {
-    constexpr std::ptrdiff_t kBlock = 1024; // bytes between two looks at what failed
-    if (area.Empty())
-        return true;
-    const std::ptrdiff_t bytes = std::ptrdiff_t{area.right - area.left} * 4;
-    for (std::int32_t row = area.top; row < area.bottom; ++row) {
-        const unsigned char *pixels = rows[row] + std::ptrdiff_t{area.left} * 4;
-        std::ptrdiff_t at = 0;
-        while (at + kBytes <= bytes) {
-            const std::ptrdiff_t end = bytes - at < kBlock ? bytes : at + kBlock;
-            V failed = Zero();
-            KVT_UNROLLED
-            for (; at + kBytes <= end; at += kBytes) {
-                __builtin_prefetch(pixels + at + kAhead);
-                failed = failed | ~test(Load(pixels + at));
-            }
-            if (!IsZero(failed))
+    constexpr std::int32_t kPiece = 1024; // pixels between two looks at what failed
+    for (std::int32_t row = area.top; row < area.bottom; ++row)
+        for (std::int32_t left = area.left; left < area.right; left += kPiece) {
+            const std::int32_t count = area.right - left < kPiece ? area.right - left : kPiece;
+            if (CountStretch(rows[row] + std::ptrdiff_t{left} * 4, std::ptrdiff_t{count} * 4, test) != count)
                 return false;
         }
-        if (at < bytes) {
-            unsigned char rest[kBytes]; // copies of one pixel fill it
-            for (std::ptrdiff_t lane = 0; lane < kBytes; lane += 4)
-                std::memcpy(rest + lane, pixels + at, 4);
-            std::memcpy(rest, pixels + at, static_cast<std::size_t>(bytes - at));
-            if (!IsZero(~test(Load(rest))))
-                return false;
-        }
-    }
     return true;
 }
 

@@ -1,5 +1,7 @@
 #include "kernels/packed_rgb.h"
 
+#include <type_traits>
+
 #define KVT_KERNELS "kernels/packed_rgb_kernel.h"
 #include "kernels/each_level.h"
 

@@ -1,31 +1,6 @@
 namespace kvt::KVT_LEVEL {
 
-KVT_INLINE void PackPixel(const Layout &layout, const unsigned char *from, unsigned char *to) {
-    to[0] = from[layout.red];
-    to[1] = from[layout.green];
-    to[2] = from[layout.blue];
-}
-
-KVT_INLINE void UnpackPixel(const Layout &layout, const unsigned char *from, unsigned char *to) {
-    StoreWord(to, layout.Word(from[0], from[1], from[2], layout.opaque));
-}
-
-#ifdef KVT_PORTABLE_BYTES
-
-KVT_INLINE void PackRow(const Layout &layout, const unsigned char *from, unsigned char *to, std::ptrdiff_t count,
-                        bool) {
-    for (; count > 0; --count, from += 4, to += 3)
-        PackPixel(layout, from, to);
-}
-
-KVT_INLINE void UnpackRow(const Layout &layout, const unsigned char *from, unsigned char *to, std::ptrdiff_t count,
-                          bool) {
-    for (; count > 0; --count, from += 3, to += 4)
-        UnpackPixel(layout, from, to);
-}
-
-#else
-
+#ifndef KVT_PORTABLE_BYTES
 // Four pixels at a time: wider vectors gain nothing.
 
 KVT_INLINE __m128i LoadFour(const unsigned char *from) {
@@ -60,9 +35,9 @@ struct Colors {
 
 /// Four pixels as twelve bytes, with four zeros behind them. First the pixels of each half of the vector move together,
 /// then the halves.
-struct Packing {
+struct PackedFour {
     Colors colors;
-    explicit Packing(const Layout &layout) : colors(layout) {}
+    explicit PackedFour(const Layout &layout) : colors(layout) {}
     KVT_INLINE __m128i operator()(__m128i v) const {
         const __m128i even = _mm_setr_epi32(0xFFFFFF, 0, 0xFFFFFF, 0);
         const __m128i odd = _mm_slli_epi64(even, 24);
@@ -73,10 +48,10 @@ struct Packing {
 };
 
 /// Twelve of sixteen bytes as four opaque pixels.
-struct Unpacking {
+struct UnpackedFour {
     Colors colors;
     __m128i opaque;
-    explicit Unpacking(const Layout &layout)
+    explicit UnpackedFour(const Layout &layout)
         : colors(layout), opaque(_mm_set1_epi32(static_cast<int>(layout.OpaqueBits()))) {}
     KVT_INLINE __m128i operator()(__m128i v) const {
         const __m128i even = _mm_setr_epi32(0xFFFFFF, 0, 0xFFFFFF, 0);
@@ -88,9 +63,9 @@ struct Unpacking {
 };
 #else
 /// The same by a shuffle, which puts 0 where it is told -1.
-struct Packing {
+struct PackedFour {
     __m128i order;
-    explicit Packing(const Layout &layout) {
+    explicit PackedFour(const Layout &layout) {
         signed char from[16];
         for (int byte = 0; byte < 16; ++byte) {
             const int channel[] = {layout.red, layout.green, layout.blue};
@@ -101,10 +76,10 @@ struct Packing {
     KVT_INLINE __m128i operator()(__m128i v) const { return _mm_shuffle_epi8(v, order); }
 };
 
-struct Unpacking {
+struct UnpackedFour {
     __m128i order;
     __m128i opaque;
-    explicit Unpacking(const Layout &layout) : opaque(_mm_set1_epi32(static_cast<int>(layout.OpaqueBits()))) {
+    explicit UnpackedFour(const Layout &layout) : opaque(_mm_set1_epi32(static_cast<int>(layout.OpaqueBits()))) {
         signed char from[16];
         for (int pixel = 0; pixel < 4; ++pixel) {
             from[pixel * 4 + layout.red] = static_cast<signed char>(pixel * 3);
@@ -118,78 +93,93 @@ struct Unpacking {
 };
 #endif
 
-template <bool kStream>
-KVT_INLINE void PackSixteens(const Packing &packing, const unsigned char *from, unsigned char *to,
-                             std::ptrdiff_t sixteens) {
-    for (; sixteens > 0; --sixteens, from += 64, to += 48) {
-        __builtin_prefetch(from + kAhead);
-        const __m128i a = packing(LoadFour(from));
-        const __m128i b = packing(LoadFour(from + 16));
-        const __m128i c = packing(LoadFour(from + 32));
-        const __m128i d = packing(LoadFour(from + 48));
+#endif
+
+/// What rows go through: a form for one pixel and one for sixteen, which reads no more than `kLeast` pixels.
+struct Packing {
+    static constexpr std::ptrdiff_t kFrom = 4; ///< bytes a pixel
+    static constexpr std::ptrdiff_t kTo = kPackedBytes;
+    static constexpr std::ptrdiff_t kLeast = 16;
+    Layout layout;
+
+    KVT_INLINE void One(const unsigned char *from, unsigned char *to) const {
+        to[0] = from[layout.red];
+        to[1] = from[layout.green];
+        to[2] = from[layout.blue];
+    }
+#ifndef KVT_PORTABLE_BYTES
+    PackedFour four{layout};
+    template <bool kStream> KVT_INLINE void Sixteen(const unsigned char *from, unsigned char *to) const {
+        const __m128i a = four(LoadFour(from));
+        const __m128i b = four(LoadFour(from + 16));
+        const __m128i c = four(LoadFour(from + 32));
+        const __m128i d = four(LoadFour(from + 48));
         StoreFour<kStream>(to, _mm_or_si128(a, _mm_slli_si128(b, 12)));
         StoreFour<kStream>(to + 16, _mm_or_si128(_mm_srli_si128(b, 4), _mm_slli_si128(c, 8)));
         StoreFour<kStream>(to + 32, _mm_or_si128(_mm_srli_si128(c, 8), _mm_slli_si128(d, 4)));
     }
-}
-
-inline void PackRow(const Layout &layout, const unsigned char *from, unsigned char *to, std::ptrdiff_t count,
-                    bool stream) {
-    const Packing packing(layout);
-    for (; stream && reinterpret_cast<std::uintptr_t>(to) % 16 != 0 && count > 0; --count, from += 4, to += 3)
-        PackPixel(layout, from, to);
-    const std::ptrdiff_t sixteens = count / 16;
-    if (stream)
-        PackSixteens<true>(packing, from, to, sixteens);
-    else
-        PackSixteens<false>(packing, from, to, sixteens);
-    from += sixteens * 64;
-    to += sixteens * 48;
-    for (count %= 16; count > 0; --count, from += 4, to += 3)
-        PackPixel(layout, from, to);
-}
-
-template <bool kStream>
-KVT_INLINE void UnpackFours(const Unpacking &unpacking, const unsigned char *from, unsigned char *to,
-                            std::ptrdiff_t fours) {
-    KVT_UNROLLED
-    for (; fours > 0; --fours, from += 12, to += 16) {
-        __builtin_prefetch(from + kAhead);
-        StoreFour<kStream>(to, unpacking(LoadFour(from)));
-    }
-}
-
-inline void UnpackRow(const Layout &layout, const unsigned char *from, unsigned char *to, std::ptrdiff_t count,
-                      bool stream) {
-    const Unpacking unpacking(layout);
-    stream = stream && reinterpret_cast<std::uintptr_t>(to) % 4 == 0;
-    for (; stream && reinterpret_cast<std::uintptr_t>(to) % 16 != 0 && count > 0; --count, from += 3, to += 4)
-        UnpackPixel(layout, from, to);
-    const std::ptrdiff_t fours = count >= 6 ? (count - 2) / 4 : 0; // two more pixels' bytes are loaded
-    if (stream)
-        UnpackFours<true>(unpacking, from, to, fours);
-    else
-        UnpackFours<false>(unpacking, from, to, fours);
-    from += fours * 12;
-    to += fours * 16;
-    for (count -= fours * 4; count > 0; --count, from += 3, to += 4)
-        UnpackPixel(layout, from, to);
-}
-
 #endif
+};
+
+struct Unpacking {
+    static constexpr std::ptrdiff_t kFrom = kPackedBytes;
+    static constexpr std::ptrdiff_t kTo = 4;
+    static constexpr std::ptrdiff_t kLeast = 18;
+    Layout layout;
+
+    KVT_INLINE void One(const unsigned char *from, unsigned char *to) const {
+        StoreWord(to, layout.Word(from[0], from[1], from[2], layout.opaque));
+    }
+#ifndef KVT_PORTABLE_BYTES
+    UnpackedFour four{layout};
+    template <bool kStream> KVT_INLINE void Sixteen(const unsigned char *from, unsigned char *to) const {
+        for (std::ptrdiff_t i = 0; i < 4; ++i)
+            StoreFour<kStream>(to + 16 * i, four(LoadFour(from + 12 * i)));
+    }
+#endif
+};
+
+template <class Kernel>
+KVT_INLINE void MapPacked(const Kernel &kernel, const unsigned char *from, unsigned char *to, std::ptrdiff_t count,
+                          [[maybe_unused]] bool stream) {
+    const auto ones = [&](std::ptrdiff_t pixels) KVT_INLINE_LAMBDA {
+        for (count -= pixels; pixels > 0; --pixels, from += Kernel::kFrom, to += Kernel::kTo)
+            kernel.One(from, to);
+    };
+#ifndef KVT_PORTABLE_BYTES
+    const auto sixteens = [&]<bool kStream>(std::bool_constant<kStream>) KVT_INLINE_LAMBDA {
+        for (; count >= Kernel::kLeast; count -= 16, from += 16 * Kernel::kFrom, to += 16 * Kernel::kTo) {
+            __builtin_prefetch(from + kAhead);
+            kernel.template Sixteen<kStream>(from, to);
+        }
+    };
+    std::ptrdiff_t head = 0; // pixels before the first multiple of 16, which non-temporal stores want
+    while (head < 16 && reinterpret_cast<std::uintptr_t>(to + head * Kernel::kTo) % 16)
+        ++head;
+    if (stream && head < 16) {
+        ones(head < count ? head : count);
+        sixteens(std::true_type{});
+    } else {
+        sixteens(std::false_type{});
+    }
+#endif
+    ones(count);
+}
 
 inline void Pack(const Pixels &source, Area area, unsigned char *packed) {
+    const Packing packing{source.layout};
     const bool stream = area.Pixels() >= kStreamedPixels;
-    for (std::int32_t row = 0; row < area.bottom; ++row, packed += area.right * std::ptrdiff_t{3})
-        PackRow(source.layout, source.rows[row], packed, area.right, stream);
+    for (std::int32_t row = 0; row < area.bottom; ++row, packed += area.right * kPackedBytes)
+        MapPacked(packing, source.rows[row], packed, area.right, stream);
     if (stream)
         FinishStreaming();
 }
 
 inline void Unpack(const unsigned char *packed, std::ptrdiff_t packedRow, const Pixels &target, Area area) {
+    const Unpacking unpacking{target.layout};
     const bool stream = area.Pixels() >= kStreamedPixels;
     for (std::int32_t row = 0; row < area.bottom; ++row, packed += packedRow)
-        UnpackRow(target.layout, packed, target.rows[row], area.right, stream);
+        MapPacked(unpacking, packed, target.rows[row], area.right, stream);
     if (stream)
         FinishStreaming();
 }

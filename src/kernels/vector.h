@@ -40,6 +40,11 @@ KVT_INLINE V Equal8(V a, V b) { return As<V>(a == b); }
 KVT_INLINE V Equal32(V a, V b) { return As<V>(As<WordsU>(a) == As<WordsU>(b)); }
 KVT_INLINE V Less32(V a, V b) { return As<V>(As<Words>(a) < As<Words>(b)); }
 
+KVT_INLINE V MinU8(V a, V b) { return a < b ? a : b; }
+KVT_INLINE V MaxU8(V a, V b) { return a > b ? a : b; }
+KVT_INLINE V Min16(V a, V b) { return As<V>(As<Halves>(a) < As<Halves>(b) ? As<Halves>(a) : As<Halves>(b)); }
+KVT_INLINE V Max16(V a, V b) { return As<V>(As<Halves>(a) > As<Halves>(b) ? As<Halves>(a) : As<Halves>(b)); }
+
 // Shifts by less than a lane's bits.
 template <int kBits> KVT_INLINE V Left16(V v) { return As<V>(As<HalvesU>(v) << kBits); }
 template <int kBits> KVT_INLINE V Right16(V v) { return As<V>(As<HalvesU>(v) >> kBits); }

@@ -4,13 +4,9 @@ namespace kvt::KVT_LEVEL {
 inline constexpr bool kShuffles = false;
 
 KVT_INLINE void Stream(void *to, V v) { Store(to, v); }
+KVT_INLINE void StreamWord(unsigned char *to, std::uint32_t word) { StoreWord(to, word); }
 KVT_INLINE void FinishStreaming() {}
 
-KVT_INLINE V MinU8(V a, V b) { return a < b ? a : b; }
-KVT_INLINE V MaxU8(V a, V b) { return a > b ? a : b; }
-KVT_INLINE V MinU16(V a, V b) { return As<V>(As<HalvesU>(a) < As<HalvesU>(b) ? As<HalvesU>(a) : As<HalvesU>(b)); }
-KVT_INLINE V Min16(V a, V b) { return As<V>(As<Halves>(a) < As<Halves>(b) ? As<Halves>(a) : As<Halves>(b)); }
-KVT_INLINE V Max16(V a, V b) { return As<V>(As<Halves>(a) > As<Halves>(b) ? As<Halves>(a) : As<Halves>(b)); }
 KVT_INLINE V AddSaturatedU8(V a, V b) {
     const V sum = a + b;
     return sum | As<V>(sum < a);
@@ -101,13 +97,11 @@ KVT_INLINE void StoreLimited(void *to, FourWords a, FourWords b, FourWords c, Fo
         for (int lane = 0; lane < 4; ++lane)
             *byte++ = static_cast<unsigned char>(words[lane] < 0 ? 0 : words[lane] > 255 ? 255 : words[lane]);
 }
-KVT_INLINE bool IsZero(V v) {
-    std::uint32_t words[std::size_t{kBytes} / 4];
-    Store(words, v);
-    std::uint32_t any = 0;
-    for (const std::uint32_t word : words)
-        any |= word;
-    return any == 0;
+KVT_INLINE std::uint32_t HighestBits(V v) {
+    std::uint32_t bits = 0;
+    for (int lane = 0; lane < kBytes / 4; ++lane)
+        bits |= As<WordsU>(v)[lane] >> 31 << lane;
+    return bits;
 }
 
 } // namespace kvt::KVT_LEVEL

@@ -21,19 +21,11 @@ KVT_INLINE Register R(V v) { return As<Register>(v); }
 
 /// A non-temporal store, to a multiple of kBytes. Other threads may see it late, until FinishStreaming.
 KVT_INLINE void Stream(void *to, V v) { KVT_WHOLE(stream)(static_cast<Register *>(to), R(v)); }
+KVT_INLINE void StreamWord(unsigned char *to, std::uint32_t word) {
+    _mm_stream_si32(reinterpret_cast<int *>(to), static_cast<int>(word));
+}
 KVT_INLINE void FinishStreaming() { _mm_sfence(); }
 
-KVT_INLINE V MinU8(V a, V b) { return As<V>(KVT_OP(min_epu8)(R(a), R(b))); }
-KVT_INLINE V MaxU8(V a, V b) { return As<V>(KVT_OP(max_epu8)(R(a), R(b))); }
-KVT_INLINE V Min16(V a, V b) { return As<V>(KVT_OP(min_epi16)(R(a), R(b))); }
-KVT_INLINE V Max16(V a, V b) { return As<V>(KVT_OP(max_epi16)(R(a), R(b))); }
-KVT_INLINE V MinU16(V a, V b) {
-#if KVT_VECTOR_BYTES == 16
-    return As<V>(_mm_sub_epi16(R(a), _mm_subs_epu16(R(a), R(b))));
-#else
-    return As<V>(KVT_OP(min_epu16)(R(a), R(b)));
-#endif
-}
 KVT_INLINE V AddSaturatedU8(V a, V b) { return As<V>(KVT_OP(adds_epu8)(R(a), R(b))); }
 KVT_INLINE V SubSaturatedU8(V a, V b) { return As<V>(KVT_OP(subs_epu8)(R(a), R(b))); }
 KVT_INLINE V AddSaturated16(V a, V b) { return As<V>(KVT_OP(adds_epi16)(R(a), R(b))); }
@@ -176,13 +168,14 @@ KVT_INLINE void StoreLimited(void *to, FourWords a, FourWords b, FourWords c, Fo
     _mm_storeu_si128(static_cast<__m128i *>(to), _mm_packus_epi16(low, high));
 }
 
-KVT_INLINE bool IsZero(V v) {
+/// The highest bit of each 32-bit lane, the first lane's lowest.
+KVT_INLINE std::uint32_t HighestBits(V v) {
 #if KVT_VECTOR_BYTES == 16
-    return _mm_movemask_epi8(_mm_cmpeq_epi8(R(v), _mm_setzero_si128())) == 0xFFFF;
+    return static_cast<std::uint32_t>(_mm_movemask_ps(As<__m128>(v)));
 #elif KVT_VECTOR_BYTES == 32
-    return _mm256_testz_si256(R(v), R(v)) != 0;
+    return static_cast<std::uint32_t>(_mm256_movemask_ps(As<__m256>(v)));
 #else
-    return _mm512_test_epi32_mask(R(v), R(v)) == 0;
+    return _mm512_movepi32_mask(R(v));
 #endif
 }
 

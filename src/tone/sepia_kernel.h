@@ -58,7 +58,7 @@ inline void Tone(const MapJob &job, const SepiaToning &toning) {
     if (isShort(toning.weights.red) && isShort(toning.weights.green) && isShort(toning.weights.blue))
         Map(job, Sepia(job.target.layout, toning));
     else
-        Map(job, EachPixel<WideSepia>{{}, {toning}, job.target.layout});
+        MapEachPixel(job, WideSepia{toning});
 }
 
 } // namespace kvt::KVT_LEVEL

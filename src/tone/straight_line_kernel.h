@@ -41,11 +41,9 @@ inline bool MapAlongLines(const MapJob &job, const StraightLines &lines, const C
         StoreWord(wanted[level], Word(job.target.layout, {tables.red.levels[level], tables.green.levels[level],
                                                           tables.blue.levels[level]}));
     }
-    V differences = Zero();
     for (int level = 0; level < 256; level += kBytes / 4)
-        differences = differences | (kernel(Load(grays[level])) ^ Load(wanted[level]));
-    if (!IsZero(differences))
-        return false;
+        if (HighestBits(~Equal32(kernel(Load(grays[level])), Load(wanted[level]))))
+            return false;
     Map(job, kernel);
     return true;
 }

@@ -70,7 +70,7 @@ struct TintInSingles : Reads<1> {
         // The product's lower half is the quotient where gray is a multiple, and another number as a rule where it is
         // none. Lowered by 1, so that 0, where doubles are exact too, is no multiple.
         const V quotients = Add16(MulLow16(grays, inverse), All32(0xFFFF));
-        if (!IsZero(Less32(quotients, multiples))) [[unlikely]]
+        if (HighestBits(Less32(quotients, multiples))) [[unlikely]]
             return Again(v);
         const Singles gray = ToSingles(grays);
         return joined(Truncated(gray * factors[0]), Truncated(gray * factors[1]), Truncated(gray * factors[2]));

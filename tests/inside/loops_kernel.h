@@ -37,7 +37,7 @@ inline void MixBlocks(const MapJob &job) { Map(job, MixBlock(job.target.layout))
 inline void MixOwn(const MapJob &job) { Map(job, Mix<1, SourceLayout::Own>(job.sources[0].layout)); }
 inline void MixTwo(const MapJob &job) { Map(job, Mix<2>(job.target.layout)); }
 inline void MixThree(const MapJob &job) { Map(job, Mix<3>(job.target.layout)); }
-inline void MixEach(const MapJob &job) { Map(job, EachPixel<MixedPixel>{{}, {}, job.target.layout}); }
+inline void MixEach(const MapJob &job) { MapEachPixel(job, MixedPixel{}); }
 inline std::int64_t CountMarks(const Pixels &source, Area area) {
     return CountPassing(source.rows, area, IsMark(source.layout));
 }
