@@ -43,28 +43,21 @@ struct Counts {
     std::uint32_t turns[kTurns][3][256];
 };
 
-/// `kFirst` is the lowest color byte.
-template <int kFirst> void CountRow(const unsigned char *pixels, std::ptrdiff_t count, Counts &counts) {
-    const auto add = [&](std::ptrdiff_t x, std::ptrdiff_t turn) KVT_INLINE_LAMBDA {
-        const std::uint32_t colors = LoadWord(pixels + x * 4) >> 8 * kFirst;
-        ++counts.turns[turn][0][colors & 255];
-        ++counts.turns[turn][1][colors >> 8 & 255];
-        ++counts.turns[turn][2][colors >> 16 & 255];
-    };
-    std::ptrdiff_t x = 0;
-    for (; x + kTurns <= count; x += kTurns)
-        for (std::ptrdiff_t turn = 0; turn < kTurns; ++turn)
-            add(x + turn, turn);
-    for (std::ptrdiff_t turn = 0; x < count; ++x, ++turn)
-        add(x, turn);
-}
-
-void CountPixels(const PictureEditor &source, Area area, Counts &counts) {
-    if (area.Empty())
-        return;
-    const auto countRow = LayoutOf(source).other == 0 ? CountRow<1> : CountRow<0>;
-    for (std::int32_t row = area.top; row < area.bottom; ++row)
-        countRow(RowsOf(source)[row] + std::ptrdiff_t{area.left} * 4, area.right - area.left, counts);
+void CountPixels(const Pixels &source, Area area, std::ptrdiff_t lowest, Counts &counts) {
+    const std::ptrdiff_t count = std::ptrdiff_t{area.right} - area.left;
+    for (std::int32_t row = area.top; row < area.bottom && count > 0; ++row) {
+        const unsigned char *colors = source.rows[row] + std::ptrdiff_t{area.left} * 4 + lowest;
+        const auto add = [&](std::ptrdiff_t x, std::ptrdiff_t turn) KVT_INLINE_LAMBDA {
+            for (std::ptrdiff_t byte = 0; byte < 3; ++byte)
+                ++counts.turns[turn][byte][colors[x * 4 + byte]];
+        };
+        std::ptrdiff_t x = 0;
+        for (; x + kTurns <= count; x += kTurns)
+            for (std::ptrdiff_t turn = 0; turn < kTurns; ++turn)
+                add(x + turn, turn);
+        for (; x < count; ++x)
+            add(x, x % kTurns);
+    }
 }
 
 /// Adds a color byte's counts. Counters are the host's memory and may lie at any address.
@@ -90,10 +83,10 @@ std::int32_t AddHistograms(REALpictureStruct *picture, const Block &first, const
     if (!reds || !greens || !blues)
         return -1;
     const Area area = AreaOf(*source, kWholePicture);
-    Counts counts = {};
-    CountPixels(*source, area, counts);
     const Layout &layout = LayoutOf(*source);
     const int lowest = layout.other == 0 ? 1 : 0;
+    Counts counts = {};
+    CountPixels(PixelsOf(*source), area, lowest, counts);
     Add(reds, counts, layout.red - lowest);
     Add(greens, counts, layout.green - lowest);
     Add(blues, counts, layout.blue - lowest);

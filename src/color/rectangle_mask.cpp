@@ -20,7 +20,7 @@ class ColorRectangles {
     /// Notes which pixels of the area are colored. Converts to false when the memory for that is refused or the picture
     /// has no pixels.
     ColorRectangles(const PictureEditor &source, Area area);
-    explicit operator bool() const { return columns_ && rows_ && blackRows_; }
+    explicit operator bool() const { return columns_ && rows_ && blackRows_ && noRows_; }
 
     /// Draws the mask into a picture of the source's size; once, for it uses the notes up.
     void Draw(const PictureEditor &target);
@@ -34,10 +34,12 @@ class ColorRectangles {
         columns_; ///< the colored pixels that no box has taken yet, as lines from top to bottom
     BitLines<WordOrder::LineByLine> rows_; ///< the same, as lines from left to right
     ClearBuffer<std::int32_t> blackRows_;  ///< of each column: where the lowest box found so far ends
+    ClearBuffer<std::int32_t> noRows_;     ///< zeros: they are black from the top
 };
 
 ColorRectangles::ColorRectangles(const PictureEditor &source, Area area)
-    : columns_(source.width, source.height), rows_(source.height, source.width), blackRows_(source.width) {
+    : columns_(source.width, source.height), rows_(source.height, source.width), blackRows_(source.width),
+      noRows_(source.width) {
     if (!*this || area.Empty())
         return;
     const Pixels pixels = PixelsOf(source);
@@ -120,7 +122,7 @@ void ColorRectangles::Draw(const PictureEditor &target) {
                     Take(Grow(Point{word * kWordBits + std::countr_zero(marks), y}));
             }
         }
-        Paint(target, Area{0, y, width, y + 1}, kWhite, kBlack, nullptr, blackRows_.data());
+        Paint(target, Area{0, y, width, y + 1}, kWhite, kBlack, noRows_.data(), blackRows_.data());
     }
 }
 

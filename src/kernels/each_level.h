@@ -37,35 +37,16 @@
 
 #define KVT_LEVEL avx2
 #define KVT_VECTOR_BYTES 32
-#ifdef __clang__
-#pragma clang attribute push(__attribute__((target("avx2"))), apply_to = function)
-#else
-#pragma GCC push_options
-#pragma GCC target("avx2")
-#endif
+KVT_BEGIN_TARGET("avx2")
 #include "kernels/one_level.h"
-#ifdef __clang__
-#pragma clang attribute pop
-#else
-#pragma GCC pop_options
-#endif
+KVT_END_TARGET
 
 #ifdef KVT_WITH_AVX512
 #define KVT_LEVEL avx512
 #define KVT_VECTOR_BYTES 64
-#ifdef __clang__
-#pragma clang attribute push(__attribute__((target("avx2,avx512f,avx512bw,avx512dq,avx512vl,avx512vbmi"))),            \
-                             apply_to = function)
-#else
-#pragma GCC push_options
-#pragma GCC target("avx2,avx512f,avx512bw,avx512dq,avx512vl,avx512vbmi")
-#endif
+KVT_BEGIN_TARGET("avx2,avx512f,avx512bw,avx512dq,avx512vl,avx512vbmi")
 #include "kernels/one_level.h"
-#ifdef __clang__
-#pragma clang attribute pop
-#else
-#pragma GCC pop_options
-#endif
+KVT_END_TARGET
 #define KVT_SELECT(name) ::kvt::Select({&::kvt::baseline::name, &::kvt::avx2::name, &::kvt::avx512::name})
 #else
 #define KVT_SELECT(name) ::kvt::Select({&::kvt::baseline::name, &::kvt::avx2::name})

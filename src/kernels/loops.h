@@ -2,6 +2,17 @@
 // constants with an operator() over vectors of pixel words.
 namespace kvt::KVT_LEVEL {
 
+/// The sum of a pixel's bytes, each times a weight of 16 bits, as a 32-bit lane.
+struct WeightedSum {
+    V evenWeights;
+    V oddWeights;
+    explicit WeightedSum(const Layout::ByteOrder<std::int32_t> &weights)
+        : evenWeights(Pairs(weights.at[0], weights.at[2])), oddWeights(Pairs(weights.at[1], weights.at[3])) {}
+    KVT_INLINE V operator()(V v) const {
+        return Add32(MulAddPairs(Evens(v), evenWeights), MulAddPairs(Odds(v), oddWeights));
+    }
+};
+
 /// How many bytes before they are read pixels are fetched from memory: where arithmetic takes as long as the memory,
 /// the processor does not look ahead far enough on its own.
 constexpr std::ptrdiff_t kAhead = 1024;
@@ -84,50 +95,44 @@ KVT_INLINE void MapBlock(const Kernel &kernel, const Sources<Kernel> &from, std:
 
 /// Less than a block, through a buffer and the same kernel.
 template <class Kernel>
-[[gnu::noinline]] void MapPart(const Kernel &kernel, const Sources<Kernel> &from, std::ptrdiff_t bytes,
-                               unsigned char *to) {
+[[gnu::noinline]] void MapPart(const Kernel &kernel, const Sources<Kernel> &from, std::ptrdiff_t at,
+                               std::ptrdiff_t bytes, unsigned char *to) {
     alignas(64) unsigned char buffers[Kernel::kSources][kBlockBytes<Kernel>] = {};
     Sources<Kernel> buffered = from;
     for (std::size_t source = 0; source < Kernel::kSources; ++source) {
-        std::memcpy(buffers[source], from.at[source], static_cast<std::size_t>(bytes));
+        std::memcpy(buffers[source], from.at[source] + at, static_cast<std::size_t>(bytes));
         buffered.at[source] = buffers[source];
     }
     MapBlock<Stored>(kernel, buffered, 0, buffers[0]);
     std::memcpy(to, buffers[0], static_cast<std::size_t>(bytes));
 }
 
-/// One stretch of pixels, the very same ones or apart. The last block is read before anything is written and stored in
-/// the end: it may share pixels with the one before it, which in place are read only once so.
+/// One stretch of pixels, the very same ones or apart.
 template <class Kernel>
 [[gnu::noinline]] void MapStretch(const Kernel &constants, const Sources<Kernel> &sources, std::ptrdiff_t bytes,
                                   unsigned char *to, bool stream) {
     constexpr std::ptrdiff_t kStep = kBlockBytes<Kernel>;
-    if (bytes < kStep)
-        return MapPart(constants, sources, bytes, to);
     const Kernel kernel = constants; // copies that no store to a pixel can change stay in registers
     const Sources<Kernel> from = sources;
-    alignas(64) unsigned char last[std::size_t{kStep}];
-    const std::ptrdiff_t lastAt = bytes - kStep;
-    MapBlock<Stored>(kernel, from, lastAt, last);
     std::ptrdiff_t at = 0;
+    const auto blocks = [&]<class Out>(Out) KVT_INLINE_LAMBDA {
+        for (; at + kStep <= bytes; at += kStep) {
+            from.FetchAhead(at);
+            MapBlock<Out>(kernel, from, at, to + at);
+        }
+    };
     const auto misplaced = static_cast<std::ptrdiff_t>(reinterpret_cast<std::uintptr_t>(to) % kBytes);
-    if (stream && misplaced % 4 == 0) { // non-temporal stores want whole vectors' places
+    if (stream && misplaced % 4 == 0 && bytes >= kStep) { // non-temporal stores want whole vectors' places
         if (misplaced) {
             MapBlock<Stored>(kernel, from, 0, to);
             at = kBytes - misplaced;
         }
-        for (; at <= lastAt; at += kStep) {
-            from.FetchAhead(at);
-            MapBlock<Streamed>(kernel, from, at, to + at);
-        }
+        blocks(Streamed{});
     } else {
-        for (; at <= lastAt; at += kStep) {
-            from.FetchAhead(at);
-            MapBlock<Stored>(kernel, from, at, to + at);
-        }
+        blocks(Stored{});
     }
     if (at < bytes)
-        std::memcpy(to + lastAt, last, kStep);
+        MapPart(constants, sources, at, bytes - at, to + at);
 }
 
 /// Opaque pixels of one layout in another one. Each byte moves on its own, without a shuffle.
@@ -155,8 +160,8 @@ inline void Convert(const unsigned char *from, const Layout &layout, std::ptrdif
     MapStretch(Conversion(layout, toLayout), source, count * 4, to, false);
 }
 
-/// A stretch whose sources have not all the target's layout: those others are converted in pieces that stay in the
-/// nearest cache.
+/// A stretch whose sources have not all the target's layout: they are converted in pieces that stay in the nearest
+/// cache.
 template <class Kernel>
 [[gnu::noinline]] void MapConverted(const Kernel &kernel, const MapJob &job, const Sources<Kernel> &from,
                                     std::ptrdiff_t bytes, unsigned char *to) {
@@ -166,11 +171,8 @@ template <class Kernel>
         const std::ptrdiff_t piece = bytes - at < kPiece ? bytes - at : kPiece;
         Sources<Kernel> pieces;
         for (std::size_t source = 0; source < Kernel::kSources; ++source) {
-            pieces.at[source] = from.at[source] + at;
-            if (job.sources[source].layout != job.target.layout) {
-                Convert(pieces.at[source], job.sources[source].layout, piece / 4, converted[source], job.target.layout);
-                pieces.at[source] = converted[source];
-            }
+            Convert(from.at[source] + at, job.sources[source].layout, piece / 4, converted[source], job.target.layout);
+            pieces.at[source] = converted[source];
         }
         MapStretch(kernel, pieces, piece, to + at, job.stream);
     }

@@ -10,7 +10,7 @@
 namespace kvt {
 
 /// The pixel at (x, y) becomes `fore` where tops[x] <= y < ends[x], else `back`, for every pixel of the area, which
-/// lies inside the picture. Null `tops` stands for zeros.
+/// lies inside the picture.
 void Paint(const PictureEditor &target, Area area, std::uint32_t back, std::uint32_t fore, const std::int32_t *tops,
            const std::int32_t *ends);
 

@@ -6,15 +6,9 @@ inline void PaintSpans(const Pixels &target, Area area, std::uint32_t back, std:
     const std::uint32_t foreWord = target.layout.Pixel(fore);
     for (std::int32_t row = area.top; row < area.bottom; ++row) {
         unsigned char *pixels = target.rows[row];
-        if (tops) {
-            KVT_INDEPENDENT_ITERATIONS
-            for (std::ptrdiff_t x = area.left; x < area.right; ++x)
-                StoreWord(pixels + x * 4, ((tops[x] <= row) & (row < ends[x])) ? foreWord : backWord);
-        } else {
-            KVT_INDEPENDENT_ITERATIONS
-            for (std::ptrdiff_t x = area.left; x < area.right; ++x)
-                StoreWord(pixels + x * 4, row < ends[x] ? foreWord : backWord);
-        }
+        KVT_INDEPENDENT_ITERATIONS
+        for (std::ptrdiff_t x = area.left; x < area.right; ++x)
+            StoreWord(pixels + x * 4, ((tops[x] <= row) & (row < ends[x])) ? foreWord : backWord);
     }
 }
 

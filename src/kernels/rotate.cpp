@@ -51,7 +51,7 @@ bool WrapHorizontally(const PictureEditor &editor, std::int32_t delta) {
     const std::int32_t shift = ShiftWithin(editor, delta, editor.width);
     if (shift == 0)
         return true;
-    ClearBuffer<unsigned char> spare(editor.width * 4LL);
+    ClearBuffer<unsigned char> spare(shift * 4LL);
     if (!spare)
         return false;
     const std::size_t wrapped = static_cast<std::size_t>(shift) * 4;
@@ -59,15 +59,9 @@ bool WrapHorizontally(const PictureEditor &editor, std::int32_t delta) {
     const Rows rows = RowsOf(editor);
     for (std::int32_t row = 0; row < editor.height; ++row) {
         unsigned char *pixels = rows[row];
-        if (wrapped <= kept) { // the smaller part waits in the buffer while the other one moves
-            std::memcpy(spare.data(), pixels + kept, wrapped);
-            std::memmove(pixels + wrapped, pixels, kept);
-            std::memcpy(pixels, spare.data(), wrapped);
-        } else {
-            std::memcpy(spare.data(), pixels, kept);
-            std::memmove(pixels, pixels + kept, wrapped);
-            std::memcpy(pixels + wrapped, spare.data(), kept);
-        }
+        std::memcpy(spare.data(), pixels + kept, wrapped);
+        std::memmove(pixels + wrapped, pixels, kept);
+        std::memcpy(pixels, spare.data(), wrapped);
     }
     return true;
 }

@@ -8,7 +8,6 @@ inline constexpr std::ptrdiff_t kBytes = KVT_VECTOR_BYTES;
 
 /// A vector, as bytes; &, |, ^ and ~ work on its bits. Lanes are little-endian.
 using V [[gnu::vector_size(KVT_VECTOR_BYTES)]] = std::uint8_t;
-using SignedBytes [[gnu::vector_size(KVT_VECTOR_BYTES)]] = std::int8_t;
 using HalvesU [[gnu::vector_size(KVT_VECTOR_BYTES)]] = std::uint16_t;
 using Halves [[gnu::vector_size(KVT_VECTOR_BYTES)]] = std::int16_t;
 using WordsU [[gnu::vector_size(KVT_VECTOR_BYTES)]] = std::uint32_t;
@@ -42,8 +41,6 @@ KVT_INLINE V Less32(V a, V b) { return As<V>(As<Words>(a) < As<Words>(b)); }
 
 KVT_INLINE V MinU8(V a, V b) { return a < b ? a : b; }
 KVT_INLINE V MaxU8(V a, V b) { return a > b ? a : b; }
-KVT_INLINE V Min16(V a, V b) { return As<V>(As<Halves>(a) < As<Halves>(b) ? As<Halves>(a) : As<Halves>(b)); }
-KVT_INLINE V Max16(V a, V b) { return As<V>(As<Halves>(a) > As<Halves>(b) ? As<Halves>(a) : As<Halves>(b)); }
 
 // Shifts by less than a lane's bits.
 template <int kBits> KVT_INLINE V Left16(V v) { return As<V>(As<HalvesU>(v) << kBits); }
@@ -57,8 +54,6 @@ KVT_INLINE V Right32By(V v, int bits) { return As<V>(As<WordsU>(v) >> bits); }
 /// The even bytes as 16-bit lanes, and the odd ones.
 KVT_INLINE V Evens(V v) { return v & All32(0x00FF00FF); }
 KVT_INLINE V Odds(V v) { return Right16<8>(v); }
-/// Bytes from their 16-bit lanes, which hold no more than 255.
-KVT_INLINE V Joined(V even, V odd) { return even | Left16<8>(odd); }
 
 /// Numbers of signed 32-bit lanes, and those lanes again, truncated toward zero. Beyond 32 bits any lane may result.
 /// The doubles of the lower half and of the upper half are apart: LowToDoubles, HighToDoubles and Truncated of two
@@ -70,9 +65,6 @@ KVT_INLINE V Truncated(Singles numbers) { return As<V>(__builtin_convertvector(n
 KVT_INLINE V Pairs(int low, int high) {
     return All32(static_cast<std::uint32_t>(high) << 16 | (static_cast<std::uint32_t>(low) & 0xFFFF));
 }
-/// A value a byte of a pixel, as the 16-bit lanes that Evens and Odds yield.
-KVT_INLINE V EvenLanes(const Layout::ByteOrder<std::int32_t> &values) { return Pairs(values.at[0], values.at[2]); }
-KVT_INLINE V OddLanes(const Layout::ByteOrder<std::int32_t> &values) { return Pairs(values.at[1], values.at[3]); }
 /// A value a byte of a pixel, as 16-bit lanes of one pixel after the other.
 KVT_INLINE V PixelLanes(const Layout::ByteOrder<std::int32_t> &values) {
     HalvesU lanes;

@@ -7,6 +7,8 @@ KVT_INLINE void Stream(void *to, V v) { Store(to, v); }
 KVT_INLINE void StreamWord(unsigned char *to, std::uint32_t word) { StoreWord(to, word); }
 KVT_INLINE void FinishStreaming() {}
 
+KVT_INLINE V Min16(V a, V b) { return As<V>(As<Halves>(a) < As<Halves>(b) ? As<Halves>(a) : As<Halves>(b)); }
+KVT_INLINE V Max16(V a, V b) { return As<V>(As<Halves>(a) > As<Halves>(b) ? As<Halves>(a) : As<Halves>(b)); }
 KVT_INLINE V AddSaturatedU8(V a, V b) {
     const V sum = a + b;
     return sum | As<V>(sum < a);
@@ -35,17 +37,18 @@ KVT_INLINE V MulAddPairs(V a, V b) {
     const Words high = (As<Words>(a) >> 16) * (As<Words>(b) >> 16);
     return Add32(As<V>(low), As<V>(high));
 }
-KVT_INLINE V Interleave8(V a, V b, int from) {
+template <int kLane> KVT_INLINE V Interleave(V a, V b, int from) {
     V result;
-    for (int at = 0; at < kBytes; at += 2) {
-        const int byte = at / 16 * 16 + from + at % 16 / 2;
-        result[at] = a[byte];
-        result[at + 1] = b[byte];
+    for (int at = 0; at < kBytes; ++at) {
+        const int byte = at / 16 * 16 + from + at % 16 / (2 * kLane) * kLane + at % kLane;
+        result[at] = at / kLane % 2 ? b[byte] : a[byte];
     }
     return result;
 }
-KVT_INLINE V InterleaveLow8(V a, V b) { return Interleave8(a, b, 0); }
-KVT_INLINE V InterleaveHigh8(V a, V b) { return Interleave8(a, b, 8); }
+KVT_INLINE V InterleaveLow8(V a, V b) { return Interleave<1>(a, b, 0); }
+KVT_INLINE V InterleaveHigh8(V a, V b) { return Interleave<1>(a, b, 8); }
+KVT_INLINE V InterleaveLow32(V a, V b) { return Interleave<4>(a, b, 0); }
+KVT_INLINE V InterleaveHigh32(V a, V b) { return Interleave<4>(a, b, 8); }
 KVT_INLINE V Pack16(V a, V b) {
     V result;
     for (int at = 0; at < kBytes; ++at) {

@@ -26,10 +26,11 @@ KVT_INLINE void StreamWord(unsigned char *to, std::uint32_t word) {
 }
 KVT_INLINE void FinishStreaming() { _mm_sfence(); }
 
+KVT_INLINE V Min16(V a, V b) { return As<V>(KVT_OP(min_epi16)(R(a), R(b))); }
+KVT_INLINE V Max16(V a, V b) { return As<V>(KVT_OP(max_epi16)(R(a), R(b))); }
 KVT_INLINE V AddSaturatedU8(V a, V b) { return As<V>(KVT_OP(adds_epu8)(R(a), R(b))); }
 KVT_INLINE V SubSaturatedU8(V a, V b) { return As<V>(KVT_OP(subs_epu8)(R(a), R(b))); }
 KVT_INLINE V AddSaturated16(V a, V b) { return As<V>(KVT_OP(adds_epi16)(R(a), R(b))); }
-KVT_INLINE V SubSaturated8(V a, V b) { return As<V>(KVT_OP(subs_epi8)(R(a), R(b))); }
 KVT_INLINE V AddSaturatedU16(V a, V b) { return As<V>(KVT_OP(adds_epu16)(R(a), R(b))); }
 KVT_INLINE V SubSaturatedU16(V a, V b) { return As<V>(KVT_OP(subs_epu16)(R(a), R(b))); }
 /// The upper halves of the products.
@@ -42,13 +43,9 @@ inline constexpr bool kShuffles = kBytes > 16; ///< from SSSE3 on
 /// Within each 16 bytes, the lower (or higher) eight bytes of a and b in turn, beginning with a's.
 KVT_INLINE V InterleaveLow8(V a, V b) { return As<V>(KVT_OP(unpacklo_epi8)(R(a), R(b))); }
 KVT_INLINE V InterleaveHigh8(V a, V b) { return As<V>(KVT_OP(unpackhi_epi8)(R(a), R(b))); }
-// Likewise for wider lanes.
-KVT_INLINE V InterleaveLow16(V a, V b) { return As<V>(KVT_OP(unpacklo_epi16)(R(a), R(b))); }
-KVT_INLINE V InterleaveHigh16(V a, V b) { return As<V>(KVT_OP(unpackhi_epi16)(R(a), R(b))); }
+/// Likewise for 32-bit lanes.
 KVT_INLINE V InterleaveLow32(V a, V b) { return As<V>(KVT_OP(unpacklo_epi32)(R(a), R(b))); }
 KVT_INLINE V InterleaveHigh32(V a, V b) { return As<V>(KVT_OP(unpackhi_epi32)(R(a), R(b))); }
-KVT_INLINE V InterleaveLow64(V a, V b) { return As<V>(KVT_OP(unpacklo_epi64)(R(a), R(b))); }
-KVT_INLINE V InterleaveHigh64(V a, V b) { return As<V>(KVT_OP(unpackhi_epi64)(R(a), R(b))); }
 /// Within each 16 bytes, a's signed 16-bit lanes and behind them b's, as bytes limited to 0..255.
 KVT_INLINE V Pack16(V a, V b) { return As<V>(KVT_OP(packus_epi16)(R(a), R(b))); }
 
@@ -112,15 +109,11 @@ KVT_INLINE V Spread(V v) {
     v = v | Left32<8>(v);
     return v | Left32<16>(v);
 #else
-    alignas(KVT_VECTOR_BYTES) static constexpr auto kLowest = [] {
-        struct {
-            unsigned char order[KVT_VECTOR_BYTES];
-        } table{};
-        for (unsigned char byte = 0; byte < KVT_VECTOR_BYTES; ++byte)
-            table.order[byte] = byte / 4 % 4 * 4;
-        return table;
-    }();
-    return Shuffle(v, Load(kLowest.order));
+    WordsU order;
+    KVT_UNROLLED
+    for (unsigned lane = 0; lane < kBytes / 4; ++lane)
+        order[lane] = lane % 4 * 0x04040404;
+    return Shuffle(v, As<V>(order));
 #endif
 }
 

@@ -7,8 +7,7 @@ namespace kvt::KVT_LEVEL {
 /// |factor| / 255, the whole multiples of a distance are a product of 16 bits. The rest is the upper half of a product
 /// with its 65536ths, rounded up: by less than 1/255 for distances up to 255, so that it never reaches the next number.
 struct Saturation : Reads<1> {
-    V evenWeights;
-    V oddWeights;
+    WeightedSum fourGrays;
     V farthest;
     V wholes;
     V rest;
@@ -16,12 +15,9 @@ struct Saturation : Reads<1> {
     V colors;
     V opaque;
 
-    Saturation(const Layout &layout, std::int32_t amount) {
+    Saturation(const Layout &layout, std::int32_t amount) : fourGrays(layout.InByteOrder(1, 2, 1, 0)) {
         const std::int64_t factor = std::int64_t{amount} + 255;
         const std::int64_t size = factor < 0 ? -factor : factor;
-        const auto weights = layout.InByteOrder(1, 2, 1, 0);
-        evenWeights = EvenLanes(weights);
-        oddWeights = OddLanes(weights);
         farthest = All8(static_cast<int>(size < 255 ? 255 : (255 * 255 + size - 1) / size));
         wholes = All16(static_cast<int>(size / 255 < 255 ? size / 255 : 255));
         rest = All16(static_cast<int>((size % 255 * 65536 + 254) / 255));
@@ -31,8 +27,7 @@ struct Saturation : Reads<1> {
     }
 
     KVT_INLINE V operator()(V v) const {
-        const V sum = Add32(MulAddPairs(Evens(v), evenWeights), MulAddPairs(Odds(v), oddWeights));
-        const V gray = Spread(Right32<2>(sum));
+        const V gray = Spread(Right32<2>(fourGrays(v)));
         const V above = SubSaturatedU8(v, gray);
         const V distance = MinU8(above | SubSaturatedU8(gray, v), farthest);
         const V change =

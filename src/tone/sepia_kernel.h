@@ -4,35 +4,28 @@ namespace kvt::KVT_LEVEL {
 /// toward zero. Weights have 16 bits. Offsets are limited to 16 bits: grays stay below 24,480 either way, so that from
 /// there on every level ends at 0 or 255, and sums are saturated.
 struct Sepia : Reads<1> {
-    V evenWeights;
-    V oddWeights;
-    V evenOffsets;
-    V oddOffsets;
+    WeightedSum weighted;
+    V offsets;
     V opaque;
 
-    Sepia(const Layout &layout, const SepiaToning &toning) {
+    Sepia(const Layout &layout, const SepiaToning &toning)
+        : weighted(layout.InByteOrder(toning.weights.red, toning.weights.green, toning.weights.blue, 0)) {
         const auto limited = [](std::int32_t offset) {
             return offset < INT16_MIN ? INT16_MIN : offset > INT16_MAX ? INT16_MAX : offset;
         };
-        const auto weights = layout.InByteOrder(toning.weights.red, toning.weights.green, toning.weights.blue, 0);
-        evenWeights = EvenLanes(weights);
-        oddWeights = OddLanes(weights);
-        const auto offsets = layout.InByteOrder(limited(toning.offsets.red), limited(toning.offsets.green),
-                                                limited(toning.offsets.blue), INT16_MIN); // the other byte becomes 0
-        evenOffsets = EvenLanes(offsets);
-        oddOffsets = OddLanes(offsets);
+        offsets = PixelLanes(layout.InByteOrder(limited(toning.offsets.red), limited(toning.offsets.green),
+                                                limited(toning.offsets.blue), INT16_MIN)); // the other byte becomes 0
         opaque = All32(layout.OpaqueBits());
     }
 
     KVT_INLINE V operator()(V v) const {
-        const V sum = Add32(MulAddPairs(Evens(v), evenWeights), MulAddPairs(Odds(v), oddWeights));
+        const V sum = weighted(v);
         const V towardZero = Right32<22>(RightSigned32<31>(sum)); // 1023 for a negative sum
         const V gray = RightSigned32<10>(Add32(sum, towardZero));
         const V grays = Left32<16>(gray) | (gray & All32(0xFFFF));
-        return Joined(Toned(grays, evenOffsets), Toned(grays, oddOffsets)) | opaque;
-    }
-    KVT_INLINE V Toned(V grays, V offsets) const {
-        return Min16(Max16(AddSaturated16(grays, offsets), Zero()), All16(255));
+        return Pack16(AddSaturated16(InterleaveLow32(grays, grays), offsets),
+                      AddSaturated16(InterleaveHigh32(grays, grays), offsets)) |
+               opaque;
     }
 };
 

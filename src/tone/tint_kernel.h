@@ -45,8 +45,7 @@ struct TintInDoubles : Reads<1> {
 /// factor that is rounded down, every other quotient up to 255 comes out between the right whole numbers, which takes a
 /// look at all of them to see.
 struct TintInSingles : Reads<1> {
-    V evenWeights;
-    V oddWeights;
+    WeightedSum weighted;
     Singles factors[3]; ///< in the order of the bytes
     V inverse;          ///< of the period of doubtful grays, modulo 65536
     V multiples;        ///< of the period there are among the grays
@@ -54,11 +53,8 @@ struct TintInSingles : Reads<1> {
     OpaquePixels joined;
 
     TintInSingles(const Layout &layout, Rgb weight, Rgb tint, const DoubtfulGrays &doubtful)
-        : inverse(All32(doubtful.inverse)), multiples(All32(doubtful.multiples)), inDoubles(layout, weight, tint),
-          joined(layout) {
-        const auto weights = layout.InByteOrder(weight.red, weight.green, weight.blue, 0);
-        evenWeights = EvenLanes(weights);
-        oddWeights = OddLanes(weights);
+        : weighted(layout.InByteOrder(weight.red, weight.green, weight.blue, 0)), inverse(All32(doubtful.inverse)),
+          multiples(All32(doubtful.multiples)), inDoubles(layout, weight, tint), joined(layout) {
         const Rgb bytes = ColorBytes(layout, tint);
         factors[0] = Factor(bytes.red);
         factors[1] = Factor(bytes.green);
@@ -66,7 +62,7 @@ struct TintInSingles : Reads<1> {
     }
     static Singles Factor(std::int32_t tint) { return Singles{} + static_cast<float>(tint / 65025.0 * (1 - 0x1p-25)); }
     KVT_INLINE V operator()(V v) const {
-        const V grays = Add32(MulAddPairs(Evens(v), evenWeights), MulAddPairs(Odds(v), oddWeights));
+        const V grays = weighted(v);
         // The product's lower half is the quotient where gray is a multiple, and another number as a rule where it is
         // none. Lowered by 1, so that 0, where doubles are exact too, is no multiple.
         const V quotients = Add16(MulLow16(grays, inverse), All32(0xFFFF));
