@@ -11,16 +11,19 @@ void AddGalleryCommand(CLI::App &program, Outcome &outcome) {
     CLI::App *command = program.add_subcommand("gallery", "Render every method and class into one page");
     const auto request = std::make_shared<GalleryRequest>();
     command->add_option("picture", request->picture, "a PNG, JPEG or BMP file; a sample when left out");
-    command->add_option("-o,--output", request->folder, "the folder that takes the page and its materials")->required();
+    command
+        ->add_option("-o,--output", request->folder,
+                     "the folder in which kvt-gallery is made, with the page and its materials")
+        ->required();
     command->footer(R"(Examples:
-  kvt gallery -o gallery
-  kvt gallery holiday.jpg -o gallery
-  kvt gallery -o gallery --host console
+  kvt gallery -o .
+  kvt gallery holiday.jpg -o pages
+  kvt gallery -o . --host console
 
-gallery/index.html shows every method and class: before and after, the lines of script and shell that
-make it, what it promises and what it takes. It is one file that needs nothing beside it. The other
-files are what its shell lines name; the lines run in that folder. A larger picture is scaled down to
-640 pixels.
+kvt-gallery/index.html shows every method and class: before and after, the lines of script and shell
+that make it, what it promises and what it takes. It is one file that needs nothing beside it. The
+other files are what its shell lines name; the lines run in that folder. A file there that kvt gallery
+did not write is never replaced. A larger picture is scaled down to 640 pixels.
 
 Exit status:
   0  done

@@ -7,6 +7,7 @@
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
 #include <memory>
+#include <nlohmann/json.hpp>
 
 namespace tools {
 namespace {
@@ -19,14 +20,12 @@ struct ListOptions {
 
 void RunList(const ListOptions &options) {
     const standin::Host host(DescribeHost(options.host));
-    const std::string text = ListInterface(host, options.filter);
+    const Json interface = Interface(host, options.filter);
+    const std::string text = InterfaceText(interface, options.filter);
     if (text.empty())
-        throw UserError(fmt::format("nothing in the interface has \"{}\" in its name{}", options.filter,
+        throw UserError(fmt::format("nothing in the interface has \"{}\" in its name or meaning{}", options.filter,
                                     Suggestion(options.filter, InterfaceNames(host))));
-    if (options.json)
-        fmt::print("{}\n", InterfaceJson(host, options.filter));
-    else
-        fmt::print("{}", text);
+    fmt::print("{}", options.json ? interface.dump(-1, ' ', false, Json::error_handler_t::replace) + '\n' : text);
 }
 
 } // namespace
@@ -37,13 +36,13 @@ void AddListCommand(CLI::App &program, Outcome &outcome) {
     const auto options = std::make_shared<ListOptions>();
     command
         ->add_option("name", options->filter,
-                     "only what has this in its name; a whole name also tells what it does and shows calls")
+                     "only what has this in its name or meaning; a whole name also tells what it does and shows calls")
         ->type_name("NAME");
     command->add_flag("--json", options->json, "print one JSON object, with parameters and their defaults");
     AddHostOptions(*command, options->host);
     command->footer(R"(Examples:
   kvt list
-  kvt list Sepia
+  kvt list negative
   kvt list InvertKVT
   kvt list --json)");
     command->callback([options, &outcome] {

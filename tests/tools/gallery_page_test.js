@@ -17,6 +17,7 @@ addEventListener('load', () => (async () => {
         check(image.naturalWidth === Number(image.getAttribute('width')) &&
               image.naturalHeight === Number(image.getAttribute('height')) && image.naturalWidth > 0,
               `${image.alt}: is ${image.naturalWidth} x ${image.naturalHeight}`);
+        check(box.height <= innerHeight, `${image.alt}: taller than the window`);
         check(box.width > 60 && Math.abs(box.height - box.width * image.naturalHeight / image.naturalWidth) < 2,
               `${image.alt}: is shown in ${box.width} x ${box.height}`);
         check(image.alt !== '', 'a picture says nothing to those who do not see it');
@@ -68,7 +69,7 @@ addEventListener('load', () => (async () => {
 
     let copied = null;
     Object.defineProperty(navigator, 'clipboard', {value: {writeText: async (text) => { copied = text; }}});
-    for (const line of all('div.line')) {
+    for (const line of all('div.line:not(:empty)')) {
         const code = line.querySelector('code').textContent;
         line.querySelector('button').click();
         await null;
@@ -76,8 +77,51 @@ addEventListener('load', () => (async () => {
     }
     check(all('pre').every((pre) => pre.textContent.trim() !== ''), 'an empty line');
 
-    for (const link of all('nav a, a.skip'))
+    for (const link of all('nav a, a.skip, a[href^="#"]'))
         check(document.getElementById(link.hash.slice(1)), `${link.hash} leads nowhere`);
+    for (const entry of all('.entry')) { // whose link opens the reference at the entry that names it
+        all('#reference')[0].open = false;
+        const link = entry.querySelector('.more');
+        link.click();
+        const target = document.getElementById(link.hash.slice(1));
+        check(target.checkVisibility(), `${link.hash}: stays folded`);
+        const place = target.textContent ? target : target.closest('p').nextElementSibling; // an anchor before a heading
+        check(place.textContent.includes(entry.id), `${link.hash}: not of ${entry.id}`);
+    }
+    check(all('#times tbody tr').length === all('.shot').length, 'times are missing');
+    for (const fold of all('main > details'))
+        fold.open = true;
+
+    // Calls that stand side by side have their parts in rows.
+    for (const shots of all('.shots')) {
+        const tops = new Map();
+        for (const shot of all('.shot', shots)) {
+            const row = Math.round(shot.getBoundingClientRect().top);
+            tops.set(row, [...(tops.get(row) ?? []), shot]);
+        }
+        const sizes = [...tops.values()].map((row) => row.length);
+        check(new Set(sizes).size === 1, `rows of ${sizes} calls`);
+        for (const row of tops.values())
+            for (const part of ['.note', '.line'])
+                check(new Set(row.map((shot) => Math.round(shot.querySelector(part).getBoundingClientRect().top))).size === 1,
+                      `${part} of ${shots.closest('.entry').id} stand unevenly`);
+    }
+
+    const search = document.querySelector('#search');
+    const visible = () => all('.entry').filter((entry) => entry.checkVisibility()).map((entry) => entry.id);
+    const type = (text) => {
+        search.value = text;
+        search.dispatchEvent(new InputEvent('input', {bubbles: true}));
+    };
+    const everything = visible().length;
+    type('PHOTOGRAPHIC negative');
+    check(String(visible()) === 'InvertKVT', `the search finds ${visible()}`);
+    check(all('h2, nav li').filter((one) => one.checkVisibility() && !one.closest('details:not([open])')).length ===
+          (innerWidth > 1024 ? 3 : 1), 'chapters or links without methods stay');
+    type('nothing like it');
+    check(visible().length === 0 && document.querySelector('.found').textContent === 'no methods found', 'finds nothing');
+    type('');
+    check(visible().length === everything && everything > 30, 'an empty search hides methods');
     check(all('.entry').length === all('nav li:not(.chapter)').length, 'entries without a link');
     check(all('.failure').length === 0, 'a call failed');
 
@@ -92,7 +136,7 @@ addEventListener('load', () => (async () => {
         const color = getComputedStyle(element).backgroundColor;
         return color === 'rgba(0, 0, 0, 0)' ? groundOf(element.parentElement) : color;
     };
-    for (const element of all('h1, h2, h3, .lead, .how, .name, .note, .kind, code, .copy, .time, figcaption, dt, dd, nav a')) {
+    for (const element of all('h1, h2, h3, .lead, .name, .note, .kind, code, .copy, figcaption, dt, dd, nav a, label, td, details p')) {
         const [low, high] = [light(getComputedStyle(element).color), light(groundOf(element))].sort((a, b) => a - b);
         check((high + 0.05) / (low + 0.05) >= 4.5, `${element.className || element.tagName}: too little contrast`);
     }

@@ -16,6 +16,7 @@ cd "$folder"
 failed=0
 
 "$kvt" gallery -o .
+cd kvt-gallery
 size=$(wc -c <index.html)
 [ "$size" -lt 15000000 ] || { echo "FAILED: the page has $size bytes" && failed=1; }
 
@@ -45,7 +46,7 @@ addEventListener('load', () => {
 END
     timeout 120 "$browser" --headless --no-sandbox --disable-gpu --user-data-dir="$folder/profile" \
         --allow-file-access-from-files --blink-settings=preferredColorScheme="$1" --window-size=1400,1000 \
-        --dump-dom "file://$folder/frames.html" >dom.html 2>browser.log || true
+        --dump-dom "file://$PWD/frames.html" >dom.html 2>browser.log || true
     outcome=$(sed -n 's/.*<html[^>]* data-outcome="\([^"]*\)".*/\1/p' dom.html)
     echo "${outcome:-the browser gave no outcome: $(tail -n 3 browser.log)}"
     case $outcome in
@@ -62,8 +63,11 @@ lines=0
 while IFS= read -r line; do
     lines=$((lines + 1))
     eval "$line" >out 2>&1 || { echo "FAILED: $line" && sed 's/^/  /' out && failed=1; }
-done < <(sed -n 's/.*<span class="kind">shell<\/span><pre><code>\(.*\)<\/code>.*/\1/p' index.html |
-    sed 's/<[^>]*>//g; s/&lt;/</g; s/&gt;/>/g; s/&quot;/"/g; s/&amp;/\&/g')
+done < <(sed -n 's/^const gallery = \(.*\);$/\1/p' index.html |
+    python3 -c 'import json, sys
+for chapter in json.load(sys.stdin)["chapters"]:
+    for method in chapter["methods"]:
+        print(*filter(None, (call["command"] for call in method["calls"])), sep="\n")')
 echo "$lines shell lines"
 [ "$lines" -gt 70 ] || failed=1
 [ "$failed" = 0 ]

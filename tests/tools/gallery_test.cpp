@@ -1,22 +1,50 @@
-#include "tools/gallery/charts.h"
-#include "tools/gallery/entries.h"
+#include "tools/gallery/folder.h"
 #include "tools/gallery/lines.h"
 #include "tools/gallery/materials.h"
 
 #include <cstdlib>
 #include <filesystem>
 #include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+#include <set>
 
 namespace tools::gallery {
 namespace {
 
+/// Every form of every method is called, and no other.
 TEST(Gallery, ShowsEveryFormOfEveryMethod) {
     const standin::Host host;
-    for (const std::string &mismatch : Mismatches(host))
-        ADD_FAILURE() << mismatch;
+    std::set<std::string> missing;
+    for (const auto *methods : {&host.GlobalMethods(), &host.PictureMethods()})
+        for (const standin::RegisteredMethod &method : *methods) {
+            missing.insert(method.declaration.text);
+            if (method.record.setter)
+                missing.insert(method.declaration.text + " = ");
+        }
+    for (const auto &definition : host.Classes())
+        missing.insert(definition->name);
+    for (const Json &chapter : MethodData()["chapters"])
+        for (const Json &method : chapter["methods"]) {
+            bool isRegistered = false;
+            for (const Json &shot : method["calls"]) {
+                const Call call = ParseCall(shot["call"].get<std::string>());
+                EXPECT_EQ(call.name, method["name"]);
+                isRegistered = isRegistered || missing.erase(call.name) != 0 || !call.member.empty();
+                for (const auto *methods : {&host.GlobalMethods(), &host.PictureMethods()})
+                    for (const auto &[declaration, record] : *methods)
+                        if (declaration.name == call.name && call.arguments.size() >= declaration.Required() &&
+                            call.arguments.size() <= declaration.parameters.size()) {
+                            isRegistered = true;
+                            missing.erase(declaration.text + (call.assigned ? " = " : ""));
+                        }
+            }
+            EXPECT_TRUE(isRegistered) << method["name"];
+        }
+    for (const std::string &form : missing)
+        ADD_FAILURE() << "no call of " << form;
 }
 
-class GalleryLines : public testing::Test {
+class GalleryFolder : public testing::Test {
   protected:
     void SetUp() override { // calls name files where they lie
         std::string pattern = (std::filesystem::temp_directory_path() / "kvt-XXXXXX").string();
@@ -27,13 +55,31 @@ class GalleryLines : public testing::Test {
         std::filesystem::current_path(before_);
         std::filesystem::remove_all(folder_);
     }
+    std::filesystem::path folder_;
 
   private:
     std::filesystem::path before_ = std::filesystem::current_path();
-    std::filesystem::path folder_;
 };
 
-TEST_F(GalleryLines, AreForScriptAndShell) {
+TEST_F(GalleryFolder, ReplacesItsOwnFilesAlone) {
+    const auto write = [&](std::string_view text) { Folder(folder_ / "made").Write("photo.png", AsBytes(text)); };
+    write("first");
+    write("second");
+    EXPECT_EQ(AsText(ReadBytes("photo.png")), "second");
+    WriteBytes("photo.png", AsBytes("someone's"));
+    EXPECT_THROW(write("third"), UserError);
+    EXPECT_EQ(AsText(ReadBytes("photo.png")), "someone's");
+    write("someone's"); // nothing is lost
+    write("fourth");
+    std::filesystem::create_symlink("photo.png", "link.png");
+    EXPECT_THROW(Folder(folder_ / "made").Write("link.png", AsBytes("a link leads to it")), UserError);
+    for (const char *record : {"no JSON", "[]", "{\"photo.png\": \"text\"}"}) {
+        WriteBytes(".kvt-gallery", AsBytes(record));
+        EXPECT_THROW(write("fifth"), UserError) << record;
+    }
+}
+
+TEST_F(GalleryFolder, HoldsWhatLinesForScriptAndShellName) {
     if (!kHasCodecs)
         GTEST_SKIP() << "the gallery is made of PNG files";
     WriteBytes("table.bin", Bytes(256));
@@ -41,46 +87,46 @@ TEST_F(GalleryLines, AreForScriptAndShell) {
     WriteImage("other.png", MakeImage(2, 2));
     standin::Host host;
     const struct {
-        Shot shot;
+        Json shot;
         std::string script;
         std::string command;
     } rows[] = {
-        {{"InvertKVT", {}}, "result = photo.InvertKVT", "kvt apply photo.png InvertKVT -o out.png"},
-        {{"InvertKVT(1, 2, 3, 4)", {}, "page.png"},
+        {{{"call", "InvertKVT"}}, "result = photo.InvertKVT", "kvt apply photo.png InvertKVT -o out.png"},
+        {{{"call", "InvertKVT(1, 2, 3, 4)"}, {"on", "page.png"}},
          "result = page.InvertKVT(1, 2, 3, 4)",
          "kvt apply page.png 'InvertKVT(1, 2, 3, 4)' -o out.png"},
-        {{"MergePictureKVT(me, other.png)", {}},
+        {{{"call", "MergePictureKVT(me, other.png)"}},
          "result = MergePictureKVT(photo, other)",
          "kvt apply photo.png 'MergePictureKVT(me, other.png)' -o out.png"},
-        {{"TransformColorsKVT(table.bin, table.bin, table.bin, nil)", {}},
+        {{{"call", "TransformColorsKVT(table.bin, table.bin, table.bin, nil)"}},
          "result = photo.TransformColorsKVT(table, table, table, nil)",
          "kvt apply photo.png 'TransformColorsKVT(table.bin, table.bin, table.bin, nil)' -o out.png"},
-        {{"FindPicture(other.png, 0, 0)", {}},
+        {{{"call", "FindPicture(other.png, 0, 0)"}},
          "result = photo.FindPicture(other, x, y)",
          "kvt apply photo.png 'FindPicture(other.png, 0, 0)' -o out.png"},
-        {{"CountColorsKVT(nil, nil, nil, 0)", {}},
+        {{{"call", "CountColorsKVT(nil, nil, nil, 0)"}},
          "photo.CountColorsKVT(red, blue, green, count)",
          "kvt apply photo.png 'CountColorsKVT(nil, nil, nil, 0)' -o out.png"},
-        {{"BinaryStringtoPictureKVT(@bytes.ppic)", {}, ""},
+        {{{"call", "BinaryStringtoPictureKVT(@bytes.ppic)"}, {"on", nullptr}},
          "result = BinaryStringtoPictureKVT(bytesBytes)",
          "kvt make 'BinaryStringtoPictureKVT(@bytes.ppic)' -o out.png"},
-        {{"EmbeddedMaskKVT(false) = other.png", {}, "photo.png", Setting::WithAlpha},
+        {{{"call", "EmbeddedMaskKVT(false) = other.png"}, {"as", "with alpha"}},
          "photo.EmbeddedMaskKVT(false) = other",
          "kvt apply photo.png 'EmbeddedMaskKVT(false) = other.png' --alpha -o out.png"},
-        {{"HasMaskKVT", {}, "photo.png", Setting::WithMask}, "result = photo.HasMaskKVT", ""},
-        {{"PictureSepiaKVT(SepiaRed=40, MinX=2).Run", {}},
+        {{{"call", "HasMaskKVT"}, {"as", "masked"}}, "result = photo.HasMaskKVT", ""},
+        {{{"call", "PictureSepiaKVT(SepiaRed=40, MinX=2).Run"}},
          "dim tool as new PictureSepiaKVT\ntool.SourcePicture = photo\ntool.SepiaRed = 40\ntool.MinX = 2\n"
          "if tool.Run then result = tool.DestinationPicture",
          "kvt apply photo.png 'PictureSepiaKVT(SepiaRed=40, MinX=2).Run' -o out.png"},
     };
     for (const auto &row : rows) {
-        SCOPED_TRACE(row.shot.call);
-        const Call call = ParseCall(row.shot.call);
+        SCOPED_TRACE(row.shot.dump());
+        const Call call = ParseCall(row.shot["call"].get<std::string>());
         EXPECT_EQ(ScriptFor(row.shot, call, Bind(host, call, true)), row.script);
         EXPECT_EQ(CommandFor(row.shot, {}, "out.png"), row.command);
     }
     const HostOptions other{.host = "console", .layout = "row-table", .version = "none"};
-    EXPECT_EQ(CommandFor({"InvertKVT", {}}, other, {}),
+    EXPECT_EQ(CommandFor(rows[0].shot, other, {}),
               "kvt apply photo.png InvertKVT --host console --layout row-table --host-version none");
 }
 
@@ -97,18 +143,6 @@ TEST(Gallery, ScalesLargePicturesDownAndLaysThemOnWhite) {
         EXPECT_EQ(Bytes(photo.At(x, 319), photo.At(x, 319) + 4), (Bytes{255, 191, 191, 255}));
     EXPECT_EQ(PhotoFrom(MakeImage(30, 7)).width, 30);
     EXPECT_EQ(PhotoFrom(MakeImage(10000, 1)).height, 1);
-}
-
-TEST(Gallery, ReadsHistogramsAsTheModuleWritesThem) {
-    Bytes block(1024);
-    block[4 * 7] = 0x21;
-    block[4 * 7 + 3] = 0x84;
-    EXPECT_EQ(CountersIn(block)[7], 0x84000021U);
-    EXPECT_EQ(CountersIn(Bytes{1, 2})[0], 0x201U);
-    Image image = MakeImage(3, 1);
-    image.At(1, 0)[1] = 9;
-    EXPECT_EQ(HistogramOf(image)[1][9], 1U);
-    EXPECT_EQ(HistogramOf(image)[1][0], 2U);
 }
 
 } // namespace

@@ -92,7 +92,10 @@ Prints "Ranges, formats and what surprises: docs/reference.md#class-picturesepia
 Run 0 list Close
 Equal "what is told beside members of classes" 2 "$(grep -c '^      ' out)"
 Run 2 list InvertsKVT
-Says 'nothing in the interface has "InvertsKVT" in its name; did you mean "InvertKVT"?'
+Says 'nothing in the interface has "InvertsKVT" in its name or meaning; did you mean "InvertKVT"?'
+Run 0 list negative
+Prints "  InvertGrayKVT as picture  [console]"
+Equal "forms of methods that have to do with negatives" 5 "$(grep -c '^  [^ ]' out)"
 
 # Results.
 Run 0 apply s.bmp InvertKVT -o inverted.bmp
@@ -171,17 +174,24 @@ Run 0 apply alpha.bmp 'EmbeddedMaskKVT(false)' 'isWhiteKVT(0, 0, 20, 25)' isWhit
 Equal "white left half, white mask" "true false" "$(Results)"
 
 if [ "$KVT_CODECS" = ON ]; then # the gallery: a page for a small picture, and one on which every call but isWhiteKVT failed
-Run 0 gallery s.bmp -o made/gallery
-Equal "shots on the page" "$(sed -n 's/ calls, 0 failed: .*//p' out)" "$(grep -c '<article' made/gallery/index.html)"
-Equal "failures on the page" 0 "$(grep -c 'class="failure" role' made/gallery/index.html)"
+OnPage() { grep -o "\"$1\":" "$2/kvt-gallery/index.html" | wc -l; } # MEMBER FOLDER: of the page's data
+mkdir own && echo mine >own/photo.png
+Run 0 gallery s.bmp -o own
+Equal "calls on the page" "$(sed -n 's/ calls, 0 failed: .*//p' out)" "$(OnPage shows own)"
+Equal "failures on the page" 0 "$(OnPage failure own)"
+Equal "the user's file" mine "$(cat own/photo.png)"
+Run 0 gallery s.bmp -o own # what it wrote itself is replaced
+echo mine >own/kvt-gallery/page.png
+Run 2 gallery s.bmp -o own
+Says 'own/kvt-gallery/page.png: is not as kvt gallery wrote it, and stays'
+Equal "the user's file" mine "$(cat own/kvt-gallery/page.png)"
 Run 1 gallery s.bmp -o failing --module "$faulty"
 Says 'kvt: InvertKVT: there is no method or class "InvertKVT"'
-Equal "failures on the page" $(($(grep -c '<article' made/gallery/index.html) - 1)) \
-    "$(grep -c 'class="failure" role' failing/index.html)"
+Equal "failures on the page" $(($(OnPage shows failing) - 1)) "$(OnPage failure failing)"
 Run 2 gallery missing.bmp -o none
 Says 'missing.bmp: cannot be opened'
 Run 2 gallery s.bmp -o s.bmp/inside
-Says 's.bmp/inside: cannot be made'
+Says 's.bmp/inside/kvt-gallery: cannot be made'
     # What is lost is told, and once; nothing comes of half a picture.
     Run 0 sample whole.png --size 40x25
     for bytes in 5 20 500; do head -c $bytes whole.png >cut$bytes.png; done

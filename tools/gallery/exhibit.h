@@ -1,61 +1,47 @@
 #pragma once
 
 #include "standin/host.h"
-#include "tools/gallery/charts.h"
-#include "tools/gallery/entries.h"
+#include "tools/gallery/folder.h"
 #include "tools/host_options.h"
+#include "tools/methods.h"
 #include "tools/picture_files.h"
 
 #include <chrono>
-#include <optional>
+#include <cstddef>
+#include <map>
 #include <string>
-#include <utility>
-#include <vector>
 
 namespace tools::gallery {
 
 using Milliseconds = std::chrono::duration<double, std::milli>;
 
-/// A rectangle to be framed, inside the picture.
-struct Frame {
-    int left = 0;
-    int top = 0;
-    int width = 0;
-    int height = 0;
+/// The pictures of the page, each held once however often it is shown.
+class Pictures {
+  public:
+    std::size_t Add(const Image &image); ///< its number
+    Json List() const;                   ///< by number: "width", "height", "alpha" and a data "address"
+
+  private:
+    std::map<std::string, std::size_t> numbers_; ///< by what describes each
 };
 
-struct Material {
-    std::string name;
-    Image image;
-};
-
-/// What came of one shot.
-struct Exhibit {
-    std::string script;
-    std::string command;   ///< empty when there is none
-    std::string failure;   ///< what went wrong; empty when nothing did
-    bool violated = false; ///< the module broke the host's rules, as `failure` says
-    std::optional<Image> before;
-    std::optional<Image> after;
-    std::vector<Material> others;                           ///< further pictures that the call was given
-    std::vector<std::pair<std::string, std::string>> facts; ///< what is no picture, by its name
-    std::vector<Frame> frames;                              ///< in both pictures
-    std::vector<Chart> charts;
-    std::optional<Chart> samples; ///< of the sound that the call was given
-    std::string bytes;            ///< the first of the string that came or went, as a dump
-    Milliseconds time = {};       ///< the best of a few calls, without the time inside host entries
-    double ratio = 0;             ///< of that to a memcpy of the picture's bytes
-    int level = 0;                ///< the instruction set
-};
-
-/// Makes the shot's call a few times, on a fresh picture each, in the folder of the materials. A string that comes back
-/// is saved as the shot's command would. Throws nothing that says that the call failed: the exhibit does.
-Exhibit Render(standin::Host &host, const HostOptions &options, const Entry &entry, const Shot &shot);
+/// Makes a call of methods.json a few times, on a fresh picture each, in the folder of the materials, and tells what
+/// the page shows of it beside the call's own data:
+///   "script", "command"   the lines that make it; the command is empty when there is none
+///   "failure"             why nothing came of it, with "violated" when the module broke the host's rules
+///   "before", "after"     numbers of pictures, "others" those that the call was given, with their names
+///   "facts"               what came back and is no picture: names and values
+///   "frames"              left, top, width, height of places in both pictures
+///   "curve"               what becomes of the levels 0..255 in red, green and blue
+///   "histograms"          a caption, and how often each level occurs in red, green and blue
+///   "sound"               the file that was given, and how many of its samples count
+///   "bytes"               the first of a string that came or went
+///   "ms", "ratio"         the best time, without that inside host entries, and its ratio to a memcpy of the picture
+/// A string that comes back is saved as the command would.
+Json Render(standin::Host &host, const HostOptions &options, const Json &method, const Json &shot, Pictures &pictures,
+            Folder &folder);
 
 /// The best of a few runs into memory that was written before.
 Milliseconds TimeOfMemcpy(std::size_t bytes);
-
-/// "sse2", "avx2", "avx512"
-std::string_view LevelName(int level);
 
 } // namespace tools::gallery

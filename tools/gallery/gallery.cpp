@@ -1,107 +1,51 @@
 #include "tools/gallery/gallery.h"
 
-#include "tools/gallery/entries.h"
+#include "tools/builtin.h"
 #include "tools/gallery/exhibit.h"
 #include "tools/gallery/materials.h"
-#include "tools/gallery/page.h"
+#include "tools/progress.h"
 #include "tools/samples.h"
 
 #include <algorithm>
-#include <cstdio>
 #include <filesystem>
 #include <fmt/format.h>
-#include <unistd.h>
+#include <nlohmann/json.hpp>
 
 namespace tools {
 namespace {
 
-using gallery::Chapter;
-using gallery::Entry;
-using gallery::Exhibit;
-using gallery::Shot;
-
-constexpr int kWidth = 640;
-constexpr int kHeight = 480;
 constexpr const char *kPage = "index.html";
 
-/// One line on standard error that is written over and over; nothing when that is no terminal.
-class Progress {
-  public:
-    explicit Progress(std::size_t steps)
-        : steps_(std::max<std::size_t>(steps, 1)), shown_(isatty(STDERR_FILENO) != 0) {}
-    ~Progress() { Write(""); }
-    Progress(const Progress &) = delete;
-    Progress &operator=(const Progress &) = delete;
-
-    void Step(std::string_view name) {
-        constexpr std::size_t kCells = 30;
-        const std::size_t done = kCells * step_ / steps_;
-        Write(fmt::format("[{:=<{}}{:<{}}] {}/{} {}", "", done, "", kCells - done, ++step_, steps_, name).c_str());
-    }
-
-  private:
-    void Write(const char *line) const {
-        if (shown_) {
-            static_cast<void>(std::fprintf(stderr, "\r\x1b[K%s", line));
-            static_cast<void>(std::fflush(stderr));
-        }
-    }
-    std::size_t steps_;
-    std::size_t step_ = 0;
-    bool shown_;
-};
-
-std::string Layout(const HostOptions &options) {
-    return options.layout.empty() ? options.host == "console" ? "row-table" : "alpha-low" : options.layout;
-}
-
-std::vector<std::pair<std::string, std::string>> Facts(const HostOptions &options, const standin::Host &host,
-                                                       const Image &photo) {
-    const std::size_t bytes = photo.pixels.size();
-    const gallery::Milliseconds copy = gallery::TimeOfMemcpy(bytes);
+Json Facts(const HostOptions &options, int level, const Image &photo) {
+    constexpr const char *kLevels[] = {"unknown", "sse2", "avx2", "avx512"};
+    const std::string layout = !options.layout.empty()     ? options.layout
+                               : options.host == "console" ? "row-table"
+                                                           : "alpha-low";
     return {{"module", sizeof(void *) == 4 ? "32-bit" : "64-bit"},
-            {"host", fmt::format("{}, {}", options.host, Layout(options))},
-            {"instruction set", std::string(gallery::LevelName(host.ActiveLevel()))},
-            {"photo", fmt::format("{} × {} pixels", photo.width, photo.height)},
-            {"memcpy of the photo",
-             fmt::format("{:.3f} ms, {:.1f} GB/s", copy.count(), static_cast<double>(bytes) / copy.count() / 1e6)}};
+            {"host", fmt::format("{}, {}", options.host, layout)},
+            {"instruction set", kLevels[std::clamp(level, -1, 2) + 1]},
+            {"photo", fmt::format("{} × {} pixels", photo.width, photo.height)}};
 }
 
-/// What was rendered, and what came of it.
-struct Tally {
-    std::size_t calls = 0;
-    Outcome outcome = Done;
-    std::vector<std::string> failures;
-
-    void Add(const Shot &shot, const Exhibit &exhibit) {
-        ++calls;
-        if (exhibit.failure.empty())
-            return;
-        failures.push_back(fmt::format("{}: {}", shot.call, exhibit.failure));
-        outcome = std::max(outcome, exhibit.violated ? Violated : Failed);
-    }
-};
-
-Tally RenderAll(standin::Host &host, const HostOptions &options, gallery::Page &page) {
-    std::size_t shots = 0;
-    for (const Chapter &chapter : gallery::Chapters())
-        for (const Entry &entry : chapter.entries)
-            shots += entry.shots.size();
-    Progress progress(shots);
-    Tally tally;
-    for (const Chapter &chapter : gallery::Chapters()) {
-        page.AddChapter(chapter.heading);
-        for (const Entry &entry : chapter.entries) {
-            std::vector<Exhibit> exhibits;
-            for (const Shot &shot : entry.shots) {
-                progress.Step(entry.method);
-                exhibits.push_back(Render(host, options, entry, shot));
-                tally.Add(shot, exhibits.back());
-            }
-            page.AddEntry(entry, exhibits);
-        }
-    }
-    return tally;
+/// The template with its style, its script, the page's data and the reference in the places of the files that it names.
+std::string PageWith(const Json &data) {
+    // No "<" of the data ends the script element that it stands in.
+    const auto script = [](std::string_view name, const Json &value) {
+        std::string text = value.dump(-1, ' ', false, Json::error_handler_t::replace);
+        for (std::size_t at = 0; (at = text.find('<', at)) != text.npos;)
+            text.replace(at, 1, "\\u003c");
+        return fmt::format("<script>\nconst {} = {};\n</script>", name, text);
+    };
+    std::string page(builtin::kPage);
+    for (const auto &[mark, part] : {
+             std::pair(R"(<link rel="stylesheet" href="page.css">)",
+                       fmt::format("<style>\n{}</style>", builtin::kStyle)),
+             {R"(<script src="data.js"></script>)",
+              script("gallery", data) + "\n" + script("reference", std::string(builtin::kReference))},
+             {R"(<script src="page.js"></script>)", fmt::format("<script>\n{}</script>", builtin::kScript)},
+         })
+        page.replace(page.find(mark), std::string_view(mark).size(), part);
+    return page;
 }
 
 } // namespace
@@ -111,30 +55,56 @@ Outcome RenderGallery(const GalleryRequest &request) {
         throw UserError("the gallery is made of PNG and JPEG files, which this kvt, built without picture codecs, does "
                         "not write; a kvt with codecs does, as 64-bit ones are");
     const Image photo =
-        gallery::PhotoFrom(request.picture ? ReadImage(*request.picture) : SamplePicture(kWidth, kHeight, false));
+        gallery::PhotoFrom(request.picture ? ReadImage(*request.picture) : SamplePicture(640, 480, false));
     standin::Host host(DescribeHost(request.host));
-    std::error_code error;
-    std::filesystem::create_directories(request.folder, error);
-    if (!error)
-        std::filesystem::current_path(request.folder, error); // calls name files as they lie there
-    if (error)
-        throw UserError(fmt::format("{}: cannot be made or entered: {}", request.folder, error.message()));
-    gallery::WriteMaterials(photo);
+    gallery::Folder folder((std::filesystem::path(request.folder) / kGalleryFolder).string());
+    folder.CheckReplaceable(kPage);
+    WriteMaterials(photo, folder);
 
-    gallery::Page page;
-    Tally tally = RenderAll(host, request.host, page);
-    const std::string html = page.Html(Facts(request.host, host, photo));
+    Json chapters = MethodData()["chapters"];
+    std::size_t count = 0;
+    for (const Json &chapter : chapters)
+        for (const Json &method : chapter["methods"])
+            count += method["calls"].size();
+    Progress progress(count);
+    std::size_t calls = 0;
+    Outcome outcome = Done;
+    std::vector<std::string> failures;
+    gallery::Pictures pictures;
+    for (Json &chapter : chapters)
+        for (Json &method : chapter["methods"])
+            for (Json &shot : method["calls"]) {
+                progress.Show(calls++);
+                shot.update(Render(host, request.host, method, shot, pictures, folder));
+                if (shot.contains("failure")) {
+                    outcome = std::max(outcome, shot.contains("violated") ? Violated : Failed);
+                    failures.push_back(shot["call"].get<std::string>() + ": " + shot["failure"].get<std::string>());
+                }
+            }
+    progress.Hide();
+    const std::size_t bytes = photo.pixels.size();
+    const double copy = gallery::TimeOfMemcpy(bytes).count();
+    Json data = {{"facts", Facts(request.host, host.ActiveLevel(), photo)},
+                 {"memcpy", {{"ms", copy}, {"bytes", bytes}}},
+                 {"chapters", chapters},
+                 {"sounds", {{"voice.wav", Json::array()}}},
+                 {"pictures", pictures.List()}};
+    const Sound sound = SampleSound();
+    for (std::size_t at = 0; at + 1 < sound.samples.size(); at += 2) // 16-bit words
+        data["sounds"]["voice.wav"].push_back(
+            static_cast<std::int16_t>(sound.samples[at] | sound.samples[at + 1] << 8));
     host.Finish();
     for (const std::string &violation : host.TakeViolations()) {
-        tally.failures.push_back("violation: " + violation);
-        tally.outcome = Violated;
+        failures.push_back("violation: " + violation);
+        outcome = Violated;
     }
-    WriteBytes(kPage, AsBytes(html));
-    for (const std::string &failure : tally.failures)
+    const std::string page = PageWith(data);
+    folder.Write(kPage, AsBytes(page));
+    for (const std::string &failure : failures)
         fmt::print(stderr, "kvt: {}\n", failure);
-    fmt::print("{} calls, {} failed: {} ({:.1f} MB)\n", tally.calls, tally.failures.size(),
-               (std::filesystem::path(request.folder) / kPage).string(), static_cast<double>(html.size()) / 1e6);
-    return tally.outcome;
+    fmt::print("{} calls, {} failed: {} ({:.1f} MB)\n", calls, failures.size(), folder.PathOf(kPage),
+               static_cast<double>(page.size()) / 1e6);
+    return outcome;
 }
 
 } // namespace tools

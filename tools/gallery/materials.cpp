@@ -1,11 +1,13 @@
 #include "tools/gallery/materials.h"
 
+#include "tools/methods.h"
 #include "tools/samples.h"
 
 #include <algorithm>
 #include <array>
 #include <cmath>
 #include <cstdint>
+#include <nlohmann/json.hpp>
 
 namespace tools::gallery {
 namespace {
@@ -14,17 +16,11 @@ constexpr int kLongestSide = 640;
 
 using Color = std::array<int, 3>;
 
-constexpr Color kInk = {0, 0, 0};
-constexpr Color kPrint = {64, 64, 64};
-constexpr Color kRedPen = {0xD0, 0x3A, 0x2F};
-constexpr Color kBluePen = {0x2B, 0x5F, 0xC0};
-constexpr Color kMarker = {0xFF, 0xE0, 0x66};
-
-void Put(Image &image, int x, int y, const Color &color) {
+void Put(Image &image, int x, int y, const Color &color, int alpha = 255) {
     unsigned char *pixel = image.At(x, y);
     for (std::size_t channel = 0; channel < 3; ++channel)
         pixel[channel] = static_cast<unsigned char>(color[channel]);
-    pixel[3] = 255;
+    pixel[3] = static_cast<unsigned char>(alpha);
 }
 
 /// A picture whose pixels are what `color` says of their place.
@@ -41,80 +37,110 @@ Color ColorOf(const Image &image, int x, int y) {
     return {pixel[0], pixel[1], pixel[2]};
 }
 
-/// 255 well inside the oval that the picture holds, 0 outside, soft between.
-int OvalAt(const Image &image, int x, int y) {
-    const double across = 2 * (x + 0.5) / image.width - 1;
-    const double down = 2 * (y + 0.5) / image.height - 1;
-    return static_cast<int>(255 * std::clamp((1 - std::sqrt(across * across + down * down)) / 0.35, 0.0, 1.0));
+/// From 0, at the radius or farther, to 1 at the center, all in widths and heights of the picture.
+double Nearness(const Image &image, int x, int y, double centerX, double centerY, double radius) {
+    const double distance = std::hypot((x + 0.5) / image.width - centerX, (y + 0.5) / image.height - centerY);
+    return std::max(0.0, 1 - distance / radius);
 }
 
-/// Three soft lights, red, green and blue, on black.
-Color LightsAt(const Image &image, int x, int y) {
-    constexpr double kCenters[3][2] = {{0.3, 0.4}, {0.5, 0.65}, {0.7, 0.4}};
-    Color color = {};
-    for (std::size_t light = 0; light < 3; ++light) {
-        const double across = (x + 0.5) / image.width - kCenters[light][0];
-        const double down = (y + 0.5) / image.height - kCenters[light][1];
-        const double near = std::clamp(1 - std::sqrt(across * across + down * down) / 0.3, 0.0, 1.0);
-        color[light] = static_cast<int>(255 * near * (2 - near));
-    }
-    return color;
+/// 255 inside the oval that the picture holds, 0 outside; its soft edge takes that part of its radius.
+int OvalAt(const Image &image, int x, int y, double edge) {
+    return static_cast<int>(255 * std::min(1.0, Nearness(image, x, y, 0.5, 0.5, 0.5) / edge));
 }
 
-/// A printed page on which somebody used a red and a blue pen and a yellow marker.
-class Page {
-  public:
-    Page() : image_(Draw(kLongestSide, 480, [](int, int) { return Color{255, 255, 255}; })) {
-        Fill(56, 40, 300, 30, kInk);
-        for (int line = 0; line < 14; ++line)
-            Words(100 + 25 * line, line);
-        Fill(260, 146, 180, 22, kMarker); // under the words, which are printed over it again
-        Words(150, 2);
-        Ring(436, 231, 70, 19);
-        Fill(56, 341, 210, 4, kBluePen);
-        Fill(580, 390, 4, 42, kBluePen);
-        Fill(560, 409, 44, 4, kBluePen);
-    }
-    const Image &image() const { return image_; }
+void Fill(Image &image, int left, int top, int width, int height, const Color &color) {
+    for (int y = top; y < top + height; ++y)
+        for (int x = left; x < left + width; ++x)
+            Put(image, x, y, color);
+}
 
-  private:
-    void Fill(int left, int top, int width, int height, const Color &color) {
-        for (int y = top; y < top + height; ++y)
-            for (int x = left; x < left + width; ++x)
-                Put(image_, x, y, color);
+/// What was printed or drawn on a page, as methods.json has it: filled rectangles, rings, and lines of print, whose
+/// words are bars.
+void Mark(Image &page, const Json &mark) {
+    const int rgb = std::stoi(mark["color"].get<std::string>(), nullptr, 16);
+    const Color color = {rgb >> 16, rgb >> 8 & 255, rgb & 255};
+    if (const auto fill = mark.find("fill"); fill != mark.end())
+        Fill(page, (*fill)[0], (*fill)[1], (*fill)[2], (*fill)[3], color);
+    if (const auto ring = mark.find("ring"); ring != mark.end()) {
+        constexpr int kThickness = 4;
+        const auto inside = [&](int x, int y, int less) {
+            return std::hypot((x - (*ring)[0].get<int>()) / ((*ring)[2].get<double>() - less),
+                              (y - (*ring)[1].get<int>()) / ((*ring)[3].get<double>() - less)) <= 1;
+        };
+        for (int y = 0; y < page.height; ++y)
+            for (int x = 0; x < page.width; ++x)
+                if (inside(x, y, 0) && !inside(x, y, kThickness))
+                    Put(page, x, y, color);
     }
-    /// One line of print: gray bars as long as words are.
-    void Words(int top, int line) {
-        std::uint32_t state = 77U + static_cast<std::uint32_t>(line);
-        for (int left = 56; left < 520;) {
-            state = state * 1664525U + 1013904223U;
-            const int width = 18 + static_cast<int>(state >> 26);
-            Fill(left, top, std::min(width, 530 - left), 10, kPrint);
-            left += width + 9;
+    if (const auto lines = mark.find("lines"); lines != mark.end()) {
+        int top = mark["print"][1];
+        for (const Json &line : *lines) {
+            int left = mark["print"][0];
+            for (const char c : line.get<std::string>()) {
+                if (c != ' ')
+                    Fill(page, left, top, 7, 10, color);
+                left += 7;
+            }
+            top += 25;
         }
     }
-    void Ring(int centerX, int centerY, int radiusX, int radiusY) {
-        for (int y = centerY - radiusY; y <= centerY + radiusY; ++y)
-            for (int x = centerX - radiusX; x <= centerX + radiusX; ++x) {
-                const auto reach = [&](int less) {
-                    const double across = (x - centerX) / static_cast<double>(radiusX - less);
-                    const double down = (y - centerY) / static_cast<double>(radiusY - less);
-                    return across * across + down * down;
-                };
-                if (reach(0) <= 1 && reach(4) > 1)
-                    Put(image_, x, y, kRedPen);
-            }
-    }
+}
 
-    Image image_;
-};
-
-/// A lookup table of 256 bytes.
-template <class LevelFor> void WriteTable(const std::string &path, LevelFor level) {
+Bytes LevelTable(const Json &material) {
     Bytes table;
-    for (int from = 0; from < 256; ++from)
-        table.push_back(static_cast<unsigned char>(level(from)));
-    WriteBytes(path, table);
+    for (int level = 0; level < 256; ++level) {
+        const int steps = material.value("steps", 256);
+        const double part = level * steps / 256 / (steps - 1.0);
+        table.push_back(static_cast<unsigned char>(255 * std::pow(part, material["power"].get<double>()) + 0.5));
+    }
+    return table;
+}
+
+Image PictureFor(const Json &material, const Image &photo) {
+    const auto make = material["make"].get<std::string>();
+    const int width = photo.width;
+    const int height = photo.height;
+    if (make == "shift") // to the left; the last column is repeated
+        return Draw(width, height, [&, by = material["columns"].get<int>()](int x, int y) {
+            return ColorOf(photo, std::min(x + by, width - 1), y);
+        });
+    if (make == "lights") // red, green and blue, on black
+        return Draw(width, height, [&](int x, int y) {
+            Color color = {};
+            for (std::size_t light = 0; light < 3; ++light) {
+                const Json &center = material["centers"][light];
+                const double near = Nearness(photo, x, y, center[0], center[1], material["radius"]);
+                color[light] = static_cast<int>(255 * near * (2 - near));
+            }
+            return color;
+        });
+    if (make == "oval")
+        return Draw(width, height, [&, edge = material["edge"].get<double>()](int x, int y) {
+            const int level = OvalAt(photo, x, y, edge);
+            return Color{level, level, level};
+        });
+    if (make == "piece") {
+        const auto of = [&](const char *name, std::size_t axis, int side) {
+            return material[name][axis].get<double>() * side;
+        };
+        const int left = static_cast<int>(of("from", 0, width));
+        const int top = static_cast<int>(of("from", 1, height));
+        return Draw(static_cast<int>(std::ceil(of("size", 0, width))),
+                    static_cast<int>(std::ceil(of("size", 1, height))),
+                    [&](int x, int y) { return ColorOf(photo, left + x, top + y); });
+    }
+    if (make == "page") {
+        Image page = Draw(material["size"][0], material["size"][1], [](int, int) { return Color{255, 255, 255}; });
+        for (const Json &mark : material["marks"])
+            Mark(page, mark);
+        return page;
+    }
+    Image image = photo;
+    image.hasAlpha = make == "soft";
+    for (int y = 0; image.hasAlpha && y < height; ++y)
+        for (int x = 0; x < width; ++x)
+            Put(image, x, y, ColorOf(photo, x, y), OvalAt(photo, x, y, material["edge"]));
+    return image;
 }
 
 } // namespace
@@ -144,34 +170,19 @@ Image PhotoFrom(const Image &picture) {
     });
 }
 
-void WriteMaterials(const Image &photo) {
-    constexpr int kShift = 12;
-    const int width = photo.width;
-    const int height = photo.height;
-    WriteImage("photo.png", photo);
-    WriteImage("shifted.png",
-               Draw(width, height, [&](int x, int y) { return ColorOf(photo, std::min(x + kShift, width - 1), y); }));
-    WriteImage("lights.png", Draw(width, height, [&](int x, int y) { return LightsAt(photo, x, y); }));
-    WriteImage("oval.png", Draw(width, height, [&](int x, int y) {
-                   const int level = OvalAt(photo, x, y);
-                   return Color{level, level, level};
-               }));
-    WriteImage("stamp.png", Draw((width + 4) / 5, (height + 4) / 5,
-                                 [&](int x, int y) { return ColorOf(photo, width * 3 / 5 + x, height / 5 + y); }));
-    Image soft = photo;
-    soft.hasAlpha = true;
-    for (int y = 0; y < height; ++y)
-        for (int x = 0; x < width; ++x)
-            soft.At(x, y)[3] = static_cast<unsigned char>(OvalAt(photo, x, y));
-    WriteImage("soft.png", soft);
-    WriteImage("page.png", Page().image());
-
-    WriteTable("same.bin", [](int level) { return level; });
-    WriteTable("steps.bin", [](int level) { return level / 64 * 85; });
-    WriteTable("bright.bin", [](int level) { return 255 * std::sqrt(level / 255.0); });
-    WriteTable("dark.bin", [](int level) { return level * level / 255; });
-    WriteBytes("film.cube", AsBytes(CubeText(SampleTable())));
-    WriteBytes("voice.wav", WavOf(SampleSound()));
+void WriteMaterials(const Image &photo, Folder &folder) {
+    for (const Json &material : MethodData()["materials"]) {
+        const auto file = material["file"].get<std::string>();
+        const auto make = material["make"].get<std::string>();
+        if (make == "levels")
+            folder.Write(file, LevelTable(material));
+        else if (make == "film")
+            folder.Write(file, AsBytes(CubeText(SampleTable())));
+        else if (make == "voice")
+            folder.Write(file, WavOf(SampleSound()));
+        else
+            folder.Write(file, FileOf(file, PictureFor(material, photo)));
+    }
 }
 
 } // namespace tools::gallery

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "tools/gallery/folder.h"
 #include "tools/picture_files.h"
 
 namespace tools::gallery {
@@ -8,8 +9,8 @@ namespace tools::gallery {
 /// average of what each pixel covers; transparent ones lie on white.
 Image PhotoFrom(const Image &picture);
 
-/// Writes what the gallery's calls name into the current folder: the photo and pictures made from it, a written page,
-/// lookup tables, a color table and a sound. Throws UserError.
-void WriteMaterials(const Image &photo);
+/// Writes what the gallery's calls name, the "materials" of methods.json: the photo and pictures made from it, a
+/// written page, lookup tables, a color table and a sound. Throws UserError.
+void WriteMaterials(const Image &photo, Folder &folder);
 
 } // namespace tools::gallery

@@ -1,0 +1,21 @@
+#pragma once
+
+#include <nlohmann/json_fwd.hpp>
+#include <string_view>
+
+namespace tools {
+
+using Json = nlohmann::ordered_json;
+
+/// methods.json: what each method and class is, calls that show it, and what they run on. "chapters" hold a "heading"
+/// and "methods"; a method has a "name" as registered, a "meaning" in a few words, a "promise" in a sentence or two,
+/// "charts" to be drawn of its calls, and "calls". A "call" is as kvt apply takes it; "on" is one of the materials
+/// (photo.png when left out, null for a call that needs no picture), "as" how that picture comes to the call ("with
+/// alpha", "masked", "graphics world"), and "shows" what to look at, true of any photo. "materials" are made in their
+/// order, as gallery/materials.cpp tells.
+const Json &MethodData();
+
+/// The data of a method or class; null for those of other modules.
+const Json *FindMethod(std::string_view name);
+
+} // namespace tools
