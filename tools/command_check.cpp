@@ -136,7 +136,9 @@ void AddCheckCommand(CLI::App &program, Outcome &outcome) {
     CLI::App *command = program.add_subcommand("check", "Try whether a module keeps its promises to hosts");
     const auto options = std::make_shared<CheckOptions>();
     command->add_option("module", options->module, "the module's file; the one beside the program when left out");
-    command->add_option("--only", options->rules, "one rule, by its name; may be repeated")->allow_extra_args(false);
+    command->add_option("--only", options->rules, "one rule, by its name; may be repeated")
+        ->type_name("RULE")
+        ->allow_extra_args(false);
     command->add_flag("--list", options->lists, "print the rules and what they say");
     command->add_flag("--json", options->json, "print the result for programs, with all findings");
     command->add_option("--time-limit", options->patience, "seconds after which a call hangs")->capture_default_str();

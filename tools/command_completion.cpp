@@ -14,17 +14,30 @@ namespace tools {
 
 void AddCompletionCommand(CLI::App &program, Outcome &outcome) {
     CLI::App *command = program.add_subcommand("completion", "Print what completes kvt's words in a shell");
-    const auto shell = std::make_shared<std::string>();
-    command->add_option("shell", *shell, "whose language it is")->type_name("bash|zsh")->required();
+    struct Request {
+        std::string shell;
+        std::vector<std::string> words;
+    };
+    const auto request = std::make_shared<Request>();
+    command->add_option("shell", request->shell, "whose language it is")->type_name("bash|zsh")->required();
+    command->add_option("words", request->words)->group(""); // the shell's script asks with these
     command->footer(R"(Examples:
   source <(kvt completion bash)
   kvt completion zsh >~/.zfunc/_kvt)");
-    command->callback([&program, shell, &outcome] {
-        if (*shell != "bash" && *shell != "zsh")
-            throw UserError(fmt::format("\"{}\": expected bash or zsh{}", *shell, Suggestion(*shell, {"bash", "zsh"})));
-        const standin::Host host;
-        fmt::print("{}", *shell == "bash" ? BashCompletion(program, host) : ZshCompletion(program, host));
+    command->callback([&program, request, &outcome] {
+        const std::string &shell = request->shell;
+        if (shell != "bash" && shell != "zsh")
+            throw UserError(fmt::format("\"{}\": expected bash or zsh{}", shell, Suggestion(shell, {"bash", "zsh"})));
         outcome = Done;
+        if (request->words.empty()) {
+            fmt::print("{}", CompletionScript(shell));
+            return;
+        }
+        const standin::Host host;
+        const Completions found = Complete(program, host, request->words);
+        fmt::print("{}\n", found.paths);
+        for (const auto &[text, meaning] : found.words)
+            fmt::print(fmt::runtime(shell == "zsh" && !meaning.empty() ? "{}:{}\n" : "{}\n"), text, meaning);
     });
 }
 

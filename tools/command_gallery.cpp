@@ -10,10 +10,12 @@ namespace tools {
 void AddGalleryCommand(CLI::App &program, Outcome &outcome) {
     CLI::App *command = program.add_subcommand("gallery", "Render every method and class into one page");
     const auto request = std::make_shared<GalleryRequest>();
-    command->add_option("picture", request->picture, "a PNG, JPEG or BMP file; a sample when left out");
+    command->add_option("picture", request->picture, "a PNG, JPEG or BMP file; a sample when left out")
+        ->type_name("PICTURE");
     command
         ->add_option("-o,--output", request->folder,
                      "the folder in which kvt-gallery is made, with the page and its materials")
+        ->type_name("FOLDER")
         ->required();
     command->footer(R"(Examples:
   kvt gallery -o .

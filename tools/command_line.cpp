@@ -139,7 +139,7 @@ std::string Usage(const CLI::App &command) {
         return usage + " COMMAND [OPTION...]";
     usage += " [OPTION...]";
     for (const CLI::Option *option : command.get_options())
-        if (option->get_positional())
+        if (option->get_positional() && !option->get_group().empty())
             usage += fmt::format(fmt::runtime(option->get_required() ? " {}" : " [{}]"), Placeholder(*option));
     return usage;
 }

@@ -1,224 +1,186 @@
 #include "tools/completion.h"
 
+#include "conformance/rules.h"
 #include "tools/command_line.h"
 #include "tools/list.h"
+#include "tools/picture_files.h"
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
-#include <fmt/format.h>
-#include <iterator>
+#include <cctype>
+#include <filesystem>
+#include <nlohmann/json.hpp>
 
 namespace tools {
 namespace {
 
-constexpr const char *kBash = R"(# Completes the words of kvt in bash.
-_kvt() {{
-    local methods="{methods}"
-    local word=${{COMP_WORDS[COMP_CWORD]}} before=${{COMP_WORDS[COMP_CWORD - 1]}}
-    local command="" pictures="" calls="" valued="" options="" kind="" values="" i past
-    # bash cuts words at "="
-    if [[ $word == = ]]; then
-        word=""
-    elif [[ $before == = ]]; then
-        before=${{COMP_WORDS[COMP_CWORD - 2]}}
-    fi
-    word=${{word#[\"\']}}
-    for ((i = 1; i < COMP_CWORD; i++)); do
-        past=${{COMP_WORDS[i]}}
-        if [[ -z $command ]]; then
-            case $past in
-{commands}
-            esac
-        elif [[ $past == -?* || " $valued " == *" ${{COMP_WORDS[i - 1]}} "* ]]; then
-            continue
-        elif [[ $past == - || -f $past || $past == *.@(png|jpg|jpeg|webp|tif|tiff|bmp) ]]; then
-            pictures=yes
-        else
-            calls=yes
-        fi
-    done
-    [[ -n $command ]] || options="{programOptions}" values="{commandNames}"
-    case $command,$before in
-{optionValues}
-    *)
-        if [[ $word == -* ]]; then
-            values=$options kind=""
-        elif [[ $kind == *\|* ]]; then
-            values=${{kind//|/ }} kind=""
-        elif [[ $kind == *CALL* && ( $kind != *PICTURE* || -n $calls ) ]]; then
-            values=$methods kind=""
-        elif [[ $kind == *PICTURE* && -n $pictures ]]; then
-            values=$methods kind=FILE
-        elif [[ $kind == NAME ]]; then
-            values=$methods
-        fi
-        ;;
+constexpr std::string_view kBash = R"(# Completes the words of kvt in bash.
+_kvt() {
+    local found word=${COMP_WORDS[COMP_CWORD]}
+    mapfile -t found < <("${1/#\~/$HOME}" completion bash -- "${COMP_WORDS[@]:0:COMP_CWORD+1}" 2>/dev/null)
+    COMPREPLY=("${found[@]:1}")
+    case ${found[0]} in
+    files) mapfile -t -O ${#COMPREPLY[@]} COMPREPLY < <(compgen -f -- "${word#[\"\']}") && compopt -o filenames 2>/dev/null ;;
+    folders) mapfile -t -O ${#COMPREPLY[@]} COMPREPLY < <(compgen -d -- "${word#[\"\']}") && compopt -o filenames 2>/dev/null ;;
     esac
-    mapfile -t COMPREPLY < <(
-        compgen -W "$values" -- "$word"
-        [[ ! $kind =~ (PICTURE|FILE|MODULE|OUTPUT) ]] || compgen -f -- "$word"
-        [[ ! $kind =~ (FOLDER|DIR) ]] || compgen -d -- "$word"
-    )
-    [[ -z $kind ]] || compopt -o filenames 2>/dev/null
-}}
+    [[ ${COMPREPLY[0]-} != *[=.] ]] || compopt -o nospace 2>/dev/null
+}
 complete -F _kvt kvt kvt32
 )";
 
-constexpr const char *kZsh = R"(#compdef kvt kvt32
+constexpr std::string_view kZsh = R"(#compdef kvt kvt32
 # Completes the words of kvt in zsh.
-_kvt_methods() {{
-    local -a methods=({methods})
-    compadd -X method "$@" -a methods
-}}
-_kvt_pictures_and_calls() {{
-    (( CURRENT > 2 )) && _kvt_methods
-    _files
-}}
-_kvt() {{
-    local -a commands=(
-{commands}
-    )
-    local state line
-    _arguments -C {programOptions} \
-        '1: :->command' '*:: :->words'
-    case $state in
-    command) _describe command commands ;;
-    words)
-        case $line[1] in
-{cases}
-        esac
-        ;;
+_kvt() {
+    local -a found=("${(@f)$($words[1] completion zsh -- "${(@)words[1,CURRENT]}" 2>/dev/null)}")
+    local paths=$found[1] result=1
+    shift found
+    (( ! $#found )) || _describe -V kvt found -M 'm:{[:lower:][:upper:]}={[:upper:][:lower:]}' && result=0
+    case $paths in
+    files) _files && result=0 ;;
+    folders) _files -/ && result=0 ;;
     esac
-}}
+    return result
+}
 if [[ $funcstack[1] == _kvt ]]; then _kvt "$@"; else compdef _kvt kvt kvt32; fi
 )";
 
-std::vector<const CLI::App *> Commands(const CLI::App &program) {
-    return program.get_subcommands([](const CLI::App *command) { return !command->get_group().empty(); });
+char Small(char c) { return static_cast<char>(std::tolower(static_cast<unsigned char>(c))); }
+
+bool StartsWith(std::string_view text, std::string_view start) {
+    return text.size() >= start.size() &&
+           std::equal(start.begin(), start.end(), text.begin(), [](char a, char b) { return Small(a) == Small(b); });
 }
 
-/// "-o --output"
-std::vector<std::string> Names(const CLI::Option &option) {
-    std::vector<std::string> names;
-    for (const std::string &name : option.get_snames())
-        names.push_back("-" + name);
-    for (const std::string &name : option.get_lnames())
-        names.push_back("--" + name);
-    return names;
+bool HasPart(std::string_view text, std::initializer_list<std::string_view> parts) {
+    return std::any_of(parts.begin(), parts.end(), [&](auto part) { return text.find(part) != text.npos; });
 }
 
-/// Values that are written out: "png|jpg|bmp" becomes "png jpg bmp". Empty when there are others.
-std::string Values(const CLI::Option &option) {
-    std::string values = Placeholder(option);
-    if (values.find('|') == values.npos)
-        return {};
-    std::replace(values.begin(), values.end(), '|', ' ');
-    return values;
+/// The option of that name, when it takes a value; null for others.
+const CLI::Option *ValuedOption(const CLI::App &command, const std::string &name) {
+    const CLI::Option *option = name.starts_with('-') ? command.get_option_no_throw(name) : nullptr;
+    return option && !Placeholder(*option).empty() ? option : nullptr;
 }
 
-std::string BashOptions(const CLI::App &command, bool valuedOnly) {
-    std::vector<std::string> names;
-    for (const CLI::Option *option : command.get_options())
-        if (!option->get_positional() && (!valuedOnly || !Placeholder(*option).empty()))
-            for (const std::string &name : Names(*option))
-                names.push_back(name);
-    return fmt::format("{}", fmt::join(names, " "));
-}
+class Finder {
+  public:
+    Finder(const standin::Host &host, std::string word) : host_(host), word_(std::move(word)) {}
 
-std::string BashKind(const CLI::App &command) {
-    for (const CLI::Option *option : command.get_options())
-        if (option->get_positional())
-            return Placeholder(*option);
-    return {};
-}
-
-std::string ZshText(const std::string &text) {
-    std::string quoted;
-    for (const char c : text) {
-        if (c == '[' || c == ']' || c == ':' || c == '\\')
-            quoted += '\\';
-        quoted += c == '\'' ? std::string("'\\''") : std::string(1, c);
+    void Add(std::string text, std::string meaning = {}) {
+        if (StartsWith(text, word_))
+            found.words.push_back({std::move(text), std::move(meaning)});
     }
-    return quoted;
-}
 
-/// What completes a value or a positional.
-std::string ZshAction(const CLI::Option &option) {
-    if (const std::string values = Values(option); !values.empty())
-        return fmt::format("({})", values);
-    const std::string kind = Placeholder(option);
-    const auto has = [&](std::string_view part) { return kind.find(part) != kind.npos; };
-    if (has("PICTURE") && has("CALL"))
-        return "_kvt_pictures_and_calls";
-    if (has("CALL") || kind == "NAME")
-        return "_kvt_methods";
-    if (has("FOLDER") || has("DIR"))
-        return "_files -/";
-    return has("PICTURE") || has("FILE") || has("MODULE") || has("OUTPUT") ? "_files" : " ";
-}
-
-std::string ZshArguments(const CLI::App &command) {
-    std::string arguments;
-    for (const CLI::Option *option : command.get_options()) {
-        const std::string kind = Placeholder(*option);
-        const std::string value = kind.empty() ? "" : fmt::format(":{}:{}", ZshText(kind), ZshAction(*option));
-        const bool isRepeated = option->get_expected_max() > 1;
-        if (option->get_positional())
-            arguments += fmt::format(" \\\n            '{}{}'",
-                                     isRepeated               ? "*"
-                                     : option->get_required() ? "1"
-                                                              : "1:",
-                                     value);
-        else
-            for (const std::string &name : Names(*option))
-                arguments += fmt::format(" \\\n            '{}{}[{}]{}'", isRepeated ? "*" : "", name,
-                                         ZshText(OptionText(*option)), value);
+    void AddOptions(const CLI::App &command) {
+        for (const CLI::Option *option : command.get_options()) {
+            for (const std::string &name : option->get_snames())
+                Add("-" + name, OptionText(*option));
+            for (const std::string &name : option->get_lnames())
+                Add("--" + name, OptionText(*option));
+        }
     }
-    return arguments;
-}
+
+    /// What a value or an argument may be, as its placeholder in the help says.
+    void AddValues(const std::string &kind) {
+        if (kind.find('|') != kind.npos)
+            for (const std::string &value : CLI::detail::split(kind, '|'))
+                Add(value);
+        else if (kind == "RULE")
+            for (const conformance::Rule &rule : conformance::Rules())
+                Add(rule.name, rule.promise);
+        else if (kind == "NAME")
+            AddCalls();
+        else if (HasPart(kind, {"PICTURE", "FILE", "MODULE", "OUTPUT"}))
+            found.paths = "files";
+        else if (HasPart(kind, {"FOLDER", "DIR"}))
+            found.paths = "folders";
+    }
+
+    /// Methods and classes; of a class that is written out, its methods behind the dot and its properties in brackets.
+    void AddCalls() {
+        const std::size_t end = word_.find_first_of("(.");
+        if (end == word_.npos) {
+            for (const std::string_view name : InterfaceNames(host_)) {
+                const Json *method = FindMethod(name);
+                Add(std::string(name), method ? (*method)["meaning"].get<std::string>() : "");
+            }
+            return;
+        }
+        const bool isMember = word_[end] == '.' || word_.find(").") != word_.npos;
+        const std::string start = word_.substr(0, word_.find_last_of(isMember ? "." : "(, ") + 1);
+        for (const auto &definition : host_.Classes()) {
+            if (!standin::SameName(definition->name, word_.substr(0, end)))
+                continue;
+            for (const auto &method : definition->methods)
+                if (isMember)
+                    Add(start + method.declaration.name);
+            for (const auto &property : definition->properties)
+                if (!isMember)
+                    Add(start + property.name + "=", std::string(standin::NameOf(property.type)));
+        }
+    }
+
+    Completions found;
+
+  private:
+    const standin::Host &host_;
+    std::string word_;
+};
 
 } // namespace
 
-std::string BashCompletion(const CLI::App &program, const standin::Host &host) {
-    std::string commands;
-    std::string optionValues;
-    std::vector<std::string> names;
-    for (const CLI::App *command : Commands(program)) {
-        const std::string &name = command->get_name();
-        names.push_back(name);
-        fmt::format_to(std::back_inserter(commands),
-                       "            {0}) command={0} kind='{1}' options='{2}' valued='{3}' ;;\n", name,
-                       BashKind(*command), BashOptions(*command, false), BashOptions(*command, true));
-        for (const CLI::Option *option : command->get_options())
-            if (!option->get_positional() && !Placeholder(*option).empty()) {
-                std::vector<std::string> patterns;
-                for (const std::string &written : Names(*option))
-                    patterns.push_back(fmt::format("{},{}", name, written));
-                fmt::format_to(std::back_inserter(optionValues), "    {}) kind='{}' values='{}' ;;\n",
-                               fmt::join(patterns, " | "), Values(*option).empty() ? Placeholder(*option) : "",
-                               Values(*option));
-            }
-    }
-    commands.pop_back();
-    optionValues.pop_back();
-    return fmt::format(kBash, fmt::arg("methods", fmt::join(InterfaceNames(host), " ")), fmt::arg("commands", commands),
-                       fmt::arg("programOptions", BashOptions(program, false)),
-                       fmt::arg("commandNames", fmt::join(names, " ")), fmt::arg("optionValues", optionValues));
-}
+std::string_view CompletionScript(std::string_view shell) { return shell == "bash" ? kBash : kZsh; }
 
-std::string ZshCompletion(const CLI::App &program, const standin::Host &host) {
-    std::string commands;
-    std::string cases;
-    for (const CLI::App *command : Commands(program)) {
-        fmt::format_to(std::back_inserter(commands), "        '{}:{}'\n", command->get_name(),
-                       ZshText(command->get_description()));
-        fmt::format_to(std::back_inserter(cases), "        {}) _arguments -s{} ;;\n", command->get_name(),
-                       ZshArguments(*command));
+Completions Complete(const CLI::App &program, const standin::Host &host, std::vector<std::string> words) {
+    std::string word = words.back();
+    words.pop_back();
+    if (word.starts_with('"') || word.starts_with('\''))
+        word.erase(0, 1);
+    if (word == "=") // bash cuts words there
+        word.clear();
+    else if (words.size() > 1 && words.back() == "=")
+        words.pop_back();
+
+    const auto commands =
+        program.get_subcommands([](const CLI::App *command) { return !command->get_group().empty(); });
+    const CLI::App *command = nullptr;
+    bool hasPicture = false;
+    bool hasCall = false;
+    for (std::size_t i = 1; i < words.size(); ++i) {
+        const std::string &past = words[i];
+        if (!command) {
+            const auto named = [&](const CLI::App *one) { return one->get_name() == past; };
+            if (const auto found = std::find_if(commands.begin(), commands.end(), named); found != commands.end())
+                command = *found;
+        } else if (past.size() > 1 && past.starts_with('-')) {
+            if (ValuedOption(*command, past)) // its value is no picture and no call
+                i += i + 1 < words.size() && words[i + 1] == "=" ? 2U : 1U;
+        } else if (past == kStandardStream || IsPicturePath(past) || std::filesystem::is_regular_file(past)) {
+            hasPicture = true;
+        } else {
+            hasCall = true;
+        }
     }
-    commands.pop_back();
-    cases.pop_back();
-    return fmt::format(kZsh, fmt::arg("methods", fmt::join(InterfaceNames(host), " ")), fmt::arg("commands", commands),
-                       fmt::arg("programOptions", ZshArguments(program)), fmt::arg("cases", cases));
+
+    Finder finder(host, word);
+    std::string kind;
+    if (command)
+        for (const CLI::Option *option : command->get_options())
+            if (kind.empty() && option->get_positional())
+                kind = Placeholder(*option);
+    if (const CLI::Option *option = command ? ValuedOption(*command, words.back()) : nullptr) {
+        finder.AddValues(Placeholder(*option));
+    } else if (word.starts_with('-')) {
+        finder.AddOptions(command ? *command : program);
+    } else if (!command) {
+        for (const CLI::App *one : commands)
+            finder.Add(one->get_name(), one->get_description());
+    } else if (HasPart(kind, {"CALL"}) && (hasPicture || hasCall || !HasPart(kind, {"PICTURE"}))) {
+        finder.AddCalls();
+        finder.found.paths = HasPart(kind, {"PICTURE"}) && !hasCall ? "files" : "none";
+    } else {
+        finder.AddValues(kind);
+    }
+    return finder.found;
 }
 
 } // namespace tools

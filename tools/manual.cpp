@@ -36,7 +36,8 @@ std::string Footer(const CLI::App &command) {
 std::string Options(const CLI::App &command) {
     std::string options;
     for (const CLI::Option *option : command.get_options())
-        options += fmt::format(".TP\n.B {}\n{}\n", Roff(OptionHead(*option)), Roff(OptionText(*option)));
+        if (!option->get_group().empty())
+            options += fmt::format(".TP\n.B {}\n{}\n", Roff(OptionHead(*option)), Roff(OptionText(*option)));
     return options;
 }
 

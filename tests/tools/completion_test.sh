@@ -18,7 +18,8 @@ Offers() { # EXPECTED WORD...: what completes the last word, sorted and joined
     shift
     COMP_WORDS=("$@")
     COMP_CWORD=$(($# - 1))
-    _kvt
+    COMP_WORDS[0]=$kvt
+    _kvt "$kvt"
     found=$(printf '%s\n' "${COMPREPLY[@]}" | LC_ALL=C sort | tr '\n' ' ' | sed 's/ *$//')
     if [ "$found" != "$expected" ]; then
         printf 'bash: %s\n  expected: %s\n  found:    %s\n' "$*" "$expected" "$found"
@@ -42,15 +43,25 @@ Offers "desktop" kvt apply photo.png --host d
 Offers "notes.txt" kvt apply photo.png --module n
 Offers "--save-block" kvt make --s
 Offers "bash" kvt completion b
+Offers "InvertGrayKVT InvertKVT" kvt apply photo.png inv # capitals do not count
+Offers "isBlackKVT isGrayKVT isWhiteKVT" kvt make IS
+Offers "PictureSepiaKVT.Close PictureSepiaKVT.Run" kvt make PictureSepiaKVT.
+Offers "PictureSepiaKVT(MinX=3).Run" kvt make "'PictureSepiaKVT(MinX=3).r"
+Offers "PictureSepiaKVT(MinX=3, SepiaBlue= PictureSepiaKVT(MinX=3, SepiaGreen= PictureSepiaKVT(MinX=3, SepiaRed=" \
+    kvt make "'PictureSepiaKVT(MinX=3, sep"
+Offers "references" kvt check --only ref
+Offers "" kvt check --only photo
+mkdir sub
+Offers "sub" kvt gallery -o s
 
 # Every method and class of the interface, and every command of the help.
-COMP_WORDS=(kvt make "") COMP_CWORD=2
-_kvt
+COMP_WORDS=("$kvt" make "") COMP_CWORD=2
+_kvt "$kvt"
 "$kvt" manual >kvt.1 || failed=1
 wanted=$("$kvt" list | sed -n 's/^  \([A-Za-z0-9]*KVT\|FindPicture\).*/\1/p; s/^Class \([A-Za-z0-9]*\) .*/\1/p' | sort -u)
 [ "$wanted" = "$(printf '%s\n' "${COMPREPLY[@]}" | sort -u)" ] || { echo "bash: methods differ from kvt list"; failed=1; }
-COMP_WORDS=(kvt "") COMP_CWORD=1
-_kvt
+COMP_WORDS=("$kvt" "") COMP_CWORD=1
+_kvt "$kvt"
 for command in $("$kvt" --help | sed -n '/^Commands:/,/^$/s/^  \([a-z]*\) .*/\1/p'); do
     [[ " ${COMPREPLY[*]} " == *" $command "* ]] || { echo "bash: no command $command"; failed=1; }
     "$kvt" "$command" --help >help
@@ -89,7 +100,8 @@ for line wanted in "$@"; do
     Settle
 done
 EOF
-    missing=$(zsh -f drive.zsh 'kvt ap' 'kvt apply ' 'kvt apply photo.png InvertG' InvertGrayKVT \
+    missing=$(PATH=${kvt%/*}:$PATH zsh -f drive.zsh 'kvt ap' 'kvt apply ' 'kvt apply photo.png InvertG' InvertGrayKVT 'kvt apply photo.png invertg' GrayKVT \
+        'kvt check --only refe' references \
         'kvt apply photo.png --layout row' row-table 'kvt apply pho' photo.png 'kvt completion ba' 'completion bash' 2>&1)
     [ -z "$missing" ] || { echo "$missing"; failed=1; }
 fi
