@@ -3,8 +3,8 @@
 #include "tools/builtin.h"
 #include "tools/gallery/exhibit.h"
 #include "tools/gallery/materials.h"
-#include "tools/progress.h"
 #include "tools/samples.h"
+#include "tools/terminal.h"
 
 #include <algorithm>
 #include <filesystem>
