@@ -8,10 +8,10 @@ namespace kvt {
 using HostResolver = void *(*)(const char *name);
 
 /// Written once by REALPluginMain before anything else runs, never changed afterwards.
-extern HostResolver gResolver;
+inline HostResolver gResolver = nullptr;
 
 /// The host's version, 0.0 until (and unless) the host reports one at start-up. Always compared with "at least".
-extern double rbversion_rbversion;
+inline double rbversion_rbversion = 0.0;
 
 inline void *FindInHost(const char *name) { return gResolver(name); }
 

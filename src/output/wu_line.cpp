@@ -6,11 +6,6 @@
 #include <utility>
 
 namespace kvt {
-
-std::int32_t gOutLineColorR;
-std::int32_t gOutLineColorG;
-std::int32_t gOutLineColorB;
-
 namespace {
 
 /// The steps of a line from `first` up to and including `last`; step 0 is its start.

@@ -7,9 +7,9 @@
 namespace kvt {
 
 /// The color that lines are drawn in, 0..255 a channel. Set before drawing and kept until it is set again.
-extern std::int32_t gOutLineColorR;
-extern std::int32_t gOutLineColorG;
-extern std::int32_t gOutLineColorB;
+inline std::int32_t gOutLineColorR = 0;
+inline std::int32_t gOutLineColorG = 0;
+inline std::int32_t gOutLineColorB = 0;
 
 /// Blends the pixel at (x, y) towards the outline color and makes it opaque. `intensity`, 0..255, is the weight of the
 /// pixel's old color: 0 gives the outline color exactly, 255 keeps the old one. Outside the picture nothing happens.

@@ -1,8 +1,0 @@
-#include "host/resolver.h"
-
-namespace kvt {
-
-HostResolver gResolver;
-double rbversion_rbversion;
-
-} // namespace kvt
