@@ -11,11 +11,6 @@
 namespace kvt {
 namespace {
 
-/// The application kind, learned at the first open and kept as long as the module is loaded: which description type is
-/// tried. Never set back.
-unsigned char IsDesktop;
-unsigned char IsConsole;
-
 void LearnApplicationKind() {
     if (IsDesktop || IsConsole)
         return;

@@ -36,6 +36,11 @@ inline bool SameSize(const PictureEditor &a, const PictureEditor &b) {
     return a.width == b.width && a.height == b.height;
 }
 
+/// The application kind, learned at the first open and kept as long as the module is loaded: which description type is
+/// tried. Never set back.
+inline unsigned char IsDesktop = 0;
+inline unsigned char IsConsole = 0;
+
 /// Opens `picture` for reading. A picture without alpha channel that cannot be locked as a bitmap context is read from
 /// a drawn copy. False, with nothing held and nothing raised, for a null picture and for one whose pixels cannot be had
 /// as 32-bit words of a known layout; closing is still allowed.
