@@ -1,6 +1,7 @@
 #pragma once
 
 #include "kernels/job.h"
+#include "kernels/rgb.h"
 
 namespace kvt {
 
@@ -9,12 +10,7 @@ struct ChannelTable {
     alignas(64) unsigned char levels[256];
 };
 
-/// One table a channel.
-struct ChannelTables {
-    ChannelTable red;
-    ChannelTable green;
-    ChannelTable blue;
-};
+using ChannelTables = Channelwise<ChannelTable>;
 
 /// Maps every channel of a pixel through its table.
 void MapThroughTables(const MapJob &job, const ChannelTables &tables);

@@ -24,13 +24,6 @@ struct ThroughTables : Reads<1, SourceLayout::Own> {
     }
 };
 #else
-/// Keeps loads through `at` where they stand: there are more of them than registers, and compilers that move them out
-/// of a loop store them again.
-template <class T> KVT_INLINE const T *InMemory(const T *at) {
-    __asm__ volatile("" : "+r"(at));
-    return at;
-}
-
 /// Deals 64 pixels out to a vector for each channel, each looked up by two permutations of 128 levels.
 struct ThroughTables : Reads<1, SourceLayout::Own> {
     static constexpr int kVectors = 4;
@@ -60,22 +53,21 @@ struct ThroughTables : Reads<1, SourceLayout::Own> {
     const Prepared &prepared;
 
     KVT_INLINE void operator()(V (&block)[kVectors]) const {
-        const Prepared *const constants = InMemory(&prepared);
         Register levels[3];
         for (int channel = 0; channel < 3; ++channel) {
-            const Register deal = R(constants->deal[channel]);
+            const Register deal = R(prepared.deal[channel]);
             const Register index =
                 _mm512_mask_blend_epi8(0xFFFFFFFF00000000, _mm512_permutex2var_epi8(R(block[0]), deal, R(block[1])),
                                        _mm512_permutex2var_epi8(R(block[2]), deal, R(block[3])));
-            const auto from = [&](int level) KVT_INLINE_LAMBDA { return R(Load(constants->tables[channel] + level)); };
+            const auto from = [&](int level) KVT_INLINE_LAMBDA { return R(Load(prepared.tables[channel] + level)); };
             levels[channel] =
                 _mm512_mask_blend_epi8(_mm512_movepi8_mask(index), _mm512_permutex2var_epi8(from(0), index, from(64)),
                                        _mm512_permutex2var_epi8(from(128), index, from(192)));
         }
         for (int i = 0; i < kVectors; ++i) {
-            const Register gather = R(constants->gather[i]);
-            const Register two = _mm512_maskz_permutex2var_epi8(constants->redAndGreen, levels[0], gather, levels[1]);
-            block[i] = As<V>(_mm512_mask_permutexvar_epi8(two, constants->blue, gather, levels[2])) | constants->opaque;
+            const Register gather = R(prepared.gather[i]);
+            const Register two = _mm512_maskz_permutex2var_epi8(prepared.redAndGreen, levels[0], gather, levels[1]);
+            block[i] = As<V>(_mm512_mask_permutexvar_epi8(two, prepared.blue, gather, levels[2])) | prepared.opaque;
         }
     }
 };

@@ -19,20 +19,17 @@ constexpr std::ptrdiff_t kAhead = 1024;
 
 // Map.
 
-/// What kernels of Map derive from: how many sources they read, and whether the sources' words come in the target's
-/// layout, so that the kernel knows one layout alone, or as they are.
+/// What kernels of Map derive from: how many sources they read, whether the sources' words come in the target's layout,
+/// so that the kernel knows one layout alone, or as they are, and how many vectors of pixels a kernel takes at once,
+/// which it may say otherwise.
 enum class SourceLayout { OfTarget, Own };
 template <std::size_t kCount, SourceLayout kLayout = SourceLayout::OfTarget> struct Reads {
     static constexpr std::size_t kSources = kCount;
     static constexpr bool kConverts = kLayout == SourceLayout::OfTarget;
+    static constexpr int kVectors = 1;
 };
 
-/// A block of pixels that a kernel takes at once: a vector, or `kVectors` of them where it says so.
-template <class Kernel> constexpr std::ptrdiff_t kVectorsOf = 1;
-template <class Kernel>
-requires requires { Kernel::kVectors; }
-constexpr std::ptrdiff_t kVectorsOf<Kernel> = Kernel::kVectors;
-template <class Kernel> constexpr std::ptrdiff_t kBlockBytes = kVectorsOf<Kernel> *kBytes;
+template <class Kernel> constexpr std::ptrdiff_t kBlockBytes = Kernel::kVectors *kBytes;
 
 /// Where a kernel reads, and how it brings what it read into the target's layout: by a shuffle, which changes nothing
 /// where the layouts are the same. Levels without one convert beforehand (MapConverted).
@@ -73,7 +70,7 @@ concept TakesPixels = requires(const Kernel &kernel, const unsigned char *pixel)
 
 template <class Out, class Kernel>
 KVT_INLINE void MapBlock(const Kernel &kernel, const Sources<Kernel> &from, std::ptrdiff_t at, unsigned char *to) {
-    if constexpr (requires { Kernel::kVectors; }) {
+    if constexpr (Kernel::kVectors > 1) {
         V block[Kernel::kVectors];
         for (int i = 0; i < Kernel::kVectors; ++i)
             block[i] = from.Read(0, at + i * kBytes);

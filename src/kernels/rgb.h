@@ -17,12 +17,15 @@ KVT_INLINE std::uint32_t LoadWord(const unsigned char *pixel) {
 
 KVT_INLINE void StoreWord(unsigned char *pixel, std::uint32_t word) { std::memcpy(pixel, &word, sizeof word); }
 
-/// Red, green and blue, each 0..255.
-struct Rgb {
-    std::int32_t red;
-    std::int32_t green;
-    std::int32_t blue;
+/// A value a channel.
+template <class T> struct Channelwise {
+    T red;
+    T green;
+    T blue;
 };
+
+/// Levels, each 0..255.
+using Rgb = Channelwise<std::int32_t>;
 
 /// The channels of a pixel word.
 KVT_INLINE Rgb Channels(const Layout &layout, std::uint32_t word) {

@@ -7,7 +7,7 @@
 namespace kvt {
 
 // In place; what leaves the picture comes in again at the opposite edge. True as well when there is nothing to move;
-// false, with the picture unchanged, when there is no memory for one row.
+// false, with the picture unchanged, when there is no memory for what waits while the rest moves, a row or less.
 
 /// Moves every row `delta` rows down (up when negative). Bitmap rows take their padding along; in a console picture the
 /// contents move and the row table stays.

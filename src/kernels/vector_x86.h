@@ -123,35 +123,27 @@ KVT_INLINE Doubles HighToDoubles(V v) { return _mm_cvtepi32_pd(_mm_shuffle_epi32
 KVT_INLINE V Truncated(Doubles low, Doubles high) {
     return As<V>(_mm_unpacklo_epi64(_mm_cvttpd_epi32(low), _mm_cvttpd_epi32(high)));
 }
-#else
-#if KVT_VECTOR_BYTES == 32
-#define KVT_LOW 0, 1, 2, 3
-#define KVT_HIGH 4, 5, 6, 7
-#define KVT_TO_DOUBLES(half) _mm256_cvtepi32_pd(half)
-#define KVT_TO_WORDS(numbers) _mm256_cvttpd_epi32(numbers)
-using HalfRegister = __m128i;
+#elif KVT_VECTOR_BYTES == 32
+KVT_INLINE Doubles LowToDoubles(V v) { return _mm256_cvtepi32_pd(_mm256_castsi256_si128(R(v))); }
+KVT_INLINE Doubles HighToDoubles(V v) { return _mm256_cvtepi32_pd(_mm256_extracti128_si256(R(v), 1)); }
+KVT_INLINE V Truncated(Doubles low, Doubles high) {
+    return As<V>(_mm256_set_m128i(_mm256_cvttpd_epi32(high), _mm256_cvttpd_epi32(low)));
+}
 #else // under masks: what has none begins with a vector that is not set, and compilers warn of it
-#define KVT_LOW 0, 1, 2, 3, 4, 5, 6, 7
-#define KVT_HIGH 8, 9, 10, 11, 12, 13, 14, 15
-#define KVT_TO_DOUBLES(half) _mm512_maskz_cvtepi32_pd(0xFF, half)
-#define KVT_TO_WORDS(numbers) _mm512_maskz_cvttpd_epi32(0xFF, numbers)
-using HalfRegister = __m256i;
-#endif
-using HalfWords [[gnu::vector_size(KVT_VECTOR_BYTES / 2)]] = std::int32_t;
+using HalfWords [[gnu::vector_size(32)]] = std::int32_t;
 KVT_INLINE Doubles LowToDoubles(V v) {
-    return KVT_TO_DOUBLES(As<HalfRegister>(__builtin_shufflevector(As<Words>(v), As<Words>(v), KVT_LOW)));
+    const HalfWords half = __builtin_shufflevector(As<Words>(v), As<Words>(v), 0, 1, 2, 3, 4, 5, 6, 7);
+    return _mm512_maskz_cvtepi32_pd(0xFF, As<__m256i>(half));
 }
 KVT_INLINE Doubles HighToDoubles(V v) {
-    return KVT_TO_DOUBLES(As<HalfRegister>(__builtin_shufflevector(As<Words>(v), As<Words>(v), KVT_HIGH)));
+    const HalfWords half = __builtin_shufflevector(As<Words>(v), As<Words>(v), 8, 9, 10, 11, 12, 13, 14, 15);
+    return _mm512_maskz_cvtepi32_pd(0xFF, As<__m256i>(half));
 }
 KVT_INLINE V Truncated(Doubles low, Doubles high) {
-    return As<V>(__builtin_shufflevector(As<HalfWords>(KVT_TO_WORDS(low)), As<HalfWords>(KVT_TO_WORDS(high)), KVT_LOW,
-                                         KVT_HIGH));
+    return As<V>(__builtin_shufflevector(As<HalfWords>(_mm512_maskz_cvttpd_epi32(0xFF, low)),
+                                         As<HalfWords>(_mm512_maskz_cvttpd_epi32(0xFF, high)), 0, 1, 2, 3, 4, 5, 6, 7,
+                                         8, 9, 10, 11, 12, 13, 14, 15));
 }
-#undef KVT_LOW
-#undef KVT_HIGH
-#undef KVT_TO_DOUBLES
-#undef KVT_TO_WORDS
 #endif
 
 /// Stores sixteen numbers as bytes, each limited to 0..255.

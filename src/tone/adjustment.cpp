@@ -13,12 +13,6 @@ namespace {
 /// In smaller pictures, finding lines takes longer than looking levels up.
 constexpr std::int64_t kPixelsWorthLines = 4096;
 
-struct Adjustments {
-    Adjustment red;
-    Adjustment green;
-    Adjustment blue;
-};
-
 ChannelTable TableOf(const Adjustment &adjustment) {
     ChannelTable table;
     for (int level = 0; level < 256; ++level) {
@@ -64,9 +58,8 @@ Adjustment ContrastLinBrightness(double contrast, double brightness) {
 
 Adjustment Custom(double a, double b) { return {.scale = a, .offset = b}; }
 
-REALpictureStruct *AdjustPicture(REALpictureStruct *picture, const Adjustment &red, const Adjustment &green,
-                                 const Adjustment &blue) {
-    return MapPicture(picture, NewPicture::LikeSource, kWholePicture, MapAdjusted, Adjustments{red, green, blue});
+REALpictureStruct *AdjustPicture(REALpictureStruct *picture, const Adjustments &adjustments) {
+    return MapPicture(picture, NewPicture::LikeSource, kWholePicture, MapAdjusted, adjustments);
 }
 
 } // namespace kvt

@@ -21,11 +21,7 @@ struct StraightLine {
     std::int32_t exponent;
 };
 
-struct StraightLines {
-    StraightLine red;
-    StraightLine green;
-    StraightLine blue;
-};
+using StraightLines = Channelwise<StraightLine>;
 
 /// Finds a line that yields all 256 levels of the table. `slope` is about that of the line from which the table was
 /// made; false when no line near it does.
