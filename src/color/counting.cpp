@@ -2,7 +2,6 @@
 
 #include "host/entries.h"
 #include "pixels/open.h"
-#include "support/memory.h"
 
 #include <cstring>
 
@@ -36,13 +35,11 @@ Block BlockIn(REALmemoryBlockStruct **variable) {
 }
 
 /// Neighbors count in turn into histograms of their own: they often have the same levels, and a counter that was just
-/// written is read again with a delay. In small pictures that costs more than it saves.
+/// written is read again with a delay.
 constexpr std::ptrdiff_t kTurns = 8;
-constexpr std::int64_t kPixelsWorthTurns = 4096;
 
 /// How often each level occurs in each of a pixel's color bytes, which are numbered from the lowest.
 struct Counts {
-    std::ptrdiff_t used; ///< turns
     std::uint32_t turns[kTurns][3][256];
 };
 
@@ -55,11 +52,11 @@ void CountPixels(const Pixels &source, Area area, std::ptrdiff_t lowest, Counts 
                 ++counts.turns[turn][byte][colors[x * 4 + byte]];
         };
         std::ptrdiff_t x = 0;
-        for (; x + kTurns <= count && counts.used == kTurns; x += kTurns)
+        for (; x + kTurns <= count; x += kTurns)
             for (std::ptrdiff_t turn = 0; turn < kTurns; ++turn)
                 add(x + turn, turn);
         for (; x < count; ++x)
-            add(x, x % counts.used);
+            add(x, x % kTurns);
     }
 }
 
@@ -68,8 +65,8 @@ void Add(unsigned char *counters, const Counts &counts, int byte) {
     for (std::ptrdiff_t level = 0; level < 256; ++level) {
         std::uint32_t counter;
         std::memcpy(&counter, counters + level * 4, sizeof counter);
-        for (std::ptrdiff_t turn = 0; turn < counts.used; ++turn)
-            counter += counts.turns[turn][byte][level];
+        for (const auto &turn : counts.turns)
+            counter += turn[byte][level];
         std::memcpy(counters + level * 4, &counter, sizeof counter);
     }
 }
@@ -88,9 +85,7 @@ std::int32_t AddHistograms(REALpictureStruct *picture, const Block &first, const
     const Area area = AreaOf(*source, kWholePicture);
     const Layout &layout = LayoutOf(*source);
     const int lowest = layout.other == 0 ? 1 : 0;
-    Counts counts;
-    counts.used = area.Pixels() < kPixelsWorthTurns ? 1 : kTurns;
-    ClearMemory(counts.turns, static_cast<std::size_t>(counts.used) * sizeof counts.turns[0]);
+    Counts counts = {};
     CountPixels(PixelsOf(*source), area, lowest, counts);
     Add(reds, counts, layout.red - lowest);
     Add(greens, counts, layout.green - lowest);
