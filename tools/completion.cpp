@@ -16,10 +16,10 @@ namespace {
 
 constexpr std::string_view kBash = R"(# Completes the words of kvt in bash.
 _kvt() {
-    local found word=${COMP_WORDS[COMP_CWORD]}
-    mapfile -t found < <("${1/#\~/$HOME}" completion bash -- "${COMP_WORDS[@]:0:COMP_CWORD+1}" 2>/dev/null)
+    local found word=${COMP_WORDS[COMP_CWORD]} words=("${COMP_WORDS[@]:0:COMP_CWORD+1}")
+    mapfile -t found < <("${1/#\~/$HOME}" completion bash "${words[@]/#/=}" 2>/dev/null)
     COMPREPLY=("${found[@]:1}")
-    case ${found[0]} in
+    case ${found[0]-} in
     files) mapfile -t -O ${#COMPREPLY[@]} COMPREPLY < <(compgen -f -- "${word#[\"\']}") && compopt -o filenames 2>/dev/null ;;
     folders) mapfile -t -O ${#COMPREPLY[@]} COMPREPLY < <(compgen -d -- "${word#[\"\']}") && compopt -o filenames 2>/dev/null ;;
     esac
@@ -31,7 +31,7 @@ complete -F _kvt kvt kvt32
 constexpr std::string_view kZsh = R"(#compdef kvt kvt32
 # Completes the words of kvt in zsh.
 _kvt() {
-    local -a found=("${(@f)$($words[1] completion zsh -- "${(@)words[1,CURRENT]}" 2>/dev/null)}")
+    local -a found=("${(@f)$($words[1] completion zsh "${(@)words[1,CURRENT]/#/=}" 2>/dev/null)}")
     local paths=$found[1] result=1
     shift found
     (( ! $#found )) || _describe -V kvt found -M 'm:{[:lower:][:upper:]}={[:upper:][:lower:]}' && result=0
@@ -131,6 +131,8 @@ class Finder {
 std::string_view CompletionScript(std::string_view shell) { return shell == "bash" ? kBash : kZsh; }
 
 Completions Complete(const CLI::App &program, const standin::Host &host, std::vector<std::string> words) {
+    for (std::string &word : words)
+        word.erase(0, 1);
     std::string word = words.back();
     words.pop_back();
     if (word.starts_with('"') || word.starts_with('\''))

@@ -27,7 +27,8 @@ struct Completions {
     std::vector<Completion> words;
 };
 
-/// What completes the last of the words; the first is the program's name. Letters compare without case.
+/// What completes the last of the words; the first is the program's name. Each has a character before it, so that none
+/// is an option of this command. Letters compare without case.
 Completions Complete(const CLI::App &program, const standin::Host &host, std::vector<std::string> words);
 
 } // namespace tools

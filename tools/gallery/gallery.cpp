@@ -74,7 +74,7 @@ Outcome RenderGallery(const GalleryRequest &request) {
     for (Json &chapter : chapters)
         for (Json &method : chapter["methods"])
             for (Json &shot : method["calls"]) {
-                progress.Show(calls++);
+                progress.Show(calls++, method["name"].get_ref<const std::string &>());
                 shot.update(Render(host, request.host, method, shot, pictures, folder));
                 if (shot.contains("failure")) {
                     outcome = std::max(outcome, shot.contains("violated") ? Violated : Failed);
@@ -101,7 +101,7 @@ Outcome RenderGallery(const GalleryRequest &request) {
     const std::string page = PageWith(data);
     folder.Write(kPage, AsBytes(page));
     for (const std::string &failure : failures)
-        fmt::print(stderr, "kvt: {}\n", failure);
+        PrintProblem(failure);
     fmt::print("{} calls, {} failed: {} ({:.1f} MB)\n", calls, failures.size(), folder.PathOf(kPage),
                static_cast<double>(page.size()) / 1e6);
     return outcome;
