@@ -5,6 +5,7 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <fmt/format.h>
+#include <sstream>
 
 namespace tools {
 namespace {
@@ -14,29 +15,18 @@ constexpr std::size_t kTextColumn = 26;
 
 /// Two columns; what is too wide for the first one gets a line of its own.
 std::string Row(const std::string &head, const std::string &text) {
-    std::string row = "  " + head;
-    std::size_t column = row.size();
-    const auto newLine = [&] {
-        row += '\n' + std::string(kTextColumn, ' ');
-        column = kTextColumn;
-    };
-    if (column + 2 > kTextColumn) {
-        newLine();
-    } else {
-        row.append(kTextColumn - column, ' ');
-        column = kTextColumn;
-    }
-    for (std::size_t at = 0; at < text.size();) {
-        const std::size_t end = std::min(text.find(' ', at), text.size());
-        if (column > kTextColumn && column + 1 + end - at > kLineWidth)
-            newLine();
-        if (column > kTextColumn) {
-            row += ' ';
-            ++column;
+    const std::string indent(kTextColumn, ' ');
+    std::string row = fmt::format("  {:<{}}", head, kTextColumn - 2);
+    if (head.size() + 4 > kTextColumn)
+        row = "  " + head + '\n' + indent;
+    std::size_t column = kTextColumn;
+    std::istringstream words(text);
+    for (std::string word; words >> word; column += word.size() + 1) {
+        if (column + word.size() > kLineWidth) {
+            row += '\n' + indent;
+            column = kTextColumn;
         }
-        row += text.substr(at, end - at);
-        column += end - at;
-        at = end + 1;
+        row += (column > kTextColumn ? " " : "") + word;
     }
     return row + '\n';
 }

@@ -36,10 +36,6 @@ constexpr void (*kCommands[])(CLI::App &program, Outcome &outcome) = {
 
 Outcome Run(int argc, char **argv) {
     std::vector<std::string> words(argv + 1, argv + argc);
-    if (!words.empty() && words[0] == "help") { // as --help behind what it is about
-        words.erase(words.begin());
-        words.emplace_back("--help");
-    }
     // What follows "--" and is a file is no option. CLI11 would give all of it to the program instead of the command.
     if (const auto mark = std::find(words.begin(), words.end(), "--"); mark != words.end())
         for (auto word = words.erase(mark); word != words.end(); ++word)
@@ -55,6 +51,12 @@ Outcome Run(int argc, char **argv) {
         add(program, outcome);
     for (CLI::App *command : program.get_subcommands({}))
         command->group("Commands");
+    if (!words.empty() && words[0] == "help") { // as --help behind what it is about
+        words.erase(words.begin());
+        const auto isMeant = [&](const CLI::App *command) { return words.empty() || command->get_name() == words[0]; };
+        if (!program.get_subcommands(isMeant).empty())
+            words.emplace_back("--help");
+    }
     try {
         program.parse(std::vector<std::string>(words.rbegin(), words.rend()));
     } catch (const CLI::Success &asked) {

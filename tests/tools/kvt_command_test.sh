@@ -365,6 +365,7 @@ Table <<'ROWS'
 2 ~ apply s.bmp --json -o - InvertKVT ~ --json: 
 2 ~ apply s.bmp --json --value ColornessKVT ~ --json
 2 ~ aply s.bmp ~ there is no command "aply"; did you mean "apply"?
+2 ~ help aply ~ there is no command "aply"; did you mean "apply"?
 2 ~ apply s.bmp InvertKVT --outptu none.bmp ~ there is no option "--outptu"; did you mean "--output"?
 2 ~ sample none.bmp other.bmp ~ "other.bmp" is one word too many
 1 ~ apply s.bmp InvertKVT 'TintPictureKVT(nil, &c555555, &cFFF0C0)' -o none.bmp ~ TintPictureKVT returned nil ~   source is nil
