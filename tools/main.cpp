@@ -37,7 +37,8 @@ constexpr void (*kCommands[])(CLI::App &program, Outcome &outcome) = {
 Outcome Run(int argc, char **argv) {
     std::vector<std::string> words(argv + 1, argv + argc);
     // What follows "--" and is a file is no option. CLI11 would give all of it to the program instead of the command.
-    if (const auto mark = std::find(words.begin(), words.end(), "--"); mark != words.end())
+    const bool hasCalls = !words.empty() && (words[0] == "apply" || words[0] == "make");
+    if (const auto mark = std::find(words.begin(), words.end(), "--"); hasCalls && mark != words.end())
         for (auto word = words.erase(mark); word != words.end(); ++word)
             if (std::error_code ignored; word->size() > 1 && word->front() == '-' && fs::exists(*word, ignored))
                 *word = "./" + *word;
