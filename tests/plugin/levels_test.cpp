@@ -29,9 +29,7 @@ constexpr LeveledCall kLeveledCalls[] = {
     {"ChangeSaturationKVT", kAvx512,
      [](TestHost &host, const Ref &picture) { return host.Call(picture, "ChangeSaturationKVT", 60); }},
     {"TintPictureKVT", kAvx512,
-     [](TestHost &host, const Ref &picture) {
-         return host.CallGlobal("TintPictureKVT", picture, 0x4C961D, 0xFFE0B3);
-     }},
+     [](TestHost &host, const Ref &picture) { return host.CallGlobal("TintPictureKVT", picture, 0x4C961D, 0xFFE0B3); }},
     {"PictureSepiaKVT.Run", kAvx2,
      [](TestHost &host, const Ref &picture) {
          const Ref sepia = host.New("PictureSepiaKVT");
