@@ -8,7 +8,7 @@
 
 namespace kvt {
 
-REALpictureStruct *ReplaceChannelOf(REALpictureStruct *picture, REALpictureStruct *channel, std::uint32_t bits) {
+REALpictureStruct *ReplaceChannel(REALpictureStruct *picture, REALpictureStruct *channel, std::uint32_t bits) {
     if (!channel) {
         RaiseNilObject("The channel picture is nil.");
         return nullptr;

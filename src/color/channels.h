@@ -16,10 +16,16 @@ inline constexpr std::uint32_t kBlue = 0x0000FF;
 
 /// The picture with one channel taken from `channel`, which must be at least as large; its top left is used. A nil
 /// `channel` raises NilObjectException.
-REALpictureStruct *ReplaceChannelOf(REALpictureStruct *picture, REALpictureStruct *channel, std::uint32_t bits);
-template <std::uint32_t kChannel>
-REALpictureStruct *ReplaceChannel(REALpictureStruct *picture, REALpictureStruct *channel) {
-    return ReplaceChannelOf(picture, channel, kChannel);
+REALpictureStruct *ReplaceChannel(REALpictureStruct *picture, REALpictureStruct *channel, std::uint32_t bits);
+
+inline REALpictureStruct *ReplaceRedChannel(REALpictureStruct *picture, REALpictureStruct *channel) {
+    return ReplaceChannel(picture, channel, kRed);
+}
+inline REALpictureStruct *ReplaceGreenChannel(REALpictureStruct *picture, REALpictureStruct *channel) {
+    return ReplaceChannel(picture, channel, kGreen);
+}
+inline REALpictureStruct *ReplaceBlueChannel(REALpictureStruct *picture, REALpictureStruct *channel) {
+    return ReplaceChannel(picture, channel, kBlue);
 }
 
 /// The red of `red`, the green of `green` and the blue of `blue`; all three of one size. Mind the order.

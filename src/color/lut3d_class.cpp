@@ -153,10 +153,11 @@ void MapThrough(const MapJob &job, const ColorGrid *grid) {
 }
 
 /// The host reads and writes all but the table itself, and hands out a black one.
-struct Data {
+struct Lut3DClassData {
     PictureFields pictures;
     ColorGrid table;
 };
+using Data = Lut3DClassData;
 
 #if __SIZEOF_POINTER__ == 4
 static_assert(sizeof(Data) == 139992 && offsetof(Data, pictures.bounds.minX) == 8 && offsetof(Data, table) == 24);
@@ -164,9 +165,9 @@ static_assert(sizeof(Data) == 139992 && offsetof(Data, pictures.bounds.minX) == 
 
 Data &DataOf(REALobjectStruct *instance) { return InstanceData<Data>(instance, gPictureLut3DClass); }
 
-void Construct(REALobjectStruct *) {}
+void Lut3DClassConstructor(REALobjectStruct *) {}
 
-void Close(REALobjectStruct *instance) { Release(DataOf(instance).pictures); }
+void Lut3DClassDestructor(REALobjectStruct *instance) { Release(DataOf(instance).pictures); }
 
 /// Maps the bounds of SourcePicture through the table, interpolated in tetrahedra, into a new DestinationPicture. The
 /// old one is dropped first, whatever happens then. 0 (false) when there is no source, it cannot be read, or no picture
@@ -185,13 +186,13 @@ double *EntryOf(REALobjectStruct *instance, std::uint32_t r, std::uint32_t g, st
     return isInside ? &DataOf(instance).table[r][g][b][x] : nullptr;
 }
 
-double GetEntry(REALobjectStruct *instance, std::uint32_t r, std::uint32_t g, std::uint32_t b, std::uint32_t x) {
+double GetPMX(REALobjectStruct *instance, std::uint32_t r, std::uint32_t g, std::uint32_t b, std::uint32_t x) {
     const double *entry = EntryOf(instance, r, g, b, x);
     return entry ? *entry : 0.0;
 }
 
-void SetEntry(REALobjectStruct *instance, std::uint32_t r, std::uint32_t g, std::uint32_t b, std::uint32_t x,
-              double value) {
+void SetPMX(REALobjectStruct *instance, std::uint32_t r, std::uint32_t g, std::uint32_t b, std::uint32_t x,
+            double value) {
     if (double *entry = EntryOf(instance, r, g, b, x))
         *entry = value;
 }
@@ -201,9 +202,9 @@ void SetEntry(REALobjectStruct *instance, std::uint32_t r, std::uint32_t g, std:
 REALpropertyDefinition gProperties[] = {KVT_PICTURE_PROPERTIES(kConsoleSafe)};
 
 REALmethodDefinition gMethods[] = {
-    {REALroutine(Close),    nullptr,               "Close",                                                               kConsoleSafe},
-    {REALroutine(Run),      nullptr,               "Run as boolean",                                                      kConsoleSafe},
-    {REALroutine(GetEntry), REALroutine(SetEntry), "Table(r as UInt32, g as UInt32, b as UInt32, x as UInt32) as double", kConsoleSafe},
+    {REALroutine(Lut3DClassDestructor), nullptr, "Close", kConsoleSafe},
+    {REALroutine(Run), nullptr, "Run as boolean", kConsoleSafe},
+    {REALroutine(GetPMX), REALroutine(SetPMX), "Table(r as UInt32, g as UInt32, b as UInt32, x as UInt32) as double", kConsoleSafe},
 };
 
 // clang-format on
@@ -214,8 +215,8 @@ REALclassDefinition gPictureLut3DClass = {
     .version = kInterfaceVersion,
     .name = "PictureLut3DKVT",
     .instanceSize = sizeof(Data),
-    .constructor = REALroutine(Construct),
-    .destructor = REALroutine(Close),
+    .constructor = REALroutine(Lut3DClassConstructor),
+    .destructor = REALroutine(Lut3DClassDestructor),
     .properties = gProperties,
     .propertyCount = std::size(gProperties),
     .methods = gMethods,

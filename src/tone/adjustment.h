@@ -31,27 +31,58 @@ Adjustment Custom(double a, double b);
 /// picture cannot be read or no new one can be made.
 REALpictureStruct *AdjustPicture(REALpictureStruct *picture, const Adjustments &adjustments);
 
-/// Methods with one value, or two, for all channels.
-template <Adjustment (*kAdjustment)(double)> REALpictureStruct *Adjust(REALpictureStruct *picture, double value) {
-    const Adjustment all = kAdjustment(value);
-    return AdjustPicture(picture, {all, all, all});
-}
-template <Adjustment (*kAdjustment)(double, double)>
-REALpictureStruct *Adjust(REALpictureStruct *picture, double first, double second) {
-    const Adjustment all = kAdjustment(first, second);
-    return AdjustPicture(picture, {all, all, all});
-}
+// The routines of the methods, with values for all channels or for each.
 
-/// Methods with a value for each channel, or with two.
-template <Adjustment (*kAdjustment)(double)>
-REALpictureStruct *AdjustEach(REALpictureStruct *picture, double red, double green, double blue) {
-    return AdjustPicture(picture, {kAdjustment(red), kAdjustment(green), kAdjustment(blue)});
+inline REALpictureStruct *AdjustAll(REALpictureStruct *picture, const Adjustment &all) {
+    return AdjustPicture(picture, {all, all, all});
 }
-template <Adjustment (*kAdjustment)(double, double)>
-REALpictureStruct *AdjustEach(REALpictureStruct *picture, double firstRed, double firstGreen, double firstBlue,
-                              double secondRed, double secondGreen, double secondBlue) {
-    return AdjustPicture(picture, {kAdjustment(firstRed, secondRed), kAdjustment(firstGreen, secondGreen),
-                                   kAdjustment(firstBlue, secondBlue)});
+inline REALpictureStruct *ContrastPicture1(REALpictureStruct *picture, double contrast) {
+    return AdjustAll(picture, Contrast(contrast));
+}
+inline REALpictureStruct *ContrastPicture3(REALpictureStruct *picture, double contrastRed, double contrastGreen,
+                                           double contrastBlue) {
+    return AdjustPicture(picture, {Contrast(contrastRed), Contrast(contrastGreen), Contrast(contrastBlue)});
+}
+inline REALpictureStruct *AbsBrightnessPicture1(REALpictureStruct *picture, double brightness) {
+    return AdjustAll(picture, AbsBrightness(brightness));
+}
+inline REALpictureStruct *AbsBrightnessPicture3(REALpictureStruct *picture, double brightnessRed,
+                                                double brightnessGreen, double brightnessBlue) {
+    return AdjustPicture(picture,
+                         {AbsBrightness(brightnessRed), AbsBrightness(brightnessGreen), AbsBrightness(brightnessBlue)});
+}
+inline REALpictureStruct *LinBrightnessPicture1(REALpictureStruct *picture, double brightness) {
+    return AdjustAll(picture, LinBrightness(brightness));
+}
+inline REALpictureStruct *LinBrightnessPicture3(REALpictureStruct *picture, double brightnessRed,
+                                                double brightnessGreen, double brightnessBlue) {
+    return AdjustPicture(picture,
+                         {LinBrightness(brightnessRed), LinBrightness(brightnessGreen), LinBrightness(brightnessBlue)});
+}
+inline REALpictureStruct *ContrastAbsBrightnessPicture1(REALpictureStruct *picture, double contrast,
+                                                        double brightness) {
+    return AdjustAll(picture, ContrastAbsBrightness(contrast, brightness));
+}
+inline REALpictureStruct *ContrastAbsBrightnessPicture3(REALpictureStruct *picture, double contrastRed,
+                                                        double contrastGreen, double contrastBlue, double brightnessRed,
+                                                        double brightnessGreen, double brightnessBlue) {
+    return AdjustPicture(picture, {ContrastAbsBrightness(contrastRed, brightnessRed),
+                                   ContrastAbsBrightness(contrastGreen, brightnessGreen),
+                                   ContrastAbsBrightness(contrastBlue, brightnessBlue)});
+}
+inline REALpictureStruct *ContrastLinBrightnessPicture1(REALpictureStruct *picture, double contrast,
+                                                        double brightness) {
+    return AdjustAll(picture, ContrastLinBrightness(contrast, brightness));
+}
+inline REALpictureStruct *ContrastLinBrightnessPicture3(REALpictureStruct *picture, double contrastRed,
+                                                        double contrastGreen, double contrastBlue, double brightnessRed,
+                                                        double brightnessGreen, double brightnessBlue) {
+    return AdjustPicture(picture, {ContrastLinBrightness(contrastRed, brightnessRed),
+                                   ContrastLinBrightness(contrastGreen, brightnessGreen),
+                                   ContrastLinBrightness(contrastBlue, brightnessBlue)});
+}
+inline REALpictureStruct *TransformPicture(REALpictureStruct *picture, double a, double b) {
+    return AdjustAll(picture, Custom(a, b));
 }
 
 } // namespace kvt

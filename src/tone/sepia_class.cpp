@@ -40,14 +40,14 @@ static_assert(sizeof(Data) == 64 && offsetof(Data, pictures.source) == 24 &&
 
 Data &DataOf(REALobjectStruct *instance) { return InstanceData<Data>(instance, gPictureSepiaClass); }
 
-void Construct(REALobjectStruct *instance) {
+void PictureSepiaClassConstructor(REALobjectStruct *instance) {
     Data &data = DataOf(instance);
     data.redWeight = 0.299;
     data.greenWeight = 0.587;
     data.blueWeight = 0.114;
 }
 
-void Close(REALobjectStruct *instance) { Release(DataOf(instance).pictures); }
+void PictureSepiaClassDestructor(REALobjectStruct *instance) { Release(DataOf(instance).pictures); }
 
 /// Tones the bounds of SourcePicture into a new DestinationPicture, which replaces the old one. 0 (false), with
 /// DestinationPicture as it was, when there is no source, it cannot be read, or no picture can be made.
@@ -64,13 +64,12 @@ unsigned char Run(REALobjectStruct *instance) {
                              KVT_SELECT(Tone), toning) != nullptr;
 }
 
-template <double Data::*kWeight> double Get(REALobjectStruct *instance, std::int32_t) {
-    return DataOf(instance).*kWeight;
-}
-
-template <double Data::*kWeight> void Set(REALobjectStruct *instance, std::int32_t, double value) {
-    DataOf(instance).*kWeight = value;
-}
+double GetFactorR(REALobjectStruct *instance, std::int32_t) { return DataOf(instance).redWeight; }
+void SetFactorR(REALobjectStruct *instance, std::int32_t, double value) { DataOf(instance).redWeight = value; }
+double GetFactorG(REALobjectStruct *instance, std::int32_t) { return DataOf(instance).greenWeight; }
+void SetFactorG(REALobjectStruct *instance, std::int32_t, double value) { DataOf(instance).greenWeight = value; }
+double GetFactorB(REALobjectStruct *instance, std::int32_t) { return DataOf(instance).blueWeight; }
+void SetFactorB(REALobjectStruct *instance, std::int32_t, double value) { DataOf(instance).blueWeight = value; }
 
 // clang-format off
 
@@ -80,14 +79,14 @@ REALpropertyDefinition gProperties[] = {
     KVT_STANDARD_PROPERTY("SepiaRed",   "Integer", 0, red),
     KVT_STANDARD_PROPERTY("SepiaGreen", "Integer", 0, green),
     KVT_STANDARD_PROPERTY("SepiaBlue",  "Integer", 0, blue),
-    {0, "FactorRed",   "Double", 0, REALroutine(Get<&Data::redWeight>),   REALroutine(Set<&Data::redWeight>),   0, {}},
-    {0, "FactorBlue",  "Double", 0, REALroutine(Get<&Data::greenWeight>), REALroutine(Set<&Data::greenWeight>), 0, {}},
-    {0, "FactorGreen", "Double", 0, REALroutine(Get<&Data::blueWeight>),  REALroutine(Set<&Data::blueWeight>),  0, {}},
+    {0, "FactorRed",   "Double", 0, REALroutine(GetFactorR), REALroutine(SetFactorR), 0, {}},
+    {0, "FactorBlue",  "Double", 0, REALroutine(GetFactorG), REALroutine(SetFactorG), 0, {}},
+    {0, "FactorGreen", "Double", 0, REALroutine(GetFactorB), REALroutine(SetFactorB), 0, {}},
 };
 
 REALmethodDefinition gMethods[] = {
-    {REALroutine(Close), nullptr, "Close",          0},
-    {REALroutine(Run),   nullptr, "Run as boolean", 0},
+    {REALroutine(PictureSepiaClassDestructor), nullptr, "Close", 0},
+    {REALroutine(Run), nullptr, "Run as boolean", 0},
 };
 
 // clang-format on
@@ -98,8 +97,8 @@ REALclassDefinition gPictureSepiaClass = {
     .version = kInterfaceVersion,
     .name = "PictureSepiaKVT",
     .instanceSize = sizeof(Data),
-    .constructor = REALroutine(Construct),
-    .destructor = REALroutine(Close),
+    .constructor = REALroutine(PictureSepiaClassConstructor),
+    .destructor = REALroutine(PictureSepiaClassDestructor),
     .properties = gProperties,
     .propertyCount = std::size(gProperties),
     .methods = gMethods,
