@@ -94,11 +94,12 @@ struct Interpolation : Reads<1> {
         // One pixel's places are loaded after another's sum: those of all four would not fit the registers.
         __atomic_signal_fence(__ATOMIC_ACQ_REL);
         const double *lowest = grid + places.lowest[i];
-        const double *weights = grid + kCorners * 4;
+        const double *weights = grid + kCorners * std::ptrdiff_t{4};
         const double *low = weights + places.low[i];
         const double *high = weights + places.high[i];
         const GridCorner sum = At(lowest) * low[0] + At(grid + places.second[i]) * low[1] +
-                               At(grid + places.third[i]) * high[0] + At(lowest + kToHighest * 4) * high[1];
+                               At(grid + places.third[i]) * high[0] +
+                               At(lowest + kToHighest * std::ptrdiff_t{4}) * high[1];
         return __builtin_convertvector(sum, FourWords);
     }
     KVT_INLINE static const GridCorner &At(const double *corner) {

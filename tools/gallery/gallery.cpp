@@ -10,6 +10,7 @@
 #include <filesystem>
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
+#include <set>
 
 namespace tools {
 namespace {
@@ -82,9 +83,10 @@ Outcome RenderGallery(const GalleryRequest &request) {
                 }
             }
     progress.Hide();
+    const std::set<int> levels = host.TakeLevelsRun();
     const std::size_t bytes = photo.pixels.size();
     const double copy = gallery::TimeOfMemcpy(bytes).count();
-    Json data = {{"facts", Facts(request.host, host.ActiveLevel(), photo)},
+    Json data = {{"facts", Facts(request.host, levels.empty() ? -1 : *levels.rbegin(), photo)},
                  {"memcpy", {{"ms", copy}, {"bytes", bytes}}},
                  {"chapters", chapters},
                  {"sounds", {{"voice.wav", Json::array()}}},
