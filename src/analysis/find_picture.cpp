@@ -201,16 +201,16 @@ bool FindNeedle(const PictureEditor &haystack, const PictureEditor &needle, Poin
     Outcome outcome = SearchByProbes(search);
     if (outcome == Outcome::Unfinished) {
         ClearBuffer<std::uint32_t> memory(2LL * kHashes * (width + 1LL));
-        Hash hashes[kHashes] = {};
-        for (int i = 0; memory && i < kHashes; ++i) {
-            hashes[i].powers = memory.data() + 2 * i * (width + std::ptrdiff_t{1});
-            hashes[i].columns = hashes[i].powers + width;
-        }
-        if (!memory) {
+        if (!memory) { // compared wherever both probes are, however long that takes
             search.budget = INT64_MAX;
             outcome = SearchByProbes(search);
         }
-        while (outcome == Outcome::Unfinished) {
+        Hash hashes[kHashes] = {};
+        for (std::ptrdiff_t i = 0; memory && i < kHashes; ++i) {
+            hashes[i].powers = memory.data() + 2 * i * (width + 1LL);
+            hashes[i].columns = hashes[i].powers + width;
+        }
+        while (memory && outcome == Outcome::Unfinished) {
             HashBases bases[kHashes];
             draw(bases);
             const std::int32_t number = effort.draws++ == 0 ? 1 : kHashes;
