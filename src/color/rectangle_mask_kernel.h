@@ -8,14 +8,14 @@ inline void MarkColored(const Layout &layout, const unsigned char *pixels, std::
     for (std::int32_t begin = first / kWordBits * kWordBits; begin < end; begin += kWordBits) {
         const unsigned char *block = pixels + std::ptrdiff_t{begin} * 4;
         unsigned char part[kWordBits * 4] = {}; // black, and so gray
-        const std::int32_t from = first > begin ? first - begin : 0;
-        const std::int32_t to = end - begin < kWordBits ? end - begin : kWordBits;
+        const std::ptrdiff_t from = first > begin ? first - begin : 0;
+        const std::ptrdiff_t to = end - begin < kWordBits ? end - begin : kWordBits;
         if (from > 0 || to < kWordBits) {
             std::memcpy(part + from * 4, block + from * 4, static_cast<std::size_t>(to - from) * 4);
             block = part;
         }
         std::uint32_t colored = 0;
-        for (std::int32_t lane = 0; lane < kWordBits; lane += kBytes / 4) {
+        for (std::ptrdiff_t lane = 0; lane < kWordBits; lane += kBytes / 4) {
             const V v = Load(block + lane * 4);
             colored |= HighestBits(~Equal32((v ^ Right32<8>(v)) & pairs, Zero())) << lane;
         }
