@@ -104,6 +104,7 @@ double Bin(const Samples &samples, Columns &columns) {
 void FindRows(Columns &columns, std::int32_t smooth, double scale, std::int32_t height) {
     const double alpha = 2.0 / (smooth + 1.0);
     const bool smooths = smooth != -1 && alpha > 0.0;
+    const std::int32_t center = height / 2;
     const double divisor = smooths ? alpha * scale + (1.0 - alpha) * scale : scale;
     for (const int half : {0, 1}) {
         double average = columns.at[0].levels[half];
@@ -111,7 +112,7 @@ void FindRows(Columns &columns, std::int32_t smooth, double scale, std::int32_t 
             const double level = columns.at[column].levels[half];
             average = smooths ? average * (1.0 - alpha) + alpha * level : level;
             const double offset = divisor == 0.0 ? 0.0 : average * height / divisor;
-            columns.at[column].rows[half] = Truncate(height / 2 + offset);
+            columns.at[column].rows[half] = Truncate(center + offset);
         }
     }
 }
