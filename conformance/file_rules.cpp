@@ -219,8 +219,8 @@ void CheckRecords(Judge &judge) {
         const char *what;
         double version;
         std::uint32_t flags;
-    } kHosts[] = {{"a host of today", 2019.03, kHostFlags}, {"a host before 2010.029", 2010.0, 0}};
-    for (const auto &row : kHosts) {
+    } kVersions[] = {{"a host of today", 2019.03, kHostFlags}, {"a host before 2010.029", 2010.0, 0}};
+    for (const auto &row : kVersions) {
         HostDescription description = DescribeHost(Places()[0], judge.module());
         description.version = row.version;
         StartUnder(judge, description, row.what, [&](const Host &host) {
