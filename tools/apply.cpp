@@ -20,7 +20,6 @@ using standin::Result;
 using standin::SameName;
 using standin::Type;
 using standin::Value;
-using Json = nlohmann::ordered_json;
 
 /// What is to be saved once all went well.
 struct Harvest {

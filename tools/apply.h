@@ -11,6 +11,8 @@
 
 namespace tools {
 
+using Json = nlohmann::ordered_json;
+
 /// Paths may be the standard streams.
 struct ApplyRequest {
     std::optional<std::string> input; ///< none: the first call makes the picture
@@ -26,8 +28,8 @@ struct ApplyRequest {
 /// What came of a request.
 struct ApplyReport {
     Outcome outcome = Wrong;
-    std::vector<std::pair<std::string, std::string>> answers;       ///< results that are no pictures: name and value
-    nlohmann::ordered_json calls = nlohmann::ordered_json::array(); ///< those that gave what they are there for
+    std::vector<std::pair<std::string, std::string>> answers; ///< results that are no pictures: name and value
+    Json calls = Json::array();                               ///< those that gave what they are there for
     std::string unsaved;            ///< the picture that the last call made and nothing takes; empty when there is none
     bool isSaved = false;           ///< where the request says
     std::vector<std::string> notes; ///< what of files is not in the pictures, and the other way around
@@ -43,7 +45,7 @@ struct ApplyReport {
 ApplyReport Apply(const standin::HostDescription &host, const ApplyRequest &request);
 
 /// Request and report as one object.
-nlohmann::ordered_json JsonOf(const ApplyRequest &request, const ApplyReport &report);
+Json JsonOf(const ApplyRequest &request, const ApplyReport &report);
 
 /// Throws UserError for what is wrong with the calls themselves, whatever the input holds. Whether the last one makes a
 /// picture that nothing takes.
