@@ -181,6 +181,28 @@ Outcome SearchByHashes(Search &search, const Hash *hashes, std::int32_t number) 
     return outcome;
 }
 
+/// Compares where hashes are the needle's, whose bases are drawn anew until the search is through. `memory` holds
+/// twice the haystack's width and two numbers for each hash.
+Outcome SearchByDraws(Search &search, std::uint32_t *memory, DrawBases draw) {
+    const std::ptrdiff_t width = search.haystack.width;
+    Hash hashes[kHashes] = {};
+    for (std::ptrdiff_t i = 0; i < kHashes; ++i) {
+        hashes[i].powers = memory + 2 * i * (width + 1);
+        hashes[i].columns = hashes[i].powers + width;
+    }
+    Outcome outcome = Outcome::Unfinished;
+    while (outcome == Outcome::Unfinished) {
+        HashBases bases[kHashes];
+        draw(bases);
+        const std::int32_t number = search.effort.draws++ == 0 ? 1 : kHashes;
+        for (std::int32_t i = 0; i < number; ++i)
+            Seek(hashes[i], search, bases[i]);
+        search.budget = SizeOf(search.haystack);
+        outcome = SearchByHashes(search, hashes, number);
+    }
+    return outcome;
+}
+
 } // namespace
 
 void DrawByChance(HashBases (&bases)[kHashes]) {
@@ -195,29 +217,16 @@ bool FindNeedle(const PictureEditor &haystack, const PictureEditor &needle, Poin
     effort = {};
     if (needle.width < 1 || needle.height < 1 || needle.width > haystack.width || needle.height > haystack.height)
         return false;
-    const std::int32_t width = haystack.width;
-    const Point end{width - needle.width + 1, haystack.height - needle.height + 1};
+    const Point end{haystack.width - needle.width + 1, haystack.height - needle.height + 1};
     Search search{haystack, needle, effort, end, {0, 0}, SizeOf(haystack)};
     Outcome outcome = SearchByProbes(search);
     if (outcome == Outcome::Unfinished) {
-        ClearBuffer<std::uint32_t> memory(2LL * kHashes * (width + 1LL));
-        if (!memory) { // compared wherever both probes are, however long that takes
+        ClearBuffer<std::uint32_t> memory(2LL * kHashes * (haystack.width + 1LL));
+        if (memory) {
+            outcome = SearchByDraws(search, memory.data(), draw);
+        } else { // compared wherever both probes are, however long that takes
             search.budget = INT64_MAX;
             outcome = SearchByProbes(search);
-        }
-        Hash hashes[kHashes] = {};
-        for (std::ptrdiff_t i = 0; memory && i < kHashes; ++i) {
-            hashes[i].powers = memory.data() + 2 * i * (width + 1LL);
-            hashes[i].columns = hashes[i].powers + width;
-        }
-        while (memory && outcome == Outcome::Unfinished) {
-            HashBases bases[kHashes];
-            draw(bases);
-            const std::int32_t number = effort.draws++ == 0 ? 1 : kHashes;
-            for (std::int32_t i = 0; i < number; ++i)
-                Seek(hashes[i], search, bases[i]);
-            search.budget = SizeOf(haystack);
-            outcome = SearchByHashes(search, hashes, number);
         }
     }
     if (outcome == Outcome::Found)
