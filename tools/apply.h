@@ -2,6 +2,7 @@
 
 #include "standin/host.h"
 #include "tools/files.h"
+#include "tools/json.h"
 
 #include <nlohmann/json.hpp>
 #include <optional>
@@ -10,8 +11,6 @@
 #include <vector>
 
 namespace tools {
-
-using Json = nlohmann::ordered_json;
 
 /// Paths may be the standard streams.
 struct ApplyRequest {

@@ -103,7 +103,7 @@ void Tell(const ApplyOptions &options, const ApplyRequest &request, const ApplyR
     const std::string prefix = isOneOfMany ? *request.input + ": " : "";
     std::FILE *stream = WritesToStream(request) ? stderr : stdout;
     if (options.json)
-        fmt::print("{}", JsonOf(request, report).dump(-1, ' ', false, nlohmann::json::error_handler_t::replace));
+        fmt::print("{}", JsonOf(request, report).dump(-1, ' ', false, Json::error_handler_t::replace));
     else
         for (const auto &[name, value] : report.answers)
             fmt::print(stream, "{}\n", options.value ? value : fmt::format("{}{} = {}", prefix, name, value));

@@ -2,6 +2,7 @@
 #include "standin/elf_file.h"
 #include "tools/commands.h"
 #include "tools/files.h"
+#include "tools/json.h"
 #include "tools/nearest.h"
 #include "tools/terminal.h"
 
@@ -98,7 +99,7 @@ Outcome Check(const CheckOptions &options) {
 
     std::size_t kept = 0;
     std::size_t steps = 0;
-    nlohmann::ordered_json results = nlohmann::ordered_json::array();
+    Json results = Json::array();
     const auto start = std::chrono::steady_clock::now();
     if (!options.json)
         fmt::print("{}, a module of {} bits, promises that it\n", name, *width);
@@ -117,12 +118,11 @@ Outcome Check(const CheckOptions &options) {
     }
     const std::size_t broken = rules.size() - kept;
     if (options.json)
-        fmt::print("{}\n",
-                   nlohmann::ordered_json{{"module", name},
-                                          {"bits", *width},
-                                          {"rules", results},
-                                          {"summary", {{"rules", rules.size()}, {"kept", kept}, {"broken", broken}}}}
-                       .dump(2, ' ', false, nlohmann::json::error_handler_t::replace));
+        fmt::print("{}\n", Json{{"module", name},
+                                {"bits", *width},
+                                {"rules", results},
+                                {"summary", {{"rules", rules.size()}, {"kept", kept}, {"broken", broken}}}}
+                               .dump(2, ' ', false, Json::error_handler_t::replace));
     else
         fmt::print("{} rule{}: {} kept, {} broken; {} steps in {:.1f} s\n", rules.size(), rules.size() == 1 ? "" : "s",
                    kept, broken, steps,

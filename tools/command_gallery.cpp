@@ -10,8 +10,7 @@ namespace tools {
 void AddGalleryCommand(CLI::App &program, Outcome &outcome) {
     CLI::App *command = program.add_subcommand("gallery", "Render every method and class into one page");
     const auto request = std::make_shared<GalleryRequest>();
-    command->add_option("picture", request->picture, "a picture file; a sample when left out")
-        ->type_name("PICTURE");
+    command->add_option("picture", request->picture, "a picture file; a sample when left out")->type_name("PICTURE");
     command
         ->add_option("-o,--output", request->folder,
                      "the folder in which kvt-gallery is made, with the page and its materials")

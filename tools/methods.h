@@ -1,11 +1,10 @@
 #pragma once
 
-#include <nlohmann/json_fwd.hpp>
+#include "tools/json.h"
+
 #include <string_view>
 
 namespace tools {
-
-using Json = nlohmann::ordered_json;
 
 /// methods.json: what each method and class is, calls that show it, and what they run on. "chapters" hold a "heading"
 /// and "methods"; a method has a "name" as registered, a "meaning" in a few words, a "promise" in a sentence or two,

@@ -258,17 +258,14 @@ class Studio {
 } // namespace
 
 std::size_t Pictures::Add(const Image &image) {
-    const Json picture = {
-        {"width", image.width}, {"height", image.height}, {"alpha", image.hasAlpha}, {"address", AddressOf(image)}};
-    return numbers_.emplace(picture.dump(), numbers_.size()).first->second;
+    const auto [held, isNew] = numbers_.emplace(AddressOf(image), list_.size());
+    if (isNew)
+        list_.push_back(
+            {{"width", image.width}, {"height", image.height}, {"alpha", image.hasAlpha}, {"address", held->first}});
+    return held->second;
 }
 
-Json Pictures::List() const {
-    std::vector<Json> list(numbers_.size());
-    for (const auto &[picture, number] : numbers_)
-        list[number] = Json::parse(picture);
-    return list;
-}
+Json Pictures::List() const { return list_; }
 
 Json Render(standin::Host &host, const HostOptions &options, const Json &method, const Json &shot, Pictures &pictures,
             Folder &folder) {

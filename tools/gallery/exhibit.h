@@ -10,6 +10,7 @@
 #include <cstddef>
 #include <map>
 #include <string>
+#include <vector>
 
 namespace tools::gallery {
 
@@ -22,7 +23,8 @@ class Pictures {
     Json List() const;                   ///< by number: "width", "height", "alpha" and a data "address"
 
   private:
-    std::map<std::string, std::size_t> numbers_; ///< by what describes each
+    std::vector<Json> list_;
+    std::map<std::string, std::size_t> numbers_; ///< by address, which holds a picture's whole file
 };
 
 /// Makes a call of methods.json a few times, on a fresh picture each, in the folder of the materials, and tells what
