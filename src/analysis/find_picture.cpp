@@ -1,8 +1,8 @@
 #include "analysis/find_picture.h"
 
+#include "analysis/methods.h"
 #include "kernels/inline.h"
 #include "pixels/open.h"
-#include "support/chance.h"
 #include "support/memory.h"
 
 #include <algorithm>
@@ -204,13 +204,6 @@ Outcome SearchByDraws(Search &search, std::uint32_t *memory, DrawBases draw) {
 }
 
 } // namespace
-
-void DrawByChance(HashBases (&bases)[kHashes]) {
-    std::uint64_t words[4];
-    DrawWords(words, 4);
-    bases[0] = {Residue(words[0]), Residue(words[1])};
-    bases[1] = {Residue(words[2]), Residue(words[3])};
-}
 
 bool FindNeedle(const PictureEditor &haystack, const PictureEditor &needle, Point &hit, SearchEffort &effort,
                 DrawBases draw) {

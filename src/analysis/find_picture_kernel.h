@@ -45,20 +45,18 @@ inline std::int64_t EqualPixels(const Pixels &whole, Point at, const Pixels &par
                                 std::int32_t height) {
     constexpr std::ptrdiff_t kBlock = 256;
     const std::uint32_t colors = whole.layout.ColorBits();
-    alignas(64) unsigned char converted[kBlock * 4];
+    const bool sameLayout = whole.layout == part.layout;
+    const auto word = [&](const unsigned char *pixel) KVT_INLINE_LAMBDA {
+        return sameLayout ? LoadWord(pixel) : Word(whole.layout, Channels(part.layout, LoadWord(pixel)));
+    };
     for (std::int32_t row = 0; row < height; ++row) {
         const unsigned char *a = AddressOf(whole.rows, {at.x, at.y + row});
         const unsigned char *b = part.rows[row];
         for (std::ptrdiff_t x = 0; x < width; x += kBlock, a += kBlock * 4, b += kBlock * 4) {
             const std::ptrdiff_t count = width - x < kBlock ? width - x : kBlock;
-            const unsigned char *same = b;
-            if (whole.layout != part.layout) {
-                Convert(b, part.layout, count, converted, whole.layout);
-                same = converted;
-            }
             std::uint32_t different = 0;
             for (std::ptrdiff_t i = 0; i < count; ++i)
-                different |= (LoadWord(a + i * 4) ^ LoadWord(same + i * 4)) & colors;
+                different |= (LoadWord(a + i * 4) ^ word(b + i * 4)) & colors;
             if (different)
                 return std::int64_t{row} * width + x;
         }

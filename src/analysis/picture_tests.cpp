@@ -1,4 +1,4 @@
-#include "analysis/picture_tests.h"
+#include "analysis/methods.h"
 
 #include "pixels/open.h"
 

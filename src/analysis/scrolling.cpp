@@ -1,4 +1,4 @@
-#include "analysis/scrolling.h"
+#include "analysis/methods.h"
 
 #include "analysis/legacy_drawing.h"
 #include "host/entries.h"

@@ -33,7 +33,6 @@ struct Lighter : Reads<2> {
     KVT_INLINE V operator()(V a, V b) const { return (MaxU8(a, b) & colors) | opaque; }
 };
 
-/// `channel` is a host color with all bits of the channel.
 inline void ReplaceBits(const MapJob &job, std::uint32_t channel) {
     Map(job, ReplacedBits(job.target.layout, channel));
 }

@@ -1,4 +1,4 @@
-#include "color/counting.h"
+#include "color/methods.h"
 
 #include "host/entries.h"
 #include "pixels/open.h"

@@ -1,21 +1,15 @@
-#include "color/embedded_mask.h"
+#include "color/methods.h"
 
 #include "host/entries.h"
-#include "pixels/open.h"
+#include "kernels/map_picture.h"
 
 #define KVT_KERNELS "color/embedded_mask_kernel.h"
 #include "kernels/each_level.h"
 
 namespace kvt {
+
 REALpictureStruct *GetEmbededMask(REALpictureStruct *picture, signed char swap) {
-    const OpenReader source{picture};
-    if (!source)
-        return nullptr;
-    OpenWriter result{*source, NewPicture::SameSize};
-    if (!result)
-        return nullptr;
-    KVT_SELECT(ReadMask)(JobOf(*result, AreaOf(*source, kWholePicture), *source), swap != 0);
-    return result.Render();
+    return MapPicture(picture, NewPicture::SameSize, kWholePicture, KVT_SELECT(ReadMask), swap != 0);
 }
 
 void SetEmbededMask(REALpictureStruct *picture, signed char swap, REALpictureStruct *mask) {

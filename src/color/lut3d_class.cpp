@@ -1,4 +1,4 @@
-#include "color/lut3d_class.h"
+#include "color/methods.h"
 
 #include "kernels/picture_class.h"
 #include "kernels/rgb.h"

@@ -1,8 +1,7 @@
-#include "color/rectangle_mask.h"
+#include "color/methods.h"
 
 #include "kernels/bit_lines.h"
 #include "kernels/paint.h"
-#include "kernels/point.h"
 #include "pixels/open.h"
 
 #define KVT_KERNELS "color/rectangle_mask_kernel.h"

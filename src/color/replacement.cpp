@@ -1,4 +1,4 @@
-#include "color/replacement.h"
+#include "color/methods.h"
 
 #include "kernels/map_picture.h"
 
@@ -6,6 +6,7 @@
 #include "kernels/each_level.h"
 
 namespace kvt {
+
 REALpictureStruct *ReplaceColorKVT(REALpictureStruct *picture, std::uint32_t searchColor,
                                    std::uint32_t replaceWithColor) {
     return MapPicture(picture, NewPicture::LikeSource, kWholePicture, KVT_SELECT(ReplaceColor), searchColor,

@@ -1,4 +1,4 @@
-#include "color/transformation.h"
+#include "color/methods.h"
 
 #include "kernels/channel_tables.h"
 #include "kernels/map_picture.h"

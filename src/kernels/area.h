@@ -1,11 +1,34 @@
 #pragma once
 
+#include "kernels/inline.h"
 #include "pixels/picture_editor.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <cstdint>
 
 namespace kvt {
+
+/// Where the rows of pixels lie: at equal distances from the first one or, with a table, wherever the table says.
+struct Rows {
+    unsigned char *first;
+    std::ptrdiff_t rowBytes;
+    void *const *table;
+
+    KVT_INLINE unsigned char *operator[](std::ptrdiff_t row) const {
+        return table ? static_cast<unsigned char *>(table[row]) : first + row * rowBytes;
+    }
+};
+
+inline Rows RowsOf(const PictureEditor &editor) { return {editor.firstRow, editor.rowBytes, editor.rowTable}; }
+
+/// The place of a pixel.
+struct Point {
+    std::int32_t x;
+    std::int32_t y;
+};
+
+inline unsigned char *AddressOf(const Rows &rows, Point point) { return rows[point.y] + std::ptrdiff_t{point.x} * 4; }
 
 /// Columns `left` up to, not including, `right` in rows `top` up to, not including, `bottom`, all inside the picture.
 /// Empty when right <= left or bottom <= top.

@@ -2,7 +2,6 @@
 
 #include "kernels/area.h"
 #include "kernels/layout.h"
-#include "kernels/rows.h"
 
 #include <cstddef>
 #include <cstdint>

@@ -13,6 +13,84 @@ struct WeightedSum {
     }
 };
 
+#if defined(KVT_PORTABLE_BYTES) || KVT_VECTOR_BYTES == 16
+/// A byte of each pixel word, at a place that a layout names, as a 32-bit lane.
+struct ByteOfWords {
+    int bits;
+    explicit ByteOfWords(int byte) : bits(8 * byte) {}
+    KVT_INLINE V operator()(V v) const { return Right32By(v, bits) & All32(255); }
+};
+
+/// The opaque pixels whose color bytes, in the order of the bytes, are three 32-bit lanes from 0 to 32767, each limited
+/// to 255. The layout's other byte comes first or last.
+struct OpaquePixels {
+    int shift;
+    V opaque;
+    explicit OpaquePixels(const Layout &layout)
+        : shift(layout.other == 0 ? 8 : 0), opaque(All32(layout.OpaqueBits())) {}
+    KVT_INLINE V operator()(V first, V second, V third) const {
+        const V outer = Min16(first | Left32<16>(third), All16(255));
+        return Left32By(outer | Left32<8>(Min16(second, All16(255))), shift) | opaque;
+    }
+};
+
+/// The lowest byte of each 32-bit lane, whose other bytes are 0, in all four.
+KVT_INLINE V Spread(V v) {
+    v = v | Left32<8>(v);
+    return v | Left32<16>(v);
+}
+
+/// Brings the colors of pixels of one layout into another one; the other byte does not count.
+struct Reordering {
+    int right[3];
+    int left[3];
+    Reordering() = default;
+    Reordering(const Layout &from, const Layout &to)
+        : right{8 * from.red, 8 * from.green, 8 * from.blue}, left{8 * to.red, 8 * to.green, 8 * to.blue} {}
+    KVT_INLINE V operator()(V v) const {
+        V reordered = Zero();
+        for (int channel = 0; channel < 3; ++channel)
+            reordered = reordered | Left32By(Right32By(v, right[channel]) & All32(255), left[channel]);
+        return reordered;
+    }
+};
+#else
+struct ByteOfWords {
+    V order;
+    explicit ByteOfWords(int byte)
+        : order(Add32(Repeated({0, -128, -128, -128, 4, -128, -128, -128, 8, -128, -128, -128, 12, -128, -128, -128}),
+                      All32(static_cast<std::uint32_t>(byte)))) {}
+    KVT_INLINE V operator()(V v) const { return Shuffle(v, order); }
+};
+
+struct OpaquePixels {
+    V order;
+    V other;
+    explicit OpaquePixels(const Layout &layout)
+        : order(layout.other == 0 ? Repeated({12, 0, 4, 8, 13, 1, 5, 9, 14, 2, 6, 10, 15, 3, 7, 11})
+                                  : Repeated({0, 4, 8, 12, 1, 5, 9, 13, 2, 6, 10, 14, 3, 7, 11, 15})),
+          other(All32(layout.opaque)) {}
+    KVT_INLINE V operator()(V first, V second, V third) const {
+        return Shuffle(Pack16(Pack32(first, second), Pack32(third, other)), order);
+    }
+};
+
+KVT_INLINE V Spread(V v) { return Shuffle(v, Repeated({0, 0, 0, 0, 4, 4, 4, 4, 8, 8, 8, 8, 12, 12, 12, 12})); }
+
+struct Reordering {
+    V order;
+    Reordering() = default;
+    Reordering(const Layout &from, const Layout &to) {
+        const auto bytes = to.InByteOrder<std::uint32_t>(from.red, from.green, from.blue, from.other);
+        unsigned char places[kBytes];
+        for (std::uint32_t byte = 0; byte < kBytes; ++byte)
+            places[byte] = static_cast<unsigned char>(byte % 16 / 4 * 4 + bytes.at[byte % 4]);
+        order = Load(places);
+    }
+    KVT_INLINE V operator()(V v) const { return Shuffle(v, order); }
+};
+#endif
+
 /// How many bytes before they are read pixels are fetched from memory: where arithmetic takes as long as the memory,
 /// the processor does not look ahead far enough on its own.
 constexpr std::ptrdiff_t kAhead = 1024;
@@ -31,16 +109,15 @@ template <std::size_t kCount, SourceLayout kLayout = SourceLayout::OfTarget> str
 
 template <class Kernel> constexpr std::ptrdiff_t kBlockBytes = Kernel::kVectors *kBytes;
 
-/// Where a kernel reads, and how it brings what it read into the target's layout: by a shuffle, which changes nothing
-/// where the layouts are the same. Levels without one convert beforehand (MapConverted).
-template <class Kernel> struct Sources {
+/// Where a kernel reads, and how it brings what it read into the target's layout where it does not come so.
+template <class Kernel, bool kReorders> struct Sources {
     const unsigned char *at[Kernel::kSources];
-    V order[kShuffles ? Kernel::kSources : 1];
+    Reordering order[kReorders ? Kernel::kSources : 1];
 
     KVT_INLINE V Read(std::size_t source, std::ptrdiff_t offset) const {
         const V v = Load(at[source] + offset);
-        if constexpr (kShuffles && Kernel::kConverts)
-            return Shuffle(v, order[source]);
+        if constexpr (kReorders)
+            return order[source](v);
         return v;
     }
     /// A block that is that far away.
@@ -68,8 +145,8 @@ concept TakesPixels = requires(const Kernel &kernel, const unsigned char *pixel)
     kernel(pixel);
 };
 
-template <class Out, class Kernel>
-KVT_INLINE void MapBlock(const Kernel &kernel, const Sources<Kernel> &from, std::ptrdiff_t at, unsigned char *to) {
+template <class Out, class Kernel, class From>
+KVT_INLINE void MapBlock(const Kernel &kernel, const From &from, std::ptrdiff_t at, unsigned char *to) {
     if constexpr (Kernel::kVectors > 1) {
         V block[Kernel::kVectors];
         for (int i = 0; i < Kernel::kVectors; ++i)
@@ -91,11 +168,11 @@ KVT_INLINE void MapBlock(const Kernel &kernel, const Sources<Kernel> &from, std:
 }
 
 /// Less than a block, through a buffer and the same kernel.
-template <class Kernel>
-[[gnu::noinline]] void MapPart(const Kernel &kernel, const Sources<Kernel> &from, std::ptrdiff_t at,
-                               std::ptrdiff_t bytes, unsigned char *to) {
+template <class Kernel, class From>
+[[gnu::noinline]] void MapPart(const Kernel &kernel, const From &from, std::ptrdiff_t at, std::ptrdiff_t bytes,
+                               unsigned char *to) {
     alignas(64) unsigned char buffers[Kernel::kSources][kBlockBytes<Kernel>] = {};
-    Sources<Kernel> buffered = from;
+    From buffered = from;
     for (std::size_t source = 0; source < Kernel::kSources; ++source) {
         std::memcpy(buffers[source], from.at[source] + at, static_cast<std::size_t>(bytes));
         buffered.at[source] = buffers[source];
@@ -105,12 +182,12 @@ template <class Kernel>
 }
 
 /// One stretch of pixels, the very same ones or apart.
-template <class Kernel>
-[[gnu::noinline]] void MapStretch(const Kernel &constants, const Sources<Kernel> &sources, std::ptrdiff_t bytes,
-                                  unsigned char *to, bool stream) {
+template <class Kernel, class From>
+[[gnu::noinline]] void MapStretch(const Kernel &constants, const From &sources, std::ptrdiff_t bytes, unsigned char *to,
+                                  bool stream) {
     constexpr std::ptrdiff_t kStep = kBlockBytes<Kernel>;
     const Kernel kernel = constants; // copies that no store to a pixel can change stay in registers
-    const Sources<Kernel> from = sources;
+    const From from = sources;
     std::ptrdiff_t at = 0;
     const auto blocks = [&]<class Out>(Out) KVT_INLINE_LAMBDA {
         for (; at + kStep <= bytes; at += kStep) {
@@ -132,74 +209,33 @@ template <class Kernel>
         MapPart(constants, sources, at, bytes - at, to + at);
 }
 
-/// Opaque pixels of one layout in another one. Each byte moves on its own, without a shuffle.
-struct Conversion : Reads<1, SourceLayout::Own> {
-    int right[3];
-    int left[3];
-    std::uint32_t opaque;
-
-    Conversion(const Layout &from, const Layout &to)
-        : right{8 * from.red, 8 * from.green, 8 * from.blue}, left{8 * to.red, 8 * to.green, 8 * to.blue},
-          opaque(to.OpaqueBits()) {}
-    KVT_INLINE V operator()(V v) const {
-        V converted = All32(opaque);
-        for (int channel = 0; channel < 3; ++channel)
-            converted = converted | Left32By(Right32By(v, right[channel]) & All32(255), left[channel]);
-        return converted;
+template <bool kReorders, class Kernel> KVT_INLINE void MapRows(const MapJob &job, const Kernel &kernel) {
+    const std::ptrdiff_t first = std::ptrdiff_t{job.area.left} * 4;
+    Sources<Kernel, kReorders> from;
+    for (std::size_t source = 0; kReorders && source < Kernel::kSources; ++source)
+        from.order[source] = Reordering(job.sources[source].layout, job.target.layout);
+    for (std::int32_t row = job.area.top; row < job.area.bottom; ++row) {
+        for (std::size_t source = 0; source < Kernel::kSources; ++source)
+            from.at[source] = job.sources[source].rows[row] + first;
+        MapStretch(kernel, from, std::ptrdiff_t{job.area.right - job.area.left} * 4, job.target.rows[row] + first,
+                   job.stream);
     }
-};
-
-/// `count` opaque pixels of one layout in another one, elsewhere.
-inline void Convert(const unsigned char *from, const Layout &layout, std::ptrdiff_t count, unsigned char *to,
-                    const Layout &toLayout) {
-    Sources<Conversion> source;
-    source.at[0] = from;
-    MapStretch(Conversion(layout, toLayout), source, count * 4, to, false);
-}
-
-/// A stretch whose sources have not all the target's layout: they are converted in pieces that stay in the nearest
-/// cache.
-template <class Kernel>
-[[gnu::noinline]] void MapConverted(const Kernel &kernel, const MapJob &job, const Sources<Kernel> &from,
-                                    std::ptrdiff_t bytes, unsigned char *to) {
-    constexpr std::ptrdiff_t kPiece = 4096;
-    alignas(64) unsigned char converted[Kernel::kSources][kPiece];
-    for (std::ptrdiff_t at = 0; at < bytes; at += kPiece) {
-        const std::ptrdiff_t piece = bytes - at < kPiece ? bytes - at : kPiece;
-        Sources<Kernel> pieces;
-        for (std::size_t source = 0; source < Kernel::kSources; ++source) {
-            Convert(from.at[source] + at, job.sources[source].layout, piece / 4, converted[source], job.target.layout);
-            pieces.at[source] = converted[source];
-        }
-        MapStretch(kernel, pieces, piece, to + at, job.stream);
-    }
+    if (job.stream)
+        FinishStreaming();
 }
 
 /// target(x, y) = kernel(sources(x, y)...) for every pixel of the job's area.
 template <class Kernel> KVT_INLINE void Map(const MapJob &job, const Kernel &kernel) {
     if (job.area.Empty())
         return;
-    const std::ptrdiff_t first = std::ptrdiff_t{job.area.left} * 4;
-    const std::ptrdiff_t bytes = std::ptrdiff_t{job.area.right - job.area.left} * 4;
-    Sources<Kernel> from;
-    bool mixed = false;
-    for (std::size_t source = 0; Kernel::kConverts && source < Kernel::kSources; ++source) {
-        if constexpr (kShuffles)
-            from.order[source] = Order(job.sources[source].layout, job.target.layout);
-        else
-            mixed |= job.sources[source].layout != job.target.layout;
-    }
-    for (std::int32_t row = job.area.top; row < job.area.bottom; ++row) {
+    if constexpr (!Kernel::kConverts || kShuffles) { // a shuffle that changes nothing costs next to nothing
+        MapRows<Kernel::kConverts>(job, kernel);
+    } else {
+        bool mixed = false;
         for (std::size_t source = 0; source < Kernel::kSources; ++source)
-            from.at[source] = job.sources[source].rows[row] + first;
-        unsigned char *to = job.target.rows[row] + first;
-        if (!mixed)
-            MapStretch(kernel, from, bytes, to, job.stream);
-        else if constexpr (!kShuffles && Kernel::kConverts)
-            MapConverted(kernel, job, from, bytes, to);
+            mixed |= job.sources[source].layout != job.target.layout;
+        mixed ? MapRows<true>(job, kernel) : MapRows<false>(job, kernel);
     }
-    if (job.stream)
-        FinishStreaming();
 }
 
 /// Arithmetic on three levels, an operation from Rgb to Rgb.

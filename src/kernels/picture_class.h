@@ -1,13 +1,26 @@
 #pragma once
 
+#include "host/entries.h"
 #include "kernels/map_picture.h"
-#include "support/instance_data.h"
 
 #include <cstddef>
 #include <cstdint>
 
 /// What the module's classes share: each maps a part of its source picture into a new destination picture.
 namespace kvt {
+
+/// The class's own data inside an instance. The host decides at registration where it lies.
+template <class Data> Data &InstanceData(REALobjectStruct *instance, const REALclassDefinition &definition) {
+    return *reinterpret_cast<Data *>(reinterpret_cast<unsigned char *>(instance) + definition.dataOffset);
+}
+
+/// Drops the reference that a picture field owns, then leaves the field nil: while the host drops it, the field still
+/// names the picture.
+inline void ReleasePicture(REALpictureStruct *&field) {
+    if (field)
+        REALUnlockObject(field);
+    field = nullptr;
+}
 
 /// The part of the instance data that the host reads and writes itself. It hands out zeros: nil pictures, and bounds
 /// that stand for the whole picture.

@@ -1,7 +1,6 @@
 #include "kernels/rotate.h"
 
 #include "kernels/area.h"
-#include "kernels/rows.h"
 #include "support/memory.h"
 
 #include <cstddef>

@@ -73,15 +73,6 @@ KVT_INLINE V PixelLanes(const Layout::ByteOrder<std::int32_t> &values) {
     return As<V>(lanes);
 }
 
-/// The order of bytes that brings pixels of one layout into another one, by a Shuffle.
-KVT_INLINE V Order(const Layout &from, const Layout &to) {
-    const auto bytes = to.InByteOrder<std::uint32_t>(from.red, from.green, from.blue, from.other);
-    unsigned char order[kBytes];
-    for (std::uint32_t byte = 0; byte < kBytes; ++byte)
-        order[byte] = static_cast<unsigned char>(byte % 16 / 4 * 4 + bytes.at[byte % 4]);
-    return Load(order);
-}
-
 /// Four 32-bit lanes, whatever the level.
 using FourWords [[gnu::vector_size(16)]] = std::int32_t;
 

@@ -57,42 +57,20 @@ KVT_INLINE V Pack16(V a, V b) {
     }
     return result;
 }
-struct ByteOfWords {
-    int bits;
-    explicit ByteOfWords(int byte) : bits(8 * byte) {}
-    KVT_INLINE V operator()(V v) const { return Right32By(v, bits) & All32(255); }
-};
-struct OpaquePixels {
-    int shift;
-    V opaque;
-    explicit OpaquePixels(const Layout &layout)
-        : shift(layout.other == 0 ? 8 : 0), opaque(All32(layout.OpaqueBits())) {}
-    KVT_INLINE V operator()(V first, V second, V third) const {
-        const V outer = Min16(first | Left32<16>(third), All16(255));
-        return Left32By(outer | Left32<8>(Min16(second, All16(255))), shift) | opaque;
-    }
-};
+using AllDoubles [[gnu::vector_size(2 * KVT_VECTOR_BYTES)]] = double;
 KVT_INLINE Doubles ToDoubles(V v, std::ptrdiff_t first) {
-    std::int32_t words[std::size_t{kBytes} / 4];
-    Store(words, v);
-    Doubles numbers = {};
-    for (std::ptrdiff_t lane = 0; lane < kBytes / 8; ++lane)
-        numbers[lane] = words[first + lane];
-    return numbers;
+    const auto all = __builtin_convertvector(As<Words>(v), AllDoubles);
+    Doubles half;
+    std::memcpy(&half, reinterpret_cast<const unsigned char *>(&all) + first, sizeof half);
+    return half;
 }
 KVT_INLINE Doubles LowToDoubles(V v) { return ToDoubles(v, 0); }
-KVT_INLINE Doubles HighToDoubles(V v) { return ToDoubles(v, kBytes / 8); }
+KVT_INLINE Doubles HighToDoubles(V v) { return ToDoubles(v, kBytes); }
 KVT_INLINE V Truncated(Doubles low, Doubles high) {
-    std::int32_t words[std::size_t{kBytes} / 4];
-    for (std::ptrdiff_t lane = 0; lane < kBytes / 8; ++lane) {
-        words[lane] = static_cast<std::int32_t>(low[lane]);
-        words[kBytes / 8 + lane] = static_cast<std::int32_t>(high[lane]);
-    }
-    return Load(words);
-}
-KVT_INLINE V Spread(V v) {
-    v = v | Left32<8>(v);
-    return v | Left32<16>(v);
+    const Doubles halves[] = {low, high};
+    AllDoubles all;
+    std::memcpy(&all, halves, sizeof all);
+    return As<V>(__builtin_convertvector(all, Words));
 }
 KVT_INLINE void StoreLimited(void *to, FourWords a, FourWords b, FourWords c, FourWords d) {
     auto *byte = static_cast<unsigned char *>(to);

@@ -52,6 +52,8 @@ KVT_INLINE V Pack16(V a, V b) { return As<V>(KVT_OP(packus_epi16)(R(a), R(b))); 
 #if KVT_VECTOR_BYTES > 16
 /// Within each 16 bytes, byte i becomes byte order[i] of v, or 0 where the highest bit of order[i] is set.
 KVT_INLINE V Shuffle(V v, V order) { return As<V>(KVT_OP(shuffle_epi8)(R(v), R(order))); }
+/// Within each 16 bytes, a's signed 32-bit lanes and behind them b's, limited to 16 bits.
+KVT_INLINE V Pack32(V a, V b) { return As<V>(KVT_OP(packs_epi32)(R(a), R(b))); }
 /// 16 bytes, repeated.
 KVT_INLINE V Repeated(const signed char (&bytes)[16]) {
     unsigned char all[kBytes];
@@ -60,62 +62,6 @@ KVT_INLINE V Repeated(const signed char (&bytes)[16]) {
     return Load(all);
 }
 #endif
-
-/// A byte of each pixel word, at a place that a layout names, as a 32-bit lane.
-struct ByteOfWords {
-#if KVT_VECTOR_BYTES == 16
-    int bits;
-    explicit ByteOfWords(int byte) : bits(8 * byte) {}
-    KVT_INLINE V operator()(V v) const { return Right32By(v, bits) & All32(255); }
-#else
-    V order;
-    explicit ByteOfWords(int byte)
-        : order(Add32(Repeated({0, -128, -128, -128, 4, -128, -128, -128, 8, -128, -128, -128, 12, -128, -128, -128}),
-                      All32(static_cast<std::uint32_t>(byte)))) {}
-    KVT_INLINE V operator()(V v) const { return Shuffle(v, order); }
-#endif
-};
-
-/// The opaque pixels whose color bytes, in the order of the bytes, are three 32-bit lanes from 0 to 32767, each limited
-/// to 255. The layout's other byte comes first or last.
-struct OpaquePixels {
-#if KVT_VECTOR_BYTES == 16
-    int shift;
-    V opaque;
-    explicit OpaquePixels(const Layout &layout)
-        : shift(layout.other == 0 ? 8 : 0), opaque(All32(layout.OpaqueBits())) {}
-    KVT_INLINE V operator()(V first, V second, V third) const {
-        const V outer = Min16(first | Left32<16>(third), All16(255));
-        return Left32By(outer | Left32<8>(Min16(second, All16(255))), shift) | opaque;
-    }
-#else
-    V order;
-    V other;
-    explicit OpaquePixels(const Layout &layout)
-        : order(layout.other == 0 ? Repeated({12, 0, 4, 8, 13, 1, 5, 9, 14, 2, 6, 10, 15, 3, 7, 11})
-                                  : Repeated({0, 4, 8, 12, 1, 5, 9, 13, 2, 6, 10, 14, 3, 7, 11, 15})),
-          other(All32(layout.opaque)) {}
-    KVT_INLINE V operator()(V first, V second, V third) const {
-        const auto low = KVT_OP(packs_epi32)(R(first), R(second));
-        const auto high = KVT_OP(packs_epi32)(R(third), R(other));
-        return Shuffle(As<V>(KVT_OP(packus_epi16)(low, high)), order);
-    }
-#endif
-};
-
-/// The lowest byte of each 32-bit lane, whose other bytes are 0, in all four.
-KVT_INLINE V Spread(V v) {
-#if KVT_VECTOR_BYTES == 16
-    v = v | Left32<8>(v);
-    return v | Left32<16>(v);
-#else
-    WordsU order;
-    KVT_UNROLLED
-    for (unsigned lane = 0; lane < kBytes / 4; ++lane)
-        order[lane] = lane % 4 * 0x04040404;
-    return Shuffle(v, As<V>(order));
-#endif
-}
 
 #if KVT_VECTOR_BYTES == 16
 KVT_INLINE Doubles LowToDoubles(V v) { return _mm_cvtepi32_pd(R(v)); }

@@ -1,4 +1,4 @@
-#include "output/binary_string.h"
+#include "output/methods.h"
 
 #include "kernels/area.h"
 #include "kernels/packed_rgb.h"

@@ -1,4 +1,4 @@
-#include "output/waveform.h"
+#include "output/methods.h"
 
 #include "host/entries.h"
 #include "kernels/paint.h"

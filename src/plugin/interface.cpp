@@ -1,20 +1,9 @@
 #include "plugin/interface.h"
 
-#include "analysis/find_picture.h"
-#include "analysis/picture_tests.h"
-#include "analysis/scrolling.h"
-#include "color/channels.h"
-#include "color/counting.h"
-#include "color/embedded_mask.h"
-#include "color/rectangle_mask.h"
-#include "color/replacement.h"
-#include "color/transformation.h"
-#include "output/binary_string.h"
-#include "output/waveform.h"
-#include "tone/adjustment.h"
-#include "tone/inversion.h"
-#include "tone/saturation.h"
-#include "tone/tint.h"
+#include "analysis/methods.h"
+#include "color/methods.h"
+#include "output/methods.h"
+#include "tone/methods.h"
 
 #include <iterator>
 

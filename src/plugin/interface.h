@@ -1,8 +1,6 @@
 #pragma once
 
-#include "color/lut3d_class.h"
 #include "host/records.h"
-#include "tone/sepia_class.h"
 
 #include <span>
 

@@ -1,4 +1,4 @@
-#include "tone/saturation.h"
+#include "tone/methods.h"
 
 #include "kernels/map_picture.h"
 

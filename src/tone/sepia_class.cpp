@@ -1,4 +1,4 @@
-#include "tone/sepia_class.h"
+#include "tone/methods.h"
 
 #include "kernels/picture_class.h"
 #include "kernels/rgb.h"

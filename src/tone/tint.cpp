@@ -1,4 +1,4 @@
-#include "tone/tint.h"
+#include "tone/methods.h"
 
 #include "kernels/map_picture.h"
 #include "kernels/rgb.h"

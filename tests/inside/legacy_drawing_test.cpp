@@ -1,6 +1,6 @@
 #include "analysis/legacy_drawing.h"
 
-#include "analysis/scrolling.h"
+#include "analysis/methods.h"
 #include "inside/fake_host.h"
 #include "platform/controls.h"
 

@@ -1,6 +1,5 @@
 #include "inside/fake_host.h"
 
-#include "plugin/console_flags.h"
 #include "plugin/plugin_main.h"
 
 namespace {
