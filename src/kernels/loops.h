@@ -13,7 +13,7 @@ struct WeightedSum {
     }
 };
 
-#if defined(KVT_PORTABLE_BYTES) || KVT_VECTOR_BYTES == 16
+#if !KVT_SHUFFLES
 /// A byte of each pixel word, at a place that a layout names, as a 32-bit lane.
 struct ByteOfWords {
     int bits;
@@ -94,6 +94,7 @@ struct Reordering {
 /// How many bytes before they are read pixels are fetched from memory: where arithmetic takes as long as the memory,
 /// the processor does not look ahead far enough on its own.
 constexpr std::ptrdiff_t kAhead = 1024;
+constexpr std::ptrdiff_t kCacheLine = 64;
 
 // Map.
 
@@ -122,7 +123,6 @@ template <class Kernel, bool kReorders> struct Sources {
     }
     /// A block that is that far away.
     KVT_INLINE void FetchAhead(std::ptrdiff_t offset) const {
-        constexpr std::ptrdiff_t kCacheLine = 64;
         for (const unsigned char *source : at)
             for (std::ptrdiff_t line = 0; line < kBlockBytes<Kernel>; line += kCacheLine)
                 __builtin_prefetch(source + offset + kAhead + line);
@@ -228,7 +228,7 @@ template <bool kReorders, class Kernel> KVT_INLINE void MapRows(const MapJob &jo
 template <class Kernel> KVT_INLINE void Map(const MapJob &job, const Kernel &kernel) {
     if (job.area.Empty())
         return;
-    if constexpr (!Kernel::kConverts || kShuffles) { // a shuffle that changes nothing costs next to nothing
+    if constexpr (!Kernel::kConverts || KVT_SHUFFLES) { // a shuffle that changes nothing costs next to nothing
         MapRows<Kernel::kConverts>(job, kernel);
     } else {
         bool mixed = false;
@@ -259,11 +259,14 @@ template <class Test>
     const Test test = constants;
     V passed = Zero();
     std::ptrdiff_t at = 0;
-    KVT_UNROLLED
-    for (; at + kBytes <= bytes; at += kBytes) {
+    for (; at + kCacheLine <= bytes; at += kCacheLine) {
         __builtin_prefetch(pixels + at + kAhead);
-        passed = Sub32(passed, test(Load(pixels + at)));
+        KVT_UNROLLED
+        for (std::ptrdiff_t part = at; part < at + kCacheLine; part += kBytes)
+            passed = Sub32(passed, test(Load(pixels + part)));
     }
+    for (; at + kBytes <= bytes; at += kBytes)
+        passed = Sub32(passed, test(Load(pixels + at)));
     if (at < bytes) {
         unsigned char rest[kBytes] = {};
         unsigned char counts[kBytes] = {};

@@ -1,8 +1,6 @@
 // What vector_x86.h offers, without any processor's instructions. Included by one_level.h alone.
 namespace kvt::KVT_LEVEL {
 
-inline constexpr bool kShuffles = false;
-
 KVT_INLINE void Stream(void *to, V v) { Store(to, v); }
 KVT_INLINE void StreamWord(unsigned char *to, std::uint32_t word) { StoreWord(to, word); }
 KVT_INLINE void FinishStreaming() {}

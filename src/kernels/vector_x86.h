@@ -38,8 +38,6 @@ KVT_INLINE V MulHighU16(V a, V b) { return As<V>(KVT_OP(mulhi_epu16)(R(a), R(b))
 /// The sums of two neighboring products of signed 16-bit lanes, in 32 bits.
 KVT_INLINE V MulAddPairs(V a, V b) { return As<V>(KVT_OP(madd_epi16)(R(a), R(b))); }
 
-inline constexpr bool kShuffles = kBytes > 16; ///< from SSSE3 on
-
 /// Within each 16 bytes, the lower (or higher) eight bytes of a and b in turn, beginning with a's.
 KVT_INLINE V InterleaveLow8(V a, V b) { return As<V>(KVT_OP(unpacklo_epi8)(R(a), R(b))); }
 KVT_INLINE V InterleaveHigh8(V a, V b) { return As<V>(KVT_OP(unpackhi_epi8)(R(a), R(b))); }
@@ -49,7 +47,7 @@ KVT_INLINE V InterleaveHigh32(V a, V b) { return As<V>(KVT_OP(unpackhi_epi32)(R(
 /// Within each 16 bytes, a's signed 16-bit lanes and behind them b's, as bytes limited to 0..255.
 KVT_INLINE V Pack16(V a, V b) { return As<V>(KVT_OP(packus_epi16)(R(a), R(b))); }
 
-#if KVT_VECTOR_BYTES > 16
+#if KVT_SHUFFLES
 /// Within each 16 bytes, byte i becomes byte order[i] of v, or 0 where the highest bit of order[i] is set.
 KVT_INLINE V Shuffle(V v, V order) { return As<V>(KVT_OP(shuffle_epi8)(R(v), R(order))); }
 /// Within each 16 bytes, a's signed 32-bit lanes and behind them b's, limited to 16 bits.
