@@ -66,9 +66,8 @@ std::uint32_t NoiseColor(Choices &choices) {
 
 /// Whether its value can be set before a call and seen after it.
 bool IsUsable(const RegisteredProperty &property) {
-    const bool isStandard = reinterpret_cast<std::intptr_t>(property.record.getter) == -1;
-    return isStandard ? property.type == Type::Picture || property.type == Type::Integer
-                      : property.type == Type::Double;
+    return property.UsesStandardAccess() ? property.type == Type::Picture || property.type == Type::Integer
+                                         : property.type == Type::Double;
 }
 
 const RegisteredMethod *MethodOf(const std::vector<RegisteredMethod> &methods, const Routine &routine) {

@@ -101,27 +101,19 @@ std::intptr_t ArgumentWord(Type type, const Value &value) {
 }
 
 Variable VariableOf(Type type, const Value &value) {
-    Variable variable = {};
-    if (IsHandle(type))
-        variable.handle = value.IsNil() ? nullptr : value.AsRef().handle();
-    else if (type == Type::Double)
-        variable.number = value.AsDouble();
-    else if (type == Type::Boolean)
-        variable.boolean = value.AsBoolean() ? 1 : 0;
-    else
-        variable.integer = Low32(value.AsInteger());
-    return variable;
+    if (type == Type::Double)
+        return {.number = value.AsDouble()};
+    return {.word = ArgumentWord(type, value)};
 }
 
 Ref TakeOver(const void *handle, Kind kind) {
     if (!handle)
         return {};
-    const auto found = gHost->objects.find(handle);
-    if (found == gHost->objects.end() || found->second->dead || found->second->kind != kind) {
-        gHost->Violation("the result is no living object of its type", Concern::References);
-        return {};
-    }
-    return Ref::Adopt(found->second.get());
+    Object *object = gHost->ObjectAt(handle);
+    if (object && !object->dead && object->kind == kind)
+        return Ref::Adopt(object);
+    gHost->Violation(Concern::References, "the result is no living object of its type");
+    return {};
 }
 
 Value ValueOf(Type type, std::int32_t integer) {
@@ -139,7 +131,7 @@ Value ReadBack(Type type, const Variable &variable, const Value &before) {
     if (variable.handle == old)
         return before;
     if (old)
-        gHost->Violation("a byref variable that held an object was given another one", Concern::References);
+        gHost->Violation(Concern::References, "a byref variable that held an object was given another one");
     return TakeOver(variable.handle, KindOf(type));
 }
 

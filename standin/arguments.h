@@ -26,12 +26,14 @@ constexpr std::int32_t Low32(std::int64_t value) {
     return static_cast<std::int32_t>(static_cast<std::uint32_t>(value));
 }
 
-/// An argument's word as the compiler passes it: unsigned types extended with zeros, signed ones with their sign.
+/// The word of an argument that is no double, as the compiler passes it: unsigned types extended with zeros, signed
+/// ones with their sign.
 std::intptr_t ArgumentWord(Type type, const Value &value);
 Value ValueOf(Type type, std::int32_t integer); ///< an integer, unsigned integer or color that came back
 
 /// The memory that a `byref` argument points to.
 union Variable {
+    std::intptr_t word; ///< as an argument has it; the others begin where it does
     void *handle;
     std::int32_t integer;
     double number;

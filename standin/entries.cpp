@@ -23,10 +23,7 @@ class EntryScope {
             ++gHost->entered;
             start_ = std::chrono::steady_clock::now();
         }
-        auto found = gHost->entries.find(name);
-        if (found == gHost->entries.end())
-            found = gHost->entries.emplace(std::string(name), EntryState{}).first;
-        EntryState &state = found->second;
+        EntryState &state = gHost->entries[name];
         ++state.calls;
         if (const Fault *fault = gHost->FaultOf(name)) {
             wide_ = fault->what == Fault::WideFalse;
@@ -67,17 +64,17 @@ std::string Word(std::uint32_t bits) { return fmt::format(" 0x{:X}", bits); }
 std::string Word(const REALclassDefinition *definition) { return Word(definition->name); }
 std::string Word(const REALmethodDefinition *definition) { return Word(definition->declaration); }
 std::string WordOf(const void *handle) {
-    const auto found = gHost->objects.find(handle);
-    if (found == gHost->objects.end())
+    const Object *object = gHost->ObjectAt(handle);
+    if (!object)
         return handle ? " unknown" : " nil";
-    return ' ' + (found->second->name.empty() ? found->second->Describe() : found->second->name);
+    return ' ' + (object->name.empty() ? object->Describe() : object->name);
 }
 
 template <class Wanted> Wanted *Find(const void *handle, std::string_view entry) {
     if constexpr (std::is_same_v<Wanted, Object>)
-        return gHost->FindObject(handle, entry);
+        return gHost->Find(handle, std::nullopt, entry);
     else
-        return gHost->Find<Wanted>(handle, entry);
+        return static_cast<Wanted *>(gHost->Find(handle, Wanted::kKind, entry));
 }
 
 /// How what the module passes becomes a parameter of a body.
@@ -170,7 +167,7 @@ double GetRBVersion() {
 
 void RegisterClass(REALclassDefinition *definition) {
     if (definition->dataOffset != 0)
-        gHost->Violation(fmt::format("the record of class {} has a data offset already", definition->name));
+        gHost->Violation(Concern::Calls, "the record of class {} has a data offset already", definition->name);
     definition->dataOffset = gHost->description.dataOffset;
     auto registered = std::make_unique<RegisteredClass>();
     ReadClass(*registered, *definition);
@@ -199,12 +196,10 @@ void UnlockString(Text &text) { gHost->DropReference(text, "REALUnlockString"); 
 
 REALclassStruct *ObjectType(const char *name) {
     static REALclassStruct aClass;
-    const Application application = gHost->description.application;
+    constexpr std::string_view kApplications[] = {"Application", "ConsoleApplication", "WebApplication", ""};
     const auto &more = gHost->description.moreClasses;
-    const bool known = std::find(more.begin(), more.end(), std::string_view(name)) != more.end() ||
-                       (application == Application::Desktop && Is(name, "Application")) ||
-                       (application == Application::Console && Is(name, "ConsoleApplication")) ||
-                       (application == Application::Web && Is(name, "WebApplication"));
+    const bool known = Is(name, kApplications[static_cast<int>(gHost->description.application)]) ||
+                       std::find(more.begin(), more.end(), std::string_view(name)) != more.end();
     return known ? &aClass : nullptr;
 }
 
@@ -244,40 +239,24 @@ void DrawPictureMethod(Graphics &graphics, Picture &source, std::int32_t x, std:
 
 std::int32_t LenB(Text &text) { return text.record.length; }
 
-void TellMissing(std::string_view name) {
-    if (gHost->description.log)
-        gHost->description.log(fmt::format("no {}", name));
-}
-
-template <class Function> void *Address(Function *function) { return reinterpret_cast<void *>(function); }
-
-/// A method that is found through another entry than the resolver; it has faults of its own.
-template <auto kBody> void *Method() {
-    const std::string_view name = Entry<kBody>::name;
-    EntryState &state = gHost->entries[std::string(name)];
-    const Fault *fault = gHost->FaultOf(name);
-    ++state.requests;
-    const bool hidden = fault && (fault->what == Fault::Missing || (fault->what == Fault::Late && state.requests == 1));
-    if (hidden)
-        TellMissing(name);
-    return hidden ? nullptr : Address(Entry<kBody>::Call);
-}
+/// What the module gets that asks for an entry or a method; null, which is logged, when a fault keeps it away.
+void *Offer(std::string_view name);
 
 void *LoadObjectMethod(Object &object, const char *declaration) {
     if (object.kind == Kind::Picture && Is(declaration, "Constructor(width as integer, height as integer)"))
-        return Method<ConstructPicture>();
+        return Offer("Picture.Constructor");
     if (object.kind == Kind::Graphics &&
         Is(declaration, "DrawPicture(Image as Picture, x as Integer, y as Integer, w as Integer, h as Integer, "
                         "sx as Integer = 0, sy as Integer = 0, sw as Integer = -10000, sh as Integer = -10000)"))
-        return Method<DrawPictureMethod>();
-    gHost->Violation(fmt::format("REALLoadObjectMethod: {} has no method \"{}\"", object.Describe(), declaration));
+        return Offer("Graphics.DrawPicture");
+    gHost->Violation(Concern::Calls, "REALLoadObjectMethod: {} has no method \"{}\"", object.Describe(), declaration);
     return nullptr;
 }
 
 void *LoadGlobalMethod(void *none, const char *declaration) {
     if (none)
-        gHost->Violation("REALLoadGlobalMethod: the first argument is not null");
-    return Is(declaration, "LenB( s as string ) as integer") ? Method<LenB>() : nullptr;
+        gHost->Violation(Concern::Calls, "REALLoadGlobalMethod: the first argument is not null");
+    return Is(declaration, "LenB( s as string ) as integer") ? Offer("LenB") : nullptr;
 }
 
 bool GetPropValueInt(Picture &picture, const char *property, std::int32_t *value) {
@@ -321,7 +300,7 @@ bool SetPropValueString(Exception &exception, const char *property, OrNull<Text>
 
 void RaiseException(Exception &exception) {
     if (gHost->pending)
-        gHost->Violation("RuntimeRaiseException: an exception is pending already");
+        gHost->Violation(Concern::Calls, "RuntimeRaiseException: an exception is pending already");
     else
         gHost->Hold(*(gHost->pending = &exception));
 }
@@ -348,22 +327,20 @@ void LockDescription(Picture &picture, REALpictureDescription *out) {
 }
 
 void UnlockDescription(Picture &picture) {
-    const auto violation = [&](std::string_view sentence, Concern concern) {
-        gHost->Violation("unlockPictureDescription: " + fmt::format(fmt::runtime(sentence), picture.Describe()),
-                         concern);
-    };
     if (picture.locks > 0)
         --picture.locks;
     else if (gHost->strayLocks > 0)
         --gHost->strayLocks;
     else
-        violation("{} is not locked", Concern::Locks);
+        gHost->Violation(Concern::Locks, "unlockPictureDescription: {} is not locked", picture.Describe());
     if (picture.locks > 0 || picture.memory.sealed())
         return;
     if (!picture.RowTableIntact())
-        violation("the row table of {} was changed", Concern::Memory);
+        gHost->Violation(Concern::Memory, "unlockPictureDescription: the row table of {} was changed",
+                         picture.Describe());
     if (!picture.BordersIntact())
-        violation("the rows of {} were written past their end", Concern::Memory);
+        gHost->Violation(Concern::Memory, "unlockPictureDescription: the rows of {} were written past their end",
+                         picture.Describe());
     SealUnlocked(picture);
 }
 
@@ -371,7 +348,7 @@ void PictureClearCache(Picture &picture) { ++picture.cacheClears; }
 
 Object *NewPicture(std::int32_t width, std::int32_t height, std::int32_t depth) {
     if (depth != 32 || width < 1 || height < 1)
-        gHost->Violation(fmt::format("newPicture: asked for {} x {} with {} bits", width, height, depth));
+        gHost->Violation(Concern::Calls, "newPicture: asked for {} x {} with {} bits", width, height, depth);
     constexpr std::int64_t kLargestPixels = 1 << 28;
     if (std::int64_t{width} * height > kLargestPixels)
         return nullptr;
@@ -388,7 +365,7 @@ Object *PictureGraphics(Picture &picture) { return &gHost->NewGraphics(picture);
 
 Object *PictureMask(Picture &picture, signed char create) {
     if (create)
-        gHost->Violation("REALGetPictureMask: asked to create a mask");
+        gHost->Violation(Concern::Calls, "REALGetPictureMask: asked to create a mask");
     if (picture.mask)
         gHost->AddReference(*picture.mask);
     return picture.mask;
@@ -462,7 +439,7 @@ void DisposeStringData(REALstringData *data) {
     if (gFails)
         gHost->copiesRefused += isModules ? 0 : 1;
     else if (!isModules && !gHost->TakeBackCopy(data->bytes, static_cast<const Object *>(data->unread[0])))
-        gHost->Violation("PluginDisposeStringData: no copy of this host's, or given back already");
+        gHost->Violation(Concern::Calls, "PluginDisposeStringData: no copy of this host's, or given back already");
 }
 template <> constexpr bool kRunsInAnyCase<DisposeStringData> = true;
 
@@ -477,7 +454,7 @@ struct KnownEntry {
 
 template <auto kBody> KnownEntry Named(std::string_view name, bool isMethod = false) {
     Entry<kBody>::name = name;
-    return {name, Address(Entry<kBody>::Call), Entry<kBody>::kYieldsBoolean, isMethod};
+    return {name, reinterpret_cast<void *>(Entry<kBody>::Call), Entry<kBody>::kYieldsBoolean, isMethod};
 }
 
 const KnownEntry kEntries[] = {
@@ -523,29 +500,39 @@ const KnownEntry kEntries[] = {
     Named<LenB>("LenB", true),
 };
 
+const KnownEntry *Known(std::string_view name) {
+    const auto *entry = std::find_if(std::begin(kEntries), std::end(kEntries),
+                                     [&](const KnownEntry &candidate) { return candidate.name == name; });
+    return entry == std::end(kEntries) ? nullptr : entry;
+}
+
+void *Offer(std::string_view name) {
+    const KnownEntry &entry = *Known(name);
+    EntryState &state = gHost->entries[entry.name];
+    ++state.requests;
+    if (entry.name == "REALGetRBVersion" && !gHost->description.version)
+        return nullptr;
+    const Fault *fault = gHost->FaultOf(name);
+    if (!fault || !(fault->what == Fault::Missing || (fault->what == Fault::Late && state.requests == 1)))
+        return entry.address;
+    ++state.missed;
+    if (gHost->description.log)
+        gHost->description.log(fmt::format("no {}", name));
+    const bool typedLock = entry.name == "REALLockPictureDescription";
+    if (entry.name == "lockPictureDescription" || (typedLock && gHost->LeavesFailedLocks()))
+        ++gHost->strayLocks;
+    return nullptr;
+}
+
 } // namespace
 
 void *Resolve(const char *name) {
     if (!gHost)
         return nullptr;
-    const auto *entry = std::find_if(std::begin(kEntries), std::end(kEntries),
-                                     [&](const KnownEntry &candidate) { return candidate.name == name; });
-    if (entry == std::end(kEntries) || entry->isMethod) {
-        gHost->Violation(fmt::format("the resolver was asked for \"{}\", which no host has", name));
-        return nullptr;
-    }
-    EntryState &state = gHost->entries[name];
-    ++state.requests;
-    if (entry->name == "REALGetRBVersion" && !gHost->description.version)
-        return nullptr;
-    const Fault *fault = gHost->FaultOf(name);
-    if (!fault || !(fault->what == Fault::Missing || (fault->what == Fault::Late && state.requests == 1)))
-        return entry->address;
-    ++state.missed;
-    TellMissing(name);
-    const bool typedLock = entry->name == "REALLockPictureDescription";
-    if (entry->name == "lockPictureDescription" || (typedLock && gHost->LeavesFailedLocks()))
-        ++gHost->strayLocks;
+    const KnownEntry *entry = Known(name);
+    if (entry && !entry->isMethod)
+        return Offer(name);
+    gHost->Violation(Concern::Calls, "the resolver was asked for \"{}\", which no host has", name);
     return nullptr;
 }
 

@@ -47,7 +47,7 @@ class InputWatch {
     void Report() const {
         for (const auto &[object, sum] : before_)
             if (!object->dead && Sum(*object) != sum)
-                gHost->Violation(fmt::format("{} was changed", object->Describe()), Concern::Inputs);
+                gHost->Violation(Concern::Inputs, "{} was changed", object->Describe());
     }
 
   private:
@@ -139,7 +139,7 @@ void Free(void *memory) {
         std::free(memory);
     // A host's copy of a string's bytes is of the same heap, for hosts that do not take them back themselves.
     else if (memory && !gHost->FreeBlock(memory) && !gHost->TakeBackCopy(memory))
-        gHost->Violation("free: no block of the heap, or freed already", Concern::Memory);
+        gHost->Violation(Concern::Memory, "free: no block of the heap, or freed already");
 }
 
 void WatchHeap(const ModuleFile &module) {
@@ -160,9 +160,8 @@ Host::Host(HostDescription description) : state_(std::make_unique<HostState>(std
     if (gHost)
         throw std::logic_error("one host lives at a time");
     const std::string &file = state_->description.module;
-    state_->module = std::make_unique<ModuleFile>(file.empty() ? ModuleBesideProgram() : file,
-                                                  state_->description.keepsModule ? ModuleFile::Unloading::Pretended
-                                                                                  : ModuleFile::Unloading::Real);
+    state_->module =
+        std::make_unique<ModuleFile>(file.empty() ? ModuleBesideProgram() : file, state_->description.keepsModule);
     void *start = state_->module->Exported("REALPluginMain");
     if (!start)
         throw std::runtime_error(state_->module->path() + " exports no REALPluginMain");
@@ -182,7 +181,7 @@ void Host::Finish() {
     state_->Audit();
     for (Object *object : state_->living) {
         object->dead = true;
-        state_->Violation(fmt::format("{} outlives the host", object->Describe()), Concern::References);
+        state_->Violation(Concern::References, "{} outlives the host", object->Describe());
     }
     state_->living.clear();
 }
@@ -326,7 +325,7 @@ template <class Stored> Stored Load(const Stored *field) {
 Value Host::Get(const Ref &ref, std::string_view name) {
     Instance &instance = ref.instance();
     const RegisteredProperty &property = PropertyOf(instance, name);
-    if (!UsesStandardAccess(property)) { // own accessors are those of doubles
+    if (!property.UsesStandardAccess()) { // own accessors are those of doubles
         RoutineCall call(state_->description.stackShift);
         call.Add(instance.handle);
         call.Add(std::intptr_t{Low32(property.record.param)});
@@ -336,8 +335,7 @@ Value Host::Get(const Ref &ref, std::string_view name) {
     }
     if (property.type != Type::Picture)
         return ValueOf(property.type, Load(FieldOf<std::int32_t>(instance, property)));
-    const auto found = state_->objects.find(Load(FieldOf<void *>(instance, property)));
-    return found == state_->objects.end() ? Value() : Value(Ref(found->second.get()));
+    return Ref(state_->ObjectAt(Load(FieldOf<void *>(instance, property))));
 }
 
 void Host::Set(const Ref &ref, std::string_view name, const Value &value) {
@@ -345,7 +343,7 @@ void Host::Set(const Ref &ref, std::string_view name, const Value &value) {
     const RegisteredProperty &property = PropertyOf(instance, name);
     if (const std::string problem = Misfit({property.name, property.type, false, {}}, value); !problem.empty())
         throw WrongCall(problem);
-    if (!UsesStandardAccess(property)) {
+    if (!property.UsesStandardAccess()) {
         RoutineCall call(state_->description.stackShift);
         call.Add(instance.handle);
         call.Add(std::intptr_t{Low32(property.record.param)});
@@ -353,20 +351,18 @@ void Host::Set(const Ref &ref, std::string_view name, const Value &value) {
         RunRoutine(property.name, [&](Result &) { call.Run(property.record.setter); });
     } else if (property.type == Type::Picture) {
         auto *field = FieldOf<void *>(instance, property);
-        const auto old = state_->objects.find(Load(field));
+        Object *old = state_->ObjectAt(Load(field));
         void *handle = value.IsNil() ? nullptr : value.AsRef().handle();
         if (handle)
             state_->AddReference(*value.AsRef().object());
         std::memcpy(field, &handle, sizeof handle);
-        if (old != state_->objects.end())
-            state_->DropReference(*old->second, property.name);
+        if (old)
+            state_->DropReference(*old, property.name);
     } else {
         const std::int32_t number = Low32(value.AsInteger());
         std::memcpy(FieldOf<std::int32_t>(instance, property), &number, sizeof number);
     }
 }
-
-void Host::MakeNewPicturesAs(std::uint32_t alphaInfo) { state_->description.newPictureAlphaInfo = alphaInfo; }
 
 void Host::MayChange(const Ref &object) { state_->mayChange.insert(object.object()); }
 
@@ -386,14 +382,9 @@ std::vector<std::string> Host::TakeViolations() {
     return sentences;
 }
 
-int Host::RequestsFor(std::string_view entry) const {
+EntryState Host::StateOf(std::string_view entry) const {
     const auto found = state_->entries.find(entry);
-    return found == state_->entries.end() ? 0 : found->second.requests;
-}
-
-int Host::CallsOf(std::string_view entry) const {
-    const auto found = state_->entries.find(entry);
-    return found == state_->entries.end() ? 0 : found->second.calls;
+    return found == state_->entries.end() ? EntryState() : found->second;
 }
 
 int Host::HeapRequests() const { return state_->heapRequests; }

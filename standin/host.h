@@ -58,7 +58,7 @@ struct HostDescription {
     bool scattersRows = true;   ///< of console pictures; rows in order are what a benchmark wants
     bool sealsPictures = false; ///< pixels are inaccessible while they are not locked; see Picture::Seal
     std::string module = {};    ///< the module's file; empty: the one beside the program
-    bool keepsModule = false;   ///< in memory, for the next host of this process; see ModuleFile::Unloading
+    bool keepsModule = false;   ///< in memory, for the next host of this process; see ModuleFile
     /// The log: told of every call of an entry as it comes, by the entry, the objects' names and the telling arguments,
     /// and of a request for an entry or method that this host does not have, as "no" and its name. Objects that the
     /// module had made are called new, in the order of their making: "new picture", "new picture 2".
@@ -169,12 +169,22 @@ struct RegisteredProperty {
     std::string name;
     Type type;
     REALpropertyDefinition record;
+
+    /// Whether the host reads and writes the field itself.
+    bool UsesStandardAccess() const { return reinterpret_cast<std::intptr_t>(record.getter) == -1; }
 };
 struct RegisteredClass {
     std::string name;
     REALclassDefinition record;
     std::vector<RegisteredProperty> properties;
     std::vector<RegisteredMethod> methods;
+};
+
+/// What the host knows of one of its entries.
+struct EntryState {
+    int requests = 0; ///< how often the resolver was asked for it
+    int calls = 0;
+    int missed = 0; ///< attempts that came to nothing: requests while missing, calls that a fault failed
 };
 
 struct HostState;
@@ -213,9 +223,6 @@ class Host {
     Value Get(const Ref &instance, std::string_view property);
     void Set(const Ref &instance, std::string_view property, const Value &value);
 
-    /// From now on, bitmaps without alpha channel are made with this alpha info.
-    void MakeNewPicturesAs(std::uint32_t alphaInfo);
-
     /// Lets the next call change an object's pixels or bytes.
     void MayChange(const Ref &object);
 
@@ -231,9 +238,9 @@ class Host {
 
     // What happened. Violations are sentences; Take leaves none behind.
     std::vector<std::string> TakeViolations();
-    std::vector<Breach> TakeBreaches();            ///< the same, with what they are about
-    int RequestsFor(std::string_view entry) const; ///< how often the resolver was asked for it
-    int CallsOf(std::string_view entry) const;
+    std::vector<Breach> TakeBreaches(); ///< the same, with what they are about
+    int RequestsFor(std::string_view entry) const { return StateOf(entry).requests; }
+    int CallsOf(std::string_view entry) const { return StateOf(entry).calls; }
     std::size_t LivingObjects() const;
     int HeapRequests() const; ///< how often a routine of the module asked the heap for memory
 
@@ -247,6 +254,8 @@ class Host {
     const HostDescription &description() const;
 
   private:
+    EntryState StateOf(std::string_view entry) const;
+
     std::unique_ptr<HostState> state_;
 };
 

@@ -15,48 +15,37 @@ namespace {
 
 /// Handles of objects that the module must not look into point to memory that cannot be touched.
 void *OpaqueHandle() {
-    static GuardedMemory arena;
-    static std::size_t used = 0;
     constexpr std::size_t kArena = 1 << 20;
     constexpr std::size_t kStep = 16;
-    if (arena.size() == 0) {
-        arena = GuardedMemory(kArena, Guard::Before);
-        arena.Seal();
-    }
-    if (used == kArena) { // a new arena; the old one stays, so that no handle is ever used twice
-        static std::vector<GuardedMemory> full;
-        full.push_back(std::move(arena));
-        arena = GuardedMemory(kArena, Guard::Before);
-        arena.Seal();
+    static std::vector<GuardedMemory> arenas; // all stay, so that no handle is ever used twice
+    static std::size_t used = kArena;
+    if (used == kArena) {
+        arenas.emplace_back(kArena, Guard::Before).Seal();
         used = 0;
     }
-    return arena.data() + std::exchange(used, used + kStep);
+    return arenas.back().data() + std::exchange(used, used + kStep);
 }
 
 } // namespace
 
-bool UsesStandardAccess(const RegisteredProperty &property) {
-    return reinterpret_cast<std::intptr_t>(property.record.getter) == -1;
-}
-
 HostState::HostState(HostDescription wanted) : description(std::move(wanted)) {}
 
-void HostState::Violation(const std::string &sentence, Concern concern) {
-    violations.push_back({concern, running.empty() ? sentence : fmt::format("{}; in {}", sentence, running)});
+void HostState::Violation(Concern concern, std::string sentence) {
+    violations.push_back({concern, std::move(sentence) + (running.empty() ? "" : "; in ") + running});
 }
 
-template <class Made> Made &HostState::Adopt(std::unique_ptr<Made> object, void *handle) {
+template <class Made> Made &HostState::Adopt(std::unique_ptr<Made> object) {
     object->number = ++objectsMade;
-    object->handle = handle;
     object->references = 1;
+    if (!object->handle)
+        object->handle = OpaqueHandle();
     if (description.log && depth > 0) {
         const int which = ++madeForModule[object->kind];
         object->name = fmt::format("new {}", NameOf(object->kind)) + (which == 1 ? "" : fmt::format(" {}", which));
     }
     Made &made = *object;
-    std::unique_ptr<Object> &kept = objects[handle];
-    kept = std::move(object);
-    living.push_back(kept.get());
+    objects[made.handle] = std::move(object);
+    living.push_back(&made);
     return made;
 }
 
@@ -69,14 +58,14 @@ Picture &HostState::NewPicture(PictureDescription wanted) {
             wanted.hasAlphaChannel ? description.newAlphaPictureAlphaInfo : description.newPictureAlphaInfo;
     auto picture = std::make_unique<Picture>();
     picture->Build(wanted, description.guard, description.scattersRows, description.freshWord);
-    return Adopt(std::move(picture), OpaqueHandle());
+    return Adopt(std::move(picture));
 }
 
 Graphics &HostState::NewGraphics(Picture &picture) {
     auto graphics = std::make_unique<Graphics>();
     graphics->picture = &picture;
     Hold(picture);
-    return Adopt(std::move(graphics), OpaqueHandle());
+    return Adopt(std::move(graphics));
 }
 
 Text &HostState::NewText(std::string_view bytes, std::uint32_t encoding) {
@@ -88,56 +77,53 @@ Text &HostState::NewText(std::string_view bytes, std::uint32_t encoding) {
     text->record.storage = reinterpret_cast<const char *>(text->storage.data());
     text->record.length = static_cast<std::int32_t>(bytes.size());
     text->encoding = encoding;
-    void *handle = &text->record;
-    return Adopt(std::move(text), handle);
+    text->handle = &text->record;
+    return Adopt(std::move(text));
 }
 
 MemoryBlock &HostState::NewBlock(std::size_t bytes) {
     auto block = std::make_unique<MemoryBlock>();
     block->memory = GuardedMemory(bytes, description.guard);
-    return Adopt(std::move(block), OpaqueHandle());
+    return Adopt(std::move(block));
 }
 
 Instance &HostState::NewInstance(const RegisteredClass &definition) {
     auto instance = std::make_unique<Instance>();
     instance->definition = &definition;
     instance->memory = GuardedMemory(description.dataOffset + definition.record.instanceSize, description.guard);
-    void *handle = instance->memory.data();
-    return Adopt(std::move(instance), handle);
+    instance->handle = instance->memory.data();
+    return Adopt(std::move(instance));
 }
 
 Exception &HostState::NewException(std::string_view className) {
     auto exception = std::make_unique<Exception>();
     exception->content.className = className;
-    return Adopt(std::move(exception), OpaqueHandle());
+    return Adopt(std::move(exception));
 }
 
-Object *HostState::FindObject(const void *handle, std::string_view entry) {
+Object *HostState::ObjectAt(const void *handle) const {
     const auto found = objects.find(handle);
-    if (found == objects.end()) {
-        Violation(fmt::format("{}: {} is no object of this host", entry, handle ? "the handle" : "null"));
-        return nullptr;
-    }
-    Object &object = *found->second;
-    if (object.dead) {
-        Violation(fmt::format("{}: {} is dead", entry, object.Describe()));
-        return nullptr;
-    }
-    if (object.kind == Kind::String) {
-        Violation(fmt::format("{}: {} is a string, not an object", entry, object.Describe()));
-        return nullptr;
-    }
-    return &object;
+    return found == objects.end() ? nullptr : found->second.get();
 }
 
-Object *HostState::Find(const void *handle, Kind kind, std::string_view entry) {
-    const auto found = objects.find(handle);
-    if (kind == Kind::String && found != objects.end() && !found->second->dead && found->second->kind == kind)
-        return found->second.get();
-    Object *object = FindObject(handle, entry);
-    if (!object || object->kind == kind)
+Object *HostState::Find(const void *handle, std::optional<Kind> wanted, std::string_view entry) {
+    Object *object = ObjectAt(handle);
+    const char *problem = nullptr;
+    if (!object)
+        problem = "no object of this host";
+    else if (object->dead)
+        problem = "dead";
+    else if (object->kind == Kind::String && wanted != Kind::String)
+        problem = "a string, not an object";
+    else if (wanted && object->kind != wanted)
+        problem = "the wrong kind of object";
+    else
         return object;
-    Violation(fmt::format("{}: {} is the wrong kind of object", entry, object->Describe()));
+    Violation(Concern::Calls, "{}: {} is {}", entry,
+              object   ? object->Describe()
+              : handle ? "the handle"
+                       : "null",
+              problem);
     return nullptr;
 }
 
@@ -145,11 +131,6 @@ const RegisteredClass *HostState::ClassNamed(std::string_view name) const {
     const auto found = std::find_if(classes.begin(), classes.end(),
                                     [&](const auto &definition) { return SameName(definition->name, name); });
     return found == classes.end() ? nullptr : found->get();
-}
-
-bool HostState::Missed(std::string_view entry) const {
-    const auto found = entries.find(entry);
-    return found != entries.end() && found->second.missed > 0;
 }
 
 const Fault *HostState::FaultOf(std::string_view entry) const {
@@ -160,11 +141,10 @@ const Fault *HostState::FaultOf(std::string_view entry) const {
 
 void HostState::DropReference(Object &object, std::string_view entry) {
     // While references could not be taken, fewer are out than the module gives back; nothing dies before the audit.
-    const bool someNeverTaken = Missed("REALLockObject") || Missed("REALLockString");
+    const bool someNeverTaken = entries["REALLockObject"].missed > 0 || entries["REALLockString"].missed > 0;
     if (object.references <= object.held && !someNeverTaken)
-        Violation(
-            fmt::format("{}: the last reference to {} that is not the module's to drop", entry, object.Describe()),
-            Concern::References);
+        Violation(Concern::References, "{}: the last reference to {} that is not the module's to drop", entry,
+                  object.Describe());
     --object.references;
     if (object.references <= 0 && object.held <= 0 && !someNeverTaken)
         Die(object);
@@ -203,8 +183,8 @@ void HostState::Die(Object &object) {
     object.dead = true;
     std::erase(living, &object);
     if (auto *picture = As<Picture>(&object)) {
-        if (picture->locks > 0 && !Missed("unlockPictureDescription"))
-            Violation(fmt::format("{} dies with its pixels locked", picture->Describe()), Concern::Locks);
+        if (picture->locks > 0 && entries["unlockPictureDescription"].missed == 0)
+            Violation(Concern::Locks, "{} dies with its pixels locked", picture->Describe());
         else
             locksOfDead += picture->locks;
         picture->memory = {};
@@ -225,8 +205,7 @@ void HostState::Die(Object &object) {
         instance->memory.Seal(); // stays mapped, so that its handle is not used again
     } else if (auto *text = As<Text>(&object)) {
         if (!text->copies.empty() && copiesRefused == 0)
-            Violation(fmt::format("{} dies with a copy of its bytes not given back", text->Describe()),
-                      Concern::References);
+            Violation(Concern::References, "{} dies with a copy of its bytes not given back", text->Describe());
         else
             copiesOfDead += static_cast<int>(text->copies.size());
         text->copies.clear();
@@ -239,26 +218,22 @@ std::map<const Object *, int> HostState::HeldByFields() {
         auto *instance = As<Instance>(object);
         for (std::size_t i = 0; instance && i < instance->definition->properties.size(); ++i) {
             const RegisteredProperty &property = instance->definition->properties[i];
-            if (property.type != Type::Picture || !UsesStandardAccess(property))
+            if (property.type != Type::Picture || !property.UsesStandardAccess())
                 continue;
             const void *field = *FieldOf<void *>(*instance, property);
-            const auto found = objects.find(field);
-            if (found != objects.end() && !found->second->dead)
-                ++held[found->second.get()];
+            const Object *named = ObjectAt(field);
+            if (named && !named->dead)
+                ++held[named];
             else if (field)
-                Violation(fmt::format("{} of {} names no living object", property.name, object->Describe()),
-                          Concern::References);
+                Violation(Concern::References, "{} of {} names no living object", property.name, object->Describe());
         }
     }
     return held;
 }
 
 void HostState::Audit() {
-    const std::map<const Object *, int> inFields = HeldByFields();
-    const auto owned = [&](const Object *object) {
-        const auto found = inFields.find(object);
-        return object->held + (found == inFields.end() ? 0 : found->second);
-    };
+    std::map<const Object *, int> inFields = HeldByFields();
+    const auto owned = [&](const Object *object) { return object->held + inFields[object]; };
     // Where an entry that takes or gives back was missing, the attempts are what must balance; the resolver saw each.
     const int neverTaken = entries["REALLockObject"].missed + entries["REALLockString"].missed;
     const int neverDropped = entries["REALUnlockObject"].missed + entries["REALUnlockString"].missed;
@@ -270,33 +245,26 @@ void HostState::Audit() {
         const int extra = object->references - owned(object);
         references += extra;
         if (extra != 0 && neverTaken == 0 && neverDropped == 0)
-            Violation(fmt::format("{} has {} reference(s) too {}", object->Describe(), std::abs(extra),
-                                  extra > 0 ? "many" : "few"),
-                      Concern::References);
+            Violation(Concern::References, "{} has {} reference(s) too {}", object->Describe(), std::abs(extra),
+                      extra > 0 ? "many" : "few");
         if (const auto *picture = As<Picture>(object)) {
             locks += picture->locks;
             if (picture->locks != 0 && neverUnlocked == 0)
-                Violation(fmt::format("{} was left locked {} time(s)", picture->Describe(), picture->locks),
-                          Concern::Locks);
+                Violation(Concern::Locks, "{} was left locked {} time(s)", picture->Describe(), picture->locks);
         }
         if (const auto *text = As<Text>(object))
             copies += static_cast<int>(text->copies.size());
     }
     if ((neverTaken > 0 || neverDropped > 0) && references != neverDropped - neverTaken)
-        Violation(fmt::format("{} reference(s) remain where {} could not be dropped and {} could not be taken",
-                              references, neverDropped, neverTaken),
-                  Concern::References);
+        Violation(Concern::References, "{} reference(s) remain where {} could not be dropped and {} could not be taken",
+                  references, neverDropped, neverTaken);
     if ((neverUnlocked > 0 || strayLocks > 0) && locks != neverUnlocked)
-        Violation(fmt::format("{} pixel lock(s) remain where {} could not be given back", locks, neverUnlocked),
-                  Concern::Locks);
+        Violation(Concern::Locks, "{} pixel lock(s) remain where {} could not be given back", locks, neverUnlocked);
     if (copies != copiesRefused)
-        Violation(
-            fmt::format("{} copies of string bytes remain where {} could not be given back", copies, copiesRefused),
-            Concern::References);
-
+        Violation(Concern::References, "{} copies of string bytes remain where {} could not be given back", copies,
+                  copiesRefused);
     if (!heap.empty())
-        Violation(fmt::format("{} block(s) of the heap were not freed", heap.size()));
-
+        Violation(Concern::Calls, "{} block(s) of the heap were not freed", heap.size());
     for (const auto &[block, memory] : heap)
         std::free(memory);
     heap.clear();

@@ -2,18 +2,12 @@
 
 #include "standin/host.h"
 
+#include <fmt/format.h>
 #include <map>
 #include <set>
 #include <unordered_map>
 
 namespace standin {
-
-/// What the host knows of one of its entries.
-struct EntryState {
-    int requests = 0; ///< by the resolver
-    int calls = 0;
-    int missed = 0; ///< attempts that came to nothing: requests while missing, calls that a fault failed
-};
 
 /// The host behind the facade: its objects, its faults and what it found out. The entries work on the one that lives.
 struct HostState {
@@ -21,7 +15,7 @@ struct HostState {
 
     HostDescription description;
     std::unique_ptr<ModuleFile> module;
-    std::map<std::string, EntryState, std::less<>> entries;
+    std::map<std::string_view, EntryState> entries; ///< by names that stay, those of the entries' table
     std::unordered_map<const void *, std::unique_ptr<Object>> objects; ///< by handle; dead ones stay known
     std::vector<Object *> living;                                      ///< in the order in which they were made
     int objectsMade = 0;
@@ -49,21 +43,24 @@ struct HostState {
     int depth = 0;   ///< of entries within entries
     std::map<Kind, int> madeForModule;
 
-    void Violation(const std::string &sentence, Concern concern = Concern::Calls);
+    void Violation(Concern concern, std::string sentence);
+    template <class... Values>
+    void Violation(Concern concern, fmt::format_string<const Values &...> sentence, const Values &...values) {
+        Violation(concern, fmt::format(sentence, values...));
+    }
 
     // Objects.
-    template <class Made> Made &Adopt(std::unique_ptr<Made> object, void *handle);
+    template <class Made> Made &Adopt(std::unique_ptr<Made> object);
     Picture &NewPicture(PictureDescription wanted); ///< with one reference out
     Graphics &NewGraphics(Picture &picture);
     Text &NewText(std::string_view bytes, std::uint32_t encoding);
     MemoryBlock &NewBlock(std::size_t bytes);
     Instance &NewInstance(const RegisteredClass &definition);
     Exception &NewException(std::string_view className);
-    /// The living object behind a handle that the module passed; null, with a violation, when it is none of that kind.
-    template <class Wanted> Wanted *Find(const void *handle, std::string_view entry) {
-        return static_cast<Wanted *>(Find(handle, Wanted::kKind, entry));
-    }
-    Object *FindObject(const void *handle, std::string_view entry); ///< any kind but a string
+    Object *ObjectAt(const void *handle) const; ///< the object of that handle, dead or alive; null when there is none
+    /// The living object behind a handle that the module passed to an entry, which takes that kind, or none: any but
+    /// strings. Null, with a violation, when it is no such object.
+    Object *Find(const void *handle, std::optional<Kind> wanted, std::string_view entry);
     const RegisteredClass *ClassNamed(std::string_view name) const;
 
     void AddReference(Object &object) { ++object.references; }
@@ -78,7 +75,6 @@ struct HostState {
     bool TakeBackCopy(const void *bytes, const Object *of = nullptr);
 
     // Faults.
-    bool Missed(std::string_view entry) const;
     const Fault *FaultOf(std::string_view entry) const;
     /// Whether a failed typed lock leaves a lock behind, as hosts before 2012.0 do. The module goes by the version that
     /// it was told, so this host does too.
@@ -88,7 +84,6 @@ struct HostState {
     void Audit();
 
   private:
-    Object *Find(const void *handle, Kind kind, std::string_view entry);
     void Die(Object &object);
     /// How often the picture fields of instances name an object. The module writes these fields too, so they are read
     /// when it counts.
@@ -96,9 +91,6 @@ struct HostState {
 };
 
 extern HostState *gHost; ///< null while no host lives
-
-/// Whether the host reads and writes the property's field itself.
-bool UsesStandardAccess(const RegisteredProperty &property);
 
 /// The field of a property with standard access. Instance data lies at any multiple of 4.
 template <class Field> Field *FieldOf(Instance &instance, const RegisteredProperty &property) {

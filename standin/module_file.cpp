@@ -41,9 +41,9 @@ const link_map &MapOf(void *handle) {
 std::span<unsigned char> VariablesOf(void *handle) {
     const std::uintptr_t loadAddress = MapOf(handle).l_addr;
     const auto *header = reinterpret_cast<const ElfW(Ehdr) *>(loadAddress);
-    const auto *parts = reinterpret_cast<const ElfW(Phdr) *>(loadAddress + header->e_phoff);
+    const std::span parts(reinterpret_cast<const ElfW(Phdr) *>(loadAddress + header->e_phoff), header->e_phnum);
     std::uintptr_t begin = 0, end = 0, protectedEnd = 0;
-    for (const ElfW(Phdr) & part : std::span(parts, header->e_phnum)) {
+    for (const ElfW(Phdr) & part : parts) {
         const std::uintptr_t first = loadAddress + part.p_vaddr;
         if (part.p_type == PT_LOAD && (part.p_flags & PF_W) != 0) {
             begin = first;
@@ -64,11 +64,6 @@ struct KeptModule {
     std::vector<unsigned char> fresh; ///< what the variables held when it was loaded
 };
 
-std::map<std::string, KeptModule> &KeptModules() {
-    static std::map<std::string, KeptModule> kept;
-    return kept;
-}
-
 /// Byte by byte, since the address sanitizer lets no library function touch what it laid between a module's variables.
 __attribute__((no_sanitize("address"))) void CopyBytes(const unsigned char *from, volatile unsigned char *to,
                                                        std::size_t bytes) {
@@ -83,12 +78,13 @@ bool ModuleFile::IsLoaded(const std::string &path) {
     return loaded && dlclose(loaded) == 0;
 }
 
-ModuleFile::ModuleFile(const std::string &path, Unloading unloading) : path_(path), unloading_(unloading) {
-    if (const auto found = KeptModules().find(path); found != KeptModules().end()) {
+ModuleFile::ModuleFile(const std::string &path, bool isKept) : path_(path), isKept_(isKept) {
+    static std::map<std::string, KeptModule> keptModules;
+    if (const auto found = keptModules.find(path); found != keptModules.end()) {
         const KeptModule &kept = found->second;
         CopyBytes(kept.fresh.data(), kept.variables.data(), kept.fresh.size());
         handle_ = kept.handle;
-        unloading_ = Unloading::Pretended;
+        isKept_ = true;
         return;
     }
     if (IsLoaded(path))
@@ -96,15 +92,15 @@ ModuleFile::ModuleFile(const std::string &path, Unloading unloading) : path_(pat
     handle_ = dlopen(path.c_str(), RTLD_LAZY | RTLD_LOCAL);
     if (!handle_)
         throw std::runtime_error(std::string("the module cannot be loaded: ") + dlerror());
-    if (unloading == Unloading::Pretended) {
+    if (isKept) {
         const std::span<unsigned char> variables = VariablesOf(handle_);
-        KeptModule &kept = KeptModules()[path] = {handle_, variables, std::vector<unsigned char>(variables.size())};
+        KeptModule &kept = keptModules[path] = {handle_, variables, std::vector<unsigned char>(variables.size())};
         CopyBytes(variables.data(), kept.fresh.data(), variables.size());
     }
 }
 
 ModuleFile::~ModuleFile() {
-    if (unloading_ == Unloading::Real)
+    if (!isKept_)
         dlclose(handle_);
 }
 

@@ -8,19 +8,14 @@ namespace standin {
 /// stays in memory all the same is a std::logic_error at the next load of the same file.
 class ModuleFile {
   public:
-    enum class Unloading {
-        Real,
-        /// Stays in memory for good, and whoever loads the file next finds its variables set back. To a module that
-        /// runs nothing when it is loaded, and so has nothing but variables, that is a load; it takes next to no time.
-        Pretended
-    };
-
     /// Whether the file is in this process's memory.
     static bool IsLoaded(const std::string &path);
 
-    /// Throws std::runtime_error, with the loader's reason, when the file is no module that can be loaded, and
+    /// A module that is kept stays in memory for good, and whoever loads the file next finds its variables set back. To
+    /// a module that runs nothing when it is loaded, and so has nothing but variables, that is a load; it takes next to
+    /// no time. Throws std::runtime_error, with the loader's reason, when the file is no module that can be loaded, and
     /// std::logic_error when it is loaded already.
-    explicit ModuleFile(const std::string &path, Unloading unloading = Unloading::Real);
+    explicit ModuleFile(const std::string &path, bool isKept = false);
     ~ModuleFile();
     ModuleFile(const ModuleFile &) = delete;
     ModuleFile &operator=(const ModuleFile &) = delete;
@@ -36,7 +31,7 @@ class ModuleFile {
   private:
     std::string path_;
     void *handle_;
-    Unloading unloading_;
+    bool isKept_;
 };
 
 /// The module beside the running program.

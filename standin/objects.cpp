@@ -108,18 +108,12 @@ void Picture::Build(const PictureDescription &wanted, Guard side, bool scatterRo
     const std::ptrdiff_t used = std::ptrdiff_t{width} * kPixelBytes;
     const bool isFresh = !wanted.word && !wanted.color && !wanted.unset;
     for (int y = 0; y < height; ++y) {
-        std::memset(Row(y) + used, kBorder, static_cast<std::size_t>(pitch - used));
-        if (isFresh && y > 0)
-            std::memcpy(Row(y), Row(0), static_cast<std::size_t>(used));
-        for (int x = 0; !wanted.unset && (!isFresh || y == 0) && x < width; ++x)
-            SetWord(x, y,
-                    isFresh       ? freshWord
-                    : wanted.word ? wanted.word(x, y)
-                                  : OpaqueWord(layout, wanted.color(x, y)));
+        std::memset(Row(y) + used, wanted.numbersPadding ? y : kBorder, static_cast<std::size_t>(pitch - used));
+        if (isFresh)
+            std::fill_n(reinterpret_cast<std::uint32_t *>(Row(y)), width, freshWord);
+        for (int x = 0; !wanted.unset && !isFresh && x < width; ++x)
+            SetWord(x, y, wanted.word ? wanted.word(x, y) : OpaqueWord(layout, wanted.color(x, y)));
     }
-
-    for (int y = 0; wanted.numbersPadding && y < height; ++y)
-        std::memset(Row(y) + std::ptrdiff_t{width} * kPixelBytes, y, static_cast<std::size_t>(wanted.rowPadding));
 
     rowTable = trueRows;
     if (wanted.nullRow >= 0 && wanted.nullRow < height)
@@ -140,16 +134,11 @@ void Picture::Build(const PictureDescription &wanted, Guard side, bool scatterRo
              {0, 0, static_cast<std::int16_t>(std::min(height, kLargest)),
               static_cast<std::int16_t>(std::min(width, kLargest))},
              OpaqueWord(layout, wanted.background)};
-    REALconsolePicture record = {};
-    record.paletteRows = wanted.paletteRows;
-    record.width = width;
-    record.height = height;
-    record.trueColor = wanted.trueColor;
-    record.rows = wanted.withoutPixels      ? nullptr
-                  : wanted.untouchableTable ? static_cast<void **>(Untouchable())
-                                            : rowTable.data();
-    consoleRecord.resize(sizeof record);
-    std::memcpy(consoleRecord.data(), &record, sizeof record);
+    consoleRecord.paletteRows = wanted.paletteRows;
+    consoleRecord.width = width;
+    consoleRecord.height = height;
+    consoleRecord.trueColor = wanted.trueColor;
+    consoleRecord.rows = wanted.withoutPixels ? nullptr : rowTable.data();
 }
 
 void Picture::DescribePixels(REALpictureDescription &out) {
@@ -157,7 +146,7 @@ void Picture::DescribePixels(REALpictureDescription &out) {
     void *const unread = reinterpret_cast<void *>(std::uintptr_t{kJunk});
     out = {8, &context, kJunk, kJunk, {unread, unread}};
     if (description.form == Form::Console)
-        out = {10, consoleRecord.data(), width, height, {unread, unread}};
+        out = {10, &consoleRecord, width, height, {unread, unread}};
     if (description.form == Form::GraphicsWorld)
         out = {4, &world, width, height, {unread, unread}};
     if (description.describedType)

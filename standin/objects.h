@@ -36,6 +36,11 @@ struct Object {
     bool dead = false;
 };
 
+template <Kind kOwn> struct ObjectOf : Object {
+    static constexpr Kind kKind = kOwn;
+    ObjectOf() : Object(kOwn) {}
+};
+
 /// The object as one of that kind; null when it is none.
 template <class Wanted> Wanted *As(Object *object) {
     return object && object->kind == Wanted::kKind ? static_cast<Wanted *>(object) : nullptr;
@@ -71,7 +76,6 @@ struct PictureDescription {
     bool withoutPixels = false;                      ///< the bitmap's data, or the console record's row table, is null
     int nullRow = -1;                                ///< a row whose address in the row table is null
     int untouchableRow = -1;                         ///< the first whose address there leads to inaccessible memory
-    bool untouchableTable = false;                   ///< the row table itself is inaccessible
     bool numbersPadding = false; ///< the bytes behind each row hold its number, and may move with it
     std::uint32_t paletteRows = 0;
     std::uint32_t trueColor = 1;
@@ -86,9 +90,7 @@ struct DrawnLine {
     bool operator==(const DrawnLine &) const = default;
 };
 
-struct Picture : Object {
-    static constexpr Kind kKind = Kind::Picture;
-    Picture() : Object(kKind) {}
+struct Picture : ObjectOf<Kind::Picture> {
     std::string Describe() const override;
 
     unsigned char *Row(int y) const; ///< its first pixel; opens the pixels when they are sealed
@@ -124,7 +126,7 @@ struct Picture : Object {
     std::vector<void *> handedRows; ///< the same, for who changes it
     std::vector<void *> trueRows;   ///< where rows really lie
     CGContext context = {};
-    std::vector<unsigned char> consoleRecord;
+    REALconsolePicture consoleRecord = {};
     ::GraphicsWorld world = {};
     Picture *mask = nullptr; ///< holds a reference
     int locks = 0;
@@ -132,27 +134,21 @@ struct Picture : Object {
     std::vector<DrawnLine> lines; ///< drawn into it so far
 };
 
-struct Graphics : Object {
-    static constexpr Kind kKind = Kind::Graphics;
-    Graphics() : Object(kKind) {}
+struct Graphics : ObjectOf<Kind::Graphics> {
     Picture *picture = nullptr; ///< holds a reference
     ColorValue foreColor = 0;
     int penWidth = 1;
     int penHeight = 1;
 };
 
-struct MemoryBlock : Object {
-    static constexpr Kind kKind = Kind::MemoryBlock;
-    MemoryBlock() : Object(kKind) {}
+struct MemoryBlock : ObjectOf<Kind::MemoryBlock> {
     std::string Describe() const override;
     GuardedMemory memory;
     bool withoutAddress = false;
 };
 
 /// A string. Its handle is the record that hosts before 2013.0 let the module read.
-struct Text : Object {
-    static constexpr Kind kKind = Kind::String;
-    Text() : Object(kKind) {}
+struct Text : ObjectOf<Kind::String> {
     std::string Describe() const override;
     std::string_view bytes() const;
     std::uint32_t encoding = 0;
@@ -167,9 +163,7 @@ struct RaisedException {
     bool operator==(const RaisedException &) const = default;
 };
 
-struct Exception : Object {
-    static constexpr Kind kKind = Kind::Exception;
-    Exception() : Object(kKind) {}
+struct Exception : ObjectOf<Kind::Exception> {
     std::string Describe() const override;
     RaisedException content;
 };
@@ -177,9 +171,7 @@ struct Exception : Object {
 struct RegisteredClass;
 
 /// An instance of a class that the module registered.
-struct Instance : Object {
-    static constexpr Kind kKind = Kind::Instance;
-    Instance() : Object(kKind) {}
+struct Instance : ObjectOf<Kind::Instance> {
     std::string Describe() const override;
     const RegisteredClass *definition = nullptr;
     GuardedMemory memory; ///< what lies before the class's data, then the data

@@ -1,7 +1,6 @@
 #include "standin/host_state.h"
 
 #include <algorithm>
-#include <fmt/format.h>
 #include <stdexcept>
 
 namespace standin {
@@ -18,7 +17,7 @@ Type TypeNamed(std::string_view name) {
     try {
         return ParseDeclaration("property as " + std::string(name)).result;
     } catch (const std::invalid_argument &problem) {
-        gHost->Violation(problem.what());
+        gHost->Violation(Concern::Calls, problem.what());
         return Type::Nothing;
     }
 }
@@ -26,7 +25,7 @@ Type TypeNamed(std::string_view name) {
 RegisteredProperty ReadProperty(const REALpropertyDefinition &record) {
     const auto &unused = record.unused7to9;
     if (record.unused0 != 0 || std::any_of(std::begin(unused), std::end(unused), [](auto word) { return word != 0; }))
-        gHost->Violation(fmt::format("the record of property {} has words that are not zero", record.name));
+        gHost->Violation(Concern::Calls, "the record of property {} has words that are not zero", record.name);
     return {record.name, TypeNamed(record.type), record};
 }
 
@@ -40,7 +39,7 @@ RegisteredMethod ReadMethod(const REALmethodDefinition &record) {
             found = known.emplace(record.declaration, ParseDeclaration(record.declaration)).first;
         return {found->second, record};
     } catch (const std::invalid_argument &problem) {
-        gHost->Violation(problem.what());
+        gHost->Violation(Concern::Calls, problem.what());
         return {};
     }
 }
@@ -52,8 +51,8 @@ void ReadClass(RegisteredClass &out, const REALclassDefinition &record) {
     const auto &unused = record.unused11to19;
     if (record.version != kVersion || record.unused2 != 0 ||
         std::any_of(std::begin(unused), std::end(unused), [](auto word) { return word != 0; }))
-        gHost->Violation(
-            fmt::format("the record of class {} has another version or words that are not zero", out.name));
+        gHost->Violation(Concern::Calls, "the record of class {} has another version or words that are not zero",
+                         out.name);
     ReadTable(out.properties, record.properties, record.propertyCount, ReadProperty);
     ReadTable(out.properties, record.moreProperties, record.morePropertyCount, ReadProperty);
     ReadTable(out.methods, record.methods, record.methodCount, ReadMethod);

@@ -1,7 +1,9 @@
 #include "standin/routine_call.h"
 
+#include <algorithm>
 #include <array>
 #include <cstring>
+#include <iterator>
 #include <stdexcept>
 #include <utility>
 
@@ -9,11 +11,11 @@
 // Calls the first argument, a routine, with a copy of the words that the second one points to, their number times four
 // bytes, while the stack lies the fourth argument's bytes below a multiple of 16. The routine's result stays where the
 // routine left it, so this is called as a function of any result type.
-extern "C" void standin_CallShifted();
+extern "C" void standin_CallOnStack();
 __asm__(R"(
     .text
-    .type standin_CallShifted, @function
-standin_CallShifted:
+    .type standin_CallOnStack, @function
+standin_CallOnStack:
     pushl %ebp
     movl %esp, %ebp
     pushl %esi
@@ -33,75 +35,68 @@ standin_CallShifted:
     popl %esi
     popl %ebp
     ret
-    .size standin_CallShifted, . - standin_CallShifted
+    .size standin_CallOnStack, . - standin_CallOnStack
 )");
 #endif
 
 namespace standin {
+
+#if defined(__i386__)
+
+// Every argument is words on the stack, a double two.
+void RoutineCall::Add(double number) {
+    std::intptr_t halves[2];
+    std::memcpy(halves, &number, sizeof number);
+    words_.insert(words_.end(), std::begin(halves), std::end(halves));
+}
+
+template <class Result> Result RoutineCall::RunAs(void (*routine)()) const {
+    using Caller = Result(void (*)(), const std::intptr_t *, std::size_t, int);
+    return reinterpret_cast<Caller *>(standin_CallOnStack)(routine, words_.data(), words_.size(), stackShift_);
+}
+
+#else
+
 namespace {
+
+// Integers and doubles count separately: the first ones of each travel in registers, the other integers on the stack,
+// so one wide prototype serves every signature with at most eight doubles.
+#if defined(__aarch64__)
+constexpr std::size_t kRegisters = 8;
+#else
+constexpr std::size_t kRegisters = 6;
+#endif
+constexpr std::size_t kMostDoubles = 8;
+constexpr std::size_t kMostWords = 24;
 
 template <std::size_t> using Word = std::intptr_t;
 template <std::size_t> using Double = double;
 
-template <class Result, std::size_t... Index>
-Result CallWithWords(void (*routine)(), const std::array<std::intptr_t, sizeof...(Index)> &words,
-                     std::index_sequence<Index...>) {
-    return reinterpret_cast<Result (*)(Word<Index>...)>(routine)(words[Index]...);
-}
-
 template <class Result, std::size_t... Register, std::size_t... Floating, std::size_t... Stack>
-Result CallWithRegisters(void (*routine)(), const std::array<std::intptr_t, RoutineCall::kLargest> &words,
-                         const std::array<double, 8> &doubles, std::index_sequence<Register...>,
-                         std::index_sequence<Floating...>, std::index_sequence<Stack...>) {
+Result CallWith(void (*routine)(), const std::array<std::intptr_t, kMostWords> &words,
+                const std::array<double, kMostDoubles> &doubles, std::index_sequence<Register...>,
+                std::index_sequence<Floating...>, std::index_sequence<Stack...>) {
     using Routine = Result(Word<Register>..., Double<Floating>..., Word<Stack>...);
-    return reinterpret_cast<Routine *>(routine)(words[Register]..., doubles[Floating]...,
-                                                words[sizeof...(Register) + Stack]...);
+    return reinterpret_cast<Routine *>(routine)(words[Register]..., doubles[Floating]..., words[kRegisters + Stack]...);
 }
 
 } // namespace
 
+void RoutineCall::Add(double number) { doubles_.push_back(number); }
+
 template <class Result> Result RoutineCall::RunAs(void (*routine)()) const {
-    std::array<std::intptr_t, kLargest> words = {};
-    const auto refuse = [] { throw std::length_error("a routine with this many arguments cannot be called"); };
-#if __SIZEOF_POINTER__ == 4
-    // Every argument is words on the stack, a double two; the caller clears them, so words beyond the last do no harm.
-    std::size_t used = 0;
-    auto word = words_.begin();
-    auto number = doubles_.begin();
-    for (const bool isDouble : order_) {
-        if (used + (isDouble ? 2 : 1) > kLargest)
-            refuse();
-        if (isDouble) {
-            std::memcpy(&words[used], &*number++, sizeof(double));
-            used += 2;
-        } else {
-            words[used++] = *word++;
-        }
-    }
-#if defined(__i386__)
-    if (stackShift_ != 0) {
-        using Shifted = Result(void (*)(), const std::intptr_t *, std::size_t, int);
-        return reinterpret_cast<Shifted *>(standin_CallShifted)(routine, words.data(), used, stackShift_);
-    }
-#endif
-    return CallWithWords<Result>(routine, words, std::make_index_sequence<kLargest>());
-#else
-    // Integers and doubles count separately: the first ones of each travel in registers, the other integers on the
-    // stack, so one wide prototype serves every signature with at most eight doubles.
-#if defined(__aarch64__)
-    constexpr std::size_t kRegisters = 8;
-#else
-    constexpr std::size_t kRegisters = 6;
-#endif
-    std::array<double, 8> doubles = {};
+    std::array<std::intptr_t, kMostWords> words = {};
+    std::array<double, kMostDoubles> doubles = {};
     if (words_.size() > words.size() || doubles_.size() > doubles.size())
-        refuse();
+        throw std::length_error("a routine with this many arguments cannot be called");
     std::copy(words_.begin(), words_.end(), words.begin());
     std::copy(doubles_.begin(), doubles_.end(), doubles.begin());
-    return CallWithRegisters<Result>(routine, words, doubles, std::make_index_sequence<kRegisters>(),
-                                     std::make_index_sequence<8>(), std::make_index_sequence<kLargest - kRegisters>());
-#endif
+    return CallWith<Result>(routine, words, doubles, std::make_index_sequence<kRegisters>(),
+                            std::make_index_sequence<kMostDoubles>(),
+                            std::make_index_sequence<kMostWords - kRegisters>());
 }
+
+#endif
 
 std::intptr_t RoutineCall::Run(void (*routine)()) const { return RunAs<std::intptr_t>(routine); }
 double RoutineCall::RunForDouble(void (*routine)()) const { return RunAs<double>(routine); }

@@ -13,26 +13,23 @@ class RoutineCall {
     /// alone, others keep the alignment that compiled code relies on.
     explicit RoutineCall(int stackShift = 0) : stackShift_(stackShift) {}
 
-    void Add(std::intptr_t word) { words_.push_back(word), order_.push_back(false); }
+    void Add(std::intptr_t word) { words_.push_back(word); }
     void Add(const void *address) { Add(reinterpret_cast<std::intptr_t>(address)); }
-    void Add(double number) { doubles_.push_back(number), order_.push_back(true); }
+    void Add(double number);
 
-    /// A handle, address or 32-bit result (in its low bits), or whatever a routine without result leaves. At most
-    /// kLargest words of arguments.
+    /// A handle, address or 32-bit result (in its low bits), or whatever a routine without result leaves. Throws
+    /// std::length_error for more arguments than any routine has.
     std::intptr_t Run(void (*routine)()) const;
     double RunForDouble(void (*routine)()) const;
     /// An 8-bit result; the rest of the register does not count.
     unsigned char RunForByte(void (*routine)()) const;
-
-    static constexpr std::size_t kLargest = 24;
 
   private:
     template <class Result> Result RunAs(void (*routine)()) const;
 
     int stackShift_;
     std::vector<std::intptr_t> words_;
-    std::vector<double> doubles_;
-    std::vector<bool> order_; ///< true where the next argument is a double
+    std::vector<double> doubles_; ///< where they do not travel as words
 };
 
 } // namespace standin
