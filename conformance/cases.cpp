@@ -1,7 +1,6 @@
 #include "conformance/cases.h"
 
 #include "platform/controls.h"
-#include "standin/elf_file.h"
 
 #include <algorithm>
 #include <elf.h>
@@ -45,22 +44,6 @@ const Storage kStorages[] = {
     {.name = "last byte skipped", .alphaInfo = 5, .newAlphaInfo = 1, .isBitmaps = true},
     {.name = "an alpha channel, last", .alphaChannel = true, .alphaInfo = 1, .newAlphaInfo = 1, .isBitmaps = true},
 };
-
-/// Whether the module has nothing run when it is loaded or unloaded: then its variables are all that tells it from one
-/// that was just loaded. Sanitizers run nothing of their own that calls could tell.
-bool RunsNothingByItself(const std::string &module) {
-#ifdef KVT_SANITIZE
-    return !module.empty();
-#else
-    static std::map<std::string, bool> known; // a file stays as it is
-    const auto [found, isNew] = known.try_emplace(module);
-    if (isNew) {
-        const standin::ElfFile file(standin::ReadFile(module));
-        found->second = file.OwnFunctionsRun(DT_INIT_ARRAYSZ) == 0 && file.OwnFunctionsRun(DT_FINI_ARRAYSZ) == 0;
-    }
-    return found->second;
-#endif
-}
 
 void Disturb(const Case &which, standin::HostDescription &description) {
     namespace platform = kvt::platform;
@@ -180,7 +163,7 @@ standin::HostDescription DescribeHost(const Place &place, const std::string &mod
                                          .newPicturePadding = storage.padding,
                                          .freshWord = 0x5A5A5A5A,
                                          .module = module,
-                                         .keepsModule = RunsNothingByItself(module)};
+                                         .keepsModule = true};
     for (const char *entry : storage.missing)
         description.faults.push_back({entry});
     return description;

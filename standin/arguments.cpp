@@ -2,11 +2,16 @@
 
 #include "standin/host_state.h"
 
+#include <cstring>
 #include <fmt/format.h>
 #include <limits>
 
 namespace standin {
 namespace {
+
+Kind KindOf(Type handle) {
+    return handle == Type::Picture ? Kind::Picture : handle == Type::String ? Kind::String : Kind::MemoryBlock;
+}
 
 /// The same for all arguments of a call.
 std::string Misfit(const Declaration &declaration, const std::vector<Value> &arguments) {
@@ -25,10 +30,6 @@ std::string Misfit(const Declaration &declaration, const std::vector<Value> &arg
 } // namespace
 
 bool IsHandle(Type type) { return type == Type::String || type == Type::Picture || type == Type::MemoryBlock; }
-
-Kind KindOf(Type type) {
-    return type == Type::Picture ? Kind::Picture : type == Type::String ? Kind::String : Kind::MemoryBlock;
-}
 
 Value DefaultOf(const Parameter &parameter) {
     const std::string &text = *parameter.defaultText;
@@ -90,49 +91,51 @@ const RegisteredMethod &Choose(const std::vector<RegisteredMethod> &methods, std
                                      : fmt::format("no {} takes these arguments:{}", name, problems));
 }
 
-std::intptr_t ArgumentWord(Type type, const Value &value) {
-    if (IsHandle(type))
-        return reinterpret_cast<std::intptr_t>(value.IsNil() ? nullptr : value.AsRef().handle());
-    if (type == Type::Boolean)
-        return value.AsBoolean() ? 1 : 0;
-    if (type == Type::Integer)
-        return Low32(value.AsInteger());
-    return static_cast<std::intptr_t>(static_cast<std::uint32_t>(value.AsInteger()));
-}
-
 Variable VariableOf(Type type, const Value &value) {
     if (type == Type::Double)
         return {.number = value.AsDouble()};
-    return {.word = ArgumentWord(type, value)};
+    if (IsHandle(type))
+        return {.handle = value.IsNil() ? nullptr : value.AsRef().handle()};
+    if (type == Type::Boolean)
+        return {.word = value.AsBoolean() ? 1 : 0};
+    if (type == Type::Integer)
+        return {.word = static_cast<std::int32_t>(value.AsInteger())};
+    return {.word = static_cast<std::intptr_t>(static_cast<std::uint32_t>(value.AsInteger()))};
 }
 
-Ref TakeOver(const void *handle, Kind kind) {
-    if (!handle)
+Variable ReadField(const Instance &instance, const RegisteredProperty &property) {
+    const std::span<const unsigned char> field = FieldOf(instance, property);
+    Variable held = {};
+    std::memcpy(&held, field.data(), field.size());
+    return held;
+}
+
+Value ValueOf(Type type, const Variable &variable) {
+    if (type == Type::Nothing || (IsHandle(type) && !variable.handle))
         return {};
-    Object *object = gHost->ObjectAt(handle);
-    if (object && !object->dead && object->kind == kind)
+    if (type == Type::Double)
+        return variable.number;
+    if (type == Type::Boolean)
+        return variable.boolean != 0;
+    if (type == Type::Integer)
+        return variable.integer;
+    if (!IsHandle(type))
+        return static_cast<unsigned>(variable.integer);
+    Object *object = gHost->ObjectAt(variable.handle);
+    if (object && !object->dead && object->kind == KindOf(type))
         return Ref::Adopt(object);
     gHost->Violation(Concern::References, "the result is no living object of its type");
     return {};
 }
 
-Value ValueOf(Type type, std::int32_t integer) {
-    return type == Type::Integer ? Value(std::int64_t{integer}) : Value(static_cast<unsigned>(integer));
-}
-
 Value ReadBack(Type type, const Variable &variable, const Value &before) {
-    if (type == Type::Double)
-        return variable.number;
-    if (type == Type::Boolean)
-        return variable.boolean != 0;
-    if (!IsHandle(type))
-        return ValueOf(type, variable.integer);
-    const void *old = before.IsNil() ? nullptr : before.AsRef().handle();
+    const void *old = before.Is<Ref>() ? before.AsRef().handle() : nullptr;
+    if (!IsHandle(type) || (!old && variable.handle))
+        return ValueOf(type, variable);
     if (variable.handle == old)
         return before;
-    if (old)
-        gHost->Violation(Concern::References, "a byref variable that held an object was given another one");
-    return TakeOver(variable.handle, KindOf(type));
+    gHost->Violation(Concern::References, "a byref variable that held an object was given another one");
+    return ValueOf(type, variable);
 }
 
 } // namespace standin

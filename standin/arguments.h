@@ -20,20 +20,10 @@ const RegisteredMethod &Choose(const std::vector<RegisteredMethod> &methods, std
                                const std::vector<Value> &arguments);
 
 bool IsHandle(Type type); ///< passed as a handle
-Kind KindOf(Type type);   ///< of the objects of a type that is passed as a handle
 
-constexpr std::int32_t Low32(std::int64_t value) {
-    return static_cast<std::int32_t>(static_cast<std::uint32_t>(value));
-}
-
-/// The word of an argument that is no double, as the compiler passes it: unsigned types extended with zeros, signed
-/// ones with their sign.
-std::intptr_t ArgumentWord(Type type, const Value &value);
-Value ValueOf(Type type, std::int32_t integer); ///< an integer, unsigned integer or color that came back
-
-/// The memory that a `byref` argument points to.
+/// An argument, a result, or what lies in a property's field or where a `byref` argument points to.
 union Variable {
-    std::intptr_t word; ///< as an argument has it; the others begin where it does
+    std::intptr_t word; ///< as the compiler passes it: unsigned types extended with zeros, signed ones with their sign
     void *handle;
     std::int32_t integer;
     double number;
@@ -41,11 +31,12 @@ union Variable {
 };
 
 Variable VariableOf(Type type, const Value &value);
-/// The value after the call of a variable that held `before`; takes over the reference of a new object.
-Value ReadBack(Type type, const Variable &variable, const Value &before);
+Variable ReadField(const Instance &instance, const RegisteredProperty &property);
 
-/// The living object behind a handle that the module handed back with one reference for the script; nil, with a
-/// violation, when it is none of that kind.
-Ref TakeOver(const void *handle, Kind kind);
+/// What came back. An object must be living, of its kind, and come with one reference for the script; it is nil, with a
+/// violation, when it is not.
+Value ValueOf(Type type, const Variable &variable);
+/// The same for a variable that held `before` when the call began.
+Value ReadBack(Type type, const Variable &variable, const Value &before);
 
 } // namespace standin

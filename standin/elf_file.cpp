@@ -88,9 +88,4 @@ std::optional<std::uintptr_t> ElfFile::Number(std::intptr_t tag) const {
     return found;
 }
 
-std::uintptr_t ElfFile::OwnFunctionsRun(std::intptr_t sizeTag) const {
-    const std::uintptr_t all = Number(sizeTag).value_or(0) / sizeof(void *);
-    return all > 0 ? all - 1 : 0;
-}
-
 } // namespace standin

@@ -32,9 +32,6 @@ class ElfFile {
     void ForEachSymbol(Table table, const std::function<void(const Symbol &)> &visit) const;
     std::vector<std::string> Texts(std::intptr_t tag) const; ///< of dynamic entries that name something: DT_NEEDED
     std::optional<std::uintptr_t> Number(std::intptr_t tag) const; ///< of the dynamic entry with that tag
-    /// How many functions the file has run when it is loaded (DT_INIT_ARRAYSZ) or unloaded (DT_FINI_ARRAYSZ), without
-    /// that of the C run-time.
-    std::uintptr_t OwnFunctionsRun(std::intptr_t sizeTag) const;
 
   private:
     template <class Record> Record At(std::size_t offset) const;

@@ -2,6 +2,7 @@
 #include "standin/host_state.h"
 
 #include <algorithm>
+#include <concepts>
 #include <cstring>
 #include <fmt/format.h>
 #include <type_traits>
@@ -56,6 +57,10 @@ class EntryScope {
     std::chrono::steady_clock::time_point start_;
 };
 
+/// What the module passes for an object.
+struct Opaque;
+using Handle = const Opaque *;
+
 // What the log tells of an argument; of pointers to anything but objects and texts, nothing.
 std::string Word(const void *) { return ""; }
 std::string Word(const char *text) { return std::string(" ") + (text ? text : "nil"); }
@@ -63,50 +68,47 @@ std::string Word(std::int32_t number) { return ' ' + std::to_string(number); }
 std::string Word(std::uint32_t bits) { return fmt::format(" 0x{:X}", bits); }
 std::string Word(const REALclassDefinition *definition) { return Word(definition->name); }
 std::string Word(const REALmethodDefinition *definition) { return Word(definition->declaration); }
-std::string WordOf(const void *handle) {
+std::string Word(Handle handle) {
     const Object *object = gHost->ObjectAt(handle);
     if (!object)
         return handle ? " unknown" : " nil";
     return ' ' + (object->name.empty() ? object->Describe() : object->name);
 }
 
-template <class Wanted> Wanted *Find(const void *handle, std::string_view entry) {
-    if constexpr (std::is_same_v<Wanted, Object>)
-        return gHost->Find(handle, std::nullopt, entry);
-    else
-        return static_cast<Wanted *>(gHost->Find(handle, Wanted::kKind, entry));
+/// Thrown, and caught by the entry, for a handle of no living object of the wanted kind, which is a violation.
+struct NoSuchObject {};
+
+template <class Wanted> Wanted &Find(Handle handle, std::string_view entry) {
+    std::optional<Kind> kind;
+    if constexpr (!std::is_same_v<Wanted, Object>)
+        kind = Wanted::kKind;
+    if (Object *object = gHost->Find(handle, kind, entry))
+        return static_cast<Wanted &>(*object);
+    throw NoSuchObject();
 }
 
-/// How what the module passes becomes a parameter of a body.
+/// How what the module passes becomes a parameter of a body: objects as references, or as pointers where nil will do.
 template <class Parameter> struct Passed {
     using Type = Parameter;
-    static std::string Tell(Type value) { return Word(value); }
-    static Parameter *Take(Type &value, std::string_view) { return &value; }
-    static Parameter Give(Parameter *taken) { return *taken; }
+    static Parameter Take(Parameter value, std::string_view) { return value; }
 };
-/// A living object of that kind. Without one, which is a violation, the entry yields what it does when it is missing.
 template <class Wanted> struct Passed<Wanted &> {
-    using Type = void *;
-    static std::string Tell(Type handle) { return WordOf(handle); }
-    static Wanted *Take(Type handle, std::string_view entry) { return Find<Wanted>(handle, entry); }
-    static Wanted &Give(Wanted *taken) { return *taken; }
+    using Type = Handle;
+    static Wanted &Take(Handle handle, std::string_view entry) { return Find<Wanted>(handle, entry); }
 };
-/// The same, or null for null.
-template <class Wanted> struct OrNull { Wanted *object; };
-template <class Wanted> struct Passed<OrNull<Wanted>> {
-    using Type = void *;
-    static std::string Tell(Type handle) { return WordOf(handle); }
-    static std::optional<OrNull<Wanted>> Take(Type handle, std::string_view entry) {
-        return OrNull<Wanted>{handle ? Find<Wanted>(handle, entry) : nullptr};
+template <std::derived_from<Object> Wanted> struct Passed<Wanted *> {
+    using Type = Handle;
+    static Wanted *Take(Handle handle, std::string_view entry) {
+        return handle ? &Find<Wanted>(handle, entry) : nullptr;
     }
-    static OrNull<Wanted> Give(const std::optional<OrNull<Wanted>> &taken) { return *taken; }
 };
 
 /// Which bodies run when a fault lets the entry fail, too; they look at `gFails`.
 template <auto kBody> constexpr bool kRunsInAnyCase = false;
 bool gFails;
 
-/// The entry around a body: counts and logs the call, checks the objects, and yields what the module receives.
+/// The entry around a body: counts and logs the call, checks the objects, and yields what the module receives: without
+/// an object that it needs, what it yields when it is missing.
 template <auto kBody> struct Entry;
 template <class Yields, class... Parameters, Yields (*kBody)(Parameters...)> struct Entry<kBody> {
     static constexpr bool kYieldsBoolean = std::is_same_v<Yields, bool>;
@@ -115,17 +117,17 @@ template <class Yields, class... Parameters, Yields (*kBody)(Parameters...)> str
     static auto Call(typename Passed<Parameters>::Type... passed) {
         const EntryScope scope(name);
         if (gHost->description.log)
-            gHost->description.log((std::string(name) + ... + Passed<Parameters>::Tell(passed)));
+            gHost->description.log((std::string(name) + ... + Word(passed)));
         gFails = scope.fails();
-        const auto run = [&](const auto &...taken) {
-            const bool runs = (... && static_cast<bool>(taken));
-            if constexpr (!std::is_void_v<Yields>)
-                return scope.Handed(runs ? kBody(Passed<Parameters>::Give(taken)...) : Yields());
-            else if (runs)
-                kBody(Passed<Parameters>::Give(taken)...);
-        };
-        if (kRunsInAnyCase<kBody> || !scope.fails())
-            return run(Passed<Parameters>::Take(passed, name)...);
+        try {
+            if (kRunsInAnyCase<kBody> || !gFails) {
+                if constexpr (std::is_void_v<Yields>)
+                    kBody(Passed<Parameters>::Take(passed, name)...);
+                else
+                    return scope.Handed(kBody(Passed<Parameters>::Take(passed, name)...));
+            }
+        } catch (const NoSuchObject &) { // the violation tells
+        }
         if constexpr (!std::is_void_v<Yields>)
             return scope.Handed(Yields());
     }
@@ -212,11 +214,7 @@ Object *NewInstance(const char *className) {
         blank.lockable = false;
         return &gHost->NewPicture(blank);
     }
-    const auto &unknown = gHost->description.unknownExceptions;
-    const std::string_view name = className;
-    if (!name.ends_with("Exception") || std::find(unknown.begin(), unknown.end(), name) != unknown.end())
-        return nullptr;
-    return &gHost->NewException(name);
+    return std::string_view(className).ends_with("Exception") ? &gHost->NewException(className) : nullptr;
 }
 
 void ConstructPicture(Picture &picture, std::int32_t width, std::int32_t height) {
@@ -276,25 +274,25 @@ bool GetPropValueBool(Picture &picture, const char *property, unsigned char *val
 
 // A surface's property may be set on nil, too: that is simply refused.
 
-bool SetPropValueInt(OrNull<Graphics> graphics, const char *property, std::int32_t value) {
+bool SetPropValueInt(Graphics *graphics, const char *property, std::int32_t value) {
     const bool isWidth = Is(property, "PenWidth");
-    if (!graphics.object || !(isWidth || Is(property, "PenHeight")))
+    if (!graphics || !(isWidth || Is(property, "PenHeight")))
         return false;
-    (isWidth ? graphics.object->penWidth : graphics.object->penHeight) = value;
+    (isWidth ? graphics->penWidth : graphics->penHeight) = value;
     return true;
 }
 
-bool SetPropValueUInt32(OrNull<Graphics> graphics, const char *property, std::uint32_t value) {
-    if (!graphics.object || !Is(property, "ForeColor"))
+bool SetPropValueUInt32(Graphics *graphics, const char *property, std::uint32_t value) {
+    if (!graphics || !Is(property, "ForeColor"))
         return false;
-    graphics.object->foreColor = value & 0xFFFFFF;
+    graphics->foreColor = value & 0xFFFFFF;
     return true;
 }
 
-bool SetPropValueString(Exception &exception, const char *property, OrNull<Text> value) {
+bool SetPropValueString(Exception &exception, const char *property, const Text *value) {
     if (!Is(property, "Message"))
         return false;
-    exception.content.message = value.object ? value.object->bytes() : std::string_view();
+    exception.content.message = value ? value->bytes() : std::string_view();
     return true;
 }
 

@@ -41,30 +41,16 @@ class InputWatch {
             return;
         for (const Object *object : gHost->living)
             if (!gHost->mayChange.contains(object))
-                if (const std::optional<std::uint64_t> sum = Sum(*object))
-                    before_.emplace_back(object, *sum);
+                before_.emplace_back(object, object->Checksum());
     }
     void Report() const {
         for (const auto &[object, sum] : before_)
-            if (!object->dead && Sum(*object) != sum)
+            if (!object->dead && object->Checksum() != sum)
                 gHost->Violation(Concern::Inputs, "{} was changed", object->Describe());
     }
 
   private:
-    static std::optional<std::uint64_t> Sum(const Object &object) {
-        if (const auto *picture = As<Picture>(&object))
-            return picture->Checksum();
-        const auto *text = As<Text>(&object);
-        const auto *block = As<MemoryBlock>(&object);
-        if (!text && !block)
-            return std::nullopt;
-        const GuardedMemory &memory = text ? text->storage : block->memory;
-        std::uint64_t sum = text ? text->encoding : 0;
-        for (std::size_t i = 0; i < memory.size(); ++i)
-            sum = (sum ^ memory.data()[i]) * 0x9E3779B97F4A7C15u;
-        return sum;
-    }
-    std::vector<std::pair<const Object *, std::uint64_t>> before_;
+    std::vector<std::pair<const Object *, std::optional<std::uint64_t>>> before_;
 };
 
 void SealPictures() {
@@ -257,10 +243,8 @@ Result Host::CallRecord(const RegisteredMethod &method, bool global, const Value
     if (!global)
         call.Add(receiver.IsNil() ? nullptr : receiver.AsRef().handle());
     const auto add = [&](Type type, const Value &value) {
-        if (type == Type::Double)
-            call.Add(value.AsDouble());
-        else
-            call.Add(ArgumentWord(type, value));
+        const Variable passed = VariableOf(type, value);
+        type == Type::Double ? call.Add(passed.number) : call.Add(passed.word);
     };
     std::vector<Variable> variables(arguments.size());
     for (std::size_t i = 0; i < arguments.size(); ++i) {
@@ -280,24 +264,12 @@ Result Host::CallRecord(const RegisteredMethod &method, bool global, const Value
     const REALroutine routine = assigned ? method.record.setter : method.record.function;
     const Type yields = assigned ? Type::Nothing : declaration.result;
     return RunRoutine(declaration.text, [&](Result &result) {
-        switch (yields) {
-        case Type::Double:
-            result.value = call.RunForDouble(routine);
-            break;
-        case Type::Boolean:
-            result.value = call.RunForByte(routine) != 0;
-            break;
-        case Type::Nothing:
-            call.Run(routine);
-            break;
-        case Type::String:
-        case Type::Picture:
-        case Type::MemoryBlock:
-            result.value = TakeOver(reinterpret_cast<void *>(call.Run(routine)), KindOf(yields));
-            break;
-        default:
-            result.value = ValueOf(yields, Low32(call.Run(routine)));
-        }
+        Variable yielded = {};
+        if (yields == Type::Double)
+            yielded.number = call.RunForDouble(routine);
+        else
+            yielded.word = call.Run(routine);
+        result.value = ValueOf(yields, yielded);
         for (std::size_t i = 0; i < arguments.size(); ++i)
             if (declaration.parameters[i].byref && !arguments[i].Is<NoVariable>())
                 result.byref.emplace_back(declaration.parameters[i].name,
@@ -314,12 +286,6 @@ const RegisteredProperty &PropertyOf(const Instance &instance, std::string_view 
     throw WrongCall(fmt::format("{} has no property \"{}\"", instance.definition->name, name));
 }
 
-template <class Stored> Stored Load(const Stored *field) {
-    Stored value;
-    std::memcpy(&value, field, sizeof value);
-    return value;
-}
-
 } // namespace
 
 Value Host::Get(const Ref &ref, std::string_view name) {
@@ -328,14 +294,13 @@ Value Host::Get(const Ref &ref, std::string_view name) {
     if (!property.UsesStandardAccess()) { // own accessors are those of doubles
         RoutineCall call(state_->description.stackShift);
         call.Add(instance.handle);
-        call.Add(std::intptr_t{Low32(property.record.param)});
+        call.Add(std::intptr_t{static_cast<std::int32_t>(property.record.param)});
         return RunRoutine(property.name,
                           [&](Result &result) { result.value = call.RunForDouble(property.record.getter); })
             .value;
     }
-    if (property.type != Type::Picture)
-        return ValueOf(property.type, Load(FieldOf<std::int32_t>(instance, property)));
-    return Ref(state_->ObjectAt(Load(FieldOf<void *>(instance, property))));
+    const Variable held = ReadField(instance, property);
+    return property.type == Type::Picture ? Value(Ref(state_->ObjectAt(held.handle))) : ValueOf(property.type, held);
 }
 
 void Host::Set(const Ref &ref, std::string_view name, const Value &value) {
@@ -346,22 +311,19 @@ void Host::Set(const Ref &ref, std::string_view name, const Value &value) {
     if (!property.UsesStandardAccess()) {
         RoutineCall call(state_->description.stackShift);
         call.Add(instance.handle);
-        call.Add(std::intptr_t{Low32(property.record.param)});
+        call.Add(std::intptr_t{static_cast<std::int32_t>(property.record.param)});
         call.Add(value.AsDouble());
         RunRoutine(property.name, [&](Result &) { call.Run(property.record.setter); });
-    } else if (property.type == Type::Picture) {
-        auto *field = FieldOf<void *>(instance, property);
-        Object *old = state_->ObjectAt(Load(field));
-        void *handle = value.IsNil() ? nullptr : value.AsRef().handle();
-        if (handle)
-            state_->AddReference(*value.AsRef().object());
-        std::memcpy(field, &handle, sizeof handle);
-        if (old)
-            state_->DropReference(*old, property.name);
-    } else {
-        const std::int32_t number = Low32(value.AsInteger());
-        std::memcpy(FieldOf<std::int32_t>(instance, property), &number, sizeof number);
+        return;
     }
+    Object *old = property.type == Type::Picture ? state_->ObjectAt(ReadField(instance, property).handle) : nullptr;
+    if (value.Is<Ref>())
+        state_->AddReference(*value.AsRef().object());
+    const Variable held = VariableOf(property.type, value);
+    const std::span<unsigned char> field = FieldOf(instance, property);
+    std::memcpy(field.data(), &held, field.size());
+    if (old)
+        state_->DropReference(*old, property.name);
 }
 
 void Host::MayChange(const Ref &object) { state_->mayChange.insert(object.object()); }

@@ -51,14 +51,13 @@ struct HostDescription {
     int stackShift = 0; ///< bytes that routines find the stack off 16-byte alignment: 4, 8 or 12, on 32-bit x86 alone
     int refusedHeapRequest = 0; ///< number of the module's heap request (from 1) that is refused; 0: none
     std::vector<Fault> faults = {};
-    std::vector<std::string> unknownExceptions = {}; ///< exception classes that this host lacks
-    std::vector<std::string> moreClasses = {};       ///< beside the one that `application` stands for
+    std::vector<std::string> moreClasses = {}; ///< beside the one that `application` stands for
     Guard guard = Guard::After;
     bool watchesInputs = true;  ///< after every call, reports pictures, blocks and strings that changed and were not to
     bool scattersRows = true;   ///< of console pictures; rows in order are what a benchmark wants
     bool sealsPictures = false; ///< pixels are inaccessible while they are not locked; see Picture::Seal
     std::string module = {};    ///< the module's file; empty: the one beside the program
-    bool keepsModule = false;   ///< in memory, for the next host of this process; see ModuleFile
+    bool keepsModule = false;   ///< in memory, for the next host of this process, if it can be; see ModuleFile
     /// The log: told of every call of an entry as it comes, by the entry, the objects' names and the telling arguments,
     /// and of a request for an entry or method that this host does not have, as "no" and its name. Objects that the
     /// module had made are called new, in the order of their making: "new picture", "new picture 2".

@@ -1,5 +1,6 @@
 #include "standin/host_state.h"
 
+#include "standin/arguments.h"
 #include "standin/routine_call.h"
 
 #include <algorithm>
@@ -27,6 +28,11 @@ void *OpaqueHandle() {
 }
 
 } // namespace
+
+std::span<unsigned char> FieldOf(const Instance &instance, const RegisteredProperty &property) {
+    const std::uint32_t at = instance.definition->record.dataOffset + property.record.param;
+    return {instance.memory.data() + at, property.type == Type::Picture ? sizeof(void *) : sizeof(std::int32_t)};
+}
 
 HostState::HostState(HostDescription wanted) : description(std::move(wanted)) {}
 
@@ -220,11 +226,11 @@ std::map<const Object *, int> HostState::HeldByFields() {
             const RegisteredProperty &property = instance->definition->properties[i];
             if (property.type != Type::Picture || !property.UsesStandardAccess())
                 continue;
-            const void *field = *FieldOf<void *>(*instance, property);
-            const Object *named = ObjectAt(field);
+            void *const handle = ReadField(*instance, property).handle;
+            const Object *named = ObjectAt(handle);
             if (named && !named->dead)
                 ++held[named];
-            else if (field)
+            else if (handle)
                 Violation(Concern::References, "{} of {} names no living object", property.name, object->Describe());
         }
     }

@@ -92,11 +92,8 @@ struct HostState {
 
 extern HostState *gHost; ///< null while no host lives
 
-/// The field of a property with standard access. Instance data lies at any multiple of 4.
-template <class Field> Field *FieldOf(Instance &instance, const RegisteredProperty &property) {
-    return reinterpret_cast<Field *>(instance.memory.data() + instance.definition->record.dataOffset +
-                                     property.record.param);
-}
+/// The field of a property with standard access, at any multiple of 4: a picture's handle or a 32-bit integer.
+std::span<unsigned char> FieldOf(const Instance &instance, const RegisteredProperty &property);
 
 /// The resolver that the module receives.
 void *Resolve(const char *name);

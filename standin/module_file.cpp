@@ -57,6 +57,26 @@ std::span<unsigned char> VariablesOf(void *handle) {
     return {reinterpret_cast<unsigned char *>(begin), end - begin};
 }
 
+/// The value of the loaded module's dynamic entry with that tag; 0 when it has none.
+std::uintptr_t DynamicEntry(const link_map &map, std::intptr_t tag) {
+    for (const ElfW(Dyn) *entry = map.l_ld; entry->d_tag != DT_NULL; ++entry)
+        if (entry->d_tag == tag)
+            return entry->d_un.d_ptr;
+    return 0;
+}
+
+/// Whether nothing but the C run-time's own function runs when the module is loaded and when it is unloaded: then its
+/// variables are all that tells it from one that was just loaded. Sanitizers run nothing of their own that calls could
+/// tell.
+bool RunsNothingByItself([[maybe_unused]] void *handle) {
+#ifdef KVT_SANITIZE
+    return true;
+#else
+    const link_map &map = MapOf(handle);
+    return DynamicEntry(map, DT_INIT_ARRAYSZ) <= sizeof(void *) && DynamicEntry(map, DT_FINI_ARRAYSZ) <= sizeof(void *);
+#endif
+}
+
 /// A module that stays in memory.
 struct KeptModule {
     void *handle;
@@ -78,13 +98,12 @@ bool ModuleFile::IsLoaded(const std::string &path) {
     return loaded && dlclose(loaded) == 0;
 }
 
-ModuleFile::ModuleFile(const std::string &path, bool isKept) : path_(path), isKept_(isKept) {
+ModuleFile::ModuleFile(const std::string &path, bool mayStay) : path_(path), stays_(true) {
     static std::map<std::string, KeptModule> keptModules;
     if (const auto found = keptModules.find(path); found != keptModules.end()) {
         const KeptModule &kept = found->second;
         CopyBytes(kept.fresh.data(), kept.variables.data(), kept.fresh.size());
         handle_ = kept.handle;
-        isKept_ = true;
         return;
     }
     if (IsLoaded(path))
@@ -92,7 +111,8 @@ ModuleFile::ModuleFile(const std::string &path, bool isKept) : path_(path), isKe
     handle_ = dlopen(path.c_str(), RTLD_LAZY | RTLD_LOCAL);
     if (!handle_)
         throw std::runtime_error(std::string("the module cannot be loaded: ") + dlerror());
-    if (isKept) {
+    stays_ = mayStay && RunsNothingByItself(handle_);
+    if (stays_) {
         const std::span<unsigned char> variables = VariablesOf(handle_);
         KeptModule &kept = keptModules[path] = {handle_, variables, std::vector<unsigned char>(variables.size())};
         CopyBytes(variables.data(), kept.fresh.data(), variables.size());
@@ -100,7 +120,7 @@ ModuleFile::ModuleFile(const std::string &path, bool isKept) : path_(path), isKe
 }
 
 ModuleFile::~ModuleFile() {
-    if (!isKept_)
+    if (!stays_)
         dlclose(handle_);
 }
 
@@ -114,7 +134,7 @@ void *ModuleFile::Internal(const char *name) const {
     return found->second == 0 ? nullptr : reinterpret_cast<void *>(MapOf(handle_).l_addr + found->second);
 }
 
-bool ModuleFile::Redirect(const char *name, void *replacement) const {
+void ModuleFile::Redirect(const char *name, void *replacement) const {
 #if __SIZEOF_POINTER__ == 4
     using Relocation = ElfW(Rel);
     const auto symbolOf = [](const Relocation &relocation) { return ELF32_R_SYM(relocation.r_info); };
@@ -123,21 +143,13 @@ bool ModuleFile::Redirect(const char *name, void *replacement) const {
     const auto symbolOf = [](const Relocation &relocation) { return ELF64_R_SYM(relocation.r_info); };
 #endif
     const link_map &map = MapOf(handle_);
-    const auto dynamic = [&](std::intptr_t tag) -> std::uintptr_t {
-        for (const ElfW(Dyn) *entry = map.l_ld; entry->d_tag != DT_NULL; ++entry)
-            if (entry->d_tag == tag)
-                return entry->d_un.d_ptr;
-        return 0;
-    };
-    const auto *symbols = reinterpret_cast<const ElfW(Sym) *>(dynamic(DT_SYMTAB));
-    const auto *names = reinterpret_cast<const char *>(dynamic(DT_STRTAB));
-    for (const Relocation &call :
-         std::span(reinterpret_cast<const Relocation *>(dynamic(DT_JMPREL)), dynamic(DT_PLTRELSZ) / sizeof(Relocation)))
-        if (std::strcmp(names + symbols[symbolOf(call)].st_name, name) == 0) {
+    const auto *symbols = reinterpret_cast<const ElfW(Sym) *>(DynamicEntry(map, DT_SYMTAB));
+    const auto *names = reinterpret_cast<const char *>(DynamicEntry(map, DT_STRTAB));
+    const std::span calls(reinterpret_cast<const Relocation *>(DynamicEntry(map, DT_JMPREL)),
+                          DynamicEntry(map, DT_PLTRELSZ) / sizeof(Relocation));
+    for (const Relocation &call : calls)
+        if (std::strcmp(names + symbols[symbolOf(call)].st_name, name) == 0)
             std::memcpy(reinterpret_cast<void *>(map.l_addr + call.r_offset), &replacement, sizeof replacement);
-            return true;
-        }
-    return false;
 }
 
 std::string ModuleBesideProgram() {

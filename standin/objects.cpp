@@ -22,8 +22,10 @@ Layout LayoutOf(Form form, std::uint32_t alphaInfo) {
 /// Where a row lies among the others when rows are scattered, so that nobody reaches one from another.
 int ScatteredSlot(int row, int height) { return row % 2 == 0 ? height - 1 - row / 2 : row / 2; }
 
-std::uint64_t Mix(std::uint64_t sum, const unsigned char *bytes, std::size_t count) {
+std::uint64_t Mix(std::uint64_t sum, const GuardedMemory &memory) {
     constexpr std::uint64_t kPrime = 0x9E3779B97F4A7C15;
+    const unsigned char *bytes = memory.data();
+    std::size_t count = memory.size();
     for (; count >= 8; bytes += 8, count -= 8) {
         std::uint64_t word;
         std::memcpy(&word, bytes, 8);
@@ -171,7 +173,9 @@ int Picture::PaddingOf(int y) const {
     return OneByte(row + std::ptrdiff_t{width} * kPixelBytes, row + pitch);
 }
 
-std::uint64_t Picture::Checksum() const { return memory.sealed() ? sealedSum : Mix(0, memory.data(), memory.size()); }
+std::optional<std::uint64_t> Picture::Checksum() const { return memory.sealed() ? sealedSum : Mix(0, memory); }
+std::optional<std::uint64_t> MemoryBlock::Checksum() const { return Mix(0, memory); }
+std::optional<std::uint64_t> Text::Checksum() const { return Mix(encoding, storage); }
 
 void Picture::Seal() {
     constexpr int kMostTimes = 64;
@@ -192,21 +196,6 @@ std::int64_t Between(std::int64_t from, std::int64_t to, std::uint64_t step, std
     return to >= from ? from + moved : from - moved;
 }
 
-/// The first number below `end` from which on `reached` holds, which stays so once it does; `end` when it never does.
-template <class Reached> std::uint64_t FirstOf(std::uint64_t end, Reached reached) {
-    std::uint64_t first = 0;
-    for (std::uint64_t length = end; length > 0;) {
-        const std::uint64_t half = length / 2;
-        if (reached(first + half)) {
-            length = half;
-        } else {
-            first += half + 1;
-            length -= half + 1;
-        }
-    }
-    return first;
-}
-
 } // namespace
 
 /// Row by row of the picture, however long the line and however large its pen: the steps at which the pen reaches a row
@@ -218,26 +207,26 @@ void DrawLine(Graphics &graphics, int x1, int y1, int x2, int y2) {
     if (graphics.penWidth < 1 || graphics.penHeight < 1)
         return;
     const std::uint32_t word = OpaqueWord(picture.layout, graphics.foreColor);
-    const auto steps = static_cast<std::uint64_t>(
-        std::max<std::int64_t>({std::abs(std::int64_t{x2} - x1), std::abs(std::int64_t{y2} - y1), 1}));
-    const auto topAt = [&](std::uint64_t step) { return Between(y1, y2, step, steps); };
+    const auto rows = static_cast<std::uint64_t>(std::abs(std::int64_t{y2} - y1));
+    const auto columns = static_cast<std::uint64_t>(std::abs(std::int64_t{x2} - x1));
+    const std::uint64_t steps = std::max({columns, rows, std::uint64_t{1}});
+    // The first step at which the pen is that many rows from where it began; `steps` + 1 when it never is.
+    const auto stepTo = [&](std::int64_t distance) {
+        const auto away = static_cast<std::uint64_t>(std::max<std::int64_t>(distance, 0));
+        return away == 0 ? 0 : away > rows ? steps + 1 : (away * steps + rows - 1) / rows;
+    };
     const std::int64_t lastRow =
         std::min<std::int64_t>(std::int64_t{std::max(y1, y2)} + graphics.penHeight, picture.height) - 1;
-    for (int row = std::max(std::min(y1, y2), 0); row <= lastRow; ++row) {
-        const std::int64_t highest = std::int64_t{row} - graphics.penHeight + 1; // of a pen that reaches the row
-        const auto above = [&](std::uint64_t step) { return topAt(step) < highest; };
-        const auto below = [&](std::uint64_t step) { return topAt(step) > row; };
-        const bool down = y2 >= y1;
-        const std::uint64_t first =
-            FirstOf(steps + 1, [&](std::uint64_t step) { return down ? !above(step) : !below(step); });
-        const std::uint64_t end =
-            FirstOf(steps + 1, [&](std::uint64_t step) { return down ? below(step) : above(step); });
+    for (std::int64_t row = std::max(std::min(y1, y2), 0); row <= lastRow; ++row) {
+        const std::int64_t highest = row - graphics.penHeight + 1; // of a pen that reaches the row
+        const std::uint64_t first = stepTo(y2 >= y1 ? highest - y1 : y1 - row);
+        const std::uint64_t end = stepTo(y2 >= y1 ? row - y1 + 1 : y1 - highest + 1);
         if (first >= end)
             continue;
         const auto [left, right] = std::minmax({Between(x1, x2, first, steps), Between(x1, x2, end - 1, steps)});
         const std::int64_t stop = std::min<std::int64_t>(right + graphics.penWidth, picture.width);
         for (std::int64_t column = std::max<std::int64_t>(left, 0); column < stop; ++column)
-            picture.SetWord(static_cast<int>(column), row, word);
+            picture.SetWord(static_cast<int>(column), static_cast<int>(row), word);
     }
 }
 

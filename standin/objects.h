@@ -27,6 +27,8 @@ struct Object {
 
     /// "picture #3 (37 x 5, alpha first)"
     virtual std::string Describe() const;
+    /// Of all that a call may not change unasked; nothing of objects that hold nothing of the kind.
+    virtual std::optional<std::uint64_t> Checksum() const { return std::nullopt; }
     Kind kind;
     int number = 0;        ///< counted from 1 as objects are made
     std::string name = {}; ///< in the log of calls; empty: the description
@@ -107,9 +109,9 @@ struct Picture : ObjectOf<Kind::Picture> {
     void DescribePixels(REALpictureDescription &out);
     /// Whether the bytes between and around rows are as they were made.
     bool BordersIntact() const;
-    bool RowTableIntact() const;    ///< likewise the addresses that the module was handed
-    int PaddingOf(int y) const;     ///< what all bytes behind a row hold; -1 when they differ
-    std::uint64_t Checksum() const; ///< of all pixels and borders; leaves them sealed
+    bool RowTableIntact() const;                            ///< likewise the addresses that the module was handed
+    int PaddingOf(int y) const;                             ///< what all bytes behind a row hold; -1 when they differ
+    std::optional<std::uint64_t> Checksum() const override; ///< of all pixels and borders; leaves them sealed
     /// Makes pixels and borders inaccessible until they are opened again; so many times, then no more. Each costs the
     /// system as much as a short call, and many times that where other processes do the same.
     void Seal();
@@ -119,7 +121,7 @@ struct Picture : ObjectOf<Kind::Picture> {
     int height = 0;
     Layout layout = Layout::AlphaLow;
     GuardedMemory memory;
-    std::uint64_t sealedSum = 0; ///< the checksum of what is sealed, which nobody can change
+    std::optional<std::uint64_t> sealedSum; ///< the checksum of what is sealed, which nobody can change
     int timesSealed = 0;
     std::ptrdiff_t pitch = 0;       ///< bytes from slot to slot
     std::vector<void *> rowTable;   ///< of a console picture: as handed to the module
@@ -143,6 +145,7 @@ struct Graphics : ObjectOf<Kind::Graphics> {
 
 struct MemoryBlock : ObjectOf<Kind::MemoryBlock> {
     std::string Describe() const override;
+    std::optional<std::uint64_t> Checksum() const override;
     GuardedMemory memory;
     bool withoutAddress = false;
 };
@@ -150,6 +153,7 @@ struct MemoryBlock : ObjectOf<Kind::MemoryBlock> {
 /// A string. Its handle is the record that hosts before 2013.0 let the module read.
 struct Text : ObjectOf<Kind::String> {
     std::string Describe() const override;
+    std::optional<std::uint64_t> Checksum() const override; ///< of the encoding and the bytes
     std::string_view bytes() const;
     std::uint32_t encoding = 0;
     GuardedMemory storage; ///< one byte, then the text

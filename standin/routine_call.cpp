@@ -100,6 +100,5 @@ template <class Result> Result RoutineCall::RunAs(void (*routine)()) const {
 
 std::intptr_t RoutineCall::Run(void (*routine)()) const { return RunAs<std::intptr_t>(routine); }
 double RoutineCall::RunForDouble(void (*routine)()) const { return RunAs<double>(routine); }
-unsigned char RoutineCall::RunForByte(void (*routine)()) const { return RunAs<unsigned char>(routine); }
 
 } // namespace standin

@@ -17,12 +17,10 @@ class RoutineCall {
     void Add(const void *address) { Add(reinterpret_cast<std::intptr_t>(address)); }
     void Add(double number);
 
-    /// A handle, address or 32-bit result (in its low bits), or whatever a routine without result leaves. Throws
-    /// std::length_error for more arguments than any routine has.
+    /// A handle or address, a 32-bit or 8-bit result in the low bits, of which the others are anything, or whatever a
+    /// routine without result leaves. Throws std::length_error for more arguments than any routine has.
     std::intptr_t Run(void (*routine)()) const;
     double RunForDouble(void (*routine)()) const;
-    /// An 8-bit result; the rest of the register does not count.
-    unsigned char RunForByte(void (*routine)()) const;
 
   private:
     template <class Result> Result RunAs(void (*routine)()) const;

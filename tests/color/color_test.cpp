@@ -200,13 +200,12 @@ TEST(Transformation, RefusesArgumentsInOrder) {
 }
 
 TEST(Transformation, RaisesWhatTheHostKnows) {
-    constexpr const char *kNil = "NilObjectException";
-    constexpr const char *kRuntime = "RuntimeException";
-    for (const std::vector<std::string> &unknown : {std::vector<std::string>{kNil}, {kNil, kRuntime}}) {
-        TestHost host({.unknownExceptions = unknown});
+    using standin::Fault;
+    for (const Fault::What what : {Fault::Fails, Fault::Missing}) {
+        TestHost host({.faults = {{"PluginNewInstance", what, 1}}}); // which NilObjectException is asked of first
         const auto raised = host.Call(nullptr, "TransformColorsKVT", nullptr, nullptr, nullptr).raised;
-        EXPECT_EQ(raised.has_value(), unknown.size() == 1);
-        EXPECT_TRUE(!raised || *raised == (standin::RaisedException{kRuntime, "picture is nil"}));
+        EXPECT_EQ(raised.has_value(), what == Fault::Fails);
+        EXPECT_TRUE(!raised || *raised == (standin::RaisedException{"RuntimeException", "picture is nil"}));
     }
 }
 
