@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
-#include <span>
 #include <vector>
 
 namespace bench {
@@ -57,6 +56,11 @@ const tools::Image &Scene(Size size) {
     return scene;
 }
 
+ColorValue ColorIn(const tools::Image &scene, int x, int y) {
+    const unsigned char *pixel = scene.At(x, y);
+    return MakeColor(pixel[0], pixel[1], pixel[2]);
+}
+
 Size TenthOf(Size size) { return {std::max(1, size.width / 10), std::max(1, size.height / 10)}; }
 
 /// A warm film look: no output depends on one input alone, and every tetrahedron occurs.
@@ -69,21 +73,6 @@ void FillTable(Host &host, const Ref &lut) {
                 for (int x = 0; x < 3; ++x)
                     host.Assign(lut, "Table", {r, g, b, x}, out[x]);
             }
-}
-
-std::size_t BytesOf(const Ref &ref) {
-    if (!ref)
-        return 0;
-    switch (ref.object()->kind) {
-    case standin::Kind::Picture:
-        return ref.picture().memory.size();
-    case standin::Kind::MemoryBlock:
-        return ref.block().memory.size();
-    case standin::Kind::String:
-        return ref.text().storage.size();
-    default:
-        return 0;
-    }
 }
 
 } // namespace
@@ -101,18 +90,21 @@ template <class Color> const Ref &Inputs::Picture(std::string_view name, Size si
     });
 }
 
-const Ref &Inputs::Photo() {
-    return Picture("photo", size_, [scene = &Scene(size_)](int x, int y) -> ColorValue {
-        const unsigned char *pixel = scene->At(x, y);
-        return MakeColor(pixel[0], pixel[1], pixel[2]);
+template <class Sample> const Ref &Inputs::Samples(std::string_view name, Sample sample) {
+    return Kept(name, [&] {
+        Ref sound = host_.MakeBlock(size_.Pixels());
+        for (std::size_t i = 0; i < size_.Pixels(); ++i)
+            sound.block().memory.data()[i] = static_cast<unsigned char>(sample(i));
+        return sound;
     });
 }
 
+const Ref &Inputs::Photo() {
+    return Picture("photo", size_, [scene = &Scene(size_)](int x, int y) { return ColorIn(*scene, x, y); });
+}
+
 const Ref &Inputs::Scratch() {
-    return Picture("scratch", size_, [scene = &Scene(size_)](int x, int y) -> ColorValue {
-        const unsigned char *pixel = scene->At(x, y);
-        return MakeColor(pixel[0], pixel[1], pixel[2]);
-    });
+    return Picture("scratch", size_, [scene = &Scene(size_)](int x, int y) { return ColorIn(*scene, x, y); });
 }
 
 const Ref &Inputs::Second() {
@@ -181,10 +173,8 @@ const Ref &Inputs::LateNeedle() {
     const Size size = {std::min(size_.width, kNeedle), std::min(size_.height, kNeedle)};
     const int left = size_.width - size.width;
     const int top = size_.height - size.height;
-    return Picture("late needle", size, [=, scene = &Scene(size_)](int x, int y) -> ColorValue {
-        const unsigned char *pixel = scene->At(left + x, top + y);
-        return MakeColor(pixel[0], pixel[1], pixel[2]);
-    });
+    return Picture("late needle", size,
+                   [=, scene = &Scene(size_)](int x, int y) { return ColorIn(*scene, left + x, top + y); });
 }
 
 const Ref &Inputs::WhiteNeedle() {
@@ -228,25 +218,13 @@ const Ref &Inputs::Table() {
 }
 
 const Ref &Inputs::Sound() {
-    return Kept("sound", [&] {
-        constexpr double kFullTurn = 2 * 3.14159265358979323846;
-        const double step = kFullTurn / (3.0 * size_.height); // a column shows a third of a period, whatever the size
-        Ref sound = host_.MakeBlock(size_.Pixels());
-        const std::span samples(sound.block().memory.data(), size_.Pixels());
-        for (std::size_t i = 0; i < samples.size(); ++i)
-            samples[i] = static_cast<unsigned char>(128 + 100 * std::sin(step * static_cast<double>(i)));
-        return sound;
-    });
+    constexpr double kFullTurn = 2 * 3.14159265358979323846;
+    const double step = kFullTurn / (3.0 * size_.height); // a column shows a third of a period, whatever the size
+    return Samples("sound", [=](std::size_t i) { return 128 + 100 * std::sin(step * static_cast<double>(i)); });
 }
 
 const Ref &Inputs::LoudNoise() {
-    return Kept("loud noise", [&] {
-        Ref sound = host_.MakeBlock(size_.Pixels());
-        Random random(4);
-        for (unsigned char &sample : std::span(sound.block().memory.data(), size_.Pixels()))
-            sample = static_cast<unsigned char>(random.Next() >> 24);
-        return sound;
-    });
+    return Samples("loud noise", [random = Random(4)](std::size_t) mutable { return random.Next() >> 24; });
 }
 
 const Ref &Inputs::ByteString() {
@@ -287,10 +265,7 @@ const Ref &Inputs::LutWithInfinity() {
 }
 
 void Inputs::Trim(std::size_t bytes) {
-    std::size_t sum = 0;
-    for (const auto &[name, ref] : kept_)
-        sum += BytesOf(ref);
-    if (sum > bytes)
+    if (kept_.size() * size_.Bytes() > bytes)
         kept_.clear();
 }
 

@@ -52,13 +52,16 @@ class Inputs {
     const standin::Ref &LutWithInfinity(); ///< whose table has an infinite entry
 
     Size size() const { return size_; }
+    int Width() const { return size_.width; }
+    int Height() const { return size_.height; }
 
-    /// Lets go of everything when it has come to more than `bytes`.
+    /// Lets go of everything when it may have come to more than `bytes`: none is larger than a picture's pixels.
     void Trim(std::size_t bytes);
 
   private:
     template <class Make> const standin::Ref &Kept(std::string_view name, Make make);
     template <class Color> const standin::Ref &Picture(std::string_view name, Size size, Color color);
+    template <class Sample> const standin::Ref &Samples(std::string_view name, Sample sample);
     standin::Ref NewLut(const standin::Ref &source);
 
     standin::Host &host_;

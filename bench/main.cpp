@@ -57,8 +57,9 @@ std::vector<bench::Figure> Measure(const Options &options, bench::Size size, std
         const auto isDoubtful = [&](const bench::Figure &figure) {
             return !options.writeReference && reference.IsSlower(figure);
         };
-        figures = bench::MeasureSeries(options.selection, size, pairs, yardstick,
-                                       {[&](const bench::Step &step) { progress.Show(step); }, isDoubtful});
+        figures = bench::MeasureSeries(
+            options.selection, size, pairs, yardstick, [&](const bench::Step &step) { progress.Show(step); },
+            isDoubtful);
     }
     for (const bench::Figure &figure : figures)
         if (options.json)

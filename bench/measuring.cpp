@@ -119,7 +119,7 @@ Figure Workplace::Measure(const Operation &operation, int level, int runs, Yards
     const std::size_t freshBytes = operation.freshBytesPerPixel * inputs_.size().Pixels();
     best.fresh = best.copy = Milliseconds::max();
     for (int run = 0; run < runs; ++run) {
-        const standin::Result result = operation.run(host_, inputs_);
+        const standin::Result result = operation.Run(host_, inputs_);
         const Milliseconds own = result.time - result.timeInHost;
         if (own < best.own) {
             best.own = own;
@@ -140,7 +140,8 @@ Figure Workplace::Measure(const Operation &operation, int level, int runs, Yards
 }
 
 std::vector<Figure> MeasureSeries(const Selection &selection, Size size, std::span<const LayoutPair> pairs,
-                                  Yardstick &yardstick, const Companion &companion) {
+                                  Yardstick &yardstick, const std::function<void(const Step &)> &onStep,
+                                  const std::function<bool(const Figure &)> &isDoubtful) {
     constexpr int kAttempts = 3;
     const std::vector<const Operation *> operations = selection.Operations();
     const std::vector<const LayoutPair *> wantedPairs = selection.Pairs(pairs);
@@ -156,9 +157,9 @@ std::vector<Figure> MeasureSeries(const Selection &selection, Size size, std::sp
             for (const Operation *operation : operations) {
                 ++step.number;
                 step.what = fmt::format("{} {} {} {}", size.Name(), pair->name, kLevels[level], operation->Name());
-                companion.onStep(step);
+                onStep(step);
                 Figure figure = workplace.Measure(*operation, level, selection.runs, yardstick);
-                for (int attempt = 1; attempt < kAttempts && companion.isDoubtful(figure); ++attempt) {
+                for (int attempt = 1; attempt < kAttempts && isDoubtful(figure); ++attempt) {
                     const Figure again = workplace.Measure(*operation, level, selection.runs, yardstick);
                     if (again.Ratio() < figure.Ratio())
                         figure = again;

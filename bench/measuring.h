@@ -106,15 +106,10 @@ struct Step {
     std::string what;
 };
 
-/// What goes along with a series: it is told of each step and asked whether a figure should be taken again.
-struct Companion {
-    std::function<void(const Step &)> onStep = [](const Step &) {};
-    std::function<bool(const Figure &)> isDoubtful = [](const Figure &) { return false; };
-};
-
 /// All wanted operations over the pairs and their levels, at one size. A doubtful figure is taken up to three times.
 std::vector<Figure> MeasureSeries(const Selection &selection, Size size, std::span<const LayoutPair> pairs,
-                                  Yardstick &yardstick, const Companion &companion);
+                                  Yardstick &yardstick, const std::function<void(const Step &)> &onStep,
+                                  const std::function<bool(const Figure &)> &isDoubtful);
 
 /// The best level that the processor offers of those that are wanted by name, of all when none is; -1: none.
 int BestLevel(const Selection &selection);

@@ -1,11 +1,13 @@
 #include "bench/printing.h"
 
 #include "bench/targets.h"
+#include "tools/json.h"
 
 #include <algorithm>
 #include <cstdio>
 #include <fmt/format.h>
 #include <fstream>
+#include <nlohmann/json.hpp>
 #include <unistd.h>
 
 namespace bench {
@@ -140,18 +142,24 @@ void PrintHead(Format format, Size size, const Yardstick &yardstick, int runs) {
 }
 
 void PrintJson(const Figure &figure, const Reference &reference) {
-    const auto number = [](bool has, double value) { return has ? fmt::format("{:.3f}", value) : "null"; };
+    using tools::Json;
     const std::optional<Judged> judged = Judge(figure);
     const std::optional<double> kept = reference.Of(figure);
-    const bool hasLimit = figure.limit.count() > 0;
-    fmt::print("{{\"operation\": \"{}\", \"layouts\": \"{}\", \"level\": \"{}\", \"build\": \"{}\", \"width\": {}, "
-               "\"height\": {}, \"ratio\": {:.4f}, \"milliseconds\": {:.6f}, \"host_milliseconds\": {:.6f}, "
-               "\"fresh_memory_milliseconds\": {:.6f}, \"memcpy_milliseconds\": {:.6f}, \"limit_ratio\": {}, "
-               "\"target\": {}, \"reference\": {}}}\n",
-               figure.operation->Name(), figure.pair->name, kLevels[figure.level], kBuild, figure.size.width,
-               figure.size.height, figure.Ratio(), figure.own.count(), figure.inHost.count(), figure.fresh.count(),
-               figure.copy.count(), number(hasLimit, hasLimit ? figure.OfLimit() : 0),
-               number(judged.has_value(), judged ? judged->bound : 0), number(kept.has_value(), kept.value_or(0)));
+    const Json object = {{"operation", figure.operation->Name()},
+                         {"layouts", figure.pair->name},
+                         {"level", kLevels[figure.level]},
+                         {"build", kBuild},
+                         {"width", figure.size.width},
+                         {"height", figure.size.height},
+                         {"ratio", figure.Ratio()},
+                         {"milliseconds", figure.own.count()},
+                         {"host_milliseconds", figure.inHost.count()},
+                         {"fresh_memory_milliseconds", figure.fresh.count()},
+                         {"memcpy_milliseconds", figure.copy.count()},
+                         {"limit_ratio", figure.limit.count() > 0 ? Json(figure.OfLimit()) : Json()},
+                         {"target", judged ? Json(judged->bound) : Json()},
+                         {"reference", kept ? Json(*kept) : Json()}};
+    fmt::print("{}\n", object.dump());
 }
 
 void PrintList(Format format, const std::vector<Figure> &figures) {

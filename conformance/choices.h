@@ -1,8 +1,8 @@
 #pragma once
 
+#include <climits>
 #include <cstdint>
 #include <iterator>
-#include <limits>
 #include <span>
 
 namespace conformance {
@@ -21,28 +21,9 @@ class Choices {
     template <class List> const auto &Of(const List &list) { return std::data(list)[Below(std::size(list))]; }
     /// Any number, as often as not one of those where sizes, counts and levels turn.
     int Number() {
-        constexpr int kTurns[] = {0,
-                                  1,
-                                  -1,
-                                  2,
-                                  3,
-                                  15,
-                                  16,
-                                  255,
-                                  256,
-                                  -255,
-                                  -256,
-                                  32766,
-                                  32767,
-                                  32768,
-                                  -32768,
-                                  -32769,
-                                  0x10000,
-                                  0x55555556,
-                                  0x7FFFFF00,
-                                  -0x7FFFFFFF,
-                                  std::numeric_limits<int>::max(),
-                                  std::numeric_limits<int>::min()};
+        constexpr int kTurns[] = {0,       1,          -1,         2,           3,       15,     16,     255,
+                                  256,     -255,       -256,       32766,       32767,   32768,  -32768, -32769,
+                                  0x10000, 0x55555556, 0x7FFFFF00, -0x7FFFFFFF, INT_MAX, INT_MIN};
         return OneIn(2) ? static_cast<int>(Word()) : Of(kTurns);
     }
     bool OneIn(int times) { return Between(1, times) == times; }

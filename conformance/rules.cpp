@@ -11,6 +11,7 @@ namespace {
 
 using standin::Concern;
 using standin::Fault;
+using standin::Guard;
 using standin::Host;
 using standin::HostDescription;
 
@@ -32,23 +33,15 @@ std::vector<int> LevelsOf(Judge &judge) {
 // What calls do.
 
 /// The findings of the host that are about one concern.
-void CheckConcern(Judge &judge, Concern concern, standin::Guard guard = standin::Guard::After) {
-    judge.ForEach({.everyRound = true, .everyFlaw = true}, [&](Case which) {
-        which.guard = guard;
-        which.sealsPictures = concern == Concern::Locks;
-        for (const standin::Breach &breach : judge.Try(which).breaches)
-            if (breach.concern == concern)
-                judge.Found(which, breach.sentence);
-    });
-}
-
-void CheckEntries(Judge &judge) { CheckConcern(judge, Concern::Calls); }
-void CheckReferences(Judge &judge) { CheckConcern(judge, Concern::References); }
-void CheckLocks(Judge &judge) { CheckConcern(judge, Concern::Locks); }
-void CheckInputs(Judge &judge) { CheckConcern(judge, Concern::Inputs); }
-void CheckMemory(Judge &judge) {
-    CheckConcern(judge, Concern::Memory);
-    CheckConcern(judge, Concern::Memory, standin::Guard::Before);
+template <Concern kConcern, Guard... kGuards> void CheckConcern(Judge &judge) {
+    for (const Guard guard : {kGuards...})
+        judge.ForEach({.everyRound = true, .everyFlaw = true}, [&](Case which) {
+            which.guard = guard;
+            which.sealsPictures = kConcern == Concern::Locks;
+            for (const standin::Breach &breach : judge.Try(which).breaches)
+                if (breach.concern == kConcern)
+                    judge.Found(which, breach.sentence);
+        });
 }
 
 /// Scripts of a few calls, whose arguments are anything and whose objects meet again.
@@ -64,7 +57,7 @@ void CheckArguments(Judge &judge) {
         HostDescription description =
             DescribeHost(*places[static_cast<std::size_t>(seed) % places.size()], judge.module());
         description.sealsPictures = true;
-        description.guard = seed % 2 == 0 ? standin::Guard::After : standin::Guard::Before;
+        description.guard = seed % 2 == 0 ? Guard::After : Guard::Before;
         description.refusedHeapRequest = choices.OneIn(8) ? choices.Between(1, 4) : 0;
         std::string script = fmt::format("script {}", seed);
         Host host(description);
@@ -271,7 +264,7 @@ void JudgeFault(Judge &judge, const Case &which, const Outcome &plain, const std
 }
 
 /// Tries all calls with each fault of those kinds and sources.
-void CheckFaults(Judge &judge, Source::Of of, const std::vector<Fault::What> &kinds) {
+void CheckEachFault(Judge &judge, Source::Of of, const std::vector<Fault::What> &kinds) {
     const bool isQuick = judge.extent() == Extent::Quick;
     const bool isFull = judge.extent() == Extent::Full;
     const int part = isQuick || judge.extent() == Extent::Quarter ? 4 : 1;
@@ -302,12 +295,9 @@ void CheckFaults(Judge &judge, Source::Of of, const std::vector<Fault::What> &ki
     judge.report().Remark(fmt::format("{} faults", tried));
 }
 
-void CheckMissingEntries(Judge &judge) { CheckFaults(judge, Source::Entry, {Fault::Missing}); }
-void CheckLateEntries(Judge &judge) { CheckFaults(judge, Source::Entry, {Fault::Late}); }
-void CheckFailingEntries(Judge &judge) { CheckFaults(judge, Source::Entry, {Fault::Fails}); }
-void CheckWideBooleans(Judge &judge) { CheckFaults(judge, Source::Entry, {Fault::WideFalse}); }
-void CheckPlatform(Judge &judge) { CheckFaults(judge, Source::Platform, {Fault::Missing, Fault::Fails}); }
-void CheckHeap(Judge &judge) { CheckFaults(judge, Source::Heap, {Fault::Fails}); }
+template <Source::Of kOf, Fault::What... kKinds> void CheckFaults(Judge &judge) {
+    CheckEachFault(judge, kOf, {kKinds...});
+}
 
 // Equal results.
 
@@ -393,21 +383,28 @@ constexpr Rule kRules[] = {
     {"start", "starts under any host: without a resolver, without entries, without any one of them", CheckStart},
     {"order", "announces version 9, asks for the host's, registers classes, extension, methods", CheckOrder},
     {"records", "registers records that are complete, fit together and stand there once", CheckRecords},
-    {"entries", "calls the host's entries by their names, with living objects of their kind", CheckEntries},
-    {"references", "drops every reference that it takes, hands one over with each result", CheckReferences},
-    {"locks", "gives back every pixel lock, and touches no pixel without one", CheckLocks},
-    {"memory", "touches no byte outside of what it is lent", CheckMemory},
-    {"inputs", "changes no picture, block or string that it is to read", CheckInputs},
+    {"entries", "calls the host's entries by their names, with living objects of their kind",
+     CheckConcern<Concern::Calls, Guard::After>},
+    {"references", "drops every reference that it takes, hands one over with each result",
+     CheckConcern<Concern::References, Guard::After>},
+    {"locks", "gives back every pixel lock, and touches no pixel without one",
+     CheckConcern<Concern::Locks, Guard::After>},
+    {"memory", "touches no byte outside of what it is lent",
+     CheckConcern<Concern::Memory, Guard::After, Guard::Before>},
+    {"inputs", "changes no picture, block or string that it is to read", CheckConcern<Concern::Inputs, Guard::After>},
     {"arguments", "keeps all of that whatever a script passes", CheckArguments},
     {"alignment", "yields the same whatever the stack and instance data are aligned to", CheckAlignment},
     {"failures", "answers what cannot be done with nil, false, 0 or -1, and raises for nil alone", CheckFailures},
     {"missing-entries", "answers likewise, and leaves nothing behind, when the host lacks an entry",
-     CheckMissingEntries},
-    {"late-entries", "does so when an entry is there from the second request on", CheckLateEntries},
-    {"failing-entries", "does so when an entry fails", CheckFailingEntries},
-    {"wide-booleans", "does so when an entry's false has bits that do not count", CheckWideBooleans},
-    {"heap", "does so when it is refused memory", CheckHeap},
-    {"platform", "does so when a function of the platform is missing or fails", CheckPlatform},
+     CheckFaults<Source::Entry, Fault::Missing>},
+    {"late-entries", "does so when an entry is there from the second request on",
+     CheckFaults<Source::Entry, Fault::Late>},
+    {"failing-entries", "does so when an entry fails", CheckFaults<Source::Entry, Fault::Fails>},
+    {"wide-booleans", "does so when an entry's false has bits that do not count",
+     CheckFaults<Source::Entry, Fault::WideFalse>},
+    {"heap", "does so when it is refused memory", CheckFaults<Source::Heap, Fault::Fails>},
+    {"platform", "does so when a function of the platform is missing or fails",
+     CheckFaults<Source::Platform, Fault::Missing, Fault::Fails>},
     {"layouts", "yields the same colors in every pixel layout", CheckLayouts},
     {"levels", "yields the same bits at every instruction-set level", CheckLevels},
     {"reload", "goes from memory when it is unloaded, and starts afresh when it is loaded again", CheckReload},

@@ -138,22 +138,14 @@ void SealUnlocked(Picture &picture) {
         picture.Seal();
 }
 
-/// While the host itself works on a picture its pixels can be touched, locked or not.
-class HostAccess {
-  public:
-    explicit HostAccess(Picture &picture) : picture_(picture), sealed_(picture.memory.sealed()) {
-        picture.memory.Open();
+/// Around the host's own work on a picture, whose pixels open as they are asked for, locked or not.
+struct Resealed {
+    Picture &picture;
+    bool wasSealed = picture.memory.sealed();
+    ~Resealed() {
+        if (wasSealed)
+            picture.Seal();
     }
-    ~HostAccess() {
-        if (sealed_)
-            picture_.Seal();
-    }
-    HostAccess(const HostAccess &) = delete;
-    HostAccess &operator=(const HostAccess &) = delete;
-
-  private:
-    Picture &picture_;
-    bool sealed_;
 };
 
 // Start-up and registration.
@@ -230,8 +222,8 @@ void ConstructPicture(Picture &picture, std::int32_t width, std::int32_t height)
 void DrawPictureMethod(Graphics &graphics, Picture &source, std::int32_t x, std::int32_t y, std::int32_t width,
                        std::int32_t height, std::int32_t sourceX, std::int32_t sourceY, std::int32_t sourceWidth,
                        std::int32_t sourceHeight) {
-    const HostAccess toTarget(*graphics.picture);
-    const HostAccess toSource(source);
+    const Resealed target{*graphics.picture};
+    const Resealed from{source};
     DrawPicture(*graphics.picture, source, x, y, width, height, sourceX, sourceY, sourceWidth, sourceHeight);
 }
 
@@ -370,7 +362,7 @@ Object *PictureMask(Picture &picture, signed char create) {
 }
 
 void GraphicsDrawLine(Graphics &graphics, std::int32_t x1, std::int32_t y1, std::int32_t x2, std::int32_t y2) {
-    const HostAccess toTarget(*graphics.picture);
+    const Resealed target{*graphics.picture};
     DrawLine(graphics, x1, y1, x2, y2);
 }
 
@@ -443,16 +435,14 @@ template <> constexpr bool kRunsInAnyCase<DisposeStringData> = true;
 
 const char *StringGetCString(Text &text) { return text.bytes().data(); }
 
-struct KnownEntry {
-    std::string_view name;
+struct KnownEntry : EntryName {
     void *address;
-    bool yieldsBoolean;
     bool isMethod = false; ///< found through another entry
 };
 
 template <auto kBody> KnownEntry Named(std::string_view name, bool isMethod = false) {
     Entry<kBody>::name = name;
-    return {name, reinterpret_cast<void *>(Entry<kBody>::Call), Entry<kBody>::kYieldsBoolean, isMethod};
+    return {{name, Entry<kBody>::kYieldsBoolean}, reinterpret_cast<void *>(Entry<kBody>::Call), isMethod};
 }
 
 const KnownEntry kEntries[] = {
@@ -534,11 +524,6 @@ void *Resolve(const char *name) {
     return nullptr;
 }
 
-std::vector<EntryName> EntryNames() {
-    std::vector<EntryName> names;
-    for (const KnownEntry &entry : kEntries)
-        names.push_back({entry.name, entry.yieldsBoolean});
-    return names;
-}
+std::vector<EntryName> EntryNames() { return {std::begin(kEntries), std::end(kEntries)}; }
 
 } // namespace standin

@@ -154,9 +154,8 @@ Host::Host(HostDescription description) : state_(std::make_unique<HostState>(std
     WatchHeap(*state_->module);
     gHost = state_.get();
     state_->running = "REALPluginMain";
-    RoutineCall call(state_->description.stackShift);
-    call.Add(reinterpret_cast<const void *>(Resolve));
-    call.Run(reinterpret_cast<void (*)()>(start));
+    RoutineCall(state_->description.stackShift, reinterpret_cast<const void *>(Resolve))
+        .Run(reinterpret_cast<void (*)()>(start));
     state_->running.clear();
     for (auto &[name, entry] : state_->entries) // faults count from the first routine on
         entry = {};
@@ -204,11 +203,8 @@ Ref Host::New(std::string_view className) {
     Instance &instance = state_->NewInstance(*definition);
     Ref ref = Ref::Adopt(&instance);
     if (const REALroutine constructor = definition->record.constructor)
-        RunRoutine("the constructor of " + definition->name, [&](Result &) {
-            RoutineCall call(state_->description.stackShift);
-            call.Add(instance.handle);
-            call.Run(constructor);
-        });
+        RunRoutine("the constructor of " + definition->name,
+                   [&](Result &) { RoutineCall(state_->description.stackShift, instance.handle).Run(constructor); });
     return ref;
 }
 
@@ -292,9 +288,8 @@ Value Host::Get(const Ref &ref, std::string_view name) {
     Instance &instance = ref.instance();
     const RegisteredProperty &property = PropertyOf(instance, name);
     if (!property.UsesStandardAccess()) { // own accessors are those of doubles
-        RoutineCall call(state_->description.stackShift);
-        call.Add(instance.handle);
-        call.Add(std::intptr_t{static_cast<std::int32_t>(property.record.param)});
+        const std::intptr_t param{static_cast<std::int32_t>(property.record.param)};
+        const RoutineCall call(state_->description.stackShift, instance.handle, param);
         return RunRoutine(property.name,
                           [&](Result &result) { result.value = call.RunForDouble(property.record.getter); })
             .value;
@@ -309,10 +304,8 @@ void Host::Set(const Ref &ref, std::string_view name, const Value &value) {
     if (const std::string problem = Misfit({property.name, property.type, false, {}}, value); !problem.empty())
         throw WrongCall(problem);
     if (!property.UsesStandardAccess()) {
-        RoutineCall call(state_->description.stackShift);
-        call.Add(instance.handle);
-        call.Add(std::intptr_t{static_cast<std::int32_t>(property.record.param)});
-        call.Add(value.AsDouble());
+        const std::intptr_t param{static_cast<std::int32_t>(property.record.param)};
+        const RoutineCall call(state_->description.stackShift, instance.handle, param, value.AsDouble());
         RunRoutine(property.name, [&](Result &) { call.Run(property.record.setter); });
         return;
     }

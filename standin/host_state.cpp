@@ -203,9 +203,7 @@ void HostState::Die(Object &object) {
     } else if (auto *instance = As<Instance>(&object)) {
         if (const REALroutine destructor = instance->definition->record.destructor) {
             const std::string outer = std::exchange(running, "the destructor of " + instance->definition->name);
-            RoutineCall call(description.stackShift);
-            call.Add(instance->handle);
-            call.Run(destructor);
+            RoutineCall(description.stackShift, instance->handle).Run(destructor);
             running = outer;
         }
         instance->memory.Seal(); // stays mapped, so that its handle is not used again

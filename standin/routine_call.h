@@ -9,9 +9,12 @@ namespace standin {
 /// in the order of the declaration. Integers narrower than a word are passed as the compiler passes them, extended.
 class RoutineCall {
   public:
-    /// `stackShift`: how far off 16-byte alignment the routine finds the stack, a multiple of 4; it is for 32-bit x86
-    /// alone, others keep the alignment that compiled code relies on.
-    explicit RoutineCall(int stackShift = 0) : stackShift_(stackShift) {}
+    /// With the first arguments. `stackShift`: how far off 16-byte alignment the routine finds the stack, a multiple of
+    /// 4; it is for 32-bit x86 alone, others keep the alignment that compiled code relies on.
+    template <class... Arguments>
+    explicit RoutineCall(int stackShift, Arguments... arguments) : stackShift_(stackShift) {
+        (Add(arguments), ...);
+    }
 
     void Add(std::intptr_t word) { words_.push_back(word); }
     void Add(const void *address) { Add(reinterpret_cast<std::intptr_t>(address)); }

@@ -7,6 +7,8 @@
 #include <cstdlib>
 #include <cstring>
 #include <fstream>
+#include <iostream>
+#include <nlohmann/json.hpp>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -69,11 +71,12 @@ class Timer {
             if (to_[to_.size() / 2] != 1)
                 throw std::runtime_error("memcpy did not copy");
         }
-        std::printf(
-            "{\"operation\": \"%s\", \"peer\": \"%s %s\", \"milliseconds\": %.4f, \"memcpy_milliseconds\": %.4f, "
-            "\"note\": \"%s\"}\n",
-            operation, library_, function, best, copy, note);
-        std::fflush(stdout);
+        const nlohmann::ordered_json object = {{"operation", operation},
+                                               {"peer", std::string(library_) + " " + function},
+                                               {"milliseconds", best},
+                                               {"memcpy_milliseconds", copy},
+                                               {"note", note}};
+        std::cout << object << std::endl;
     }
     template <class Call> void Time(const char *operation, const char *function, const char *note, Call call) {
         Time(operation, function, note, call, [] {});
