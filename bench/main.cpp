@@ -61,12 +61,14 @@ std::vector<bench::Figure> Measure(const Options &options, bench::Size size, std
             options.selection, size, pairs, yardstick, [&](const bench::Step &step) { progress.Show(step); },
             isDoubtful);
     }
-    for (const bench::Figure &figure : figures)
-        if (options.json)
+    if (options.json) {
+        for (const bench::Figure &figure : figures)
             PrintJson(figure, reference);
+        return figures;
+    }
     bench::PrintHead(options.format(), size, yardstick, options.selection.runs);
     bench::PrintLimits(options.format(), yardstick);
-    if (!options.json && options.size.empty())
+    if (options.size.empty())
         PrintTargets(options.format(), figures);
     return figures;
 }

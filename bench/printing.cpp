@@ -133,8 +133,6 @@ void Progress::Show(const Step &step) {
 }
 
 void PrintHead(Format format, Size size, const Yardstick &yardstick, int runs) {
-    if (format == Format::Json)
-        return;
     fmt::print("\n{}{} build on {}, {} x {}, memcpy {:.3f} ms ({:.1f} GB/s), best of {} runs, one thread, time in host "
                "entries left out\n",
                format == Format::Markdown ? "## " : "== ", kBuild, Processor(), size.width, size.height,
@@ -174,8 +172,6 @@ void PrintList(Format format, const std::vector<Figure> &figures) {
 }
 
 void PrintLimits(Format format, Yardstick &yardstick) {
-    if (format == Format::Json)
-        return;
     Table table{{"limit loop", "sse2", "avx2", "avx512"}, {}};
     for (std::size_t loop = 0; loop < std::size(kLoopNames); ++loop) {
         std::vector<std::string> &row = table.rows.emplace_back(1, kLoopNames[loop]);

@@ -34,8 +34,5 @@ using CGrafPtr = GraphicsWorld *;
 struct GraphicsDevice;
 using GDHandle = GraphicsDevice **;
 
-/// A region, in this stand-in no more than the rectangle around it.
-struct Region {
-    Rect bounds;
-};
+struct Region; ///< which in this stand-in remembers nothing
 using RgnHandle = Region **;

@@ -13,17 +13,9 @@ using kvt::platform::LivingRegions;
 
 namespace {
 
-/// A region and the pointer to it that its handle points to.
-struct RegionBlock {
-    Region *region;
-    Region data;
-};
-
 Rect Intersection(const Rect &a, const Rect &b) {
     return {std::max(a.top, b.top), std::max(a.left, b.left), std::min(a.bottom, b.bottom), std::min(a.right, b.right)};
 }
-
-bool IsEmpty(const Rect &rect) { return rect.bottom <= rect.top || rect.right <= rect.left; }
 
 unsigned char *PixelAt(const GraphicsWorld &world, int x, int y) {
     return world.pixels + std::ptrdiff_t{y - world.bounds.top} * world.rowBytes +
@@ -52,21 +44,6 @@ void Scroll(const GraphicsWorld &world, const Rect &rect, int dh, int dv) {
     }
 }
 
-/// The rectangle around what a scroll uncovers.
-Rect Uncovered(Rect rect, int dh, int dv) {
-    if (dh == 0 && dv == 0)
-        return {};
-    if (dh == 0 && dv > 0)
-        rect.bottom = static_cast<std::int16_t>(std::min(rect.top + dv, int{rect.bottom}));
-    if (dh == 0 && dv < 0)
-        rect.top = static_cast<std::int16_t>(std::max(rect.bottom + dv, int{rect.top}));
-    if (dv == 0 && dh > 0)
-        rect.right = static_cast<std::int16_t>(std::min(rect.left + dh, int{rect.right}));
-    if (dv == 0 && dh < 0)
-        rect.left = static_cast<std::int16_t>(std::max(rect.right + dh, int{rect.left}));
-    return rect;
-}
-
 } // namespace
 
 extern "C" {
@@ -84,9 +61,7 @@ KVT_PLATFORM void SetGWorld(CGrafPtr port, GDHandle device) {
 
 KVT_PLATFORM RgnHandle NewRgn() {
     CountCall(__func__);
-    auto *block = new RegionBlock{};
-    block->region = &block->data;
-    return *LivingRegions().insert(&block->region).first;
+    return *LivingRegions().insert(new Region *()).first;
 }
 
 KVT_PLATFORM void DisposeRgn(RgnHandle region) {
@@ -94,7 +69,7 @@ KVT_PLATFORM void DisposeRgn(RgnHandle region) {
     if (!region)
         return;
     if (LivingRegions().erase(region))
-        delete reinterpret_cast<RegionBlock *>(region);
+        delete region;
     else
         kvt::platform::ReportMisuse("DisposeRgn was given a region that is not alive");
 }
@@ -103,14 +78,9 @@ KVT_PLATFORM void ScrollRect(const Rect *rect, std::int16_t dh, std::int16_t dv,
     CountCall(__func__);
     const GraphicsWorld *world = CurrentDrawingPort().port;
     const Rect inside = world ? Intersection(*rect, world->bounds) : Rect{};
-    const bool scrolls = !IsEmpty(inside);
-    if (scrolls)
+    if (inside.top < inside.bottom && inside.left < inside.right)
         Scroll(*world, inside, dh, dv);
-    if (!updateRegion)
-        return;
-    if (LivingRegions().count(updateRegion))
-        (*updateRegion)->bounds = scrolls ? Uncovered(inside, dh, dv) : Rect{};
-    else
+    if (updateRegion && !LivingRegions().count(updateRegion))
         kvt::platform::ReportMisuse("ScrollRect was given a region that is not alive");
 }
 }

@@ -6,6 +6,7 @@
 #include <sys/mman.h>
 #include <unistd.h>
 #include <utility>
+#include <vector>
 
 namespace standin {
 namespace {
@@ -18,64 +19,65 @@ std::size_t PageSize() {
     return size;
 }
 
-} // namespace
+using Pages = std::span<unsigned char>;
 
-bool GuardedMemory::keepsLargePieces_ = false;
-std::vector<GuardedMemory::Pages> GuardedMemory::kept_;
+bool gKeepsLargePieces = false;
+std::vector<Pages> gKept; ///< the oldest first
 
-void GuardedMemory::KeepLargePieces() {
-    kept_.reserve(kMostKept);
-    keepsLargePieces_ = true;
-}
+void Unmap(Pages pages) { munmap(pages.data() - PageSize(), pages.size() + 2 * PageSize()); }
 
-GuardedMemory::Pages GuardedMemory::Map(std::size_t bytes) {
+Pages Map(std::size_t bytes) {
     const std::size_t page = PageSize();
     void *mapped = mmap(nullptr, bytes + 2 * page, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
     if (mapped == MAP_FAILED)
         throw std::bad_alloc();
     const Pages pages{static_cast<unsigned char *>(mapped) + page, bytes};
-    if (bytes > 0 && mprotect(pages.start, bytes, PROT_READ | PROT_WRITE) != 0) {
+    if (bytes > 0 && mprotect(pages.data(), bytes, PROT_READ | PROT_WRITE) != 0) {
         Unmap(pages);
         throw std::bad_alloc();
     }
-    if (bytes >= kLarge)
-        madvise(pages.start, bytes,
-                MADV_HUGEPAGE); // where the system has them: most of a large picture's cost is faults
+    if (bytes >= kLarge) // where the system has huge pages: most of a large picture's cost is faults
+        madvise(pages.data(), bytes, MADV_HUGEPAGE);
     return pages;
 }
 
-void GuardedMemory::Unmap(Pages pages) { munmap(pages.start - PageSize(), pages.bytes + 2 * PageSize()); }
-
-GuardedMemory::Pages GuardedMemory::TakeKept(std::size_t bytes) {
-    const auto found = std::find_if(kept_.begin(), kept_.end(), [&](Pages kept) { return kept.bytes == bytes; });
-    if (found == kept_.end())
+Pages TakeKept(std::size_t bytes) {
+    const auto found = std::find_if(gKept.begin(), gKept.end(), [&](Pages kept) { return kept.size() == bytes; });
+    if (found == gKept.end())
         return {};
     const Pages pages = *found;
-    kept_.erase(found);
-    std::memset(pages.start, 0, pages.bytes);
+    gKept.erase(found);
+    std::memset(pages.data(), 0, pages.size());
     return pages;
+}
+
+} // namespace
+
+void GuardedMemory::KeepLargePieces() {
+    gKept.reserve(kMostKept);
+    gKeepsLargePieces = true;
 }
 
 GuardedMemory::GuardedMemory(std::size_t size, Guard side) : size_(size) {
     const std::size_t bytes = (size + PageSize() - 1) / PageSize() * PageSize();
     pages_ = TakeKept(bytes);
-    if (!pages_.start)
+    if (!pages_.data())
         pages_ = Map(bytes);
-    data_ = side == Guard::Before ? pages_.start : pages_.start + bytes - size;
+    data_ = side == Guard::Before ? pages_.data() : pages_.data() + bytes - size;
 }
 
 GuardedMemory::~GuardedMemory() {
-    if (!pages_.start)
+    if (!pages_.data())
         return;
-    if (!keepsLargePieces_ || sealed_ || pages_.bytes < kLarge) {
+    if (!gKeepsLargePieces || sealed_ || pages_.size() < kLarge) {
         Unmap(pages_);
         return;
     }
-    if (kept_.size() == kMostKept) {
-        Unmap(kept_.front());
-        kept_.erase(kept_.begin());
+    if (gKept.size() == kMostKept) {
+        Unmap(gKept.front());
+        gKept.erase(gKept.begin());
     }
-    kept_.push_back(pages_);
+    gKept.push_back(pages_);
 }
 
 GuardedMemory::GuardedMemory(GuardedMemory &&other) noexcept { *this = std::move(other); }
@@ -89,13 +91,13 @@ GuardedMemory &GuardedMemory::operator=(GuardedMemory &&other) noexcept {
 }
 
 void GuardedMemory::Seal() {
-    if (pages_.start && !sealed_)
-        sealed_ = mprotect(pages_.start, pages_.bytes, PROT_NONE) == 0;
+    if (pages_.data() && !sealed_)
+        sealed_ = mprotect(pages_.data(), pages_.size(), PROT_NONE) == 0;
 }
 
 void GuardedMemory::Open() const {
     if (sealed_)
-        sealed_ = mprotect(pages_.start, pages_.bytes, PROT_READ | PROT_WRITE) != 0;
+        sealed_ = mprotect(pages_.data(), pages_.size(), PROT_READ | PROT_WRITE) != 0;
 }
 
 } // namespace standin

@@ -1,7 +1,7 @@
 #pragma once
 
 #include <cstddef>
-#include <vector>
+#include <span>
 
 namespace standin {
 
@@ -32,21 +32,9 @@ class GuardedMemory {
     static void KeepLargePieces();
 
   private:
-    /// Accessible pages, between the two guards.
-    struct Pages {
-        unsigned char *start = nullptr;
-        std::size_t bytes = 0;
-    };
-    static Pages Map(std::size_t bytes);
-    static void Unmap(Pages pages);
-    static Pages TakeKept(std::size_t bytes);
-
-    static bool keepsLargePieces_;
-    static std::vector<Pages> kept_; ///< the oldest first
-
     unsigned char *data_ = nullptr;
     std::size_t size_ = 0;
-    Pages pages_;
+    std::span<unsigned char> pages_; ///< the accessible ones, between the two guards
     mutable bool sealed_ = false;
 };
 

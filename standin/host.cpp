@@ -33,25 +33,17 @@ Ref::~Ref() {
 
 namespace {
 
-/// What must not change in a call, with what it was before.
-class InputWatch {
-  public:
-    InputWatch() {
-        if (!gHost->description.watchesInputs)
-            return;
+using Sums = std::vector<std::pair<const Object *, std::optional<std::uint64_t>>>;
+
+/// Of all that must not change in the next call.
+Sums SumInputs() {
+    Sums sums;
+    if (gHost->description.watchesInputs)
         for (const Object *object : gHost->living)
             if (!gHost->mayChange.contains(object))
-                before_.emplace_back(object, object->Checksum());
-    }
-    void Report() const {
-        for (const auto &[object, sum] : before_)
-            if (!object->dead && object->Checksum() != sum)
-                gHost->Violation(Concern::Inputs, "{} was changed", object->Describe());
-    }
-
-  private:
-    std::vector<std::pair<const Object *, std::optional<std::uint64_t>>> before_;
-};
+                sums.emplace_back(object, object->Checksum());
+    return sums;
+}
 
 void SealPictures() {
     if (gHost->description.sealsPictures)
@@ -72,7 +64,7 @@ template <class Body> Result RunRoutine(const std::string &declaration, Body bod
     Result result;
     gHost->running = declaration;
     SealPictures(); // for the call and until somebody looks at them: to open them all again would take most of the time
-    const InputWatch watch;
+    const Sums before = SumInputs();
     gHost->timeInEntries = {};
     gHost->entered = 0;
     auto *activeLevel = static_cast<int *>(gHost->module->Internal("gActiveLevel"));
@@ -86,7 +78,9 @@ template <class Body> Result RunRoutine(const std::string &declaration, Body bod
     if (activeLevel && *activeLevel >= 0)
         gHost->levelsRun.insert(*activeLevel);
     TakePending(result);
-    watch.Report();
+    for (const auto &[object, sum] : before)
+        if (!object->dead && object->Checksum() != sum)
+            gHost->Violation(Concern::Inputs, "{} was changed", object->Describe());
     gHost->Audit();
     gHost->mayChange.clear();
     gHost->running.clear();

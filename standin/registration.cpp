@@ -13,12 +13,15 @@ void ReadTable(std::vector<Out> &out, const Record *records, std::int32_t count,
         out.push_back(read(records[i]));
 }
 
-Type TypeNamed(std::string_view name) {
+/// Empty, with a violation, for what is no declaration. Every host reads the same ones, so each is parsed once.
+Declaration Parsed(const std::string &text) {
+    static std::map<std::string, Declaration> known;
     try {
-        return ParseDeclaration("property as " + std::string(name)).result;
+        const auto found = known.find(text);
+        return found != known.end() ? found->second : known.emplace(text, ParseDeclaration(text)).first->second;
     } catch (const std::invalid_argument &problem) {
         gHost->Violation(Concern::Calls, problem.what());
-        return Type::Nothing;
+        return {};
     }
 }
 
@@ -26,23 +29,12 @@ RegisteredProperty ReadProperty(const REALpropertyDefinition &record) {
     const auto &unused = record.unused7to9;
     if (record.unused0 != 0 || std::any_of(std::begin(unused), std::end(unused), [](auto word) { return word != 0; }))
         gHost->Violation(Concern::Calls, "the record of property {} has words that are not zero", record.name);
-    return {record.name, TypeNamed(record.type), record};
+    return {record.name, Parsed(std::string("property as ") + record.type).result, record};
 }
 
 } // namespace
 
-RegisteredMethod ReadMethod(const REALmethodDefinition &record) {
-    static std::map<std::string, Declaration, std::less<>> known; // every host reads the same ones
-    try {
-        auto found = known.find(std::string_view(record.declaration));
-        if (found == known.end())
-            found = known.emplace(record.declaration, ParseDeclaration(record.declaration)).first;
-        return {found->second, record};
-    } catch (const std::invalid_argument &problem) {
-        gHost->Violation(Concern::Calls, problem.what());
-        return {};
-    }
-}
+RegisteredMethod ReadMethod(const REALmethodDefinition &record) { return {Parsed(record.declaration), record}; }
 
 void ReadClass(RegisteredClass &out, const REALclassDefinition &record) {
     constexpr std::uint32_t kVersion = 9;

@@ -21,7 +21,7 @@ class RoutineCall {
     void Add(double number);
 
     /// A handle or address, a 32-bit or 8-bit result in the low bits, of which the others are anything, or whatever a
-    /// routine without result leaves. Throws std::length_error for more arguments than any routine has.
+    /// routine without result leaves. Throws std::length_error for more arguments than can be passed.
     std::intptr_t Run(void (*routine)()) const;
     double RunForDouble(void (*routine)()) const;
 
