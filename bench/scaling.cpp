@@ -35,10 +35,10 @@ double LargestChange(const std::vector<Figure> &figures) {
     return largest;
 }
 
-/// figures[size][operation] of one level.
+/// Of one level: each operation's figures, size after size.
 std::vector<std::vector<Figure>> MeasureLevel(const Selection &selection, int level, Table &table) {
     const std::vector<const Operation *> operations = selection.Operations();
-    std::vector<std::vector<Figure>> bySize;
+    std::vector<std::vector<Figure>> all(operations.size());
     std::vector<std::string> copies{"memcpy"};
     Progress progress;
     Step step{0, operations.size() * std::size(kSizes), {}};
@@ -46,18 +46,17 @@ std::vector<std::vector<Figure>> MeasureLevel(const Selection &selection, int le
         Yardstick yardstick(size.Bytes());
         Workplace workplace(*kPairs, size);
         workplace.ForceLevel(level);
-        std::vector<Figure> &figures = bySize.emplace_back();
-        for (const Operation *operation : operations) {
+        for (std::size_t i = 0; i < operations.size(); ++i) {
             ++step.number;
-            step.what = fmt::format("{} {} {}", size.Name(), kLevels[level], operation->Name());
+            step.what = fmt::format("{} {} {}", size.Name(), kLevels[level], operations[i]->Name());
             progress.Show(step);
-            figures.push_back(workplace.Measure(*operation, level, RunsFor(size, selection.runs), yardstick));
+            all[i].push_back(workplace.Measure(*operations[i], level, RunsFor(size, selection.runs), yardstick));
         }
         copies.push_back(fmt::format("{:.3f}", PerPixel(yardstick.Best(), size) * 1e6));
     }
     copies.resize(table.head.size());
     table.rows.push_back(std::move(copies));
-    return bySize;
+    return all;
 }
 
 } // namespace
@@ -72,19 +71,14 @@ std::size_t MeasureScaling(const Selection &selection, Format format, const Refe
         for (const Size size : kSizes)
             table.head.push_back(size.Name());
         table.head.insert(table.head.end(), {"change", ""});
-        const std::vector<std::vector<Figure>> bySize = MeasureLevel(selection, level, table);
-        const std::vector<const Operation *> operations = selection.Operations();
-        for (std::size_t i = 0; i < operations.size(); ++i) {
-            std::vector<Figure> figures;
-            figures.reserve(bySize.size());
-            for (const std::vector<Figure> &ofSize : bySize)
-                figures.push_back(ofSize[i]);
-            std::vector<std::string> row{operations[i]->Name()};
+        for (const std::vector<Figure> &figures : MeasureLevel(selection, level, table)) {
+            const Operation &operation = *figures.front().operation;
+            std::vector<std::string> row{operation.Name()};
             for (const Figure &figure : figures)
                 row.push_back(fmt::format("{:.3f}", figure.NanosecondsPerPixel()));
-            const bool flat = operations[i]->cost == Cost::Constant || LargestChange(figures) <= kFlat;
+            const bool flat = operation.cost == Cost::Constant || LargestChange(figures) <= kFlat;
             uneven += flat ? 0 : 1;
-            row.push_back(operations[i]->cost == Cost::Constant ? "" : fmt::format("{:.2f}", LargestChange(figures)));
+            row.push_back(operation.cost == Cost::Constant ? "" : fmt::format("{:.2f}", LargestChange(figures)));
             row.emplace_back(flat ? "" : "NOT FLAT");
             table.rows.push_back(std::move(row));
             if (format == Format::Json)

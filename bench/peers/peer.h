@@ -55,16 +55,15 @@ inline std::uint8_t TableValue(int level) { return static_cast<std::uint8_t>(lev
 
 class Timer {
   public:
-    Timer(const char *library, std::size_t bytes, int runs = 7)
-        : library_(library), runs_(runs), from_(bytes, 1), to_(bytes, 2) {}
+    Timer(const char *library, std::size_t bytes) : library_(library), from_(bytes, 1), to_(bytes, 2) {}
 
     /// Times `call` in turn with memcpy, the best of some runs each. `prepare` goes before every call, untimed.
     /// `operation` is the name of the line that it is held against, `note` says what differs.
     template <class Call, class Prepare>
-    void Time(const char *operation, const char *function, const char *note, Call call, Prepare prepare, int runs = 0) {
+    void Time(const char *operation, const char *function, const char *note, Call call, Prepare prepare, int runs = 7) {
         double best = 1e30;
         double copy = 1e30;
-        for (int run = 0; run < (runs ? runs : runs_); ++run) {
+        for (int run = 0; run < runs; ++run) {
             prepare();
             best = std::min(best, Milliseconds(call));
             copy = std::min(copy, Milliseconds([&] { std::memcpy(to_.data(), from_.data(), to_.size()); }));
@@ -90,7 +89,6 @@ class Timer {
     }
 
     const char *library_;
-    int runs_;
     Pixels from_;
     Pixels to_;
 };
