@@ -31,14 +31,6 @@ testing::AssertionResult Missed(const Result &result) {
     return missed ? testing::AssertionSuccess() : testing::AssertionFailure() << "found, or variables not 0";
 }
 
-Picture Cut(const Picture &picture, int left, int top, int width, int height) {
-    Picture cut = Filled(width, height, {});
-    for (int y = 0; y < height; ++y)
-        for (int x = 0; x < width; ++x)
-            cut.At(x, y) = picture.At(left + x, top + y);
-    return cut;
-}
-
 using EverySearch = EveryWay;
 
 TEST_P(EverySearch, IsExact) {

@@ -26,6 +26,9 @@ Picture Noise(int width, int height, std::uint32_t seed);
 
 Picture Filled(int width, int height, Rgb color);
 
+/// A part, which lies inside the picture.
+Picture Cut(const Picture &picture, int left, int top, int width, int height);
+
 /// Mostly within -useful..useful, whole or not; now and then far beyond, an edge of a number range, infinite or not a
 /// number.
 double AnyDouble(Random &random, double useful);

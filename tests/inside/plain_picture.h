@@ -20,42 +20,31 @@ inline constexpr std::size_t kOddRows = 37;
 inline constexpr std::size_t kWholeWords = 36;
 
 /// The memory of a picture: guard bytes before, between and behind the rows, those of the row-table layout in
-/// descending order. Pixels and guards are noise, the pixels' fourth bytes too.
+/// descending order. Guards are noise, the pixels' fourth bytes too.
 struct Memory {
-    Memory(std::int32_t columns, std::int32_t rows, std::int32_t code, std::uint32_t seed,
-           std::size_t guardBytes = kOddRows)
-        : Memory(expected::Noise(columns, rows, seed), code, seed, guardBytes) {}
-    Memory(const expected::Picture &colors, std::int32_t code, std::uint32_t seed, std::size_t guardBytes = kOddRows)
+    Memory(const expected::Picture &colors, std::int32_t code, std::size_t guardBytes = kOddRows)
         : width(colors.width), height(colors.height), format(code), layout(expected::LayoutOf(code)), guard(guardBytes),
-          bytes(guard + static_cast<std::size_t>(std::max(height, 1)) * RowBytes()) {
-        expected::Random random(seed);
+          bytes(guard + static_cast<std::size_t>(height) * RowBytes()) {
+        expected::Random random(1);
         for (unsigned char &byte : bytes)
             byte = static_cast<unsigned char>(random.Below(256));
+        const std::uint32_t fourth = layout == expected::Layout::AlphaLow ? 0x000000FFu : 0xFF000000u;
         for (std::int32_t y = 0; y < height; ++y)
             for (std::int32_t x = 0; x < width; ++x)
-                SetColor(x, y, colors.At(x, y));
+                SetWord(x, y, (expected::OpaqueWord(colors.At(x, y), layout) & ~fourth) | (Word(x, y) & fourth));
     }
 
     std::size_t RowBytes() const { return static_cast<std::size_t>(width) * 4 + guard; }
-    std::size_t RowStart(std::int32_t y) const {
-        const std::int32_t row = format == kvt::kConsoleFormat ? std::max(height, 1) - 1 - y : y;
-        return guard + static_cast<std::size_t>(row) * RowBytes();
+    std::size_t Offset(std::int32_t x, std::int32_t y) const {
+        const std::int32_t row = format == kvt::kConsoleFormat ? height - 1 - y : y;
+        return guard + static_cast<std::size_t>(row) * RowBytes() + static_cast<std::size_t>(x) * 4;
     }
-    std::size_t Offset(std::int32_t x, std::int32_t y) const { return RowStart(y) + static_cast<std::size_t>(x) * 4; }
-
     std::uint32_t Word(std::int32_t x, std::int32_t y) const {
         std::uint32_t word = 0;
         std::memcpy(&word, &bytes[Offset(x, y)], 4);
         return word;
     }
     void SetWord(std::int32_t x, std::int32_t y, std::uint32_t word) { std::memcpy(&bytes[Offset(x, y)], &word, 4); }
-
-    expected::Rgb Color(std::int32_t x, std::int32_t y) const { return expected::ColorOf(Word(x, y), layout); }
-    /// The fourth byte stays.
-    void SetColor(std::int32_t x, std::int32_t y, expected::Rgb color) {
-        const std::uint32_t fourth = layout == expected::Layout::AlphaLow ? 0x000000FFu : 0xFF000000u;
-        SetWord(x, y, (expected::OpaqueWord(color, layout) & ~fourth) | (Word(x, y) & fourth));
-    }
 
     std::int32_t width;
     std::int32_t height;
@@ -65,20 +54,19 @@ struct Memory {
     std::vector<unsigned char> bytes;
 };
 
-/// An editor over the memory, in its own layout or in another one.
+/// An editor over the memory.
 class Opened {
   public:
-    explicit Opened(Memory &memory) : Opened(memory, memory.format) {}
-    Opened(Memory &memory, std::int32_t format) {
+    explicit Opened(Memory &memory) {
         editor_.rowBytes = static_cast<std::int32_t>(memory.RowBytes());
         editor_.width = memory.width;
         editor_.height = memory.height;
-        editor_.format = format;
-        editor_.firstRow = &memory.bytes[memory.RowStart(0)];
+        editor_.format = memory.format;
+        editor_.firstRow = &memory.bytes[memory.Offset(0, 0)];
         if (memory.format != kvt::kConsoleFormat)
             return;
         for (std::int32_t y = 0; y < memory.height; ++y)
-            table_.push_back(&memory.bytes[memory.RowStart(y)]);
+            table_.push_back(&memory.bytes[memory.Offset(0, y)]);
         editor_.rowTable = table_.data();
     }
     const kvt::PictureEditor &operator*() const { return editor_; }
@@ -86,37 +74,4 @@ class Opened {
   private:
     std::vector<void *> table_;
     kvt::PictureEditor editor_ = {};
-};
-
-/// Memory and the editor over it.
-class PlainPicture {
-  public:
-    PlainPicture(const expected::Picture &colors, std::int32_t format)
-        : memory_(colors, format, 1), before_(memory_), editor_(memory_) {}
-    PlainPicture(const PlainPicture &) = delete;
-    PlainPicture &operator=(const PlainPicture &) = delete;
-
-    const kvt::PictureEditor &operator*() const { return *editor_; }
-
-    /// The pixels as they are now.
-    expected::StoredPicture Stored() const {
-        expected::StoredPicture stored{memory_.width, memory_.height, memory_.layout, {}};
-        for (std::int32_t y = 0; y < memory_.height; ++y)
-            for (std::int32_t x = 0; x < memory_.width; ++x)
-                stored.words.push_back(memory_.Word(x, y));
-        return stored;
-    }
-
-    bool GuardsStand() const {
-        Memory wanted = before_;
-        for (std::int32_t y = 0; y < memory_.height; ++y)
-            for (std::int32_t x = 0; x < memory_.width; ++x)
-                wanted.SetWord(x, y, memory_.Word(x, y));
-        return wanted.bytes == memory_.bytes;
-    }
-
-  private:
-    Memory memory_;
-    Memory before_;
-    Opened editor_;
 };

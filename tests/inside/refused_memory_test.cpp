@@ -10,8 +10,9 @@ namespace {
 using namespace kvt;
 
 TEST(RefusedMemory, LeavesPixelsWhereTheyAre) {
-    const PlainPicture picture(expected::Noise(5, 3, 1), kConsoleFormat);
-    const expected::StoredPicture before = picture.Stored();
+    Memory memory(expected::Noise(5, 3, 1), kConsoleFormat);
+    const std::vector<unsigned char> before = memory.bytes;
+    const Opened picture(memory);
     heap::granted = 0;
     EXPECT_TRUE(WrapVertically(*picture, -3)) << "nothing to move, no buffer needed";
     EXPECT_FALSE(WrapHorizontally(*picture, 1));
@@ -20,7 +21,7 @@ TEST(RefusedMemory, LeavesPixelsWhereTheyAre) {
     endless.width = 0x20000000;
     endless.rowBytes = INT32_MIN; // four times the width, in 32 bits
     EXPECT_FALSE(WrapVertically(endless, 1));
-    EXPECT_EQ(picture.Stored(), before);
+    EXPECT_EQ(memory.bytes, before);
 }
 
 } // namespace

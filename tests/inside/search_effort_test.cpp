@@ -20,18 +20,10 @@ using Place = std::pair<int, int>;
 
 std::optional<Place> Find(const Picture &haystack, const Picture &needle, SearchEffort &effort,
                           DrawBases draw = DrawByChance) {
-    const PlainPicture in(haystack, 2);
-    const PlainPicture of(needle, kConsoleFormat);
+    Memory in(haystack, 2);
+    Memory of(needle, kConsoleFormat);
     Point hit{};
-    return FindNeedle(*in, *of, hit, effort, draw) ? std::optional(Place(hit.x, hit.y)) : std::nullopt;
-}
-
-Picture Cut(const Picture &picture, int left, int top, int width, int height) {
-    Picture cut = expected::Filled(width, height, {});
-    for (int y = 0; y < height; ++y)
-        for (int x = 0; x < width; ++x)
-            cut.At(x, y) = picture.At(left + x, top + y);
-    return cut;
+    return FindNeedle(*Opened(in), *Opened(of), hit, effort, draw) ? std::optional(Place(hit.x, hit.y)) : std::nullopt;
 }
 
 /// The bases that the pictures of these tests are made for, drawn as often as foreseen for each hash, and then such as
@@ -72,7 +64,7 @@ TEST(SearchEffort, IsAPictureForEachDrawThatWasForeseen) {
             for (int x = 0; x < haystack.width; ++x)
                 if ((row.upright ? x : y) % 2)
                     haystack.At(x, y) = {1, 2, 3};
-        Picture needle = Cut(haystack, 0, 0, 80, 50);
+        Picture needle = expected::Cut(haystack, 0, 0, 80, 50);
         const Place marks[] = {{78, 48}, row.upright ? Place(78, 49) : Place(79, 48)};
         needle.At(marks[0].first, marks[0].second) = row.first;
         needle.At(marks[1].first, marks[1].second) = row.second;
@@ -124,7 +116,7 @@ TEST(SearchEffort, StaysBelowAPictureUnlessMemoryIsRefused) {
             for (int y = 0; y < height; ++y)
                 for (int x = 0; x < width; ++x)
                     haystack.At(x, y) = texture.color(x, y);
-            Picture needle = Cut(haystack, 0, 0, 24, 5);
+            Picture needle = expected::Cut(haystack, 0, 0, 24, 5);
             needle.At(23, 4) = kOther;
             // Nowhere; at the end; and then, above what there is, at the left, amid, at the right and at the left.
             for (const Place &at : {Place(-1, -1), Place((width - 24) / 6 * 6, 8), Place(0, 8),

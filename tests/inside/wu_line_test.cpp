@@ -18,21 +18,20 @@ void SetOutlineColor(Rgb color) {
     gOutLineColorB = color.blue;
 }
 
-/// Draws into `before` and compares every word: what is drawn becomes opaque, everything else stays. A pixel that is
+/// Draws into `before` and compares every byte: what is drawn becomes opaque, everything else stays. A pixel that is
 /// drawn in its own color may do either.
 template <class Draw> void ExpectDrawn(const expected::Picture &before, const expected::Picture &wanted, Draw draw) {
     for (const std::int32_t format : kFormats) {
-        const PlainPicture picture(before, format);
-        expected::StoredPicture words = picture.Stored();
-        draw(*picture);
-        const expected::StoredPicture drawn = picture.Stored();
-        for (std::size_t i = 0; i < words.words.size(); ++i) {
-            const std::uint32_t opaque = expected::OpaqueWord(wanted.pixels[i], words.layout);
-            if (wanted.pixels[i] != before.pixels[i] || drawn.words[i] == opaque)
-                words.words[i] = opaque;
-        }
-        ASSERT_EQ(drawn, words) << "format " << format;
-        ASSERT_TRUE(picture.GuardsStand()) << "format " << format;
+        Memory picture(before, format);
+        Memory after = picture;
+        draw(*Opened(picture));
+        for (int y = 0; y < before.height; ++y)
+            for (int x = 0; x < before.width; ++x) {
+                const std::uint32_t opaque = expected::OpaqueWord(wanted.At(x, y), picture.layout);
+                if (wanted.At(x, y) != before.At(x, y) || picture.Word(x, y) == opaque)
+                    after.SetWord(x, y, opaque);
+            }
+        ASSERT_EQ(picture.bytes, after.bytes) << "format " << format;
     }
 }
 
@@ -66,21 +65,21 @@ TEST(DrawPixel, WeighsEveryLevelByEveryIntensity) {
 
 TEST(WuLine, OfAnyEndsIsTheOneDrawnStepByStep) {
     struct Line {
-        int x0, y0, x1, y1;
+        std::int16_t x0, y0, x1, y1;
     };
-    constexpr int kLeast = INT16_MIN;
-    constexpr int kMost = INT16_MAX;
+    constexpr std::int16_t kLeast = INT16_MIN;
+    constexpr std::int16_t kMost = INT16_MAX;
     std::vector<Line> lines = {{5, 3, 5, 3},   {2, 2, 20, 2},   {20, 2, 2, 2},    {4, 9, 4, 1},
                                {1, 1, 9, 9},   {9, 1, 1, 9},    {-9, -4, 40, 30}, {30, -5, 30, 20},
                                {-1, 0, -1, 9}, {40, 5, -20, 8}, {0, 30, 22, -20}, {5, kLeast, kLeast, -3}};
-    for (const int x0 : {kLeast, 4, kMost})
-        for (const int y0 : {kLeast, 6, kMost})
-            for (const auto &[x1, y1] : {std::pair(kMost, kMost), {kMost, kLeast}, {kMost, 6}, {3, kMost}})
-                lines.push_back({x0, y0, x1, y1});
+    for (const std::int16_t from : {kLeast, std::int16_t{4}, kMost})
+        for (const std::int16_t to : {kLeast, std::int16_t{6}, kMost})
+            for (const Line &line : {Line{from, to, kMost, kMost}, {from, to, kMost, kLeast}, {from, to, 3, kMost}})
+                lines.push_back(line);
     expected::Random random(7);
     for (int i = 0; i < 900; ++i) {
         const int reach = i % 3 == 0 ? 20 : i % 3 == 1 ? 60 : 400;
-        const auto any = [&] { return random.Between(-reach / 2, reach * 3 / 2); };
+        const auto any = [&] { return static_cast<std::int16_t>(random.Between(-reach / 2, reach * 3 / 2)); };
         lines.push_back({any(), any(), any(), any()});
     }
     constexpr Rgb kInk{250, 3, 120};
@@ -91,12 +90,10 @@ TEST(WuLine, OfAnyEndsIsTheOneDrawnStepByStep) {
         const expected::Picture paper = Filled(23, 14, kPaper);
         expected::Picture wanted = paper;
         expected::DrawWuLine(wanted, kInk, x0, y0, x1, y1);
-        const auto fromX = static_cast<std::int16_t>(x0);
-        const auto fromY = static_cast<std::int16_t>(y0);
-        const auto toX = static_cast<std::int16_t>(x1);
-        const auto toY = static_cast<std::int16_t>(y1);
-        ASSERT_NO_FATAL_FAILURE(ExpectDrawn(
-            paper, wanted, [&](const PictureEditor &editor) { DrawWuLine(editor, fromX, fromY, toX, toY); }));
+        ASSERT_NO_FATAL_FAILURE(
+            ExpectDrawn(paper, wanted, [&, x0 = x0, y0 = y0, x1 = x1, y1 = y1](const PictureEditor &editor) {
+                DrawWuLine(editor, x0, y0, x1, y1);
+            }));
     }
 }
 
