@@ -121,10 +121,9 @@ Picture YieldDead(Picture) {
     return made;
 }
 
-/// Locks as a bitmap, and unlocks what it locked; what it did not, if that is asked for.
-void LockAndUnlock(Picture picture, bool unlocksInAnyCase) {
+void UnlockFailedLock(Picture picture) {
     REALpictureDescription description = {};
-    if (Lock(picture, description, 8) || (picture && unlocksInAnyCase))
+    if (picture && !Lock(picture, description, 99))
         Unlock(picture);
 }
 
@@ -154,21 +153,6 @@ REALstringData CopyOf(String string) {
 
 void Dispose(REALstringData &data) { Entry<void(REALstringData *)>("PluginDisposeStringData")(&data); }
 
-void GiveBackTwice(Picture, String string) {
-    REALstringData data = CopyOf(string);
-    Dispose(data);
-    Dispose(data);
-}
-
-void GiveBackOwnBytes(Picture, String string) {
-    REALstringData data = CopyOf(string);
-    const char *theirs = data.bytes;
-    data.bytes = "mine";
-    Dispose(data);
-    data.bytes = theirs;
-    Dispose(data);
-}
-
 int ReadCopyGivenBack(Picture, String string) {
     REALstringData data = CopyOf(string);
     Dispose(data);
@@ -182,11 +166,6 @@ int ReadPastCopy(Picture, String string) {
 
 unsigned char *BytesOf(Block block) { return Entry<unsigned char *(Block)>("memoryBlockGetPtr")(block); }
 std::int32_t SizeOf(Block block) { return Entry<std::int32_t(Block)>("memoryBlockGetSize")(block); }
-
-void KeepHeapBlock(Picture) {
-    void *volatile kept = std::malloc(8);
-    static_cast<void>(kept);
-}
 
 void FreeHeapBlockTwice(Picture) {
     void *volatile block = std::malloc(8);
@@ -267,7 +246,6 @@ void Assign(Picture, std::uint32_t index, std::uint32_t value) { gStored = value
 const REALmethodDefinition kMethods[] = {
     {Routine(IsWhite), nullptr, "isWhiteKVT as boolean"}, // the one that is always there
     // References.
-    {Routine(+[](Picture p) { if (p) AddReference(p); }), nullptr, "LeakReference"},
     {Routine(+[](Picture p) { if (p) DropReference(p); }), nullptr, "DropTooOften"},
     {Routine(LeakPicture), nullptr, "LeakPicture"},
     {Routine(+[](Picture p) { if (p) AskTwice("REALLockObject", "REALUnlockObject", p); }), nullptr, "DropTwice"},
@@ -282,20 +260,16 @@ const REALmethodDefinition kMethods[] = {
     {Routine(+[](Picture) { ClearCache(YieldDead(nullptr)); }), nullptr, "UseAfterDeath"},
     {Routine(+[](Picture, Block b) { ClearCache(b); }), nullptr, "WrongKind(b as memoryblock)"},
     {Routine(+[](Picture, String s) { AddReference(s); }), nullptr, "StringAsObject(s as string)"},
-    {Routine(+[](Picture p) { Entry<void(void *)>("REALLockString")(p); }), nullptr, "PictureAsString"},
-    {Routine(+[](Picture) { AddReference(nullptr); }), nullptr, "NullObject"},
     {Routine(+[](Picture) { AddReference(&gResolver); }), nullptr, "ForeignObject"},
     {Routine(+[](Picture) { Raise(), Raise(); }), nullptr, "RaiseTwice"},
-    {Routine(GiveBackTwice), nullptr, "GiveBackTwice(s as string)"},
-    {Routine(GiveBackOwnBytes), nullptr, "GiveBackOwnBytes(s as string)"},
-    {Routine(KeepHeapBlock), nullptr, "KeepHeapBlock"},
+    {Routine(+[](Picture, String s) { REALstringData data = CopyOf(s); Dispose(data), Dispose(data); }), nullptr, "GiveBackTwice(s as string)"},
+    {Routine(+[](Picture) { void *volatile kept = std::malloc(8); static_cast<void>(kept); }), nullptr, "KeepHeapBlock"},
     {Routine(FreeHeapBlockTwice), nullptr, "FreeHeapBlockTwice"},
     {Routine(+[](Picture) { gResolver("REALMakeCoffee"); }), nullptr, "AskForNonsense"},
     {Routine(+[](Picture p) { Entry<Picture(Picture, signed char)>("REALGetPictureMask")(p, 1); }), nullptr, "CreateMask"},
     {Routine(+[](Picture) { DropReference(Entry<Picture(int, int, int)>("newPicture")(5, 3, 8)); }), nullptr, "AskForEightBits"},
     {Routine(+[](Picture p) { Entry<void *(void *, const char *)>("REALLoadObjectMethod")(p, "Paint(x as integer)"); }), nullptr, "LoadNonsense"},
     {Routine(YieldDead), nullptr, "YieldDead as picture"},
-    {Routine(+[](Picture) -> void * { return &gResolver; }), nullptr, "YieldForeign as picture"},
     {Routine(+[](Picture, Block b) -> void * { return b; }), nullptr, "YieldBlock(b as memoryblock) as picture"},
     {Routine(+[](Picture p) -> int { return *reinterpret_cast<const volatile int *>(p); }), nullptr, "ReadHandle as integer"},
     {Routine(+[](Picture) { std::abort(); }), nullptr, "Crash"},
@@ -308,15 +282,13 @@ const REALmethodDefinition kMethods[] = {
     {Routine(DropLocked), nullptr, "DropLocked"},
     {Routine(ReadUnlocked), nullptr, "ReadUnlocked as integer"},
     {Routine(ReadUnlockedResult), nullptr, "ReadUnlockedResult as integer"},
-    {Routine(+[](Picture p) { LockAndUnlock(p, false); }), nullptr, "LeaveFailedLock"},
-    {Routine(+[](Picture p) { LockAndUnlock(p, true); }), nullptr, "UnlockFailedLock"},
+    {Routine(UnlockFailedLock), nullptr, "UnlockFailedLock"},
     {Routine(+[](Picture p) { if (p) AskTwice("lockPictureDescription", "unlockPictureDescription", p); }), nullptr, "UnlockTwice"},
     // Memory and inputs.
     {Routine(WritePastRow), nullptr, "WritePastRow"},
     {Routine(ChangeRowTable), nullptr, "ChangeRowTable"},
     {Routine(+[](Picture, Block b) -> int { return BytesOf(b)[SizeOf(b)]; }), nullptr, "ReadPastEnd(b as memoryblock) as integer"},
     {Routine(+[](Picture, Block b) -> int { return BytesOf(b)[-1]; }), nullptr, "ReadBeforeStart(b as memoryblock) as integer"},
-    {Routine(+[](Picture, Block b) -> int { return BytesOf(b)[SizeOf(b)] = 1; }), nullptr, "WritePastEnd(b as memoryblock) as integer"},
     {Routine(ReadPastCopy), nullptr, "ReadPastCopy(s as string) as integer"},
     {Routine(ReadCopyGivenBack), nullptr, "ReadCopyGivenBack(s as string) as integer"},
     {Routine(ChangePicture), nullptr, "ChangePicture"},

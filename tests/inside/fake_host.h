@@ -32,9 +32,8 @@ struct String : REALstringStruct {
 inline std::map<std::string, void *> entries;
 inline std::vector<std::string> log;
 
-template <class Function> void Offer(const char *name, Function *function) {
-    entries[name] = reinterpret_cast<void *>(function);
-}
+/// An entry that is a lambda without captures.
+template <class Lambda> void Offer(const char *name, Lambda entry) { entries[name] = reinterpret_cast<void *>(+entry); }
 
 inline void *Resolve(const char *name) {
     const auto found = entries.find(name);

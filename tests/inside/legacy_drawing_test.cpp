@@ -72,13 +72,11 @@ GraphicsWorld gWorld = {reinterpret_cast<unsigned char *>(gPixels.data()), 12, {
 
 TEST(Scrolling, RestoresTheDrawingPortAndLimitsSizes) {
     InFreshProcess([] {
-        Offer(
-            "lockPictureDescription", +[](REALpictureStruct *, REALpictureDescription *description) {
-                *description = {4, &gWorld, 0x10000 + 1, 2, {}};
-                fake::log.push_back("lock");
-            });
-        Offer(
-            "unlockPictureDescription", +[](REALpictureStruct *) { fake::log.push_back("unlock"); });
+        Offer("lockPictureDescription", [](REALpictureStruct *, REALpictureDescription *description) {
+            *description = {4, &gWorld, 0x10000 + 1, 2, {}};
+            fake::log.push_back("lock");
+        });
+        Offer("unlockPictureDescription", [](REALpictureStruct *) { fake::log.push_back("unlock"); });
         REALpictureStruct picture;
         GraphicsWorld other = {};
         GDHandle device = reinterpret_cast<GDHandle>(&other);

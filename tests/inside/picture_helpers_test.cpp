@@ -3,6 +3,7 @@
 #include "inside/fake_host.h"
 #include "pixels/picture_editor.h"
 
+#include <array>
 #include <cstdint>
 #include <vector>
 
@@ -33,14 +34,16 @@ Console &Of(REALpictureStruct *picture) { return *static_cast<Console *>(picture
 
 void OfferLocks() {
     rbversion_rbversion = 2019.0;
-    Offer(
-        "REALLockPictureDescription", +[](REALpictureStruct *picture, REALpictureDescription *out, std::int32_t) {
-            *out = Of(picture).description;
-            Of(picture).locks += Of(picture).lockable;
-            return static_cast<unsigned char>(Of(picture).lockable);
-        });
-    Offer(
-        "unlockPictureDescription", +[](REALpictureStruct *picture) { --Of(picture).locks; });
+    Offer("REALLockPictureDescription", [](REALpictureStruct *picture, REALpictureDescription *out, std::int32_t) {
+        *out = Of(picture).description;
+        Of(picture).locks += Of(picture).lockable;
+        return static_cast<unsigned char>(Of(picture).lockable);
+    });
+    Offer("unlockPictureDescription", [](REALpictureStruct *picture) { --Of(picture).locks; });
+}
+
+bool Copy(Console *target, Console *source, std::array<std::int32_t, 8> at = {0, 0, 3, 2, 0, 0, 3, 2}) {
+    return OwnCopy(target, source, at[0], at[1], at[2], at[3], at[4], at[5], at[6], at[7]);
 }
 
 constexpr struct {
@@ -56,72 +59,40 @@ constexpr struct {
     {"lacks its last row", [](Console &picture) { picture.rows[1] = nullptr; }},
 };
 
-TEST(OwnCopy, RefusesWhatIsNoConsolePictureOfTheSameSize) {
+TEST(OwnCopy, IsOfAWholeConsolePictureToOneOfTheSameSize) {
     InFreshProcess([] {
         OfferLocks();
+        Console source(1);
+        Console target(2);
+        EXPECT_FALSE(Copy(nullptr, &source) || Copy(&target, nullptr));
+        for (std::size_t changed = 0; changed < 8; ++changed) {
+            std::array<std::int32_t, 8> part = {0, 0, 3, 2, 0, 0, 3, 2};
+            ++part[changed];
+            EXPECT_FALSE(Copy(&target, &source, part)) << changed;
+        }
         for (const auto &row : kSpoilt)
             for (const bool spoilsTarget : {false, true}) {
-                SCOPED_TRACE(std::string(spoilsTarget ? "the target " : "the source ") + row.what);
-                Console source(1);
-                Console target(2);
-                row.spoil(spoilsTarget ? target : source);
-                EXPECT_FALSE(OwnCopy(&target, &source, 0, 0, 3, 2, 0, 0, 3, 2));
-                EXPECT_EQ(target.pixels, std::vector<std::uint32_t>(6, 2));
-                EXPECT_EQ(source.locks, 0);
-                EXPECT_EQ(target.locks, 0);
+                Console from(1);
+                Console to(2);
+                row.spoil(spoilsTarget ? to : from);
+                EXPECT_FALSE(Copy(&to, &from)) << (spoilsTarget ? "the target " : "the source ") << row.what;
+                EXPECT_EQ(to.pixels, target.pixels);
+                EXPECT_EQ(from.locks + to.locks, 0);
             }
-    });
-}
-
-TEST(OwnCopy, RefusesPartsAndStretches) {
-    InFreshProcess([] {
-        OfferLocks();
-        constexpr std::int32_t kWhole[8] = {0, 0, 3, 2, 0, 0, 3, 2};
-        const auto copy = [](REALpictureStruct *target, REALpictureStruct *source, const std::int32_t(&at)[8]) {
-            return OwnCopy(target, source, at[0], at[1], at[2], at[3], at[4], at[5], at[6], at[7]);
-        };
-        Console source(1);
-        Console target(2);
-        EXPECT_FALSE(copy(nullptr, &source, kWhole));
-        EXPECT_FALSE(copy(&target, nullptr, kWhole));
-        for (int changed = 0; changed < 8; ++changed) {
-            std::int32_t other[8] = {0, 0, 3, 2, 0, 0, 3, 2};
-            ++other[changed];
-            EXPECT_FALSE(copy(&target, &source, other)) << changed;
+        for (const auto &[width, height] : {std::pair(0, 2), {3, 0}, {3, -1}, {-1, 2}, {INT32_MIN, INT32_MIN}}) {
+            Console from(1);
+            Console to(2);
+            from.record.width = to.record.width = width;
+            from.record.height = to.record.height = height;
+            from.rows[0] = to.rows[0] = nullptr;
+            EXPECT_TRUE(Copy(&to, &from)) << width << " x " << height << ", which has no row to read";
+            EXPECT_EQ(to.pixels, target.pixels);
         }
-        EXPECT_EQ(target.pixels, std::vector<std::uint32_t>(6, 2));
-        EXPECT_TRUE(copy(&target, &source, kWhole));
-        EXPECT_EQ(target.pixels, source.pixels);
-    });
-}
-
-TEST(OwnCopy, ReadsNoRowOfPicturesWithoutPixels) {
-    InFreshProcess([] {
-        OfferLocks();
-        constexpr struct {
-            std::int32_t width, height;
-        } kSizes[] = {{0, 2}, {3, 0}, {3, -1}, {-1, 2}, {INT32_MIN, INT32_MIN}};
-        for (const auto &[width, height] : kSizes) {
-            Console source(1);
-            Console target(2);
-            source.record.width = target.record.width = width;
-            source.record.height = target.record.height = height;
-            source.rows[0] = target.rows[0] = nullptr;
-            EXPECT_TRUE(OwnCopy(&target, &source, 0, 0, 3, 2, 0, 0, 3, 2)) << width << " x " << height;
-            EXPECT_EQ(target.pixels, std::vector<std::uint32_t>(6, 2));
-        }
-    });
-}
-
-TEST(Drawing, WithoutSurfaceOrSourceIsLeftToTheCopy) {
-    InFreshProcess([] {
-        OfferLocks();
-        Console source(1);
-        Console target(2);
         REALgraphicsStruct surface;
-        EXPECT_TRUE(GraphicsDrawPicture(nullptr, &target, &source, 0, 0, 3, 2, 0, 0, 3, 2));
-        EXPECT_EQ(target.pixels, source.pixels);
         EXPECT_FALSE(GraphicsDrawPicture(&surface, &target, nullptr, 0, 0, 3, 2, 0, 0, 3, 2));
+        EXPECT_NE(target.pixels, source.pixels);
+        EXPECT_TRUE(GraphicsDrawPicture(nullptr, &target, &source, 0, 0, 3, 2, 0, 0, 3, 2)) << "left to the copy";
+        EXPECT_EQ(target.pixels, source.pixels);
     });
 }
 
@@ -140,31 +111,25 @@ TEST(Opening, RefusesConsoleRowsThatAreTooLong) {
     });
 }
 
-TEST(Helpers, TakeNothingForNothing) {
-    InFreshProcess([] {
-        EXPECT_EQ(GetPictureWidth(nullptr), 0);
-        EXPECT_EQ(ClonePicture(nullptr), nullptr);
-        PictureEditor closed = {};
-        EXPECT_EQ(RenderPictureWriter(closed), nullptr);
-        ClosePictureReader(closed);
-    });
-}
-
 /// What lies around the 32 bits of an answer is nobody's, and they have a sign.
-TEST(Helpers, ReadSizesOf32Bits) {
+TEST(Helpers, ReadSizesOf32BitsAndTakeNothingForNothing) {
     InFreshProcess([] {
         static std::int32_t answer;
-        Offer(
-            "REALGetPropValueInt", +[](REALobjectStruct *, const char *, std::int32_t *value) {
-                *value = answer;
-                return static_cast<unsigned char>(1);
-            });
+        Offer("REALGetPropValueInt", [](REALobjectStruct *, const char *, std::int32_t *value) {
+            *value = answer;
+            return static_cast<unsigned char>(1);
+        });
         REALpictureStruct picture;
         for (const std::int32_t size : {1, 0x102, 0x10003, INT32_MAX, -1, INT32_MIN}) {
             answer = size;
             EXPECT_EQ(std::int64_t{GetPictureWidth(&picture)}, size);
             EXPECT_EQ(std::int64_t{GetPictureHeight(&picture)}, size);
         }
+        EXPECT_EQ(GetPictureWidth(nullptr), 0);
+        EXPECT_EQ(ClonePicture(nullptr), nullptr);
+        PictureEditor closed = {};
+        EXPECT_EQ(RenderPictureWriter(closed), nullptr);
+        ClosePictureReader(closed);
     });
 }
 
