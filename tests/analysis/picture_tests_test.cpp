@@ -23,34 +23,32 @@ Picture NearlyPlain(Random &random, int width, int height) {
 }
 
 TEST_P(EveryPictureTest, IsExact) {
-    for (const auto &[width, height] : OddSizes()) {
+    ForEachSize([&](const Picture &noise, const Ref &colorful) {
         for (int round = 0; round < 4; ++round) {
-            const Picture picture = NearlyPlain(random, width, height);
-            const Rectangle area = round % 2 == 0 ? Rectangle{} : AnyRectangle(random, width, height);
+            const Picture picture = NearlyPlain(random, noise.width, noise.height);
+            const Rectangle area = AnyRectangle(random, noise.width, noise.height);
             const int tolerance = AnyInteger(random, 6);
             const Ref tested = MakeAnyhow(picture);
-            SCOPED_TRACE(fmt::format("{} x {}, area {} {} {} {}, tolerance {}", width, height, area.left, area.top,
-                                     area.width, area.height, tolerance));
-            const auto answer = [&](const char *method, std::vector<Value> arguments) {
-                arguments.insert(arguments.end(), {area.left, area.top, area.width, area.height});
+            SCOPED_TRACE(
+                fmt::format("area {} {} {} {}, tolerance {}", area.left, area.top, area.width, area.height, tolerance));
+            const auto answer = [&](const char *method, std::vector<Value> arguments, bool inArea) {
+                if (inArea)
+                    arguments.insert(arguments.end(), {area.left, area.top, area.width, area.height});
                 return host.CallWith(tested, method, arguments).value.AsBoolean();
             };
-            EXPECT_EQ(answer("isWhiteKVT", {}), IsWhite(picture, area));
-            EXPECT_EQ(answer("isBlackKVT", {}), IsBlack(picture, area));
-            EXPECT_EQ(answer("isGrayKVT", {tolerance}), IsGray(picture, tolerance, area));
-            EXPECT_EQ(host.Call(tested, "isWhiteKVT").value.AsBoolean(), IsWhite(picture, {}));
-            EXPECT_EQ(host.Call(tested, "isBlackKVT").value.AsBoolean(), IsBlack(picture, {}));
-            EXPECT_EQ(host.Call(tested, "isGrayKVT").value.AsBoolean(), IsGray(picture, 0, {}));
-            EXPECT_EQ(host.Call(tested, "isGrayKVT", tolerance).value.AsBoolean(), IsGray(picture, tolerance, {}));
-
-            const Picture noise = Noise(width, height, random.Next());
-            const int threshold = AnyInteger(random, 260);
-            const Ref colorful = MakeAnyhow(noise);
-            EXPECT_EQ(host.Call(colorful, "ColornessKVT", threshold).value.AsDouble(), Colorness(noise, threshold))
-                << "threshold " << threshold;
-            EXPECT_EQ(host.Call(colorful, "ColornessKVT").value.AsDouble(), Colorness(noise, 10));
+            for (const bool inArea : {false, true}) {
+                const Rectangle part = inArea ? area : Rectangle{};
+                EXPECT_EQ(answer("isWhiteKVT", {}, inArea), IsWhite(picture, part));
+                EXPECT_EQ(answer("isBlackKVT", {}, inArea), IsBlack(picture, part));
+                EXPECT_EQ(answer("isGrayKVT", {tolerance}, inArea), IsGray(picture, tolerance, part));
+            }
+            EXPECT_EQ(answer("isGrayKVT", {}, false), IsGray(picture, 0, {}));
         }
-    }
+        const int threshold = AnyInteger(random, 260);
+        EXPECT_EQ(host.Call(colorful, "ColornessKVT", threshold).value.AsDouble(), Colorness(noise, threshold))
+            << "threshold " << threshold;
+        EXPECT_EQ(host.Call(colorful, "ColornessKVT").value.AsDouble(), Colorness(noise, 10));
+    });
 }
 
 /// One color a row, in rows that are long enough for every vector.
@@ -100,15 +98,9 @@ TEST(PictureTests, EndAtTheFirstPixelThatFails) {
 TEST(PictureTests, OfWhatHasNoPixels) {
     TestHost host;
     const Value empty = host.Make({.width = 0, .height = 3});
-    const Value unreadable = host.Make({.bitsPerPixel = 24});
-    for (const char *method : {"isWhiteKVT", "isBlackKVT", "isGrayKVT"}) {
+    for (const char *method : {"isWhiteKVT", "isBlackKVT", "isGrayKVT"})
         EXPECT_TRUE(host.Call(empty, method).value.AsBoolean());
-        EXPECT_FALSE(host.Call(unreadable, method).value.AsBoolean());
-        EXPECT_FALSE(host.Call(nullptr, method).value.AsBoolean());
-    }
     EXPECT_TRUE(std::isnan(host.Call(empty, "ColornessKVT").value.AsDouble()));
-    EXPECT_EQ(host.Call(unreadable, "ColornessKVT").value.AsDouble(), 0.0);
-    EXPECT_EQ(host.Call(nullptr, "ColornessKVT").value.AsDouble(), 0.0);
 }
 
 } // namespace

@@ -11,19 +11,17 @@ using standin::Value;
 using EveryEmbeddedMask = EveryWay;
 
 TEST_P(EveryEmbeddedMask, IsReadAndAssignedExactly) {
-    for (const auto &[width, height] : OddSizes()) {
+    ForEachSize([&](const Picture &colors, const Ref &picture) {
         const bool swap = random.Below(2) == 0;
-        SCOPED_TRACE(fmt::format("{} x {}, swap {}", width, height, swap));
-        const Ref picture = MakeAnyhow(Noise(width, height, random.Next()));
+        SCOPED_TRACE(swap);
         const StoredPicture before = WordsOf(picture.picture());
-
         const auto read = host.Call(picture, "EmbeddedMaskKVT", swap);
         EXPECT_PICTURE(read, EmbeddedMask(before, swap));
         EXPECT_FALSE(read.picture().description.hasAlphaChannel);
 
         // Smaller, as large and larger masks, some of them in the layout of new pictures.
-        const Picture mask = Noise(std::max(1, width + random.Between(-1, 1)),
-                                   std::max(1, height + random.Between(-1, 1)), random.Next());
+        const Picture mask = Noise(std::max(1, colors.width + random.Between(-1, 1)),
+                                   std::max(1, colors.height + random.Between(-1, 1)), random.Next());
         const Ref assigned = random.Below(2) == 0 ? MakeAnyhow(mask) : MakePicture(host, mask);
         host.MayChange(picture);
         host.Assign(picture, "EmbeddedMaskKVT", {swap}, assigned);
@@ -33,7 +31,7 @@ TEST_P(EveryEmbeddedMask, IsReadAndAssignedExactly) {
         host.MayChange(picture);
         host.Assign(picture, "EmbeddedMaskKVT", {swap}, picture);
         EXPECT_PICTURE(picture.picture(), SetEmbeddedMask(now, swap, Load(now))) << "its own reds";
-    }
+    });
 }
 
 IN_EVERY_WAY(EveryEmbeddedMask);

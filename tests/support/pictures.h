@@ -130,6 +130,20 @@ inline void SetBounds(standin::Host &host, const standin::Ref &instance, expecte
     host.Set(instance, "MaxY", bounds.maxY);
 }
 
+struct Size {
+    int width;
+    int height;
+};
+
+/// Thin ones, and widths around every number of pixels that a loop may take at once.
+inline std::vector<Size> OddSizes() {
+    std::vector<Size> sizes = {{1, 1}, {2, 1}, {1, 50}, {600, 2}};
+    for (const int width : {4, 8, 16, 32, 48, 64, 96, 128, 192})
+        for (const int odd : {width - 1, width, width + 1})
+            sizes.push_back({odd, 1 + odd % 3});
+    return sizes;
+}
+
 /// One kind of host and one level to run the module at.
 struct Way {
     const char *name;
@@ -190,6 +204,16 @@ class EveryWay : public testing::TestWithParam<Way> {
     standin::Ref MakeAnyhow(const expected::Picture &picture) {
         return Make(picture, {.alphaChannel = random.Below(2) == 0, .padding = random.Below(2) * random.Below(4) * 4});
     }
+    /// Hands noise of every size, and a host's picture of it, to `use`.
+    template <class Use> void ForEachSize(Use use) {
+        for (const auto &[width, height] : OddSizes()) {
+            SCOPED_TRACE(fmt::format("{} x {}", width, height));
+            const expected::Picture picture = expected::Noise(width, height, random.Next());
+            use(picture, MakeAnyhow(picture));
+            if (HasFatalFailure())
+                return;
+        }
+    }
     expected::Layout NewLayout() const {
         return expected::LayoutOf(GetParam().newAlphaInfo == 0 ? 8 : static_cast<int>(GetParam().newAlphaInfo));
     }
@@ -216,20 +240,6 @@ class EveryWay : public testing::TestWithParam<Way> {
     INSTANTIATE_TEST_SUITE_P(, Suite, testing::ValuesIn(EveryLayoutAndLevel()), [](const auto &way) {                  \
         return std::string(way.param.name) + kLevelNames[way.param.level];                                             \
     })
-
-struct Size {
-    int width;
-    int height;
-};
-
-/// Thin ones, and widths around every number of pixels that a loop may take at once.
-inline std::vector<Size> OddSizes() {
-    std::vector<Size> sizes = {{1, 1}, {2, 1}, {1, 50}, {600, 2}};
-    for (const int width : {4, 8, 16, 32, 48, 64, 96, 128, 192})
-        for (const int odd : {width - 1, width, width + 1})
-            sizes.push_back({odd, 1 + odd % 3});
-    return sizes;
-}
 
 /// A call of an operation that makes a new picture from one.
 struct Trial {
@@ -258,11 +268,9 @@ inline std::string TextOf(const std::vector<standin::Value> &arguments) {
 class EveryOperation : public EveryWay {
   protected:
     void Expect(const Operation &operation) {
-        for (const auto &[width, height] : OddSizes()) {
-            const expected::Picture picture = expected::Noise(width, height, random.Next());
-            const standin::Ref source = MakeAnyhow(picture);
+        ForEachSize([&](const expected::Picture &picture, const standin::Ref &source) {
             Trial trial = operation.any(random, picture);
-            SCOPED_TRACE(fmt::format("{} x {}: {}{}", width, height, operation.method, TextOf(trial.arguments)));
+            SCOPED_TRACE(operation.method + TextOf(trial.arguments));
             if (operation.global)
                 trial.arguments.insert(trial.arguments.begin(), source);
             const standin::Result result = operation.global ? host.CallGlobalWith(operation.method, trial.arguments)
@@ -270,7 +278,7 @@ class EveryOperation : public EveryWay {
             ASSERT_TRUE(Shows(result, trial.wanted(picture, FreshLike(picture))));
             EXPECT_EQ(result.picture().description.hasAlphaChannel,
                       source.picture().description.hasAlphaChannel && operation.keepsAlphaChannel);
-        }
+        });
         SCOPED_TRACE(operation.method);
         highestLevels = {operation.highestLevel};
         ExpectLevel();
