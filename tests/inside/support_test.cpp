@@ -171,10 +171,10 @@ TEST(BuildString, KeepsBytesDeclaresTheirEncodingAndConvertsWideOnes) {
         for (const int length : {1, 3, 4, 7, 799, 800, 4001}) {
             SCOPED_TRACE(length);
             const auto units = static_cast<std::size_t>(length / 4);
-            const std::vector<std::uint32_t> text(units + 1, 0xDEAD0000u + 'x');
+            const std::vector<std::uint32_t> text(units + 1, 0xDEAD00E9u);
             std::string narrow;
             for (std::size_t unit = 0; unit < units; ++unit)
-                narrow += std::string("x\0", 2);
+                narrow += std::string("\xE9\0", 2);
             expectBuilt(text.data(), length, kEncodingUtf32, '<' + narrow + '>', kEncodingUtf8);
             EXPECT_EQ(fake::log.back(), "the last of " + narrow) << "what was built for the conversion";
         }

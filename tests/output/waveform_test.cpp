@@ -27,29 +27,24 @@ void ExpectWaveform(TestHost &host, const std::vector<unsigned char> &bytes, con
     ASSERT_EQ(!result.value.IsNil(), wanted.made);
     if (!wanted.made)
         return;
-    std::vector<standin::DrawnLine> lines;
-    for (const Segment &segment : wanted.segments)
-        lines.push_back({static_cast<int>(segment.x0), static_cast<int>(segment.y0), static_cast<int>(segment.x1),
-                         static_cast<int>(segment.y1), with.outlineWidth, with.outlineWidth,
-                         with.outlineColor & 0xFFFFFF});
-    const auto &drawnLines = result.picture().lines;
-    ASSERT_EQ(drawnLines.size(), lines.size());
-    EXPECT_TRUE(drawnLines == lines) << "the first that differs is number "
-                                     << std::mismatch(lines.begin(), lines.end(), drawnLines.begin()).first -
-                                            lines.begin();
     EXPECT_FALSE(result.picture().description.hasAlphaChannel);
-    if (lines.empty()) {
-        EXPECT_PICTURE(result.picture(), wanted.picture);
-        return;
-    }
     const Ref drawn = MakePicture(host, wanted.picture, {.opaque = true});
     standin::Graphics pen;
     pen.picture = &drawn.picture();
     pen.penWidth = pen.penHeight = with.outlineWidth;
-    pen.foreColor = with.outlineColor;
-    for (const standin::DrawnLine &line : lines)
-        DrawLine(pen, line.x1, line.y1, line.x2, line.y2);
-    EXPECT_PICTURE(result.picture(), WordsOf(drawn.picture()));
+    pen.foreColor = with.outlineColor & 0xFFFFFF;
+    for (const auto &[x0, y0, x1, y1] : wanted.segments)
+        DrawLine(pen, static_cast<int>(x0), static_cast<int>(y0), static_cast<int>(x1), static_cast<int>(y1));
+    const auto &lines = result.picture().lines;
+    const auto &wantedLines = drawn.picture().lines;
+    ASSERT_EQ(lines.size(), wantedLines.size());
+    EXPECT_TRUE(lines == wantedLines) << "the first that differs is number "
+                                      << std::mismatch(lines.begin(), lines.end(), wantedLines.begin()).first -
+                                             lines.begin();
+    if (lines.empty())
+        EXPECT_PICTURE(result.picture(), wanted.picture);
+    else
+        EXPECT_PICTURE(result.picture(), WordsOf(drawn.picture()));
 }
 
 const struct {

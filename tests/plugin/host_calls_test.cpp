@@ -252,6 +252,7 @@ const struct {
 
     {"two pictures", {}, {nullptr, "MergePictureKVT", {"a", "b"}}, "new picture",
      "open a; open b; yield; close b; close a"},
+    {"two pictures, one of them nil", {}, {nullptr, "MergePictureKVT", {"a", nullptr}}, "nil", ""},
     {"a channel", {}, {"p", "ReplaceRedChannelKVT", {"channel"}}, "new picture",
      "open p; open channel; yield; close channel; close p"},
     {"a nil channel", {}, {"p", "ReplaceBlueChannelKVT", {nullptr}}, "nil", "raise 27"},
