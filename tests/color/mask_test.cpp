@@ -1,5 +1,4 @@
 #include "expected/color.h"
-#include "expected/rectangle_mask.h"
 #include "support/pictures.h"
 
 namespace {

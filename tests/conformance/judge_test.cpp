@@ -28,6 +28,12 @@ constexpr bool kIsSanitized = false;
 constexpr const char *kSegmentFault = "crashed with SIGSEGV (Segmentation fault)";
 #endif
 
+const Rule &RuleOf(std::string_view name) {
+    return *std::find_if(Rules().begin(), Rules().end(), [&](const Rule &rule) { return rule.name == name; });
+}
+
+std::string FindingsOf(const Account &account) { return fmt::format("{}", fmt::join(account.findings, "\n")); }
+
 /// KVT_SWEEP asks for another one than the sample. The address sanitizer takes less.
 Extent AskedExtent() {
     constexpr std::string_view kNames[] = {"quick", "quarter", "sample", "full"};
@@ -71,7 +77,7 @@ TEST(Judge, FindsNoFaultWhereThereIsNone) {
     for (const Rule &rule : Rules()) {
         const Account account = TryRule(rule, FaultyModule(), Extent::Quick, {});
         EXPECT_GT(account.steps, 0u);
-        const std::string findings = fmt::format("{}", fmt::join(account.findings, "\n"));
+        const std::string findings = FindingsOf(account);
         if (std::string_view(rule.name) != "file") {
             EXPECT_EQ(findings, "") << rule.name;
             continue;
@@ -167,15 +173,11 @@ constexpr struct {
 TEST(Judge, FindsEveryFault) {
     for (const auto &row : kFaults) {
         const Faults faults(row.fault);
-        const auto rule = std::find_if(Rules().begin(), Rules().end(),
-                                       [&](const Rule &each) { return each.name == std::string(row.rule); });
-        ASSERT_NE(rule, Rules().end()) << row.rule;
-        const bool isShort = rule - Rules().begin() < 4; // there, more than the first finding tells
-        const Account account = TryRule(*rule, FaultyModule(), Extent::Sample, {.stopsAtFinding = !isShort});
-        EXPECT_TRUE(
-            std::any_of(account.findings.begin(), account.findings.end(),
-                        [&](const std::string &finding) { return finding.find(row.finding) != std::string::npos; }))
-            << row.fault << ", " << row.rule << ": " << testing::PrintToString(account.findings);
+        const Rule &rule = RuleOf(row.rule);
+        const bool isShort = &rule - Rules().data() < 4; // there, more than the first finding tells
+        const Account account = TryRule(rule, FaultyModule(), Extent::Sample, {.stopsAtFinding = !isShort});
+        EXPECT_NE(FindingsOf(account).find(row.finding), std::string::npos)
+            << row.fault << ", " << row.rule << ": " << FindingsOf(account);
     }
 }
 
@@ -214,16 +216,14 @@ TEST(Judge, ReachesEverythingThatCanGoWrong) {
 TEST(Judge, TellsOfInitialisers) {
     const std::string folder = std::filesystem::path(FaultyModule()).parent_path().string();
     const Account account = TryRule(Rules()[0], folder + "/libkvtplatform.so", Extent::Quick, {});
-    const std::string findings = fmt::format("{}", fmt::join(account.findings, "\n"));
+    const std::string findings = FindingsOf(account);
     EXPECT_NE(findings.find("initialiser(s) of its own when it is loaded"), std::string::npos) << findings;
     EXPECT_NE(findings.find("exports no REALPluginMain"), std::string::npos) << findings;
 }
 
 TEST(Isolated, EndsWhatHangs) {
     const Faults faults("Hang");
-    const auto rule = std::find_if(Rules().begin(), Rules().end(),
-                                   [](const Rule &each) { return each.name == std::string("references"); });
-    const Account account = TryRule(*rule, FaultyModule(), Extent::Quick, {.patience = 500ms});
+    const Account account = TryRule(RuleOf("references"), FaultyModule(), Extent::Quick, {.patience = 500ms});
     ASSERT_EQ(account.findings.size(), 1u);
     EXPECT_TRUE(account.findings[0].starts_with("hung, and was ended after 0.5 s: Hang; 67 x 3 pixels"))
         << account.findings[0];

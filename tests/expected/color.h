@@ -64,4 +64,7 @@ struct ColorCube {
 
 Picture ThroughCube(const Picture &source, const ColorCube &cube, Bounds bounds, Picture before);
 
+/// Black where the boxes around colored areas of a rectangle lie, else white. Boxes grow side by side.
+Picture ColorRectangleMask(const Picture &picture, Rectangle rectangle);
+
 } // namespace expected

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <limits>
+#include <ostream>
 #include <vector>
 
 namespace expected {
@@ -27,6 +28,20 @@ struct Picture {
     }
     bool operator==(const Picture &) const = default;
 };
+
+// What a failed comparison shows.
+
+inline void PrintTo(const Rgb &pixel, std::ostream *out) {
+    *out << '(' << pixel.red << ", " << pixel.green << ", " << pixel.blue << ')';
+}
+
+inline void PrintTo(const Picture &picture, std::ostream *out) {
+    *out << picture.width << " x " << picture.height;
+    if (!picture.pixels.empty()) {
+        *out << " beginning with ";
+        PrintTo(picture.pixels.front(), out);
+    }
+}
 
 /// Limits to 0..255.
 inline int Limit(long long value) {

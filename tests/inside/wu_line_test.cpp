@@ -1,6 +1,5 @@
 #include "output/wu_line.h"
 
-#include "expected/print.h"
 #include "expected/waveform.h"
 #include "inside/plain_picture.h"
 

@@ -26,7 +26,6 @@ const struct {
     {"one row more", 1, 32768, false, 2019.0, {}, 6, false, 0},
     {"no columns", 0, 3, false, 2019.0, {}, 6, false, 0},
     {"no rows", 5, 0, false, 2019.0, {}, 6, false, 0},
-    {"the host makes none", 5, 3, false, 2019.0, {{"newPicture"}}, 6, false, 0},
     {"the host fails", 5, 3, false, 2019.0, {{"newPicture", Fault::Fails, 1}}, 6, false, 1},
     {"one that cannot be opened", 5, 3, false, 2019.0, {}, 7, false, 1},
     {"one that cannot be locked", 5, 3, false, 2011.0, {{"REALLockPictureDescription", Fault::Fails, 2}}, 6, false, 1},
@@ -36,9 +35,6 @@ const struct {
     {"wider than without", 32768, 1, true, 2019.0, {}, 2, true, 1},
     {"no columns for an alpha channel", 0, 3, true, 2019.0, {}, 2, false, 0},
     {"no rows for one", 5, 0, true, 2019.0, {}, 2, false, 0},
-    {"no instances", 5, 3, true, 2019.0, {{"PluginNewInstance"}}, 2, false, 0},
-    {"no methods", 5, 3, true, 2019.0, {{"REALLoadObjectMethod"}}, 2, false, 1},
-    {"no constructor", 5, 3, true, 2019.0, {{"Picture.Constructor"}}, 2, false, 1},
     {"a constructor that does nothing", 5, 3, true, 2019.0, {{"Picture.Constructor", Fault::Fails, 1}}, 2, false, 1},
     {"an alpha channel that cannot be opened", 5, 3, true, 2019.0, {}, 3, false, 1},
 };

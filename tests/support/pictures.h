@@ -3,7 +3,6 @@
 #include "expected/area.h"
 #include "expected/layout.h"
 #include "expected/noise.h"
-#include "expected/print.h"
 #include "support/levels.h"
 #include "support/test_host.h"
 
