@@ -102,42 +102,24 @@ TEST_P(EveryWaveform, IsExact) {
 
 IN_EVERY_WAY(EveryWaveform);
 
+using Bytes = std::vector<unsigned char>;
+
 /// Written down: the rows of a column's bar.
 TEST(Waveform, OfPlainSignals) {
     const struct {
         const char *what;
-        std::vector<unsigned char> samples;
+        Bytes samples;
         WaveformArguments with;
         int column, top, bottom;
     } kBars[] = {
-        {"silence is the center row", std::vector<unsigned char>(2000, 0), {.bits = 15}, 999, 250, 250},
-        {"silence stays silence", std::vector<unsigned char>(30, 128), {.height = 9, .autoScale = true}, 29, 4, 4},
-        {"full scale", std::vector<unsigned char>(30, 127), {.height = 100, .bits = 7}, 7, 50, 99},
-        {"sums beyond 32 bits",
-         std::vector<unsigned char>(300000, 0),
-         {.width = 1, .height = 100, .bits = 16},
-         0,
-         0,
-         50},
+        {"silence is the center row", Bytes(2000, 0), {.bits = 15}, 999, 250, 250},
+        {"silence stays silence", Bytes(30, 128), {.height = 9, .autoScale = true}, 29, 4, 4},
+        {"full scale", Bytes(30, 127), {.height = 100, .bits = 7}, 7, 50, 99},
+        {"sums beyond 32 bits", Bytes(300000, 0), {.width = 1, .height = 100, .bits = 16}, 0, 0, 50},
         {"-4530 is 60 rows when its product is formed first", {0x4E, 0xEE}, {.height = 217, .bits = 15}, 0, 48, 108},
-        {"the scale is averaged as the levels are",
-         std::vector<unsigned char>(4, 25),
-         {.smooth = 23, .height = 127, .bits = 7},
-         3,
-         63,
-         113},
-        {"the average of a level alone may round to less",
-         {0xE1, 0xF9, 22},
-         {.smooth = 19, .height = 254, .bits = 7},
-         0,
-         2,
-         127},
-        {"every sample of a long column counts",
-         std::vector<unsigned char>(70000, 129),
-         {.width = 1, .height = 127, .bits = 8},
-         0,
-         63,
-         65},
+        {"scales are averaged as levels are", Bytes(4, 25), {.smooth = 23, .height = 127, .bits = 7}, 3, 63, 113},
+        {"an average may round to less", {0xE1, 0xF9, 22}, {.smooth = 19, .height = 254, .bits = 7}, 0, 2, 127},
+        {"every sample of a long column counts", Bytes(70000, 129), {.width = 1, .height = 127}, 0, 63, 65},
         {"the loudest reaches the edge", {0, 2, 254, 0}, {.height = 101, .bits = 7, .autoScale = true}, 1, 50, 100},
         {"50 - 50.5 is cut off to 0", {0, 2, 254, 0}, {.height = 101, .bits = 7, .autoScale = true}, 2, 0, 50},
     };
@@ -154,14 +136,13 @@ TEST(Waveform, OfPlainSignals) {
 /// Colors, kind of samples and scale as the declaration leaves them.
 TEST(Waveform, OfSilenceByDefault) {
     TestHost host;
-    const std::vector<unsigned char> silence(5, 128);
     Picture flat = Filled(5, 500, {0x88, 0xB5, 0xC4});
     Picture outlined = flat;
     for (int x = 0; x < 5; ++x) {
         flat.At(x, 250) = {0x27, 0x4C, 0x5A};
         outlined.At(x, 250) = {0x20, 0x3F, 0x4E};
     }
-    const Ref silent = host.MakeBlock(silence.size(), silence);
+    const Ref silent = host.MakeBlock(5, Bytes(5, 128));
     EXPECT_PICTURE(host.CallGlobal("RenderSamplesKVT", silent, 0, 1, 0, 0, 0), flat);
     EXPECT_PICTURE(host.CallGlobal("RenderSamplesKVT", silent, 0, 1, 0, 0, 1), outlined);
     const Result thick = host.CallGlobal("RenderSamplesKVT", silent, 3, 1, 0, 0, 5);
