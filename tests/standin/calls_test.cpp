@@ -6,15 +6,11 @@ namespace {
 using namespace standin;
 
 /// A host of the faulty module, with some of its methods.
-struct BadHost : Host {
-    explicit BadHost(HostDescription description = {}) : Host(WithModule(std::move(description))) {}
-
-  private:
-    static HostDescription WithModule(HostDescription description) {
-        setenv("KVT_FAULT", "Which Store Stored DoubleUnlock WrongKind", 1);
-        description.module = FaultyModule();
-        return description;
-    }
+class Calls : public testing::Test {
+  protected:
+    const Faults faults{"Which Store Stored DoubleUnlock WrongKind"};
+    TestHost host{{.module = FaultyModule()}};
+    const Ref picture = host.Make({.width = 5, .height = 3});
 };
 
 template <class Body> std::string MessageOf(Body body) {
@@ -26,9 +22,7 @@ template <class Body> std::string MessageOf(Body body) {
     return "nothing was wrong";
 }
 
-TEST(Objects, ThatAScriptStillHoldsAtTheEndAreNoticed) {
-    BadHost host;
-    const Ref picture = host.Make(kFiveByThree);
+TEST_F(Calls, LeaveToTheHostWhatAScriptStillHoldsAtTheEnd) {
     host.Finish();
     EXPECT_EQ(host.TakeViolations(),
               std::vector<std::string>{"picture #1 (5 x 3, first byte skipped) outlives the host"});
@@ -63,18 +57,14 @@ TEST(Numbers, AreReadInEveryNotation) {
         EXPECT_EQ(ParseNumber(row.text), row.value) << row.text;
 }
 
-TEST(Calls, ChooseTheFirstOverloadThatFits) {
-    BadHost host;
-    const Ref picture = host.Make(kFiveByThree);
+TEST_F(Calls, ChooseTheFirstOverloadThatFits) {
     EXPECT_EQ(host.Call(picture, "Which", 7).value.AsInteger(), 1);
     EXPECT_EQ(host.Call(picture, "which", 7.5).value.AsInteger(), 2);
     EXPECT_EQ(host.Call(picture, "WHICH", 7, false).value.AsInteger(), 2);
     EXPECT_EQ(host.Call(picture, "Which", std::int64_t{1} << 31).value.AsInteger(), 2);
 }
 
-TEST(Calls, GiveVariablesBackAndTakeAssignments) {
-    BadHost host;
-    const Ref picture = host.Make(kFiveByThree);
+TEST_F(Calls, GiveVariablesBackAndTakeAssignments) {
     const Result result = host.Call(picture, "Store", -5, 100, 0.0, true);
     ASSERT_EQ(result.byref.size(), 3u);
     EXPECT_EQ(result.byref[0].first, "i");
@@ -84,12 +74,9 @@ TEST(Calls, GiveVariablesBackAndTakeAssignments) {
     host.Assign(picture, "Stored", {3}, 0xFFFFFFFFu);
     EXPECT_EQ(host.Call(picture, "Stored", 2).value.AsInteger(), 0xFFFFFFFE) << "unsigned, and the index is left out";
     EXPECT_EQ(host.Call(picture, "Stored").value.AsInteger(), 0xFFFFFFFC);
-    EXPECT_EQ(host.TakeViolations(), std::vector<std::string>());
 }
 
-TEST(Calls, ThatDoNotFitSayWhy) {
-    BadHost host;
-    const Ref picture = host.Make(kFiveByThree);
+TEST_F(Calls, ThatDoNotFitSayWhy) {
     const Ref block = host.MakeBlock(4);
     const struct {
         const char *method;
@@ -116,7 +103,6 @@ TEST(Calls, ThatDoNotFitSayWhy) {
     EXPECT_EQ(MessageOf([&] { host.Assign(picture, "Stored", {1}, -1); }),
               "the assigned value is Color, not -1, which has too many bits");
     EXPECT_EQ(MessageOf([&] { host.New("Nowhere"); }), "no class is called \"Nowhere\"");
-    EXPECT_EQ(host.TakeViolations(), std::vector<std::string>()) << "nothing was called";
 }
 
 TEST(Modules, ThatCannotPlayTheirPartAreRefused) {
@@ -125,7 +111,7 @@ TEST(Modules, ThatCannotPlayTheirPartAreRefused) {
     const std::string beside = std::filesystem::path(FaultyModule()).parent_path().string();
     EXPECT_TRUE(load(beside + "/Frameworks/ApplicationServices.framework/ApplicationServices")
                     .ends_with("exports no REALPluginMain"));
-    const BadHost host;
+    const TestHost host({.module = FaultyModule()});
     EXPECT_EQ(load(""), "one host lives at a time");
     EXPECT_TRUE(
         MessageOf([] { ModuleFile{FaultyModule()}; }).ends_with(" is still loaded, so it would not start afresh"));

@@ -6,8 +6,6 @@
 #include <filesystem>
 #include <string>
 
-inline const standin::PictureDescription kFiveByThree = {.width = 5, .height = 3};
-
 inline std::string FaultyModule() {
     return (std::filesystem::path(standin::ModuleBesideProgram()).parent_path() / "faulty_module.so").string();
 }
