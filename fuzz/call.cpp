@@ -4,8 +4,8 @@
 
 namespace {
 
-void ExpectInside(const tools::Place &place, std::string_view text) {
-    if (place.at > text.size() || place.length > text.size() - place.at)
+void ExpectInside(std::string_view part, std::string_view text) {
+    if (part.data() && (part.data() < text.data() || part.data() + part.size() > text.data() + text.size()))
         __builtin_trap();
 }
 
@@ -16,17 +16,18 @@ void ExpectInside(const tools::Place &place, std::string_view text) {
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
     const std::string_view text(reinterpret_cast<const char *>(data), size);
     try {
-        for (const tools::Call &call : tools::ParseCalls(text, [](std::string_view name) { return name.size() > 2; })) {
+        for (const tools::Call &call : tools::ParseCalls(
+                 text, [](std::string_view name) { return std::string(name.size() > 2 ? "declared" : ""); })) {
             if (call.name.empty())
                 __builtin_trap();
-            ExpectInside(call.namePlace, call.text);
-            ExpectInside(call.memberPlace, call.text);
+            ExpectInside(call.name, call.text);
+            ExpectInside(call.member, call.text);
             for (const tools::Argument &argument : call.arguments) {
-                ExpectInside(argument.place, call.text);
-                ExpectInside(argument.namePlace, call.text);
+                ExpectInside(argument.written, call.text);
+                ExpectInside(argument.name, call.text);
             }
             if (call.assigned)
-                ExpectInside(call.assigned->place, call.text);
+                ExpectInside(call.assigned->written, call.text);
         }
     } catch (const tools::CallError &) {
     }

@@ -1,9 +1,7 @@
 #include "tools/apply.h"
 
 #include "tools/bound_call.h"
-#include "tools/nearest.h"
 #include "tools/picture_files.h"
-#include "tools/run_call.h"
 
 #include <algorithm>
 #include <chrono>
@@ -15,18 +13,10 @@
 namespace tools {
 namespace {
 
-using standin::Ref;
-using standin::Result;
-using standin::SameName;
-using standin::Type;
-using standin::Value;
+using namespace standin;
 
-/// What is to be saved once all went well.
-struct Harvest {
-    std::optional<Bytes> output;        ///< the last picture's file, or the bytes of the last call's string
-    std::map<std::string, Bytes> files; ///< content of blocks by path
-    bool hasFalse = false;              ///< among the results
-};
+/// Paths and what is to be written there, once all went well.
+using Files = std::map<std::string, Bytes>;
 
 Bytes Copy(std::span<const unsigned char> bytes) { return {bytes.begin(), bytes.end()}; }
 
@@ -40,27 +30,21 @@ Json JsonOf(const Value &value) {
     if (!value.Is<Ref>())
         return nullptr;
     const Ref &ref = value.AsRef();
-    if (ref.object()->kind == standin::Kind::Picture)
+    if (ref.object()->kind == Kind::Picture)
         return {{"width", ref.picture().width}, {"height", ref.picture().height}};
-    return {
-        {"bytes", ref.object()->kind == standin::Kind::String ? ref.text().bytes().size() : ref.block().memory.size()}};
+    return {{"bytes", ref.object()->kind == Kind::String ? ref.text().bytes().size() : ref.block().memory.size()}};
 }
 
-std::vector<SavedBlock> ParseSavedBlocks(const std::vector<std::string> &options, const std::vector<BoundCall> &calls) {
-    std::vector<SavedBlock> saved;
-    for (const std::string &option : options) {
-        saved.push_back(ParseSavedBlock(option));
-        std::vector<std::string_view> names;
-        for (const BoundCall &call : calls)
-            for (const standin::Parameter &parameter : call.method->declaration.parameters)
-                if (parameter.byref && parameter.type == Type::MemoryBlock)
-                    names.push_back(parameter.name);
-        const std::string &name = saved.back().name;
-        if (std::none_of(names.begin(), names.end(), [&](std::string_view known) { return SameName(known, name); }))
-            throw UserError(fmt::format("--save-block {}: no call has a byref memory block \"{}\"{}", option, name,
-                                        Suggestion(name, names)));
-    }
-    return saved;
+void CheckBlocks(const std::vector<SavedBlock> &blocks, const std::vector<BoundCall> &calls) {
+    std::vector<std::string_view> names;
+    for (const BoundCall &call : calls)
+        for (const Parameter &parameter : call.method->declaration.parameters)
+            if (parameter.byref && parameter.type == Type::MemoryBlock)
+                names.push_back(parameter.name);
+    for (const auto &[name, path] : blocks)
+        if (std::none_of(names.begin(), names.end(), [&](auto known) { return SameName(known, name); }))
+            throw UserError(fmt::format("--save-block {}={}: no call has a byref memory block \"{}\"{}", name, path,
+                                        name, Suggestion(name, names)));
 }
 
 std::string PicturePath(const ApplyRequest &request) {
@@ -102,11 +86,11 @@ bool LeavesPictureUnsaved(const std::string &output, const std::vector<BoundCall
 
 /// Notes what a call gave; of a picture, `picture` is it.
 void Tell(const BoundCall &call, const Result &result, const Ref &picture, ApplyReport &report) {
-    const standin::Declaration &declaration = call.method->declaration;
+    const Declaration &declaration = call.method->declaration;
     const auto tell = [&](const std::string &name, Type type, const Value &value) -> Json {
         if (type != Type::Picture)
             report.answers.emplace_back(name, Shown(value));
-        return {{"name", name}, {"type", standin::NameOf(type)}, {"value", JsonOf(value)}};
+        return {{"name", name}, {"type", NameOf(type)}, {"value", JsonOf(value)}};
     };
     Json value;
     if (call.YieldsPicture())
@@ -120,171 +104,138 @@ void Tell(const BoundCall &call, const Result &result, const Ref &picture, Apply
         byref.push_back(tell(name, parameter->type, variable));
     }
     const std::chrono::duration<double> time = result.time - result.timeInHost;
-    report.calls.push_back({{"call", call.text}, {"result", value}, {"byref", byref}, {"seconds", time.count()}});
+    report.json["calls"].push_back(
+        {{"call", call.call.text}, {"result", value}, {"byref", byref}, {"seconds", time.count()}});
 }
 
-/// What becomes of alpha on the way through a chain of calls to a picture that is saved.
-class AlphaWatch {
-  public:
-    explicit AlphaWatch(std::vector<std::string> &notes) : notes_(notes) {}
-
-    void After(const BoundCall &call, const Ref &before, const Ref &after) {
-        if (call.assigned)
-            masked_ = before;
-        const bool readsMask = call.method->record.setter && !call.assigned;
-        if (after == before || readsMask || !HasAlpha(before) || HasAlpha(after))
-            return;
-        notes_.push_back(fmt::format("{}: its picture is opaque; the alpha of the one before is lost", call.name));
-    }
-    /// A mask that was assigned is the alpha channel of what is saved, though the picture was opaque before.
-    void Complete(const Ref &last) const {
-        if (last && last == masked_)
-            AddAlphaChannel(last.picture());
-    }
-
-  private:
-    bool HasAlpha(const Ref &ref) const {
-        return ref && (ref.picture().description.hasAlphaChannel || ref == masked_) && !IsOpaque(ref.picture());
-    }
-    std::vector<std::string> &notes_;
-    Ref masked_;
-};
-
-/// The calls of a request, ready to run, and where their blocks go.
-struct Plan {
+/// The calls of a request, ready to run.
+std::vector<BoundCall> BindAll(Host &host, const ApplyRequest &request) {
     std::vector<BoundCall> calls;
-    std::vector<SavedBlock> savedBlocks;
-};
-
-Plan MakePlan(standin::Host &host, const ApplyRequest &request) {
-    Plan plan;
     bool hasPicture = request.input.has_value();
     for (const std::string &line : request.calls)
         for (BoundCall &call : BindLine(host, line, hasPicture))
-            plan.calls.push_back(std::move(call));
-    plan.savedBlocks = ParseSavedBlocks(request.savedBlocks, plan.calls);
-    CheckOutput(request, plan.calls, hasPicture);
-    return plan;
+            calls.push_back(std::move(call));
+    CheckBlocks(request.savedBlocks, calls);
+    CheckOutput(request, calls, hasPicture);
+    return calls;
 }
 
-Harvest RunAll(standin::Host &host, const ApplyRequest &request, ApplyReport &report) {
+Files RunAll(Host &host, const ApplyRequest &request, ApplyReport &report) {
     LoadedPicture input;
     if (request.input)
         input = ReadPicture(host, *request.input, request.addAlpha);
-    const Plan plan = MakePlan(host, request);
-    report.notes = std::move(input.notes);
-    for (const BoundCall &call : plan.calls)
-        report.notes.insert(report.notes.end(), call.notes.begin(), call.notes.end());
+    const std::vector<BoundCall> calls = BindAll(host, request);
+    const auto note = [&](const std::vector<std::string> &notes) {
+        for (const std::string &one : notes)
+            report.json["notes"].push_back(one);
+    };
+    note(input.notes);
+    for (const BoundCall &call : calls)
+        note(call.notes);
 
-    Harvest harvest;
+    Files files;
     Ref picture = std::move(input.picture);
+    Ref masked; // what a mask was assigned to: its alpha is saved, though the picture was opaque before
+    const auto hasAlpha = [&](const Ref &ref) {
+        return ref && (ref.picture().description.hasAlphaChannel || ref == masked) && !IsOpaque(ref.picture());
+    };
+    const bool savesPicture = !request.output.empty() && TakesPicture(request.output, calls);
     Value last;
-    const bool savesPicture = !request.output.empty() && TakesPicture(request.output, plan.calls);
-    AlphaWatch alpha(report.notes);
-    for (const BoundCall &call : plan.calls) {
+    for (const BoundCall &call : calls) {
         const Ref before = picture;
         const Result result = RunCall(host, call, picture);
         Tell(call, result, picture, report);
-        if (savesPicture)
-            alpha.After(call, before, picture);
+        if (call.assigned)
+            masked = before;
+        const bool readsMask = call.method->record.setter && !call.assigned;
+        if (savesPicture && picture != before && !readsMask && hasAlpha(before) && !hasAlpha(picture))
+            note({fmt::format("{}: its picture is opaque; the alpha of the one before is lost", call.name)});
         for (const auto &[name, value] : result.byref)
-            for (const SavedBlock &saved : plan.savedBlocks)
+            for (const SavedBlock &saved : request.savedBlocks)
                 if (SameName(saved.name, name) && value.Is<Ref>())
-                    harvest.files[saved.path] = Copy(AsBytes(value.AsRef().block()));
+                    files[saved.path] = Copy(AsBytes(value.AsRef().block()));
         last = result.value;
-        harvest.hasFalse = harvest.hasFalse || (last.Is<bool>() && !last.AsBoolean());
+        report.hasFalse = report.hasFalse || (last.Is<bool>() && !last.AsBoolean());
     }
-    if (LeavesPictureUnsaved(request.output, plan.calls))
+    if (LeavesPictureUnsaved(request.output, calls))
         report.unsaved = Shown(picture);
     if (savesPicture) {
-        alpha.Complete(picture);
+        if (picture == masked)
+            AddAlphaChannel(picture.picture());
         PictureFile file = FileOf(PicturePath(request), picture.picture(), input.tags, request.quality);
-        harvest.output = std::move(file.bytes);
-        report.notes.insert(report.notes.end(), file.notes.begin(), file.notes.end());
+        note(file.notes);
+        files[request.output] = std::move(file.bytes);
     } else if (!request.output.empty()) {
-        harvest.output = Copy(AsBytes(last.AsRef().text().bytes()));
+        files[request.output] = Copy(AsBytes(last.AsRef().text().bytes()));
     }
-    return harvest;
+    return files;
 }
 
-void Save(const Harvest &harvest, const ApplyRequest &request, ApplyReport &report) {
-    if (harvest.output)
-        WriteBytes(request.output, *harvest.output);
-    for (const auto &[path, bytes] : harvest.files)
+void Save(const Files &files, const ApplyRequest &request, Json &json) {
+    for (const auto &[path, bytes] : files)
         WriteBytes(path, bytes);
-    report.isSaved = true;
+    if (!request.output.empty())
+        json["output"] = request.output;
+    for (std::size_t i = 0; i < request.savedBlocks.size(); ++i)
+        json["blocks"][i]["output"] = request.savedBlocks[i].path;
 }
 
-void RunAndSave(const standin::HostDescription &description, const ApplyRequest &request, ApplyReport &report) {
-    standin::Host host(description);
-    std::optional<Harvest> harvest;
+void RunAndSave(const HostDescription &description, const ApplyRequest &request, ApplyReport &report) {
+    Host host(description);
+    std::optional<Files> files;
     try {
-        harvest = RunAll(host, request, report);
+        files = RunAll(host, request, report);
     } catch (const CallFailed &failed) {
-        report.error = failed.what();
-        report.raised = failed.raised;
+        report.json["error"] = failed.what();
+        if (failed.raised)
+            report.json["raised"] = {{"class", failed.raised->className}, {"message", failed.raised->message}};
     }
     host.Finish(); // by now nothing of the host's is held here any more: what is still out, the module kept
-    report.violations = host.TakeViolations();
-    report.outcome = !report.violations.empty() ? Violated : harvest ? Done : Failed;
+    const std::vector<std::string> violations = host.TakeViolations();
+    report.json["violations"] = violations;
+    report.outcome = !violations.empty() ? Violated : files ? Done : Failed;
     if (report.outcome == Done)
-        Save(*harvest, request, report);
-    if (report.outcome == Done && request.falseFails && harvest->hasFalse)
+        Save(*files, request, report.json);
+    if (report.outcome == Done && request.falseFails && report.hasFalse)
         report.outcome = Failed;
 }
 
 } // namespace
 
-ApplyReport Apply(const standin::HostDescription &host, const ApplyRequest &request) {
-    ApplyReport report;
+ApplyReport::ApplyReport(const ApplyRequest &request)
+    : json{{"input", nullptr}, {"output", nullptr}, {"blocks", Json::array()}, {"calls", Json::array()},
+           {"seconds", 0},     {"raised", nullptr}, {"notes", Json::array()},  {"violations", Json::array()},
+           {"error", nullptr}, {"status", nullptr}} {
+    if (request.input)
+        json["input"] = *request.input;
+    for (const SavedBlock &block : request.savedBlocks)
+        json["blocks"].push_back({{"name", block.name}, {"output", nullptr}});
+}
+
+ApplyReport Apply(const HostDescription &host, const ApplyRequest &request) {
+    ApplyReport report(request);
     const auto start = std::chrono::steady_clock::now();
+    const auto fail = [&](Outcome outcome, const char *why) {
+        report.outcome = outcome;
+        report.json["error"] = why;
+    };
     try {
         RunAndSave(host, request, report);
     } catch (const WriteFailed &error) {
-        report.error = error.what();
-        report.outcome = Failed;
+        fail(Failed, error.what());
     } catch (const std::bad_alloc &) {
-        report.error = "there is not enough memory";
+        fail(Wrong, "there is not enough memory");
     } catch (const std::exception &error) {
-        report.error = error.what();
-        report.outcome = Wrong;
+        fail(Wrong, error.what());
     }
-    report.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+    report.json["seconds"] = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+    report.json["status"] = static_cast<int>(report.outcome);
     return report;
 }
 
-Json JsonOf(const ApplyRequest &request, const ApplyReport &report) {
-    const auto orNull = [](bool holds, Json value) { return holds ? std::move(value) : Json(); };
-    Json blocks = Json::array();
-    for (const std::string &option : request.savedBlocks) {
-        const SavedBlock block = ParseSavedBlock(option);
-        blocks.push_back({{"name", block.name}, {"output", orNull(report.isSaved, block.path)}});
-    }
-    Json raised;
-    if (report.raised)
-        raised = {{"class", report.raised->className}, {"message", report.raised->message}};
-    return {{"input", orNull(request.input.has_value(), request.input.value_or(""))},
-            {"output", orNull(report.isSaved && !request.output.empty(), request.output)},
-            {"blocks", blocks},
-            {"calls", report.calls},
-            {"seconds", report.seconds},
-            {"raised", raised},
-            {"notes", report.notes},
-            {"violations", report.violations},
-            {"error", orNull(!report.error.empty(), report.error)},
-            {"status", static_cast<int>(report.outcome)}};
-}
-
-bool CheckCalls(const standin::HostDescription &description, const ApplyRequest &request) {
-    standin::Host host(description);
-    return LeavesPictureUnsaved(request.output, MakePlan(host, request).calls);
-}
-
-SavedBlock ParseSavedBlock(const std::string &option) {
-    const std::size_t sign = option.find('=');
-    if (sign == option.npos || sign == 0 || sign + 1 == option.size())
-        throw UserError(fmt::format("--save-block {}: expected NAME=FILE", option));
-    return {option.substr(0, sign), option.substr(sign + 1)};
+bool CheckCalls(const HostDescription &description, const ApplyRequest &request) {
+    Host host(description);
+    return LeavesPictureUnsaved(request.output, BindAll(host, request));
 }
 
 } // namespace tools

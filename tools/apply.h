@@ -2,40 +2,39 @@
 
 #include "standin/host.h"
 #include "tools/files.h"
-#include "tools/json.h"
+#include "tools/messages.h"
 
 #include <nlohmann/json.hpp>
-#include <optional>
-#include <string>
-#include <utility>
-#include <vector>
 
 namespace tools {
+
+/// Where what a call leaves in its `byref` memory block of that name goes.
+struct SavedBlock {
+    std::string name;
+    std::string path;
+};
 
 /// Paths may be the standard streams.
 struct ApplyRequest {
     std::optional<std::string> input; ///< none: the first call makes the picture
     std::vector<std::string> calls;
-    std::string output;                   ///< empty: nothing is saved
-    std::string streamEnding = ".png";    ///< how a picture goes to standard output, and into a folder
-    std::vector<std::string> savedBlocks; ///< NAME=FILE, NAME a `byref` memory block of a call
-    int quality = 92;                     ///< of a JPEG or WebP file that is written
-    bool addAlpha = false;                ///< the input has an alpha channel even when its file has no alpha
-    bool falseFails = false;              ///< a call whose boolean result is false makes the outcome Failed
+    std::string output;                ///< empty: nothing is saved
+    std::string streamEnding = ".png"; ///< how a picture goes to standard output, and into a folder
+    std::vector<SavedBlock> savedBlocks;
+    int quality = 92;        ///< of a JPEG or WebP file that is written
+    bool addAlpha = false;   ///< the input has an alpha channel even when its file has no alpha
+    bool falseFails = false; ///< a call whose boolean result is false makes the outcome Failed
 };
 
 /// What came of a request.
 struct ApplyReport {
+    explicit ApplyReport(const ApplyRequest &request); ///< as of one that came to nothing
+
     Outcome outcome = Wrong;
+    Json json; ///< what --json prints: paths where something was saved, calls, losses, errors, times
     std::vector<std::pair<std::string, std::string>> answers; ///< results that are no pictures: name and value
-    Json calls = Json::array();                               ///< those that gave what they are there for
-    std::string unsaved;            ///< the picture that the last call made and nothing takes; empty when there is none
-    bool isSaved = false;           ///< where the request says
-    std::vector<std::string> notes; ///< what of files is not in the pictures, and the other way around
-    std::optional<standin::RaisedException> raised;
-    std::string error; ///< why nothing was saved; empty when all went well
-    std::vector<std::string> violations;
-    double seconds = 0; ///< from reading the input to saving the end
+    std::string unsaved;   ///< the picture that the last call made and nothing takes; empty when there is none
+    bool hasFalse = false; ///< among the results
 };
 
 /// Runs the calls on a new host, each on the picture that the one before returned, and saves the end. All calls are
@@ -43,18 +42,34 @@ struct ApplyReport {
 /// request's: what is wrong with it stands in the report.
 ApplyReport Apply(const standin::HostDescription &host, const ApplyRequest &request);
 
-/// Request and report as one object.
-Json JsonOf(const ApplyRequest &request, const ApplyReport &report);
-
 /// Throws UserError for what is wrong with the calls themselves, whatever the input holds. Whether the last one makes a
 /// picture that nothing takes.
 bool CheckCalls(const standin::HostDescription &host, const ApplyRequest &request);
 
-/// NAME and FILE of NAME=FILE. Throws UserError.
-struct SavedBlock {
-    std::string name;
-    std::string path;
+/// What stands behind `kvt apply`, apart from options.
+struct Words {
+    std::vector<std::string> inputs;
+    std::vector<std::string> calls;
 };
-SavedBlock ParseSavedBlock(const std::string &option);
+
+/// Whether a word names an input: "-", a file or pipe that exists, or what has a picture's ending.
+bool LooksLikeInput(const std::string &word);
+
+/// Whether a path ends in a slash or is a folder.
+bool IsFolder(const std::string &path);
+
+/// The first words are inputs; from the first that is none on, all are calls. Throws UserError when no input stands
+/// there, or one stands among the calls, and shows the line that may have been meant.
+Words SplitWords(const std::vector<std::string> &words);
+
+/// A path with {name}, {dir} and {ext} filled in: the input's name without its ending, its folder, its ending without
+/// the dot. {{ stands for a brace. Standard input is called stdin, in the current folder, with the ending png. Throws
+/// UserError.
+std::string FillIn(std::string_view pattern, const std::string &input);
+
+/// One request an input, with its own places to write to; results go into a folder under the names of the inputs.
+/// Throws UserError when two would write to the same place, one to what is another's input, or one in a folder over its
+/// own.
+std::vector<ApplyRequest> PlanBatch(const ApplyRequest &pattern, const std::vector<std::string> &inputs);
 
 } // namespace tools

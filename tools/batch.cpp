@@ -1,7 +1,5 @@
-#include "tools/batch.h"
+#include "tools/apply.h"
 
-#include "tools/files.h"
-#include "tools/nearest.h"
 #include "tools/picture_files.h"
 
 #include <algorithm>
@@ -45,8 +43,8 @@ std::vector<std::string> Targets(const ApplyRequest &request) {
     std::vector<std::string> targets;
     if (!request.output.empty())
         targets.push_back(request.output);
-    for (const std::string &block : request.savedBlocks)
-        targets.push_back(ParseSavedBlock(block).path);
+    for (const SavedBlock &block : request.savedBlocks)
+        targets.push_back(block.path);
     return targets;
 }
 
@@ -88,30 +86,24 @@ bool LooksLikeInput(const std::string &word) {
 
 Words SplitWords(const std::vector<std::string> &words) {
     const auto firstCall = std::find_if_not(words.begin(), words.end(), LooksLikeInput);
-    const auto line = [&](const auto &pictures, const auto &calls, std::string_view output) {
-        std::string text = "kvt apply";
-        for (const auto *part : {&pictures, &calls})
-            for (const std::string &word : *part)
-                text += ' ' + Quoted(word);
-        return text + (output.empty() ? "" : fmt::format(" -o {}", output));
-    };
-    const std::vector<std::string> front(words.begin(), firstCall);
     const auto stray = std::find_if(firstCall, words.end(), LooksLikeInput);
+    Words split;
+    for (const std::string &word : words)
+        (LooksLikeInput(word) ? split.inputs : split.calls).push_back(word);
     if (stray != words.end()) {
-        std::vector<std::string> pictures = front;
-        std::vector<std::string> calls;
-        const bool isResult = !front.empty() && stray + 1 == words.end();
-        for (auto word = firstCall; word != words.end(); ++word)
-            if (!LooksLikeInput(*word))
-                calls.push_back(*word);
-            else if (!isResult)
-                pictures.push_back(*word);
+        const bool isResult = firstCall != words.begin() && stray + 1 == words.end();
+        if (isResult)
+            split.inputs.pop_back();
+        std::string line = "kvt apply";
+        for (const auto *part : {&split.inputs, &split.calls})
+            for (const std::string &word : *part)
+                line += ' ' + Quoted(word);
         throw UserError(fmt::format("\"{}\" stands behind \"{}\", which is read as a call; pictures come first, and -o "
-                                    "tells where the result goes:\n  {}",
-                                    *stray, *firstCall, line(pictures, calls, isResult ? Quoted(*stray) : "")));
+                                    "tells where the result goes:\n  {}{}",
+                                    *stray, *firstCall, line, isResult ? " -o " + Quoted(*stray) : ""));
     }
-    if (!front.empty())
-        return {front, {firstCall, words.end()}};
+    if (!split.inputs.empty())
+        return split;
     if (words.empty())
         throw UserError("apply needs a picture: kvt apply PICTURE... CALL...");
     if (std::error_code ignored; fs::is_directory(words[0], ignored))
@@ -150,8 +142,8 @@ std::vector<ApplyRequest> PlanBatch(const ApplyRequest &pattern, const std::vect
         ApplyRequest &request = requests.emplace_back(pattern);
         request.input = input;
         request.output = FillIn(output, input);
-        for (std::string &block : request.savedBlocks)
-            block = FillIn(block, input);
+        for (SavedBlock &block : request.savedBlocks)
+            block.path = FillIn(block.path, input);
         if (intoFolder && Canonical(request.output) == Canonical(input))
             throw UserError(fmt::format("-o {}: the result would replace {}; where that is meant, say -o {}",
                                         pattern.output, input, Quoted("{dir}/{name}.{ext}")));

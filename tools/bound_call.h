@@ -4,33 +4,21 @@
 #include "tools/call_parser.h"
 #include "tools/cube_file.h"
 
-#include <optional>
-#include <string>
-#include <utility>
-#include <variant>
-#include <vector>
-
 namespace tools {
 
-/// The current picture of a chain of calls, written `me`, which is known only when the call is made.
-struct CurrentPicture {
-    bool operator==(const CurrentPicture &) const = default;
-};
-
-/// A value that is at hand, or the current picture.
-using Slot = std::variant<standin::Value, CurrentPicture>;
+/// A value that is at hand; none: the current picture of the chain, written `me`, known only when the call is made.
+using Slot = std::optional<standin::Value>;
 
 /// A call that fits the interface, its files read and its values made. It holds references: it ends before its host.
 struct BoundCall {
     enum class Target { PictureMethod, GlobalMethod, Class };
 
+    Call call;
     Target target = Target::PictureMethod;
-    std::string text;                                  ///< as written
-    std::string name;                                  ///< as declared
-    const standin::RegisteredMethod *method = nullptr; ///< of a class: the member that is called
-    std::vector<Slot> arguments;                       ///< one for each parameter, left-out ones too
+    std::string name;                                    ///< as declared
+    const standin::RegisteredMethod *method = nullptr;   ///< of a class: the member that is called
+    std::vector<std::pair<std::string, Slot>> arguments; ///< by parameter, left-out ones too; of a class, properties
     std::optional<Slot> assigned;
-    std::vector<std::pair<std::string, Slot>> properties; ///< of a class's instance, in the order written
     std::optional<CubeTable> table;
     std::string hint; ///< what may be wrong when nothing comes of the call; empty when nothing is suspicious
     std::vector<std::string> notes; ///< what is lost of its picture files
@@ -39,12 +27,23 @@ struct BoundCall {
     bool YieldsString() const;
 };
 
-/// Finds the method or class that a call names and makes its values. `hasPicture` says whether there is a current
-/// picture at that point of the chain. Throws CallError, which shows what is declared under that name.
-BoundCall Bind(standin::Host &host, const Call &call, bool hasPicture);
-
-/// Parses a line first and binds its calls, each on what the one before yields. `hasPicture` says afterwards whether
-/// there is a picture at the line's end. Throws UserError, which shows the same.
+/// Reads a line of a script, which outlives its calls, and finds the methods and classes that its calls name, each to
+/// run on what the one before yields. `hasPicture` says whether there is a current picture, before the line and behind
+/// it. Throws UserError, which shows what is declared under the name that was written.
 std::vector<BoundCall> BindLine(standin::Host &host, std::string_view line, bool &hasPicture);
+
+/// A call that came to nothing: it returned nil or false, or raised an exception.
+struct CallFailed : std::runtime_error {
+    explicit CallFailed(const std::string &what, std::optional<standin::RaisedException> thrown = {})
+        : runtime_error(what), raised(std::move(thrown)) {}
+    std::optional<standin::RaisedException> raised;
+};
+
+/// Makes a call, of a class its run. `picture` is the current one, which serves as `me`; a picture that the call yields
+/// takes its place. Throws CallFailed, and leaves `picture` as it is.
+standin::Result RunCall(standin::Host &host, const BoundCall &call, standin::Ref &picture);
+
+/// "true", "0.25", "picture of 640 x 480", "string of 43 bytes", "nil"
+std::string Shown(const standin::Value &value);
 
 } // namespace tools

@@ -13,25 +13,22 @@ using standin::IsSpace;
 
 bool IsDelimiter(char c) { return c == ',' || c == '(' || c == ')' || c == '='; }
 
-/// Reads a call.
 class Reader : public standin::TextReader {
   public:
-    using TextReader::TextReader;
+    Reader(std::string_view line, const Declarations &declarations) : TextReader(line), declarations_(declarations) {}
 
     /// Says what was expected and quotes the word that stands there instead.
     [[noreturn]] void Fail(std::string_view expected) {
         SkipSpaces();
-        const std::size_t start = at();
         std::string_view found = TakeWhile([](char c) { return !IsSpace(c) && !IsDelimiter(c); });
         if (found.empty())
             found = rest().substr(0, 1);
-        throw CallError(found.empty() ? fmt::format("expected {} at the end", expected)
-                                      : fmt::format("expected {}, not \"{}\"", expected, found),
-                        text(), {start, found.size()});
+        FailAt(found, found.empty() ? fmt::format("expected {} at the end", expected)
+                                    : fmt::format("expected {}, not \"{}\"", expected, found));
     }
     /// Moves past names that are none of the interface, each before a dot or a sign of equality, and past "Dim x As
     /// Picture =" and "Var x =".
-    void SkipVariables(const IsDeclared &isDeclared) {
+    void SkipVariables() {
         for (std::size_t start = at();; start = at()) {
             const std::string_view name = Word();
             if (standin::SameName(name, "dim") || standin::SameName(name, "var")) {
@@ -41,17 +38,16 @@ class Reader : public standin::TextReader {
                 else
                     MoveTo(end);
             }
-            if (name.empty() || isDeclared(name) || !(Take('.') || Take('='))) {
+            if (name.empty() || IsDeclared(name) || !(Take('.') || Take('='))) {
                 MoveTo(start);
                 return;
             }
         }
     }
     /// A call whose text begins at `origin`. What is declared behind a dot is the next call.
-    Call OneCall(std::size_t origin, const IsDeclared &isDeclared) {
-        origin_ = origin;
+    Call OneCall(std::size_t origin) {
         Call call;
-        call.name = Name("the name of a method or class", call.namePlace);
+        call.name = name_ = Name("the name of a method or class");
         if (Take('(') && !Take(')')) {
             do {
                 call.arguments.push_back(Value());
@@ -60,68 +56,54 @@ class Reader : public standin::TextReader {
                 Fail("\",\" or \")\"");
         }
         const std::size_t end = at();
-        if (Take('.') && isDeclared && isDeclared(Word())) {
+        if (Take('.') && IsDeclared(Word()))
             MoveTo(end);
-        } else if (MoveTo(end); Take('.')) {
-            call.member = Name("the name of a member", call.memberPlace);
-        }
+        else if (MoveTo(end); Take('.'))
+            call.member = Name("the name of a member");
         if (Take('='))
             call.assigned = Value();
         call.text = text().substr(origin, at() - origin);
         return call;
     }
-    void ExpectEnd() {
-        if (!AtEnd())
-            Fail("the end");
-    }
 
   private:
-    Place From(std::size_t start) const { return {start - origin_, at() - start}; }
-    std::string Name(std::string_view expected, Place &place) {
+    [[noreturn]] void FailAt(std::string_view part, std::string_view message) const {
+        throw CallError(message, text(), part, declarations_(name_));
+    }
+    bool IsDeclared(std::string_view name) const { return !declarations_(name).empty(); }
+    std::string_view Name(std::string_view expected) {
         const std::string_view name = Word();
         if (name.empty())
             Fail(expected);
-        place = From(at() - name.size());
-        return std::string(name);
+        return name;
     }
     /// A value, and the name before it when there is one.
     Argument Value() {
         Argument argument;
-        argument.name = PropertyName(argument.namePlace);
         SkipSpaces();
-        const std::size_t start = at();
+        std::size_t start = at();
+        if (const std::string_view name = Word(); !name.empty() && Take('=')) {
+            argument.name = name;
+            SkipSpaces();
+            start = at();
+        }
+        MoveTo(start);
         if (Take('@'))
             argument.form = Argument::Form::FileBytes;
-        if (rest().starts_with('"')) {
-            if (argument.form == Argument::Form::Bare)
-                argument.form = Argument::Form::Quoted;
-            argument.text = Quoted();
-        } else {
-            argument.text = Bare();
-        }
-        argument.place = From(start);
+        else if (rest().starts_with('"'))
+            argument.form = Argument::Form::Quoted;
+        argument.text = rest().starts_with('"') ? Quoted() : Bare();
+        argument.written = text().substr(start, at() - start);
         return argument;
     }
-    /// The name before a sign of equality; empty, and nothing read, when none stands here.
-    std::string PropertyName(Place &place) {
-        const std::size_t start = at();
-        const std::string_view name = Word();
-        const std::size_t end = at();
-        if (name.empty() || !Take('=')) {
-            MoveTo(start);
-            return {};
-        }
-        place = {end - name.size() - origin_, name.size()};
-        return std::string(name);
-    }
     std::string Quoted() {
-        const std::size_t start = at();
+        const std::string_view whole = rest();
         std::string value;
         do {
             MoveTo(at() + 1); // the opening quote, or the second of two
             value += TakeWhile([](char c) { return c != '"'; });
             if (rest().empty())
-                throw CallError("a string has no closing double quote", text(), {start, text().size() - start});
+                FailAt(whole, "a string has no closing double quote");
             MoveTo(at() + 1);
             if (rest().starts_with('"'))
                 value += '"';
@@ -135,37 +117,26 @@ class Reader : public standin::TextReader {
         return std::string(word);
     }
 
-    std::size_t origin_ = 0; ///< of the call that is read
+    const Declarations &declarations_;
+    std::string_view name_; ///< of the call that is read, once that is known
 };
 
 } // namespace
 
-CallError::CallError(std::string_view message, std::string_view call, Place place, std::string_view note)
-    : UserError(fmt::format("{}\n  {}\n  {:>{}}{:^<{}}{}{}", message, call, "", place.at, "",
-                            std::max<std::size_t>(place.length, 1), note.empty() ? "" : "\n", note)) {}
+CallError::CallError(std::string_view message, std::string_view call, std::string_view part, std::string_view note)
+    : UserError(fmt::format("{}\n  {}\n  {:>{}}{:^<{}}{}{}", message, call, "", part.data() - call.data(), "",
+                            std::max<std::size_t>(part.size(), 1), note.empty() ? "" : "\n", note)) {}
 
-std::string_view NameAtStart(std::string_view text, const IsDeclared &isDeclared) {
-    Reader reader(text);
-    reader.SkipVariables(isDeclared);
-    return reader.Word();
-}
-
-std::vector<Call> ParseCalls(std::string_view text, const IsDeclared &isDeclared) {
+std::vector<Call> ParseCalls(std::string_view line, const Declarations &declarations) {
     std::vector<Call> calls;
-    Reader reader(text);
-    reader.SkipVariables(isDeclared);
+    Reader reader(line, declarations);
+    reader.SkipVariables();
     do {
-        calls.push_back(reader.OneCall(calls.empty() ? 0 : reader.at(), isDeclared));
+        calls.push_back(reader.OneCall(calls.empty() ? 0 : reader.at()));
     } while (reader.Take('.'));
-    reader.ExpectEnd();
+    if (!reader.AtEnd())
+        reader.Fail("the end");
     return calls;
-}
-
-Call ParseCall(std::string_view text) {
-    Reader reader(text);
-    Call call = reader.OneCall(0, {});
-    reader.ExpectEnd();
-    return call;
 }
 
 } // namespace tools

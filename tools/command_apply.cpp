@@ -1,9 +1,7 @@
-#include "tools/batch.h"
+#include "tools/apply.h"
 #include "tools/commands.h"
-#include "tools/host_options.h"
 #include "tools/picture_files.h"
 #include "tools/processes.h"
-#include "tools/terminal.h"
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
@@ -69,7 +67,8 @@ Exit status:
 struct ApplyOptions {
     HostOptions host;
     ApplyRequest request;
-    std::vector<std::string> words; ///< inputs and calls
+    std::vector<std::string> words;       ///< inputs and calls
+    std::vector<std::string> savedBlocks; ///< NAME=FILE
     std::string format = kHasCodecs ? "png" : "bmp";
     std::size_t jobs = std::max(1U, std::thread::hardware_concurrency());
     bool json = false;
@@ -83,7 +82,7 @@ struct ApplyOptions {
 bool WritesToStream(const ApplyRequest &request) {
     return request.output == kStandardStream ||
            std::any_of(request.savedBlocks.begin(), request.savedBlocks.end(),
-                       [](const std::string &option) { return ParseSavedBlock(option).path == kStandardStream; });
+                       [](const SavedBlock &block) { return block.path == kStandardStream; });
 }
 
 /// Reads what can be read but once, before processes would take it from each other. What cannot be read is told where
@@ -103,26 +102,27 @@ void Tell(const ApplyOptions &options, const ApplyRequest &request, const ApplyR
     const std::string prefix = isOneOfMany ? *request.input + ": " : "";
     std::FILE *stream = WritesToStream(request) ? stderr : stdout;
     if (options.json)
-        fmt::print("{}", JsonOf(request, report).dump(-1, ' ', false, Json::error_handler_t::replace));
+        fmt::print("{}", TextOf(report.json));
     else
         for (const auto &[name, value] : report.answers)
             fmt::print(stream, "{}\n", options.value ? value : fmt::format("{}{} = {}", prefix, name, value));
-    const auto tell = [&](std::string_view kind, const std::string &text) { // which may name the input itself
+    const auto tell = [&](std::string_view kind, const Json &told) { // which may name the input itself
+        const auto text = told.get<std::string>();
         PrintProblem(fmt::format("{}{}{}", text.starts_with(prefix) ? "" : prefix, kind, text));
     };
-    for (const std::string &note : report.notes)
+    for (const Json &note : report.json["notes"])
         if (!options.quiet)
             tell("", note);
-    for (const std::string &violation : report.violations)
+    for (const Json &violation : report.json["violations"])
         tell("violation: ", violation);
-    if (!report.error.empty())
-        tell("", report.error);
+    if (const Json &error = report.json["error"]; !error.is_null())
+        tell("", error);
 }
 
 Outcome RunOne(const ApplyOptions &options, const ApplyRequest &request, bool isOneOfMany) {
     const ApplyReport report = Apply(DescribeHost(options.host), request);
     Tell(options, request, report, isOneOfMany);
-    if (!isOneOfMany && options.MentionsUnsaved() && report.violations.empty() && !report.unsaved.empty())
+    if (!isOneOfMany && options.MentionsUnsaved() && report.outcome != Violated && !report.unsaved.empty())
         PrintProblem(fmt::format("the last call made a {}, which is not saved; -o FILE saves it", report.unsaved));
     return report.outcome;
 }
@@ -139,11 +139,12 @@ Outcome RunMany(const ApplyOptions &options, const std::vector<ApplyRequest> &re
         fmt::print(stderr, "{}", finished.messages);
         Outcome outcome = static_cast<Outcome>(finished.status);
         if (finished.status < Done || finished.status > Violated) {
-            ApplyReport report;
-            report.outcome = outcome = Violated;
-            report.error = finished.status < 0
-                               ? fmt::format("ended by signal {} ({})", -finished.status, strsignal(-finished.status))
-                               : fmt::format("ended with status {}", finished.status);
+            outcome = Violated;
+            ApplyReport report(requests[index]);
+            report.json["status"] = static_cast<int>(outcome);
+            report.json["error"] = finished.status < 0 ? fmt::format("ended by signal {} ({})", -finished.status,
+                                                                     strsignal(-finished.status))
+                                                       : fmt::format("ended with status {}", finished.status);
             Tell(options, requests[index], report, true);
         }
         static_cast<void>(std::fflush(stdout));
@@ -183,6 +184,12 @@ void CheckRequest(const ApplyOptions &options, bool hasOutput, bool hasInputs) {
 
 Outcome Run(ApplyOptions &options, const CLI::App &command, const std::vector<std::string> &inputs) {
     options.request.streamEnding = "." + options.format;
+    for (const std::string &option : options.savedBlocks) {
+        const std::size_t sign = option.find('=');
+        if (sign == option.npos || sign == 0 || sign + 1 == option.size())
+            throw UserError(fmt::format("--save-block {}: expected NAME=FILE", option));
+        options.request.savedBlocks.push_back({option.substr(0, sign), option.substr(sign + 1)});
+    }
     CheckRequest(options, command.count("--output") > 0, !inputs.empty());
     std::vector<ApplyRequest> requests = {options.request};
     if (!inputs.empty())
@@ -215,7 +222,7 @@ void AddCommonOptions(CLI::App &command, ApplyOptions &options) {
         ->check(CLI::Range(1, 100).description(""))
         ->capture_default_str();
     command
-        .add_option("--save-block", request.savedBlocks,
+        .add_option("--save-block", options.savedBlocks,
                     "save the memory block that a call left in its byref parameter NAME")
         ->type_name("NAME=FILE")
         ->allow_extra_args(false);

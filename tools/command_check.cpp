@@ -1,10 +1,7 @@
 #include "conformance/rules.h"
 #include "standin/elf_file.h"
 #include "tools/commands.h"
-#include "tools/files.h"
-#include "tools/json.h"
-#include "tools/nearest.h"
-#include "tools/terminal.h"
+#include "tools/messages.h"
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
@@ -15,6 +12,7 @@
 #include <fmt/format.h>
 #include <memory>
 #include <nlohmann/json.hpp>
+#include <set>
 #include <unistd.h>
 
 namespace tools {
@@ -24,7 +22,7 @@ using conformance::Account;
 using conformance::Rule;
 using conformance::Rules;
 
-constexpr const char *kExamples = R"(Each rule runs in a process of its own, so that a crash is a finding.
+constexpr const char *kCheckHelp = R"(Each rule runs in a process of its own, so that a crash is a finding.
   kvt check                                    the module beside this program
   kvt check build/x86/kvtpicture.so            another one, of this program's width
   kvt check --list                             the rules
@@ -52,19 +50,17 @@ int NameWidth() {
 }
 
 std::vector<const Rule *> ChosenRules(const std::vector<std::string> &names) {
+    std::set<std::string_view> wanted(names.begin(), names.end());
     std::vector<std::string_view> known;
-    for (const Rule &rule : Rules())
-        known.emplace_back(rule.name);
-    for (const std::string &name : names)
-        if (std::find(known.begin(), known.end(), name) == known.end()) {
-            const std::string suggestion = Suggestion(name, known);
-            throw UserError(fmt::format("--only {}: there is no such rule{}", name,
-                                        suggestion.empty() ? "; kvt check --list shows them" : suggestion));
-        }
     std::vector<const Rule *> chosen;
-    for (const Rule &rule : Rules())
-        if (names.empty() || std::find(names.begin(), names.end(), rule.name) != names.end())
+    for (const Rule &rule : Rules()) {
+        known.emplace_back(rule.name);
+        if (names.empty() || wanted.erase(rule.name) > 0)
             chosen.push_back(&rule);
+    }
+    if (!wanted.empty())
+        throw UserError(fmt::format("--only {}: there is no such rule{}", *wanted.begin(),
+                                    Suggestion(*wanted.begin(), known, "; kvt check --list shows them")));
     return chosen;
 }
 
@@ -118,11 +114,11 @@ Outcome Check(const CheckOptions &options) {
     }
     const std::size_t broken = rules.size() - kept;
     if (options.json)
-        fmt::print("{}\n", Json{{"module", name},
-                                {"bits", *width},
-                                {"rules", results},
-                                {"summary", {{"rules", rules.size()}, {"kept", kept}, {"broken", broken}}}}
-                               .dump(2, ' ', false, Json::error_handler_t::replace));
+        fmt::print("{}\n", TextOf({{"module", name},
+                                   {"bits", *width},
+                                   {"rules", results},
+                                   {"summary", {{"rules", rules.size()}, {"kept", kept}, {"broken", broken}}}},
+                                  2));
     else
         fmt::print("{} rule{}: {} kept, {} broken; {} steps in {:.1f} s\n", rules.size(), rules.size() == 1 ? "" : "s",
                    kept, broken, steps,
@@ -142,7 +138,7 @@ void AddCheckCommand(CLI::App &program, Outcome &outcome) {
     command->add_flag("--list", options->lists, "print the rules and what they say");
     command->add_flag("--json", options->json, "print the result for programs, with all findings");
     command->add_option("--time-limit", options->patience, "seconds after which a call hangs")->capture_default_str();
-    command->footer(kExamples);
+    command->footer(kCheckHelp);
     command->callback([options, &outcome] {
         if (!options->lists) {
             outcome = Check(*options);

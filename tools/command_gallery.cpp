@@ -1,15 +1,124 @@
+#include "tools/builtin.h"
 #include "tools/commands.h"
 #include "tools/gallery/gallery.h"
-#include "tools/host_options.h"
+#include "tools/samples.h"
+#include "tools/wav_file.h"
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
+#include <filesystem>
+#include <fmt/format.h>
 #include <memory>
+#include <nlohmann/json.hpp>
+#include <set>
 
 namespace tools {
+namespace {
+
+struct Request {
+    std::optional<std::string> picture; ///< none: the sample picture
+    std::string folder;                 ///< made when missing
+    HostOptions host;
+};
+
+constexpr const char *kPage = "index.html";
+
+Json Facts(const HostOptions &options, int level, const Image &photo) {
+    constexpr const char *kLevels[] = {"unknown", "sse2", "avx2", "avx512"};
+    const std::string layout = !options.layout.empty()     ? options.layout
+                               : options.host == "console" ? "row-table"
+                                                           : "alpha-low";
+    return {{"module", sizeof(void *) == 4 ? "32-bit" : "64-bit"},
+            {"host", fmt::format("{}, {}", options.host, layout)},
+            {"instruction set", kLevels[std::clamp(level, -1, 2) + 1]},
+            {"photo", fmt::format("{} × {} pixels", photo.width, photo.height)}};
+}
+
+/// The template with its style, its script, the page's data and the reference in the places of the files that it names.
+std::string PageWith(const Json &data) {
+    // No "<" of the data ends the script element that it stands in.
+    const auto script = [](std::string_view name, const Json &value) {
+        std::string text = TextOf(value);
+        for (std::size_t at = 0; (at = text.find('<', at)) != text.npos;)
+            text.replace(at, 1, "\\u003c");
+        return fmt::format("<script>\nconst {} = {};\n</script>", name, text);
+    };
+    std::string page(builtin::kPage);
+    for (const auto &[mark, part] : {
+             std::pair(R"(<link rel="stylesheet" href="page.css">)",
+                       fmt::format("<style>\n{}</style>", builtin::kStyle)),
+             {R"(<script src="data.js"></script>)",
+              script("gallery", data) + "\n" + script("reference", std::string(builtin::kReference))},
+             {R"(<script src="page.js"></script>)", fmt::format("<script>\n{}</script>", builtin::kScript)},
+         })
+        page.replace(page.find(mark), std::string_view(mark).size(), part);
+    return page;
+}
+
+/// Renders every method and class into index.html, a page that needs nothing beside it, and writes what the page's
+/// lines name next to it: all in `folder`/kvt-gallery, where no file is replaced that was not written by an earlier
+/// gallery. What fails is reported, on the page and on standard error, and the others go on. Throws UserError for what
+/// is wrong with the request; nothing is written then but materials.
+Outcome RenderGallery(const Request &request) {
+    if (!kHasCodecs)
+        throw UserError("the gallery is made of PNG and JPEG files, which this kvt, built without picture codecs, does "
+                        "not write; a kvt with codecs does, as 64-bit ones are");
+    const Image photo =
+        gallery::PhotoFrom(request.picture ? ReadImage(*request.picture) : SamplePicture(640, 480, false));
+    standin::Host host(DescribeHost(request.host));
+    gallery::Folder folder((std::filesystem::path(request.folder) / "kvt-gallery").string());
+    folder.CheckReplaceable(kPage);
+    WriteMaterials(photo, folder);
+
+    Json chapters = MethodData()["chapters"];
+    std::vector<std::pair<const Json *, Json *>> shots; // with their methods
+    for (Json &chapter : chapters)
+        for (Json &method : chapter["methods"])
+            for (Json &shot : method["calls"])
+                shots.emplace_back(&method, &shot);
+    Outcome outcome = Done;
+    std::vector<std::string> failures;
+    gallery::Pictures pictures;
+    for (std::size_t i = 0; i < shots.size(); ++i) {
+        const auto &[method, shot] = shots[i];
+        ShowProgress(i, shots.size(), (*method)["name"].get_ref<const std::string &>());
+        shot->update(Render(host, request.host, *method, *shot, pictures, folder));
+        if (shot->contains("failure")) {
+            outcome = std::max(outcome, shot->contains("violated") ? Violated : Failed);
+            failures.push_back((*shot)["call"].get<std::string>() + ": " + (*shot)["failure"].get<std::string>());
+        }
+    }
+    HideProgress();
+    const std::set<int> levels = host.TakeLevelsRun();
+    const std::size_t bytes = photo.pixels.size();
+    const double copy = gallery::TimeOfMemcpy(bytes);
+    Json data = {{"facts", Facts(request.host, levels.empty() ? -1 : *levels.rbegin(), photo)},
+                 {"memcpy", {{"ms", copy}, {"bytes", bytes}}},
+                 {"chapters", chapters},
+                 {"sounds", {{"voice.wav", Json::array()}}},
+                 {"pictures", pictures.list}};
+    const Bytes samples = ReadWav(SampleSound(), "voice.wav").samples;
+    for (std::size_t at = 0; at + 1 < samples.size(); at += 2) // 16-bit words
+        data["sounds"]["voice.wav"].push_back(static_cast<std::int16_t>(LittleEndian(samples, at, 2)));
+    host.Finish();
+    for (const std::string &violation : host.TakeViolations()) {
+        failures.push_back("violation: " + violation);
+        outcome = Violated;
+    }
+    const std::string page = PageWith(data);
+    folder.Write(kPage, AsBytes(page));
+    for (const std::string &failure : failures)
+        PrintProblem(failure);
+    fmt::print("{} calls, {} failed: {} ({:.1f} MB)\n", shots.size(), failures.size(), folder.PathOf(kPage),
+               static_cast<double>(page.size()) / 1e6);
+    return outcome;
+}
+
+} // namespace
 
 void AddGalleryCommand(CLI::App &program, Outcome &outcome) {
     CLI::App *command = program.add_subcommand("gallery", "Render every method and class into one page");
-    const auto request = std::make_shared<GalleryRequest>();
+    const auto request = std::make_shared<Request>();
     command->add_option("picture", request->picture, "a picture file; a sample when left out")->type_name("PICTURE");
     command
         ->add_option("-o,--output", request->folder,

@@ -1,10 +1,9 @@
 #include "tools/commands.h"
-#include "tools/files.h"
-#include "tools/host_options.h"
-#include "tools/list.h"
-#include "tools/nearest.h"
+#include "tools/methods.h"
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
+#include <cctype>
 #include <fmt/format.h>
 #include <memory>
 #include <nlohmann/json.hpp>
@@ -12,20 +11,133 @@
 namespace tools {
 namespace {
 
-struct ListOptions {
-    HostOptions host;
-    std::string filter;
-    bool json = false;
-};
+using namespace standin;
 
-void RunList(const ListOptions &options) {
-    const standin::Host host(DescribeHost(options.host));
-    const Json interface = Interface(host, options.filter);
-    const std::string text = InterfaceText(interface, options.filter);
-    if (text.empty())
-        throw UserError(fmt::format("nothing in the interface has \"{}\" in its name or meaning{}", options.filter,
-                                    Suggestion(options.filter, InterfaceNames(host))));
-    fmt::print("{}", options.json ? interface.dump(-1, ' ', false, Json::error_handler_t::replace) + '\n' : text);
+constexpr std::uint32_t kConsole = 4; ///< the host's flag of what it also offers to console applications
+
+Json Meaning(std::string_view name) {
+    const Json *method = FindMethod(name);
+    return method ? (*method)["meaning"] : Json();
+}
+
+Json JsonOf(const RegisteredMethod &method) {
+    const Declaration &declaration = method.declaration;
+    Json parameters = Json::array();
+    for (const Parameter &parameter : declaration.parameters)
+        parameters.push_back({{"name", parameter.name},
+                              {"type", NameOf(parameter.type)},
+                              {"byref", parameter.byref},
+                              {"default", parameter.defaultText ? Json(*parameter.defaultText) : Json()}});
+    return {{"name", declaration.name},
+            {"declaration", declaration.text},
+            {"meaning", Meaning(declaration.name)},
+            {"parameters", parameters},
+            {"result", NameOf(declaration.result)},
+            {"console", (method.record.flags & kConsole) != 0},
+            {"flags", method.record.flags},
+            {"assignable", method.record.setter != nullptr}};
+}
+
+Json JsonOf(const RegisteredProperty &property) {
+    const bool own = reinterpret_cast<std::uintptr_t>(property.record.getter) != ~std::uintptr_t{0};
+    return {{"name", property.name},
+            {"type", NameOf(property.type)},
+            {"console", (property.record.flags & kConsole) != 0},
+            {"flags", property.record.flags},
+            {"offset", own ? Json() : Json(property.record.param)}}; // null: it has accessors of its own
+}
+
+bool Matches(const Json &one, std::string_view filter) {
+    const Json *method = FindMethod(one["name"].get_ref<const std::string &>());
+    const auto has = [&](const Json &text) { return HasPart(text.get_ref<const std::string &>(), filter); };
+    return has(one["name"]) ||
+           (method && one.contains("meaning") && (has((*method)["meaning"]) || has((*method)["promise"])));
+}
+
+/// Those of a kind that have the filter.
+template <class Kind> Json Chosen(const std::vector<Kind> &all, std::string_view filter) {
+    Json chosen = Json::array();
+    for (const Kind &one : all)
+        if (Json json = JsonOf(one); Matches(json, filter))
+            chosen.push_back(std::move(json));
+    return chosen;
+}
+
+std::string Text(const Json &one, const char *name) { return one[name].get<std::string>(); }
+
+std::string Notes(const Json &one) {
+    std::vector<std::string> notes;
+    if (const auto flags = one["flags"].get<std::uint32_t>())
+        notes.push_back(flags == kConsole ? "console" : fmt::format("flags {:#x}", flags));
+    if (one.value("assignable", false))
+        notes.emplace_back("assignable");
+    if (const auto offset = one.find("offset"); offset != one.end())
+        notes.push_back(offset->is_null() ? "own accessors" : fmt::format("at byte {}", offset->get<int>()));
+    return notes.empty() ? "" : fmt::format("  [{}]", fmt::join(notes, ", "));
+}
+
+std::string MeaningLine(const Json &one) {
+    const auto meaning = one.find("meaning"); // properties have none
+    return meaning == one.end() || meaning->is_null() ? "" : fmt::format("      {}\n", meaning->get<std::string>());
+}
+
+std::string Lines(const Json &members) {
+    std::string lines;
+    for (const Json &one : members)
+        lines += fmt::format("  {}{}\n{}",
+                             one.contains("declaration") ? Text(one, "declaration")
+                                                         : Text(one, "name") + " as " + Text(one, "type"),
+                             Notes(one), MeaningLine(one));
+    return lines;
+}
+
+std::string Details(const Json &method, const Json &classes) {
+    std::string lines = fmt::format("{}\nCalls such as\n", Text(method, "promise"));
+    for (const Json &shot : method["calls"])
+        lines += fmt::format("  {}\n      {}\n", Text(shot, "call"), Text(shot, "shows"));
+    const auto isIt = [&](const Json &one) { return one["name"] == method["name"]; };
+    std::string anchor = Text(method, "name");
+    std::transform(anchor.begin(), anchor.end(), anchor.begin(), [](unsigned char c) { return std::tolower(c); });
+    if (std::any_of(classes.begin(), classes.end(), isIt))
+        anchor.insert(0, "class-");
+    return lines + fmt::format("Ranges, formats and what surprises: docs/reference.md#{}\n", anchor);
+}
+
+/// The interface as the host received it: "globalMethods", "pictureMethods" and "classes" with their members, each with
+/// what it is. With a filter, those that have it in their name, meaning or promise; such a class is there whole.
+Json Interface(const Host &host, std::string_view filter) {
+    Json classes = Json::array();
+    for (const auto &definition : host.Classes()) {
+        Json one = {{"name", definition->name},
+                    {"meaning", Meaning(definition->name)},
+                    {"instanceBytes", definition->record.instanceSize},
+                    {"flags", definition->record.flags}};
+        const std::string_view part = Matches(one, filter) ? std::string_view() : filter;
+        one["properties"] = Chosen(definition->properties, part);
+        one["methods"] = Chosen(definition->methods, part);
+        if (!one["properties"].empty() || !one["methods"].empty())
+            classes.push_back(std::move(one));
+    }
+    return {{"globalMethods", Chosen(host.GlobalMethods(), filter)},
+            {"pictureMethods", Chosen(host.PictureMethods(), filter)},
+            {"classes", classes}};
+}
+
+/// The same to be read. Of the method or class that is called just like the filter, also what it does, a few calls and
+/// where more is told. Empty when the interface is.
+std::string InterfaceText(const Json &interface, std::string_view filter) {
+    std::vector<std::string> groups;
+    for (const auto &[key, heading] :
+         {std::pair("globalMethods", "Global methods"), {"pictureMethods", "Methods of Picture"}})
+        if (const Json &methods = interface[key]; !methods.empty())
+            groups.push_back(fmt::format("{} ({})\n{}", heading, methods.size(), Lines(methods)));
+    for (const Json &one : interface["classes"])
+        groups.push_back(fmt::format("Class {} ({} bytes of instance data){}\n{}{}{}", Text(one, "name"),
+                                     one["instanceBytes"].get<int>(), Notes(one), MeaningLine(one),
+                                     Lines(one["properties"]), Lines(one["methods"])));
+    if (const Json *method = FindMethod(filter); method && !groups.empty())
+        groups.push_back(Details(*method, interface["classes"]));
+    return fmt::format("{}", fmt::join(groups, "\n"));
 }
 
 } // namespace
@@ -33,7 +145,12 @@ void RunList(const ListOptions &options) {
 void AddListCommand(CLI::App &program, Outcome &outcome) {
     CLI::App *command =
         program.add_subcommand("list", "Print the interface as the host received it, and what it is for");
-    const auto options = std::make_shared<ListOptions>();
+    struct Options {
+        HostOptions host;
+        std::string filter;
+        bool json = false;
+    };
+    const auto options = std::make_shared<Options>();
     command
         ->add_option("name", options->filter,
                      "only what has this in its name or meaning; a whole name also tells what it does and shows calls")
@@ -46,7 +163,13 @@ void AddListCommand(CLI::App &program, Outcome &outcome) {
   kvt list InvertKVT
   kvt list --json)");
     command->callback([options, &outcome] {
-        RunList(*options);
+        const Host host(DescribeHost(options->host));
+        const Json interface = Interface(host, options->filter);
+        const std::string text = InterfaceText(interface, options->filter);
+        if (text.empty())
+            throw UserError(fmt::format("nothing in the interface has \"{}\" in its name or meaning{}", options->filter,
+                                        Suggestion(options->filter, InterfaceNames(host))));
+        fmt::print("{}", options->json ? TextOf(interface) + '\n' : text);
         outcome = Done;
     });
 }

@@ -19,9 +19,9 @@ struct SampleOptions {
 void WriteSample(const SampleOptions &options) {
     const std::string ending = EndingOf(options.output);
     if (ending == ".wav") {
-        WriteBytes(options.output, WavOf(SampleSound()));
+        WriteBytes(options.output, SampleSound());
     } else if (ending == ".cube") {
-        WriteBytes(options.output, AsBytes(CubeText(SampleTable())));
+        WriteBytes(options.output, AsBytes(SampleTable()));
     } else if (const bool toStream = options.output == kStandardStream; toStream || IsPicturePath(options.output)) {
         const auto [width, height] = ParseSize(options.size);
         const Image image = SamplePicture(width, height, !options.opaque);

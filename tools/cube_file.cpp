@@ -1,10 +1,11 @@
 #include "tools/cube_file.h"
 
+#include "standin/text_reader.h"
+
 #include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <fmt/format.h>
-#include <optional>
 
 namespace tools {
 namespace {
@@ -14,7 +15,7 @@ constexpr std::size_t kLargest = 256;
 struct LineReader {
     std::string_view text;
     std::string_view name;
-    std::string_view line;
+    standin::TextReader line{{}};
     std::size_t number = 0; ///< of the line, from 1
 
     [[noreturn]] void Fail(std::string_view why) const {
@@ -23,20 +24,16 @@ struct LineReader {
     bool Next() {
         if (text.empty())
             return false;
-        const std::size_t end = std::min(text.find('\n'), text.size());
-        line = text.substr(0, end);
-        text.remove_prefix(std::min(end + 1, text.size()));
-        line = line.substr(0, line.find('#'));
+        const std::string_view whole = text.substr(0, text.find('\n'));
+        text.remove_prefix(std::min(whole.size() + 1, text.size()));
+        line = standin::TextReader(whole.substr(0, whole.find('#')));
         ++number;
         return true;
     }
     /// The next word of the line; empty at its end.
     std::string_view Word() {
-        constexpr std::string_view kSpaces = " \t\r\f\v";
-        line.remove_prefix(std::min(line.find_first_not_of(kSpaces), line.size()));
-        const std::string_view word = line.substr(0, line.find_first_of(kSpaces));
-        line.remove_prefix(word.size());
-        return word;
+        line.SkipSpaces();
+        return line.TakeWhile([](char c) { return !standin::IsSpace(c); });
     }
     void ExpectEnd() {
         if (const std::string_view word = Word(); !word.empty())
@@ -61,13 +58,6 @@ struct LineReader {
     }
 };
 
-/// A title stands in quotes, and may hold what elsewhere begins a comment.
-std::string TitleOf(std::string_view line) {
-    const std::size_t open = line.find('"');
-    const std::size_t close = line.rfind('"');
-    return open < close && close != line.npos ? std::string(line.substr(open + 1, close - open - 1)) : std::string();
-}
-
 bool IsKeyword(std::string_view word) { return (word[0] >= 'A' && word[0] <= 'Z') || word[0] == '_'; }
 
 void ReadKeyword(LineReader &reader, std::string_view keyword, CubeTable &table) {
@@ -90,48 +80,40 @@ void ReadKeyword(LineReader &reader, std::string_view keyword, CubeTable &table)
     }
 }
 
-/// Where an input lies between two grid points.
-struct GridPosition {
-    std::size_t lower;
-    double fraction;
-};
-
-GridPosition Locate(double input, double low, double high, std::size_t points) {
-    const double place = std::clamp((input - low) / (high - low), 0.0, 1.0) * static_cast<double>(points - 1);
-    const std::size_t lower = std::min(static_cast<std::size_t>(place), points - 2);
-    return {lower, place - static_cast<double>(lower)};
-}
-
-double Between(double a, double b, double fraction) { return a + (b - a) * fraction; }
-
 } // namespace
 
 Triple CubeTable::At(const Triple &input) const {
-    const GridPosition r = Locate(input[0], domainMin[0], domainMax[0], size);
-    const GridPosition g = Locate(input[1], domainMin[1], domainMax[1], size);
-    const GridPosition b = Locate(input[2], domainMin[2], domainMax[2], size);
-    Triple output;
-    for (std::size_t channel = 0; channel < 3; ++channel) {
-        const auto entry = [&](std::size_t green, std::size_t blue) {
-            const std::size_t at = ((b.lower + blue) * size + g.lower + green) * size + r.lower;
-            return Between(entries[at][channel], entries[at + 1][channel], r.fraction);
-        };
-        output[channel] = Between(Between(entry(0, 0), entry(1, 0), g.fraction),
-                                  Between(entry(0, 1), entry(1, 1), g.fraction), b.fraction);
+    std::size_t lower[3]; // grid point on each axis
+    double fraction[3];   // of the way to the next one
+    for (std::size_t axis = 0; axis < 3; ++axis) {
+        const double part = (input[axis] - domainMin[axis]) / (domainMax[axis] - domainMin[axis]);
+        const double place = std::clamp(part, 0.0, 1.0) * static_cast<double>(size - 1);
+        lower[axis] = std::min(static_cast<std::size_t>(place), size - 2);
+        fraction[axis] = place - static_cast<double>(lower[axis]);
+    }
+    Triple output = {};
+    for (std::size_t corner = 0; corner < 8; ++corner) {
+        std::size_t at = 0;
+        double weight = 1;
+        for (std::size_t axis = 3; axis-- > 0;) {
+            const std::size_t upper = corner >> axis & 1;
+            at = at * size + lower[axis] + upper;
+            weight *= upper ? fraction[axis] : 1 - fraction[axis];
+        }
+        for (std::size_t channel = 0; channel < 3; ++channel)
+            output[channel] += weight * entries[at][channel];
     }
     return output;
 }
 
 CubeTable ParseCube(std::string_view text, std::string_view name) {
     CubeTable table;
-    LineReader reader{text, name, {}, 0};
-    for (std::string_view rest = reader.text; reader.Next(); rest = reader.text) {
+    LineReader reader{text, name};
+    while (reader.Next()) {
         const std::string_view word = reader.Word();
-        if (word.empty())
+        if (word.empty() || word == "TITLE")
             continue;
-        if (word == "TITLE") {
-            table.title = TitleOf(rest.substr(0, rest.find('\n')));
-        } else if (IsKeyword(word)) {
+        if (IsKeyword(word)) {
             if (!table.entries.empty())
                 reader.Fail(fmt::format("\"{}\" stands among the table's entries", word));
             ReadKeyword(reader, word, table);
@@ -153,18 +135,6 @@ CubeTable ParseCube(std::string_view text, std::string_view name) {
         if (!(table.domainMin[channel] < table.domainMax[channel]))
             throw UserError(fmt::format("{}: DOMAIN_MIN must lie below DOMAIN_MAX", name));
     return table;
-}
-
-std::string CubeText(const CubeTable &table) {
-    std::string text;
-    if (!table.title.empty())
-        text += fmt::format("TITLE \"{}\"\n", table.title);
-    text +=
-        fmt::format("LUT_3D_SIZE {}\nDOMAIN_MIN {} {} {}\nDOMAIN_MAX {} {} {}\n", table.size, table.domainMin[0],
-                    table.domainMin[1], table.domainMin[2], table.domainMax[0], table.domainMax[1], table.domainMax[2]);
-    for (const Triple &entry : table.entries)
-        text += fmt::format("{:.6f} {:.6f} {:.6f}\n", entry[0], entry[1], entry[2]);
-    return text;
 }
 
 Triple GridEntry(const CubeTable &table, int red, int green, int blue) {

@@ -3,10 +3,6 @@
 #include "tools/files.h"
 
 #include <array>
-#include <cstddef>
-#include <string>
-#include <string_view>
-#include <vector>
 
 namespace tools {
 
@@ -14,7 +10,6 @@ using Triple = std::array<double, 3>; ///< red, green, blue
 
 /// A color table on a regular grid, as .cube files hold it.
 struct CubeTable {
-    std::string title;
     std::size_t size = 0; ///< grid points an axis, at least 2
     Triple domainMin = {0, 0, 0};
     Triple domainMax = {1, 1, 1};
@@ -27,8 +22,6 @@ struct CubeTable {
 
 /// Throws UserError, with `name` and the line before the reason.
 CubeTable ParseCube(std::string_view text, std::string_view name);
-
-std::string CubeText(const CubeTable &table);
 
 /// Points an axis of the class's table that it uses; point i stands for level 17 x i.
 constexpr int kGridPoints = 16;

@@ -14,7 +14,6 @@
 #include <memory>
 #include <sys/stat.h>
 #include <unistd.h>
-#include <utility>
 
 namespace tools {
 namespace {
@@ -55,39 +54,34 @@ void WriteAll(int descriptor, const std::string &path, std::span<const unsigned 
     }
 }
 
-/// A new file beside `path`, removed again unless it has taken the name.
-class Replacement {
-  public:
-    explicit Replacement(const std::string &path) : path_(path), temporary_(path + ".XXXXXX") {
-        descriptor_ = mkstemp(temporary_.data());
-        if (descriptor_ < 0)
-            Fail(path_, "cannot be written");
+/// Writes a new file beside `path`, which then takes the name.
+void Replace(const std::string &path, std::span<const unsigned char> bytes, mode_t mode, const struct stat *replaced) {
+    const HeldSignals held;
+    std::string temporary = path + ".XXXXXX";
+    const int descriptor = mkstemp(temporary.data());
+    if (descriptor < 0)
+        Fail(path, "cannot be written");
+    OpenFile file(fdopen(descriptor, "wb"), &std::fclose);
+    try {
+        WriteAll(descriptor, path, bytes);
+        const bool staysOthers = replaced && fchown(descriptor, replaced->st_uid, replaced->st_gid) != 0;
+        if (fchmod(descriptor, staysOthers ? mode & 0777 : mode) != 0 || std::fclose(file.release()) != 0 ||
+            rename(temporary.c_str(), path.c_str()) != 0)
+            Fail(path, "cannot be written");
+    } catch (...) {
+        unlink(temporary.c_str());
+        throw;
     }
-    ~Replacement() {
-        if (descriptor_ >= 0)
-            close(descriptor_);
-        if (!done_)
-            unlink(temporary_.c_str());
-    }
-    Replacement(const Replacement &) = delete;
-    Replacement &operator=(const Replacement &) = delete;
+}
 
-    void Write(std::span<const unsigned char> bytes) { WriteAll(descriptor_, path_, bytes); }
-    void TakeName(mode_t mode, const struct stat *replaced) {
-        const bool staysOthers = replaced && fchown(descriptor_, replaced->st_uid, replaced->st_gid) != 0;
-        if (fchmod(descriptor_, staysOthers ? mode & 0777 : mode) != 0 || close(std::exchange(descriptor_, -1)) != 0 ||
-            rename(temporary_.c_str(), path_.c_str()) != 0)
-            Fail(path_, "cannot be written");
-        done_ = true;
-    }
+void MakeFolderOf(const std::string &path) {
+    const std::filesystem::path folder = std::filesystem::path(path).parent_path();
+    std::error_code error;
+    if (!folder.empty() && !std::filesystem::create_directories(folder, error) && error)
+        throw UserError(fmt::format("{}: its folder cannot be made: {}", path, error.message()));
+}
 
-  private:
-    HeldSignals signals_;
-    std::string path_;
-    std::string temporary_;
-    int descriptor_ = -1;
-    bool done_ = false;
-};
+} // namespace
 
 Bytes ReadAll(std::FILE *file, const std::string &path) {
     Bytes bytes;
@@ -100,15 +94,6 @@ Bytes ReadAll(std::FILE *file, const std::string &path) {
         Fail(path, "cannot be read");
     return bytes;
 }
-
-void MakeFolderOf(const std::string &path) {
-    const std::filesystem::path folder = std::filesystem::path(path).parent_path();
-    std::error_code error;
-    if (!folder.empty() && !std::filesystem::create_directories(folder, error) && error)
-        throw UserError(fmt::format("{}: its folder cannot be made: {}", path, error.message()));
-}
-
-} // namespace
 
 Bytes ReadBytes(const std::string &path) {
     static std::map<std::string, Bytes> remembered;
@@ -146,10 +131,10 @@ void WriteBytes(const std::string &path, std::span<const unsigned char> bytes) {
     MakeFolderOf(path);
     const mode_t mask = umask(0);
     umask(mask);
-    // A link stays, and what it leads to is replaced.
-    Replacement replacement(exists ? std::filesystem::canonical(path).string() : path);
-    replacement.Write(bytes);
-    replacement.TakeName(exists ? there.st_mode & 07777 : 0666 & ~mask, exists ? &there : nullptr);
+    if (exists) // a link stays, and what it leads to is replaced
+        Replace(std::filesystem::canonical(path).string(), bytes, there.st_mode & 07777, &there);
+    else
+        Replace(path, bytes, 0666 & ~mask, nullptr);
 }
 
 std::string_view AsText(std::span<const unsigned char> bytes) {

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstdio>
 #include <span>
 #include <stdexcept>
 #include <string>
@@ -41,6 +42,9 @@ constexpr std::string_view kStandardStream = "-";
 /// first, and remembered. Throws UserError, with the path and the reason.
 Bytes ReadBytes(const std::string &path);
 
+/// The rest of an open file, which messages call by that name.
+Bytes ReadAll(std::FILE *file, const std::string &name);
+
 /// Writes a file whole or not at all, making the folders that it needs: the bytes go to a new file in the same folder,
 /// which then takes the name, and signals that end the program wait until it has. A new file is made as the umask says,
 /// one that is replaced hands on its owner and mode, and a link stays: what it leads to is replaced. What is no file,
@@ -52,12 +56,12 @@ std::string_view AsText(std::span<const unsigned char> bytes);
 std::span<const unsigned char> AsBytes(std::string_view text);
 std::span<const unsigned char> AsBytes(const standin::MemoryBlock &block); ///< as long as it lives
 
-/// The number that so many bytes from there on are, the lowest first.
+/// The number that so many bytes from there on are, the lowest or the highest first.
 inline std::uint32_t LittleEndian(std::span<const unsigned char> file, std::size_t at, std::size_t bytes) {
-    std::uint32_t number = 0;
-    while (bytes-- > 0)
-        number = number << 8 | file[at + bytes];
-    return number;
+    return bytes == 0 ? 0 : LittleEndian(file, at + 1, bytes - 1) << 8 | file[at];
+}
+inline std::uint32_t BigEndian(std::span<const unsigned char> file, std::size_t at, std::size_t bytes) {
+    return bytes == 0 ? 0 : BigEndian(file, at, bytes - 1) << 8 | file[at + bytes - 1];
 }
 
 /// The part of the name from its last dot on, in small letters; empty when there is none.

@@ -2,12 +2,6 @@
 
 #include "standin/host.h"
 
-#include <string>
-
-namespace CLI {
-class App;
-}
-
 namespace tools {
 
 /// The host that the user wants, as options say it.
@@ -21,6 +15,8 @@ struct HostOptions {
 /// Throws UserError. New pictures of that host are opaque white.
 standin::HostDescription DescribeHost(const HostOptions &options);
 
-void AddHostOptions(CLI::App &command, HostOptions &options);
+/// What a desktop host's layouts are called; a console host has one.
+std::string DesktopLayouts(std::string_view separator);
+constexpr const char *kConsoleLayout = "row-table";
 
 } // namespace tools

@@ -1,8 +1,8 @@
 #include "tools/methods.h"
 
-#include "standin/declaration.h"
 #include "tools/builtin.h"
 
+#include <algorithm>
 #include <nlohmann/json.hpp>
 
 namespace tools {
@@ -18,6 +18,18 @@ const Json *FindMethod(std::string_view name) {
             if (standin::SameName(method["name"].get_ref<const std::string &>(), name))
                 return &method;
     return nullptr;
+}
+
+std::vector<std::string_view> InterfaceNames(const standin::Host &host) {
+    std::vector<std::string_view> names;
+    for (const auto *methods : {&host.PictureMethods(), &host.GlobalMethods()})
+        for (const standin::RegisteredMethod &method : *methods)
+            names.push_back(method.declaration.name);
+    for (const auto &definition : host.Classes())
+        names.push_back(definition->name);
+    std::sort(names.begin(), names.end());
+    names.erase(std::unique(names.begin(), names.end()), names.end());
+    return names;
 }
 
 } // namespace tools

@@ -1,8 +1,7 @@
 #pragma once
 
-#include "tools/json.h"
-
-#include <string_view>
+#include "standin/host.h"
+#include "tools/messages.h"
 
 namespace tools {
 
@@ -16,5 +15,8 @@ const Json &MethodData();
 
 /// The data of a method or class; null for those of other modules.
 const Json *FindMethod(std::string_view name);
+
+/// The names of all methods and classes, each once, in the order of the alphabet. Seen while the host lives.
+std::vector<std::string_view> InterfaceNames(const standin::Host &host);
 
 } // namespace tools

@@ -4,7 +4,6 @@
 #include <cctype>
 #include <cstring>
 #include <fmt/format.h>
-#include <stdexcept>
 
 namespace tools {
 namespace {
@@ -137,7 +136,8 @@ const Format &WritableFormat(const std::string &path) {
 }
 
 Pixels PixelsOf(Image &image) {
-    return {image.width, image.height, image.pixels.data(), std::ptrdiff_t{4} * image.width, {Layout::AlphaHigh, true}};
+    const PixelForm form = {Layout::AlphaHigh, image.hasAlpha};
+    return {image.width, image.height, image.pixels.data(), std::ptrdiff_t{4} * image.width, form};
 }
 
 PixelForm FormOf(const standin::Picture &picture) {
@@ -152,12 +152,7 @@ Pixels PixelsOf(standin::Picture &picture) {
 }
 
 standin::Ref MakeUnset(standin::Host &host, int width, int height, bool hasAlpha) {
-    standin::PictureDescription description;
-    description.width = width;
-    description.height = height;
-    description.hasAlphaChannel = hasAlpha;
-    description.unset = true;
-    return host.Make(description);
+    return host.Make({.width = width, .height = height, .hasAlphaChannel = hasAlpha, .unset = true});
 }
 
 /// Has `make` called with what the upright picture is, and fills the memory that it yields.
@@ -171,7 +166,7 @@ void Read(const std::string &path, const formats::MakePixels &make) {
         format.read(file, [&](Info &info) {
             orientation = info.orientation;
             if (orientation != 1)
-                unturned = MakeImage(info.width, info.height);
+                unturned = MakeImage(info.width, info.height, true);
             if (orientation >= 5)
                 std::swap(info.width, info.height), std::swap(info.tags.perMeterX, info.tags.perMeterY);
             upright = make(info);
@@ -184,17 +179,45 @@ void Read(const std::string &path, const formats::MakePixels &make) {
     }
 }
 
-Bytes Write(const Format &format, const std::string &path, const Pixels &pixels, const formats::Tags &tags,
-            int quality) {
+bool IsOpaque(const Pixels &pixels) {
+    const unsigned opaque = standin::OpaqueExtra(pixels.form.layout);
+    const std::ptrdiff_t at = pixels.form.layout == Layout::AlphaLow ? 0 : 3;
+    for (int y = 0; y < pixels.height; ++y) {
+        const unsigned char *row = pixels.Row(y);
+        for (std::ptrdiff_t x = 0; x < pixels.width; ++x)
+            if (row[4 * x + at] != opaque)
+                return false;
+    }
+    return true;
+}
+
+PictureFile Write(const std::string &path, const Pixels &pixels, const formats::Tags &tags, int quality) {
+    const Format &format = WritableFormat(path);
     if (pixels.width < 1 || pixels.height < 1)
         throw UserError(fmt::format("{}: a picture of {} x {} cannot be saved", path, pixels.width, pixels.height));
-    if (pixels.form.hasAlpha && !format.holdsAlpha)
-        for (int y = 0; y < pixels.height; ++y)
-            formats::Flatten(pixels.Row(y), pixels.width, pixels.form);
+    PictureFile file;
+    const auto note = [&](std::string_view what) {
+        file.notes.push_back(fmt::format("{}: {} is lost, which a {} file does not hold", path, what, format.name));
+    };
+    const bool flattens = pixels.form.hasAlpha && !format.holdsAlpha;
+    if (flattens && !IsOpaque(pixels))
+        note("the picture's alpha");
+    if (!tags.profile.empty() && !format.holdsProfile)
+        note("the color profile");
+    for (int y = 0; flattens && y < pixels.height; ++y)
+        formats::Flatten(pixels.Row(y), pixels.width, pixels.form);
     try {
-        return format.write(pixels, tags, quality);
+        file.bytes = format.write(pixels, tags, quality);
     } catch (const UserError &error) {
         throw UserError(fmt::format("{}: {}", path, error.what()));
+    }
+    return file;
+}
+
+void SetPixels(standin::Picture &picture, const Image &image) {
+    for (int y = 0; y < image.height; ++y) {
+        std::memcpy(picture.Row(y), image.At(0, y), std::size_t{4} * static_cast<std::size_t>(image.width));
+        formats::ToForm(picture.Row(y), image.width, FormOf(picture));
     }
 }
 
@@ -237,43 +260,16 @@ LoadedPicture ReadPicture(standin::Host &host, const std::string &path, bool add
 }
 
 PictureFile FileOf(const std::string &path, standin::Picture &picture, const formats::Tags &tags, int quality) {
-    const Format &format = WritableFormat(path);
-    PictureFile file;
-    const auto note = [&](std::string_view what) {
-        file.notes.push_back(fmt::format("{}: {} is lost, which a {} file does not hold", path, what, format.name));
-    };
-    if (picture.description.hasAlphaChannel && !format.holdsAlpha && !IsOpaque(picture))
-        note("the picture's alpha");
-    if (!tags.profile.empty() && !format.holdsProfile)
-        note("the color profile");
-    file.bytes = Write(format, path, PixelsOf(picture), tags, quality);
-    return file;
+    return Write(path, PixelsOf(picture), tags, quality);
 }
 
-Bytes FileOf(const std::string &path, const Image &image, int quality) {
-    const Format &format = WritableFormat(path);
-    Image copy;
-    copy.width = image.width;
-    copy.height = image.height;
-    const bool isFlattened = image.hasAlpha && !format.holdsAlpha;
-    if (isFlattened)
-        copy.pixels = image.pixels;
-    Pixels pixels = PixelsOf(copy);
-    if (!isFlattened)
-        pixels.first = const_cast<unsigned char *>(image.pixels.data()); // which is but read
-    pixels.form.hasAlpha = image.hasAlpha;
-    return Write(format, path, pixels, {}, quality);
+Bytes FileOf(const std::string &path, Image image, int quality) {
+    return Write(path, PixelsOf(image), {}, quality).bytes;
 }
-
-void WriteImage(const std::string &path, const Image &image) { WriteBytes(path, FileOf(path, image)); }
 
 standin::Ref MakePicture(standin::Host &host, const Image &image) {
     standin::Ref ref = MakeUnset(host, image.width, image.height, image.hasAlpha);
-    standin::Picture &picture = ref.picture();
-    for (int y = 0; y < image.height; ++y) {
-        std::memcpy(picture.Row(y), image.At(0, y), std::size_t{4} * static_cast<std::size_t>(image.width));
-        formats::ToForm(picture.Row(y), image.width, FormOf(picture));
-    }
+    SetPixels(ref.picture(), image);
     return ref;
 }
 
@@ -284,17 +280,7 @@ Image ImageOf(const standin::Picture &picture) {
     return image;
 }
 
-bool IsOpaque(const standin::Picture &picture) {
-    const unsigned opaque = standin::OpaqueExtra(picture.layout);
-    const std::ptrdiff_t at = picture.layout == Layout::AlphaLow ? 0 : 3;
-    for (int y = 0; y < picture.height; ++y) {
-        const unsigned char *row = picture.Row(y);
-        for (std::ptrdiff_t x = 0; x < picture.width; ++x)
-            if (row[4 * x + at] != opaque)
-                return false;
-    }
-    return true;
-}
+bool IsOpaque(standin::Picture &picture) { return IsOpaque(PixelsOf(picture)); }
 
 void AddAlphaChannel(standin::Picture &picture) {
     if (picture.description.hasAlphaChannel)
@@ -305,14 +291,10 @@ void AddAlphaChannel(standin::Picture &picture) {
 }
 
 void SetColors(standin::Picture &picture, const Image &colors) {
-    Bytes row(std::size_t{4} * static_cast<std::size_t>(picture.width));
-    for (int y = 0; y < picture.height; ++y) {
-        formats::FromForm(picture.Row(y), row.data(), picture.width, FormOf(picture));
-        for (int x = 0; x < picture.width; ++x)
-            std::memcpy(&row[std::size_t{4} * static_cast<std::size_t>(x)], colors.At(x, y), 3);
-        formats::ToForm(row.data(), picture.width, FormOf(picture));
-        std::memcpy(picture.Row(y), row.data(), row.size());
-    }
+    Image image = ImageOf(picture);
+    for (std::size_t at = 0; at < image.pixels.size(); at += 4)
+        std::copy_n(&colors.pixels[at], 3, &image.pixels[at]);
+    SetPixels(picture, image);
 }
 
 } // namespace tools

@@ -3,9 +3,7 @@
 #include "standin/host.h"
 #include "tools/formats/formats.h"
 
-#include <string>
-#include <string_view>
-#include <vector>
+#include <array>
 
 namespace tools {
 
@@ -15,6 +13,8 @@ constexpr bool kHasCodecs = true;
 constexpr bool kHasCodecs = false; ///< this program reads and writes BMP alone
 #endif
 
+using Color = std::array<int, 4>; ///< red, green, blue, alpha
+
 /// A picture as files hold it.
 struct Image {
     int width = 0;
@@ -22,16 +22,25 @@ struct Image {
     bool hasAlpha = false;
     Bytes pixels; ///< width x height x 4 bytes, rows from the top: red, green, blue, alpha, not premultiplied
 
-    unsigned char *At(int x, int y) { return pixels.data() + Offset(x, y); }
-    const unsigned char *At(int x, int y) const { return pixels.data() + Offset(x, y); }
-
-  private:
-    std::size_t Offset(int x, int y) const {
-        return (static_cast<std::size_t>(y) * static_cast<std::size_t>(width) + static_cast<std::size_t>(x)) * 4;
+    const unsigned char *At(int x, int y) const { return pixels.data() + 4 * (std::ptrdiff_t{y} * width + x); }
+    unsigned char *At(int x, int y) { return pixels.data() + 4 * (std::ptrdiff_t{y} * width + x); }
+    Color ColorOf(int x, int y) const { return {At(x, y)[0], At(x, y)[1], At(x, y)[2], At(x, y)[3]}; }
+    void Put(int x, int y, const Color &color) {
+        std::transform(color.begin(), color.end(), At(x, y),
+                       [](int level) { return static_cast<unsigned char>(level); });
     }
 };
 
 Image MakeImage(int width, int height, bool hasAlpha = false); ///< all bytes 0
+
+/// A picture whose pixels are what `colorAt` says of their places.
+template <class ColorAt> Image Draw(int width, int height, bool hasAlpha, ColorAt colorAt) {
+    Image image = MakeImage(width, height, hasAlpha);
+    for (int y = 0; y < height; ++y)
+        for (int x = 0; x < width; ++x)
+            image.Put(x, y, colorAt(x, y));
+    return image;
+}
 
 /// The name of a picture file that is read or written, by the path's ending.
 bool IsPicturePath(std::string_view path);
@@ -69,10 +78,7 @@ PictureFile FileOf(const std::string &path, standin::Picture &picture, const for
                    int quality = kUsualQuality);
 
 /// The same of an image.
-Bytes FileOf(const std::string &path, const Image &image, int quality = kUsualQuality);
-
-/// Writes that file. Throws UserError, and leaves what was there untouched.
-void WriteImage(const std::string &path, const Image &image);
+Bytes FileOf(const std::string &path, Image image, int quality = kUsualQuality);
 
 /// A new picture of the host, as when it is read from a file.
 standin::Ref MakePicture(standin::Host &host, const Image &image);
@@ -81,7 +87,7 @@ standin::Ref MakePicture(standin::Host &host, const Image &image);
 Image ImageOf(const standin::Picture &picture);
 
 /// Whether no pixel's alpha, kept or not, lets anything through.
-bool IsOpaque(const standin::Picture &picture);
+bool IsOpaque(standin::Picture &picture);
 
 /// Turns what the fourth bytes of a picture without an alpha channel hold into one.
 void AddAlphaChannel(standin::Picture &picture);

@@ -1,27 +1,27 @@
 #include "tools/processes.h"
 
-#include "tools/terminal.h"
+#include "tools/files.h"
+#include "tools/messages.h"
 
 #include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
-#include <map>
+#include <deque>
 #include <memory>
 #include <optional>
 #include <sys/prctl.h>
 #include <sys/wait.h>
 #include <system_error>
 #include <unistd.h>
-#include <vector>
 
 namespace tools {
 namespace {
 
 [[noreturn]] void Fail(const char *what) { throw std::system_error(errno, std::generic_category(), what); }
 
-/// What a process writes to one of its streams, in a file without a name.
+/// A file without a name, for what a process writes to one of its streams.
 class Capture {
   public:
     Capture() : file_(std::tmpfile(), &std::fclose) {
@@ -30,12 +30,8 @@ class Capture {
     }
     bool Take(int stream) const { return dup2(fileno(file_.get()), stream) >= 0; }
     std::string Content() const {
-        std::string content;
-        char part[4096];
         std::rewind(file_.get());
-        while (const std::size_t got = std::fread(part, 1, sizeof part, file_.get()))
-            content.append(part, got);
-        return content;
+        return std::string(AsText(ReadAll(file_.get(), "a temporary file")));
     }
 
   private:
@@ -43,109 +39,99 @@ class Capture {
 };
 
 struct Process {
+    pid_t id = 0;
     Capture output;
     Capture messages;
     std::optional<int> status; ///< once it has ended
 };
 
-/// The signals that are waited for, blocked from the first process on: none is missed between two looks.
-class Signals {
+/// Processes in the order of their starts. Signals that are waited for are blocked as long as it lives: none is missed
+/// between two looks.
+class Pool {
   public:
-    Signals() {
+    Pool() {
         static_cast<void>(std::signal(SIGCHLD, SIG_DFL)); // whoever ignores it hears of no end
         sigemptyset(&awaited_);
         for (const int signal : {SIGCHLD, SIGHUP, SIGINT, SIGTERM})
             sigaddset(&awaited_, signal);
         sigprocmask(SIG_BLOCK, &awaited_, &before_);
     }
-    ~Signals() { Restore(); }
-    Signals(const Signals &) = delete;
-    Signals &operator=(const Signals &) = delete;
-
-    void AwaitChild() const {
-        int signal = 0;
-        if (sigwait(&awaited_, &signal) == 0 && signal != SIGCHLD)
-            throw Interrupted{signal};
-    }
-    void Restore() const { sigprocmask(SIG_SETMASK, &before_, nullptr); }
-
-  private:
-    sigset_t awaited_;
-    sigset_t before_;
-};
-
-class Pool {
-  public:
-    explicit Pool(std::size_t count) : processes_(count) {}
     /// Processes in the midst of writing a file finish that first.
     ~Pool() {
-        for (const auto &[id, index] : running_)
-            kill(id, SIGTERM);
-        for (const auto &[id, index] : running_)
-            waitpid(id, nullptr, 0);
+        for (const Process &process : processes_)
+            if (!process.status)
+                kill(process.id, SIGTERM);
+        for (const Process &process : processes_)
+            if (!process.status)
+                waitpid(process.id, nullptr, 0);
+        sigprocmask(SIG_SETMASK, &before_, nullptr);
     }
     Pool(const Pool &) = delete;
     Pool &operator=(const Pool &) = delete;
 
-    std::size_t Running() const { return running_.size(); }
-
+    std::size_t Running() const {
+        const auto runs = [](const Process &process) { return !process.status; };
+        return static_cast<std::size_t>(std::count_if(processes_.begin(), processes_.end(), runs));
+    }
     void Start(std::size_t index, const std::function<int(std::size_t)> &work) {
-        const Process &process = *(processes_[index] = std::make_unique<Process>());
+        Process process;
         static_cast<void>(std::fflush(nullptr)); // or both processes would write what waits
         const pid_t parent = getpid();
-        const pid_t id = fork();
-        if (id < 0)
+        process.id = fork();
+        if (process.id < 0)
             Fail("no process can be started");
-        if (id == 0) {
+        if (process.id == 0) {
             prctl(PR_SET_PDEATHSIG, SIGTERM);
-            signals_.Restore();
+            sigprocmask(SIG_SETMASK, &before_, nullptr);
             if (getppid() != parent || !process.output.Take(STDOUT_FILENO) || !process.messages.Take(STDERR_FILENO))
                 _exit(EXIT_FAILURE);
             const auto run = [&]() noexcept { return work(index); }; // nothing flies on into what is the parent's
             const int status = run();
             _exit(std::fflush(nullptr) == 0 ? status : std::max<int>(status, EXIT_FAILURE));
         }
-        running_[id] = index;
+        processes_.push_back(std::move(process));
     }
     /// Waits until some process may have ended, and notes those that have.
     void Wait() {
-        signals_.AwaitChild();
+        int signal = 0;
+        if (sigwait(&awaited_, &signal) == 0 && signal != SIGCHLD) {
+            HideProgress();
+            throw Interrupted{signal};
+        }
         int status = 0;
         for (pid_t id; (id = waitpid(-1, &status, WNOHANG)) > 0;)
-            if (const auto ended = running_.extract(id))
-                processes_[ended.mapped()]->status = WIFSIGNALED(status) ? -WTERMSIG(status) : WEXITSTATUS(status);
+            for (Process &process : processes_)
+                if (process.id == id)
+                    process.status = WIFSIGNALED(status) ? -WTERMSIG(status) : WEXITSTATUS(status);
     }
-    /// What a process left, which is then forgotten; nothing while it runs.
-    std::optional<Finished> Take(std::size_t index) {
-        if (!processes_[index] || !processes_[index]->status)
+    /// What the first process left, which is then forgotten; nothing while it runs.
+    std::optional<Finished> TakeFirst() {
+        if (processes_.empty() || !processes_.front().status)
             return std::nullopt;
-        const std::unique_ptr<Process> process = std::move(processes_[index]);
-        return Finished{*process->status, process->output.Content(), process->messages.Content()};
+        const Process process = std::move(processes_.front());
+        processes_.pop_front();
+        return Finished{*process.status, process.output.Content(), process.messages.Content()};
     }
 
   private:
-    Signals signals_;
-    std::vector<std::unique_ptr<Process>> processes_;
-    std::map<pid_t, std::size_t> running_;
+    sigset_t awaited_;
+    sigset_t before_;
+    std::deque<Process> processes_;
 };
 
 } // namespace
 
 void RunInProcesses(std::size_t count, std::size_t jobs, const std::function<int(std::size_t)> &work,
                     const std::function<void(std::size_t, const Finished &)> &done) {
-    Progress progress(count);
-    Pool pool(count);
+    Pool pool;
     std::size_t started = 0;
     for (std::size_t told = 0; told < count;) {
         while (started < count && pool.Running() < jobs)
             pool.Start(started++, work);
         pool.Wait();
-        progress.Show(started - pool.Running());
-        while (told < started) {
-            const std::optional<Finished> finished = pool.Take(told);
-            if (!finished)
-                break;
-            progress.Hide();
+        ShowProgress(started - pool.Running(), count);
+        while (const std::optional<Finished> finished = pool.TakeFirst()) {
+            HideProgress();
             done(told++, *finished);
         }
     }

@@ -1,4 +1,4 @@
-#include "tools/run_call.h"
+#include "tools/bound_call.h"
 
 #include "tools/picture_files.h"
 
@@ -9,15 +9,8 @@
 namespace tools {
 namespace {
 
-using standin::Host;
-using standin::Ref;
-using standin::Result;
-using standin::Value;
+using namespace standin;
 using Target = BoundCall::Target;
-
-Value Fill(const Slot &slot, const Ref &picture) {
-    return std::holds_alternative<CurrentPicture>(slot) ? Value(picture) : std::get<Value>(slot);
-}
 
 void FillTable(Host &host, const Ref &instance, const CubeTable &table) {
     for (int red = 0; red < kGridPoints; ++red)
@@ -38,12 +31,7 @@ std::string FaultOf(std::span<const unsigned char> bytes) {
                            kHeader);
     if (AsText(bytes.first(4)) != "PPIC")
         return "the bytes are no picture string, which begins with PPIC";
-    const auto word = [&](std::size_t at) {
-        std::uint32_t number = 0;
-        for (const unsigned char byte : bytes.subspan(at, 4))
-            number = number << 8 | byte;
-        return number;
-    };
+    const auto word = [&](std::size_t at) { return BigEndian(bytes, at, 4); };
     if (word(4) != bytes.size())
         return fmt::format("the picture string says that it has {} bytes, and has {}", word(4), bytes.size());
     const std::uint64_t pixels = std::uint64_t{3} * word(8) * word(12);
@@ -59,13 +47,12 @@ std::string WhyNil(const BoundCall &call, const Ref &receiver, const std::vector
     constexpr std::int64_t kMostSide = 32767;
     std::string why;
     const auto add = [&](const std::string &reason) { why += reason.empty() ? "" : "\n  " + reason; };
-    std::vector<std::pair<std::string, const standin::Picture *>> pictures;
+    std::vector<std::pair<std::string, const Picture *>> pictures;
     if (call.target == Target::PictureMethod)
         pictures.emplace_back("the picture", &receiver.picture());
-    const std::vector<standin::Parameter> &parameters = call.method->declaration.parameters;
-    const bool takesSamples = std::any_of(parameters.begin(), parameters.end(), [](const auto &parameter) {
-        return standin::SameName(parameter.name, "Bits");
-    });
+    const std::vector<Parameter> &parameters = call.method->declaration.parameters;
+    const bool takesSamples = std::any_of(parameters.begin(), parameters.end(),
+                                          [](const auto &parameter) { return SameName(parameter.name, "Bits"); });
     for (std::size_t i = 0; i < arguments.size(); ++i) {
         const auto &[name, type, byref, defaultText] = parameters[i];
         const Value &value = arguments[i];
@@ -78,9 +65,9 @@ std::string WhyNil(const BoundCall &call, const Ref &receiver, const std::vector
         if (!value.Is<Ref>())
             continue;
         const Ref &ref = value.AsRef();
-        if (type == standin::Type::Picture)
+        if (type == Type::Picture)
             pictures.emplace_back(name, &ref.picture());
-        else if (type == standin::Type::String)
+        else if (type == Type::String)
             add(FaultOf(AsBytes(ref.text().bytes())));
         else if (!takesSamples && ref.block().memory.size() < kTable)
             add(fmt::format("{} holds {} bytes, and a table {}", name, ref.block().memory.size(), kTable));
@@ -98,8 +85,8 @@ std::string WhyNil(const BoundCall &call, const Ref &receiver, const std::vector
 
 Result RunClass(Host &host, const BoundCall &call, Ref &picture) {
     const Ref instance = host.New(call.name);
-    for (const auto &[name, slot] : call.properties)
-        host.Set(instance, name, Fill(slot, picture));
+    for (const auto &[name, slot] : call.arguments)
+        host.Set(instance, name, slot.value_or(picture));
     if (call.table)
         FillTable(host, instance, *call.table);
     Result result = host.CallRecord(*call.method, false, instance, {});
@@ -115,7 +102,7 @@ Result RunClass(Host &host, const BoundCall &call, Ref &picture) {
 /// The module stores alpha alone. Where there is an alpha channel, colors that are premultiplied follow it, as the
 /// host's pictures demand.
 Result RunAssignment(Host &host, const BoundCall &call, const Ref &picture, std::vector<Value> arguments) {
-    const Value assigned = Fill(*call.assigned, picture);
+    const Value assigned = call.assigned->value_or(picture);
     const bool follow = picture.picture().description.hasAlphaChannel;
     const Image before = follow ? ImageOf(picture.picture()) : Image();
     Result result = host.CallRecord(*call.method, false, picture, std::move(arguments), &assigned);
@@ -130,8 +117,8 @@ Result RunCall(Host &host, const BoundCall &call, Ref &picture) {
     if (call.target == Target::Class)
         return RunClass(host, call, picture);
     std::vector<Value> arguments;
-    for (const Slot &slot : call.arguments)
-        arguments.push_back(Fill(slot, picture));
+    for (const auto &[name, slot] : call.arguments)
+        arguments.push_back(slot.value_or(picture));
     Result result = call.assigned
                         ? RunAssignment(host, call, picture, arguments)
                         : host.CallRecord(*call.method, call.target == Target::GlobalMethod, picture, arguments);
@@ -155,11 +142,11 @@ std::string Shown(const Value &value) {
     if (!value.Is<Ref>())
         return "nil";
     switch (value.AsRef().object()->kind) {
-    case standin::Kind::Picture:
+    case Kind::Picture:
         return fmt::format("picture of {} x {}", value.AsPicture().width, value.AsPicture().height);
-    case standin::Kind::String:
+    case Kind::String:
         return fmt::format("string of {} bytes", value.AsRef().text().bytes().size());
-    case standin::Kind::MemoryBlock:
+    case Kind::MemoryBlock:
         return fmt::format("memory block of {} bytes", value.AsRef().block().memory.size());
     default:
         return value.AsRef().object()->Describe();

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <charconv>
 #include <cmath>
-#include <cstdint>
 #include <fmt/format.h>
 
 /// Plain arithmetic and square roots alone: functions of the C library may differ in the last bit from one to the
@@ -109,41 +108,52 @@ double AlphaAt(int column, int row, int width, int height) {
     return Step(edge + 0.05, edge - 0.05, across);
 }
 
-unsigned char ToByte(double level) { return static_cast<unsigned char>(std::clamp(level, 0.0, 255.0)); }
+int ToLevel(double level) { return static_cast<int>(std::clamp(level, 0.0, 255.0)); }
 
 } // namespace
 
 std::pair<int, int> ParseSize(std::string_view text) {
-    int width = 0;
-    int height = 0;
-    const char *end = text.data() + text.size();
-    const auto first = std::from_chars(text.data(), end, width);
-    const bool more = first.ec == std::errc{} && first.ptr != end && *first.ptr == 'x';
-    const auto second = more ? std::from_chars(first.ptr + 1, end, height) : first;
-    if (!more || second.ec != std::errc{} || second.ptr != end || width < 1 || height < 1 || width > kLargestSide ||
-        height > kLargestSide)
-        throw UserError(fmt::format("--size {}: expected WxH, each from 1 to {}", text, kLargestSide));
-    return {width, height};
+    const std::size_t sign = std::min(text.find('x'), text.size());
+    const auto side = [&](std::string_view digits) {
+        int number = 0;
+        const auto parsed = std::from_chars(digits.data(), digits.data() + digits.size(), number);
+        if (parsed.ptr != digits.data() + digits.size() || number < 1 || number > kLargestSide)
+            throw UserError(fmt::format("--size {}: expected WxH, each from 1 to {}", text, kLargestSide));
+        return number;
+    };
+    return {side(text.substr(0, sign)), side(text.substr(std::min(sign + 1, text.size())))};
 }
 
 Image SamplePicture(int width, int height, bool withAlpha) {
-    Image image = MakeImage(width, height, withAlpha);
-    for (int row = 0; row < height; ++row)
-        for (int column = 0; column < width; ++column) {
-            const Triple color = SceneAt(column, row, width, height);
-            unsigned char *pixel = image.At(column, row);
-            for (std::size_t channel = 0; channel < 3; ++channel)
-                pixel[channel] = ToByte(color[channel]);
-            pixel[3] = withAlpha ? ToByte(255 * AlphaAt(column, row, width, height)) : 255;
-        }
-    return image;
+    return Draw(width, height, withAlpha, [&](int column, int row) {
+        const Triple color = SceneAt(column, row, width, height);
+        return Color{ToLevel(color[0]), ToLevel(color[1]), ToLevel(color[2]),
+                     withAlpha ? ToLevel(255 * AlphaAt(column, row, width, height)) : 255};
+    });
 }
 
-Sound SampleSound() {
+Bytes SampleSound() {
     constexpr int kRate = 16000;
     constexpr int kSamples = 2 * kRate;
     constexpr double kSyllable = 0.22; ///< seconds
-    Sound sound{16, kRate, {}};
+    Bytes file;
+    const auto tag = [&](std::string_view text) { file.insert(file.end(), text.begin(), text.end()); };
+    const auto number = [&](int value, int bytes) {
+        for (int i = 0; i < bytes; ++i)
+            file.push_back(static_cast<unsigned char>(value >> 8 * i));
+    };
+    tag("RIFF");
+    number(36 + 2 * kSamples, 4); // what follows
+    tag("WAVEfmt ");
+    number(16, 4);
+    number(1, 2); // uncompressed
+    number(1, 2); // channel
+    number(kRate, 4);
+    number(2 * kRate, 4); // bytes a second
+    number(2, 2);         // bytes a sample
+    number(16, 2);
+    tag("data");
+    number(2 * kSamples, 4);
     double phase = 0;
     for (int i = 0; i < kSamples; ++i) {
         const double time = i / static_cast<double>(kRate);
@@ -156,33 +166,27 @@ Sound SampleSound() {
         const double voice = 0.5 * Wave(phase) + Mix(0.1, 0.4, vowel) * Wave(3 * phase) +
                              Mix(0.4, 0.1, vowel) * Wave(7 * phase) + 0.08 * Wave(19 * phase);
         const double breath = Step(0.2, 0, inside) * (Hash(i, 5) - 0.5);
-        const auto level = static_cast<int>(32767 * std::clamp(envelope * voice + 0.3 * loudness * breath, -1.0, 1.0));
-        sound.samples.push_back(static_cast<unsigned char>(level & 255));
-        sound.samples.push_back(static_cast<unsigned char>(level >> 8 & 255));
+        number(static_cast<int>(32767 * std::clamp(envelope * voice + 0.3 * loudness * breath, -1.0, 1.0)), 2);
     }
-    return sound;
+    return file;
 }
 
-CubeTable SampleTable() {
-    CubeTable table{"Film", 33, {0, 0, 0}, {1, 1, 1}, {}};
-    const auto level = [&](std::size_t point) {
-        return static_cast<double>(point) / static_cast<double>(table.size - 1);
-    };
-    for (std::size_t blue = 0; blue < table.size; ++blue)
-        for (std::size_t green = 0; green < table.size; ++green)
-            for (std::size_t red = 0; red < table.size; ++red) {
-                const Triple input = {level(red), level(green), level(blue)};
-                const double light = 0.299 * input[0] + 0.587 * input[1] + 0.114 * input[2];
-                const Triple tint = Mix({-0.03, 0.015, 0.045}, {0.05, 0.015, -0.06}, light);
-                Triple output;
-                for (std::size_t channel = 0; channel < 3; ++channel) {
-                    const double faded = Mix(light, input[channel], 0.88);
-                    const double curved = Mix(faded, Step(0, 1, faded), 0.55);
-                    output[channel] = std::clamp(0.03 + 0.94 * curved + tint[channel], 0.0, 1.0);
-                }
-                table.entries.push_back(output);
-            }
-    return table;
+std::string SampleTable() {
+    constexpr int kPoints = 33;
+    std::string text = fmt::format("TITLE \"Film\"\nLUT_3D_SIZE {}\nDOMAIN_MIN 0 0 0\nDOMAIN_MAX 1 1 1\n", kPoints);
+    for (int at = 0; at < kPoints * kPoints * kPoints; ++at) { // red runs fastest
+        const auto level = [&](int step) { return at / step % kPoints / static_cast<double>(kPoints - 1); };
+        const Triple input = {level(1), level(kPoints), level(kPoints * kPoints)};
+        const double light = 0.299 * input[0] + 0.587 * input[1] + 0.114 * input[2];
+        const Triple tint = Mix({-0.03, 0.015, 0.045}, {0.05, 0.015, -0.06}, light);
+        for (std::size_t channel = 0; channel < 3; ++channel) {
+            const double faded = Mix(light, input[channel], 0.88);
+            const double curved = Mix(faded, Step(0, 1, faded), 0.55);
+            text += fmt::format("{:.6f}{}", std::clamp(0.03 + 0.94 * curved + tint[channel], 0.0, 1.0),
+                                channel == 2 ? '\n' : ' ');
+        }
+    }
+    return text;
 }
 
 } // namespace tools

@@ -2,10 +2,6 @@
 
 #include "tools/cube_file.h"
 #include "tools/picture_files.h"
-#include "tools/wav_file.h"
-
-#include <string_view>
-#include <utility>
 
 namespace tools {
 
@@ -17,10 +13,11 @@ std::pair<int, int> ParseSize(std::string_view text);
 /// right edge fades out along a wavy line. The same pixels on every machine; width and height at least 1.
 Image SamplePicture(int width, int height, bool withAlpha);
 
-/// Two seconds that sound a little like speech: syllables of a gliding voice with pauses between. 16 bits.
-Sound SampleSound();
+/// A WAV file of two seconds that sound a little like speech: syllables of a gliding voice with pauses between. 16
+/// bits.
+Bytes SampleSound();
 
-/// The look of a film: soft contrast, warm lights, cool shadows.
-CubeTable SampleTable();
+/// A .cube file with the look of a film: soft contrast, warm lights, cool shadows.
+std::string SampleTable();
 
 } // namespace tools

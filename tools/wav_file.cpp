@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <fmt/format.h>
-#include <optional>
 
 namespace tools {
 namespace {
@@ -14,21 +13,12 @@ constexpr std::size_t kSubformatAt = 24; ///< in the longer form of the format c
 constexpr std::uint32_t kPcm = 1;
 constexpr std::uint32_t kExtensible = 0xFFFE;
 
-void Append(Bytes &bytes, std::string_view text) {
-    for (const char letter : text)
-        bytes.push_back(static_cast<unsigned char>(letter));
-}
-void Append(Bytes &bytes, std::uint32_t number, int count) {
-    for (int i = 0; i < count; ++i)
-        bytes.push_back(static_cast<unsigned char>(number >> 8 * i));
-}
-
 bool HasTag(std::span<const unsigned char> bytes, std::size_t at, std::string_view tag) {
     return at + tag.size() <= bytes.size() && AsText(bytes.subspan(at, tag.size())) == tag;
 }
 
-/// What lies in the first chunk of that tag, as far as the file goes.
-std::optional<std::span<const unsigned char>> Chunk(std::span<const unsigned char> file, std::string_view tag) {
+/// What lies in the first chunk of that tag, as far as the file goes; empty when there is none.
+std::span<const unsigned char> Chunk(std::span<const unsigned char> file, std::string_view tag) {
     std::size_t at = kRiffHeader;
     while (file.size() - at >= kChunkHeader) {
         const std::size_t content = at + kChunkHeader;
@@ -37,26 +27,24 @@ std::optional<std::span<const unsigned char>> Chunk(std::span<const unsigned cha
             return file.subspan(content, held);
         at = content + std::min(held + held % 2, file.size() - content);
     }
-    return std::nullopt;
+    return {};
 }
 
 } // namespace
 
-bool IsWav(std::span<const unsigned char> file) { return HasTag(file, 0, "RIFF") && HasTag(file, 8, "WAVE"); }
-
 Sound ReadWav(std::span<const unsigned char> file, std::string_view name) {
     const auto fail = [&](std::string_view why) { throw UserError(fmt::format("{}: {}", name, why)); };
-    if (!IsWav(file))
+    if (!HasTag(file, 0, "RIFF") || !HasTag(file, 8, "WAVE"))
         fail("is no WAV file");
     const auto format = Chunk(file, "fmt ");
-    if (!format || format->size() < kFormatBytes)
+    if (format.size() < kFormatBytes)
         fail("the WAV file does not say how its samples are stored");
-    std::uint32_t coding = LittleEndian(*format, 0, 2);
-    if (coding == kExtensible && format->size() >= kSubformatAt + 2)
-        coding = LittleEndian(*format, kSubformatAt, 2);
-    const std::uint32_t channels = LittleEndian(*format, 2, 2);
-    const std::uint32_t frameBytes = LittleEndian(*format, 12, 2);
-    const std::uint32_t bits = LittleEndian(*format, 14, 2);
+    std::uint32_t coding = LittleEndian(format, 0, 2);
+    if (coding == kExtensible && format.size() >= kSubformatAt + 2)
+        coding = LittleEndian(format, kSubformatAt, 2);
+    const std::uint32_t channels = LittleEndian(format, 2, 2);
+    const std::uint32_t frameBytes = LittleEndian(format, 12, 2);
+    const std::uint32_t bits = LittleEndian(format, 14, 2);
     if (coding != kPcm || (bits != 8 && bits != 16))
         fail(fmt::format("only uncompressed samples of 8 or 16 bits can be used, not {} bits of coding {}", bits,
                          coding));
@@ -65,41 +53,19 @@ Sound ReadWav(std::span<const unsigned char> file, std::string_view name) {
         fail(fmt::format("the WAV file contradicts itself: {} channels of {} bits in {} bytes", channels, bits,
                          frameBytes));
     const auto data = Chunk(file, "data");
-    if (!data || data->size() < frameBytes)
+    if (data.size() < frameBytes)
         fail("the WAV file holds no samples");
-    Sound sound{static_cast<int>(bits), LittleEndian(*format, 4, 4), {}};
-    const std::size_t dataAt = static_cast<std::size_t>(data->data() - file.data());
+    Sound sound{bits == 8 ? 8 : 15, {}};
+    const std::size_t dataAt = static_cast<std::size_t>(data.data() - file.data());
     const std::uint32_t promised = LittleEndian(file, dataAt - 4, 4);
     constexpr std::uint32_t kUntold = 0xFFFFFFFF; // what programs write that send sound through a pipe
-    if (promised > data->size() && promised != kUntold)
-        sound.loss = fmt::format("is cut off: {} of {} bytes of samples are there", data->size(), promised);
-    sound.samples.reserve(data->size() / channels);
-    for (std::size_t at = 0; at + frameBytes <= data->size(); at += frameBytes)
-        sound.samples.insert(sound.samples.end(), data->begin() + static_cast<std::ptrdiff_t>(at),
-                             data->begin() + static_cast<std::ptrdiff_t>(at + sampleBytes));
+    if (promised > data.size() && promised != kUntold)
+        sound.loss = fmt::format("is cut off: {} of {} bytes of samples are there", data.size(), promised);
+    sound.samples.reserve(data.size() / channels);
+    for (std::size_t at = 0; at + frameBytes <= data.size(); at += frameBytes)
+        sound.samples.insert(sound.samples.end(), data.begin() + static_cast<std::ptrdiff_t>(at),
+                             data.begin() + static_cast<std::ptrdiff_t>(at + sampleBytes));
     return sound;
-}
-
-Bytes WavOf(const Sound &sound) {
-    const auto size = static_cast<std::uint32_t>(sound.samples.size());
-    const auto sampleBytes = static_cast<std::uint32_t>(sound.bitsPerSample / 8);
-    Bytes file;
-    Append(file, "RIFF");
-    Append(file, 4 + kChunkHeader + kFormatBytes + kChunkHeader + size + size % 2, 4);
-    Append(file, "WAVEfmt ");
-    Append(file, kFormatBytes, 4);
-    Append(file, kPcm, 2);
-    Append(file, 1, 2);
-    Append(file, sound.rate, 4);
-    Append(file, sound.rate * sampleBytes, 4);
-    Append(file, sampleBytes, 2);
-    Append(file, static_cast<std::uint32_t>(sound.bitsPerSample), 2);
-    Append(file, "data");
-    Append(file, size, 4);
-    file.insert(file.end(), sound.samples.begin(), sound.samples.end());
-    if (size % 2 != 0)
-        file.push_back(0);
-    return file;
 }
 
 } // namespace tools

@@ -1,4 +1,4 @@
-#include "tools/batch.h"
+#include "tools/apply.h"
 #include "tools/files.h"
 
 #include <gtest/gtest.h>
@@ -41,7 +41,7 @@ TEST(Batch, NoTwoResultsGoToOnePlace) {
     const struct {
         const char *what;
         const char *output;
-        std::vector<std::string> blocks;
+        std::vector<SavedBlock> blocks;
         std::vector<std::string> inputs;
         bool isRefused;
     } kPlans[] = {
@@ -52,9 +52,9 @@ TEST(Batch, NoTwoResultsGoToOnePlace) {
         {"no part of the input in it", "out.png", {}, {"a.png", "b.png"}, true},
         {"the same place, written differently", "out/../{name}.png", {}, {"a/1.png", "./b/1.png"}, true},
         {"over another input", "{name}.png", {}, {"a.jpg", "./a.png"}, true},
-        {"blocks apart", "", {"red={name}.bin"}, {"a.png", "b.png"}, false},
-        {"one block for all", "", {"red=red.bin"}, {"a.png", "b.png"}, true},
-        {"picture and block", "{name}.bin", {"red={name}.bin"}, {"a.png"}, true},
+        {"blocks apart", "", {{"red", "{name}.bin"}}, {"a.png", "b.png"}, false},
+        {"one block for all", "", {{"red", "red.bin"}}, {"a.png", "b.png"}, true},
+        {"picture and block", "{name}.bin", {{"red", "{name}.bin"}}, {"a.png"}, true},
         {"one standard output", "-", {}, {"-"}, false},
         {"standard output of two", "-", {}, {"a.png", "b.png"}, true},
         {"into a folder", "out/", {}, {"a/1.png", "a/2.jpg"}, false},

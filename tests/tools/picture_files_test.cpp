@@ -29,6 +29,8 @@ class Files : public testing::Test {
     std::filesystem::path folder_;
 };
 
+void WriteImage(const std::string &path, const Image &image) { WriteBytes(path, FileOf(path, image)); }
+
 /// Every alpha in every column, every level in some row.
 Image AllAlphas() {
     Image image = MakeImage(256, 64, true);
@@ -146,21 +148,14 @@ TEST_F(Files, WhatIsNoPictureIsRefused) {
     const std::pair<const char *, const char *> rows[] = {
         {"", "is empty"},
         {"BM", "is damaged"},
-        {"GIF89a", "GIF"},
         {"some words", "text"},
         {"<?xml?><svg>", "SVG"},
-        {"\x01\x02\x03"
-         "ftypheic",
-         "HEIC"},
         {"8BPS", "Photoshop"},
         {"\x01\x02", "no picture"},
         {"\x89PNG\r\n\x1a\n", kHasCodecs ? "is damaged" : "kvt apply"},
         {"\xFF\xD8\xFF", kHasCodecs ? "no pixels" : "kvt apply"}};
     for (const auto &[content, reason] : rows) {
-        std::string file = content;
-        if (file.starts_with("\x01\x02\x03"))
-            file.insert(0, 1, '\0');
-        WriteBytes(Path("a.png"), AsBytes(file));
+        WriteBytes(Path("a.png"), AsBytes(content));
         try {
             ReadImage(Path("a.png"));
             ADD_FAILURE() << content;

@@ -35,12 +35,11 @@ Sound Read(std::string_view file) {
 
 TEST(WavFile, TakesTheFirstChannel) {
     const Sound mono = Read(Wav(Format(1, 1, 8) + Chunk("data", "abc")));
-    EXPECT_EQ(mono.Bits(), 8);
-    EXPECT_EQ(mono.rate, 8000u);
+    EXPECT_EQ(mono.bits, 8);
     EXPECT_EQ(AsText(mono.samples), "abc");
 
     const Sound stereo = Read(Wav(Format(1, 2, 16) + Chunk("data", "ABxyCDxy")));
-    EXPECT_EQ(stereo.Bits(), 15);
+    EXPECT_EQ(stereo.bits, 15);
     EXPECT_EQ(AsText(stereo.samples), "ABCD");
 }
 
@@ -62,13 +61,11 @@ TEST(WavFile, ACutFileGivesItsWholeFrames) {
     EXPECT_EQ(cut(10).loss, "");
 }
 
-TEST(WavFile, ReadsBackWhatItWrites) {
-    for (const Sound &sound : {SampleSound(), Sound{8, 8000, {1, 2, 3}}}) {
-        const Sound back = ReadWav(WavOf(sound), "sample.wav");
-        EXPECT_EQ(back.bitsPerSample, sound.bitsPerSample);
-        EXPECT_EQ(back.rate, sound.rate);
-        EXPECT_EQ(back.samples, sound.samples);
-    }
+TEST(WavFile, TheSampleIsOne) {
+    const Sound sound = ReadWav(SampleSound(), "sample.wav");
+    EXPECT_EQ(sound.bits, 15);
+    EXPECT_EQ(sound.samples.size(), 64000u);
+    EXPECT_EQ(sound.loss, "");
 }
 
 TEST(WavFile, RefusesWhatItCannotUse) {

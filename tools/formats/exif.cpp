@@ -1,8 +1,14 @@
 #include "tools/formats/formats.h"
 
-#include "tools/files.h"
-
 namespace tools::formats {
+
+void TakeResolution(double across, double down, int unit, Tags &tags) {
+    const double unitsPerMeter = unit == 2 ? 1 / kInch : unit == 3 ? 100 : 0;
+    if (across > 0 && down > 0) {
+        tags.perMeterX = across * unitsPerMeter;
+        tags.perMeterY = down * unitsPerMeter;
+    }
+}
 
 void ReadExif(File exif, Info &info) {
     constexpr std::string_view kHeading("Exif\0\0", 6);
@@ -21,7 +27,7 @@ void ReadExif(File exif, Info &info) {
     };
     double across = 0;
     double down = 0;
-    std::uint32_t unit = 2; // inches
+    int unit = 2;
     const std::size_t directory = number(4, 4);
     const std::uint32_t entries = number(directory, 2);
     for (std::size_t at = directory + 2; at < directory + 2 + 12 * std::size_t{entries}; at += 12) {
@@ -37,17 +43,14 @@ void ReadExif(File exif, Info &info) {
             down = ratio(number(at + 8, 4));
             break;
         case 0x128:
-            unit = value;
+            unit = static_cast<int>(value);
             break;
         default:
             break;
         }
     }
-    const double unitsPerMeter = unit == 2 ? 1 / 0.0254 : unit == 3 ? 100 : 0;
-    if (info.tags.perMeterX == 0 && across > 0 && down > 0) {
-        info.tags.perMeterX = across * unitsPerMeter;
-        info.tags.perMeterY = down * unitsPerMeter;
-    }
+    if (info.tags.perMeterX == 0)
+        TakeResolution(across, down, unit, info.tags);
 }
 
 } // namespace tools::formats

@@ -5,12 +5,7 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstddef>
-#include <cstdint>
 #include <functional>
-#include <span>
-#include <string>
-#include <vector>
 
 /// The kinds of picture files, each a function that reads and one that writes. They know nothing of hosts and paths.
 namespace tools::formats {
@@ -29,6 +24,11 @@ struct Tags {
 inline std::uint32_t Whole(double perMeter) {
     return static_cast<std::uint32_t>(std::lround(std::clamp(perMeter, 0.0, 2147483647.0)));
 }
+
+constexpr double kInch = 0.0254; ///< in meters
+
+/// Takes a resolution over unless it is none. The unit is as in EXIF: 2 for inches, 3 for centimeters.
+void TakeResolution(double across, double down, int unit, Tags &tags);
 
 /// What a file says of its picture.
 struct Info {

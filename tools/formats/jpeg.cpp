@@ -1,7 +1,6 @@
 #include "tools/formats/formats.h"
 
 #include <algorithm>
-#include <cstring>
 #include <fmt/format.h>
 #include <functional>
 #include <future>
@@ -24,8 +23,6 @@ constexpr std::size_t kMostInSegment = 65533;
 constexpr std::size_t kFirstSegment = 2;    ///< where the JFIF segment lies in what is written
 constexpr std::size_t kBehindJfif = 2 + 18; ///< and what follows it
 constexpr int kPerInch = 1;
-constexpr int kPerCentimeter = 2;
-constexpr double kInch = 0.0254;
 
 struct Heading {
     Info info;
@@ -44,11 +41,11 @@ Heading ReadHeading(File file) {
             ++at;
             continue;
         }
-        const std::size_t length = std::size_t{file[at + 2]} * 256 + file[at + 3];
+        const std::size_t length = BigEndian(file, at + 2, 2);
         if (length < 2 || length > file.size() - at - 2 || marker == 0xDA)
             break;
         const File segment = file.subspan(at + 4, length - 2);
-        const auto word = [&](std::size_t place) { return segment[place] * 256 + segment[place + 1]; };
+        const auto word = [&](std::size_t place) { return static_cast<int>(BigEndian(segment, place, 2)); };
         const std::string_view text = AsText(segment);
         if (marker >= 0xC0 && marker <= 0xCF && marker != 0xC4 && marker != 0xC8 && marker != 0xCC &&
             segment.size() >= 6) {
@@ -56,9 +53,7 @@ Heading ReadHeading(File file) {
             info.width = word(3);
             heading.components = segment[5];
         } else if (marker == 0xE0 && text.starts_with("JFIF") && segment.size() >= 12) {
-            const double unitsPerMeter = segment[7] == kPerInch ? 1 / kInch : segment[7] == kPerCentimeter ? 100 : 0;
-            info.tags.perMeterX = word(8) * unitsPerMeter;
-            info.tags.perMeterY = word(10) * unitsPerMeter;
+            TakeResolution(word(8), word(10), segment[7] + 1, info.tags);
         } else if (marker == 0xE1 && text.starts_with("Exif")) {
             ReadExif(segment, info);
         } else if (marker == 0xE2 && text.starts_with(kProfileHeading) && segment.size() >= kHeadingOfChunk) {
@@ -123,6 +118,11 @@ void ReadJpeg(File file, const MakePixels &make) {
 
 namespace {
 
+void SetWord(Bytes &file, std::size_t at, unsigned word) {
+    file[at] = static_cast<unsigned char>(word >> 8);
+    file[at + 1] = static_cast<unsigned char>(word);
+}
+
 /// A JPEG file of some rows.
 Bytes WriteRows(const Pixels &pixels, int top, int rows, int quality) {
     const Handle handle = Made(tjInitCompress());
@@ -158,20 +158,16 @@ Bytes WriteBands(const Pixels &pixels, int quality) {
     for (std::size_t i = 0; i < written.size(); ++i) {
         const Bytes band = written[i].get();
         std::size_t at = kFirstSegment;
-        for (; band[at + 1] != 0xDA; at += 2 + std::size_t{band[at + 2]} * 256 + band[at + 3])
+        for (; band[at + 1] != 0xDA; at += 2 + BigEndian(band, at + 2, 2))
             if (band[at + 1] == 0xC0 && i == 0)
                 break;
         if (i == 0) { // the whole height, and what tells the interval before it
-            const int interval = rowsOfBand * blocks;
-            const auto high = [](int number) { return static_cast<unsigned char>(number >> 8); };
-            const auto low = [](int number) { return static_cast<unsigned char>(number); };
             file.assign(band.begin(), band.end());
-            file[at + 5] = high(pixels.height);
-            file[at + 6] = low(pixels.height);
-            file.insert(file.begin() + static_cast<std::ptrdiff_t>(at),
-                        {0xFF, 0xDD, 0, 4, high(interval), low(interval)});
+            SetWord(file, at + 5, static_cast<unsigned>(pixels.height));
+            file.insert(file.begin() + static_cast<std::ptrdiff_t>(at), {0xFF, 0xDD, 0, 4, 0, 0});
+            SetWord(file, at + 4, static_cast<unsigned>(rowsOfBand * blocks));
         } else {
-            at += 2 + std::size_t{band[at + 2]} * 256 + band[at + 3];
+            at += 2 + BigEndian(band, at + 2, 2);
             file.back() = static_cast<unsigned char>(0xD0 + (i - 1) % 8); // in the place of the end
             file.insert(file.end(), band.begin() + static_cast<std::ptrdiff_t>(at), band.end());
         }
@@ -185,11 +181,9 @@ Bytes WriteJpeg(const Pixels &pixels, const Tags &tags, int quality) {
     Bytes written = WriteBands(pixels, quality);
     if (const double perInchX = tags.perMeterX * kInch + 0.5, perInchY = tags.perMeterY * kInch + 0.5;
         perInchX >= 1 && perInchY >= 1 && perInchX < 65536 && perInchY < 65536) {
-        const auto x = static_cast<unsigned>(perInchX);
-        const auto y = static_cast<unsigned>(perInchY);
-        const unsigned char resolution[] = {kPerInch, static_cast<unsigned char>(x >> 8), static_cast<unsigned char>(x),
-                                            static_cast<unsigned char>(y >> 8), static_cast<unsigned char>(y)};
-        std::memcpy(&written[kFirstSegment + 11], resolution, sizeof resolution);
+        written[kFirstSegment + 11] = kPerInch;
+        SetWord(written, kFirstSegment + 12, static_cast<unsigned>(perInchX));
+        SetWord(written, kFirstSegment + 14, static_cast<unsigned>(perInchY));
     }
     if (tags.profile.empty())
         return written;
@@ -202,9 +196,8 @@ Bytes WriteJpeg(const Pixels &pixels, const Tags &tags, int quality) {
     for (std::size_t i = 0; i < chunks; ++i) {
         const auto chunk = File(tags.profile).subspan(i * kMostInChunk);
         const std::size_t bytes = std::min(chunk.size(), kMostInChunk);
-        const std::size_t length = bytes + kHeadingOfChunk + 2;
-        file.insert(file.end(),
-                    {0xFF, 0xE2, static_cast<unsigned char>(length >> 8), static_cast<unsigned char>(length)});
+        file.insert(file.end(), {0xFF, 0xE2, 0, 0});
+        SetWord(file, file.size() - 2, static_cast<unsigned>(bytes + kHeadingOfChunk + 2));
         file.insert(file.end(), kProfileHeading.begin(), kProfileHeading.end());
         file.insert(file.end(), {static_cast<unsigned char>(i + 1), static_cast<unsigned char>(chunks)});
         file.insert(file.end(), chunk.begin(), chunk.begin() + static_cast<std::ptrdiff_t>(bytes));

@@ -23,9 +23,7 @@ void Check(int error) {
 void LookThroughChunks(File file, Info &info) {
     constexpr std::size_t kSignature = 8;
     for (std::size_t at = kSignature; at + 12 <= file.size();) {
-        std::size_t length = 0;
-        for (std::size_t i = 0; i < 4; ++i)
-            length = length << 8 | file[at + i];
+        const std::size_t length = BigEndian(file, at, 4);
         if (length > file.size() - at - 12)
             return;
         const std::string_view kind = AsText(file.subspan(at + 4, 4));

@@ -14,7 +14,6 @@ namespace {
 
 constexpr tmsize_t kMostMemory = tmsize_t{1} << 30; ///< of one allocation
 constexpr double kMostPixelsAByte = 8 * 1500;       ///< of one bit, deflated
-constexpr double kInch = 0.0254;
 
 /// A file in memory as libtiff reads it, and the first that libtiff complains of.
 struct Source {
@@ -68,24 +67,22 @@ Tiff Open(Source &source) {
             &TIFFClose};
 }
 
-Tags TagsOf(TIFF *tiff) {
+/// What a tag says, or the usual where it is missing.
+template <class Value> Value FieldOf(const Tiff &tiff, std::uint32_t tag, Value usual) {
+    TIFFGetFieldDefaulted(tiff.get(), tag, &usual);
+    return usual;
+}
+
+Tags TagsOf(const Tiff &tiff) {
     Tags tags;
     std::uint32_t size = 0;
     void *profile = nullptr;
-    if (TIFFGetField(tiff, TIFFTAG_ICCPROFILE, &size, &profile)) {
+    if (TIFFGetField(tiff.get(), TIFFTAG_ICCPROFILE, &size, &profile)) {
         const auto *bytes = static_cast<const unsigned char *>(profile);
         tags.profile.assign(bytes, bytes + size);
     }
-    float across = 0;
-    float down = 0;
-    std::uint16_t unit = RESUNIT_NONE;
-    TIFFGetFieldDefaulted(tiff, TIFFTAG_RESOLUTIONUNIT, &unit);
-    if (unit != RESUNIT_NONE && TIFFGetField(tiff, TIFFTAG_XRESOLUTION, &across) &&
-        TIFFGetField(tiff, TIFFTAG_YRESOLUTION, &down) && across > 0 && down > 0) {
-        const double unitsPerMeter = unit == RESUNIT_INCH ? 1 / kInch : 100;
-        tags.perMeterX = static_cast<double>(across) * unitsPerMeter;
-        tags.perMeterY = static_cast<double>(down) * unitsPerMeter;
-    }
+    TakeResolution(FieldOf(tiff, TIFFTAG_XRESOLUTION, 0.0F), FieldOf(tiff, TIFFTAG_YRESOLUTION, 0.0F),
+                   FieldOf<std::uint16_t>(tiff, TIFFTAG_RESOLUTIONUNIT, RESUNIT_NONE), tags);
     return tags;
 }
 
@@ -100,20 +97,14 @@ void ReadTiff(File file, const MakePixels &make) {
     };
     if (!tiff)
         fail(source.damage);
-    std::uint32_t width = 0;
-    std::uint32_t height = 0;
-    std::uint16_t bits = 1;
-    std::uint16_t samples = 1;
-    std::uint16_t photometric = 0;
-    std::uint16_t compression = COMPRESSION_NONE;
+    const auto width = FieldOf<std::uint32_t>(tiff, TIFFTAG_IMAGEWIDTH, 0);
+    const auto height = FieldOf<std::uint32_t>(tiff, TIFFTAG_IMAGELENGTH, 0);
+    const auto bits = FieldOf<std::uint16_t>(tiff, TIFFTAG_BITSPERSAMPLE, 1);
+    const auto samples = FieldOf<std::uint16_t>(tiff, TIFFTAG_SAMPLESPERPIXEL, 1);
+    const auto photometric = FieldOf<std::uint16_t>(tiff, TIFFTAG_PHOTOMETRIC, 0);
+    const auto compression = FieldOf<std::uint16_t>(tiff, TIFFTAG_COMPRESSION, COMPRESSION_NONE);
     std::uint16_t extras = 0;
     const std::uint16_t *kinds = nullptr;
-    TIFFGetField(tiff.get(), TIFFTAG_IMAGEWIDTH, &width);
-    TIFFGetField(tiff.get(), TIFFTAG_IMAGELENGTH, &height);
-    TIFFGetFieldDefaulted(tiff.get(), TIFFTAG_BITSPERSAMPLE, &bits);
-    TIFFGetFieldDefaulted(tiff.get(), TIFFTAG_SAMPLESPERPIXEL, &samples);
-    TIFFGetField(tiff.get(), TIFFTAG_PHOTOMETRIC, &photometric);
-    TIFFGetField(tiff.get(), TIFFTAG_COMPRESSION, &compression);
     TIFFGetFieldDefaulted(tiff.get(), TIFFTAG_EXTRASAMPLES, &extras, &kinds);
     const bool isFax = compression == COMPRESSION_CCITTFAX3 || compression == COMPRESSION_CCITTFAX4 ||
                        compression == COMPRESSION_CCITTRLE;
@@ -126,10 +117,9 @@ void ReadTiff(File file, const MakePixels &make) {
         TIFFSetField(tiff.get(), TIFFTAG_EXTRASAMPLES, 1, &premultiplied);
     if (isCmyk)
         TIFFSetField(tiff.get(), TIFFTAG_PHOTOMETRIC, PHOTOMETRIC_RGB);
-    std::uint16_t orientation = ORIENTATION_TOPLEFT;
-    TIFFGetFieldDefaulted(tiff.get(), TIFFTAG_ORIENTATION, &orientation);
+    const auto orientation = FieldOf<std::uint16_t>(tiff, TIFFTAG_ORIENTATION, ORIENTATION_TOPLEFT);
     info.orientation = orientation >= 1 && orientation <= 8 ? orientation : 1;
-    info.tags = TagsOf(tiff.get());
+    info.tags = TagsOf(tiff);
 
     TIFFRGBAImage image;
     char reason[1024] = "";
@@ -151,10 +141,8 @@ void ReadTiff(File file, const MakePixels &make) {
     TIFFSetDirectory(tiff.get(), 0);
 
     const Pixels pixels = make(info);
-    std::uint32_t band = 0;
-    if (!TIFFGetField(tiff.get(), TIFFTAG_TILELENGTH, &band))
-        TIFFGetFieldDefaulted(tiff.get(), TIFFTAG_ROWSPERSTRIP, &band);
-    band = std::clamp<std::uint32_t>(band, 1, height);
+    const auto strip = FieldOf<std::uint32_t>(tiff, TIFFTAG_ROWSPERSTRIP, height);
+    const auto band = std::clamp<std::uint32_t>(FieldOf(tiff, TIFFTAG_TILELENGTH, strip), 1, height);
     std::vector<std::uint32_t> rows(std::size_t{band} * width);
     const PixelForm premultiplied = {standin::Layout::AlphaHigh, true, true};
     for (std::uint32_t top = 0; top < height; top += band) {

@@ -23,18 +23,6 @@ File ChunkOf(const Demuxer &demuxer, const char *name) {
     return bytes;
 }
 
-const char *ReasonOf(int status) {
-    constexpr const char *kReasons[] = {"",
-                                        "there is not enough memory",
-                                        "a parameter is wrong",
-                                        "its data is broken",
-                                        "it uses what libwebp lacks",
-                                        "",
-                                        "",
-                                        "it ends early"};
-    return kReasons[status];
-}
-
 Bytes WithProfile(const WebPMemoryWriter &written, const Bytes &profile) {
     const std::unique_ptr<WebPMux, void (*)(WebPMux *)> mux(WebPMuxNew(), &WebPMuxDelete);
     const WebPData image = {written.mem, written.size};
@@ -82,8 +70,13 @@ void ReadWebp(File file, const MakePixels &make) {
     config.output.u.RGBA.stride = static_cast<int>(pixels.pitch);
     config.output.u.RGBA.size =
         static_cast<std::size_t>((frame.height - 1) * pixels.pitch + std::ptrdiff_t{4} * frame.width);
-    if (const int status = WebPDecode(frame.fragment.bytes, frame.fragment.size, &config); status != VP8_STATUS_OK)
-        throw UserError(fmt::format("is damaged: {}", ReasonOf(status)));
+    const VP8StatusCode status = WebPDecode(frame.fragment.bytes, frame.fragment.size, &config);
+    if (status == VP8_STATUS_OUT_OF_MEMORY)
+        throw std::bad_alloc();
+    if (status != VP8_STATUS_OK)
+        throw UserError(status == VP8_STATUS_NOT_ENOUGH_DATA       ? "is damaged: it ends early"
+                        : status == VP8_STATUS_UNSUPPORTED_FEATURE ? "is damaged: it uses what libwebp lacks"
+                                                                   : "is damaged: its data is broken");
     for (int y = 0; y < pixels.height; ++y)
         ToForm(pixels.Row(y), pixels.width, pixels.form);
 }

@@ -1,6 +1,4 @@
-#include "tools/gallery/folder.h"
-
-#include "tools/files.h"
+#include "tools/gallery/gallery.h"
 
 #include <algorithm>
 #include <filesystem>

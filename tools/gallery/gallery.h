@@ -1,25 +1,74 @@
 #pragma once
 
-#include "tools/apply.h"
+#include "tools/bound_call.h"
 #include "tools/host_options.h"
+#include "tools/methods.h"
+#include "tools/picture_files.h"
 
-#include <optional>
-#include <string>
+#include <chrono>
+#include <map>
 
-namespace tools {
+/// The parts of `kvt gallery`.
+namespace tools::gallery {
 
-constexpr const char *kGalleryFolder = "kvt-gallery";
+/// The folder that a gallery is written to, which becomes the current one. It remembers in a file of its own what was
+/// written, so that no other file is ever replaced.
+class Folder {
+  public:
+    explicit Folder(const std::string &path); ///< made when missing; throws UserError
 
-struct GalleryRequest {
-    std::optional<std::string> picture; ///< none: the sample picture
-    std::string folder;                 ///< made when missing
-    HostOptions host;
+    /// Throws UserError for a file that somebody else wrote, or changed since.
+    void CheckReplaceable(const std::string &name, std::span<const unsigned char> bytes = {}) const;
+    void Write(const std::string &name, std::span<const unsigned char> bytes); ///< throws UserError
+    std::string PathOf(const std::string &name) const;
+
+  private:
+    std::string path_;
+    std::map<std::string, std::uint64_t> written_; ///< hashes of what the files held
 };
 
-/// Renders every method and class into index.html, a page that needs nothing beside it, and writes what the page's
-/// lines name next to it: all in `folder`/kvt-gallery, where no file is replaced that was not written by an earlier
-/// gallery. What fails is reported, on the page and on standard error, and the others go on. Throws UserError for what
-/// is wrong with the request; nothing is written then but materials.
-Outcome RenderGallery(const GalleryRequest &request);
+/// The photo that the gallery shows: at most 640 pixels wide and high, opaque. Larger pictures are scaled down by the
+/// average of what each pixel covers; transparent ones lie on white.
+Image PhotoFrom(const Image &picture);
 
-} // namespace tools
+/// Writes what the gallery's calls name, the "materials" of methods.json: the photo and pictures made from it, a
+/// written page, lookup tables, a color table and a sound. Throws UserError.
+void WriteMaterials(const Image &photo, Folder &folder);
+
+/// A call of methods.json as a script has it, of a class the lines that make an instance and run it. Pictures, blocks
+/// and strings from files are variables; what comes back is `result`, and variables of `byref` parameters bear their
+/// names.
+std::string ScriptFor(const Json &shot, const BoundCall &bound);
+
+/// The same for the shell, to be run where the materials lie. Empty when no file can hold such a picture. `output`
+/// names what is saved, nothing when it is empty.
+std::string CommandFor(const Json &shot, const HostOptions &options, std::string_view output);
+
+/// The pictures of the page, each held once however often it is shown.
+struct Pictures {
+    std::vector<Json> list;                     ///< "width", "height", "alpha" and a data "address"
+    std::map<std::string, std::size_t> numbers; ///< by address, which holds a picture's whole file
+
+    std::size_t Add(const Image &image); ///< its number
+};
+
+/// Makes a call of methods.json a few times, on a fresh picture each, in the folder of the materials, and tells what
+/// the page shows of it beside the call's own data:
+///   "script", "command"   the lines that make it; the command is empty when there is none
+///   "failure"             why nothing came of it, with "violated" when the module broke the host's rules
+///   "before", "after"     numbers of pictures, "others" those that the call was given, with their names
+///   "facts"               what came back and is no picture: names and values
+///   "frames"              left, top, width, height of places in both pictures
+///   "curve"               what becomes of the levels 0..255 in red, green and blue
+///   "histograms"          a caption, and how often each level occurs in red, green and blue
+///   "sound"               the file that was given, and how many of its samples count
+///   "bytes"               the first of a string that came or went
+///   "ms", "ratio"         the best time, without that inside host entries, and its ratio to a memcpy of the picture
+/// A string that comes back is saved as the command would.
+Json Render(standin::Host &host, const HostOptions &options, const Json &method, const Json &shot, Pictures &pictures,
+            Folder &folder);
+
+/// The best of a few runs into memory that was written before, in milliseconds.
+double TimeOfMemcpy(std::size_t bytes);
+
+} // namespace tools::gallery

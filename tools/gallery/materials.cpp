@@ -1,41 +1,15 @@
-#include "tools/gallery/materials.h"
-
-#include "tools/methods.h"
+#include "tools/gallery/gallery.h"
 #include "tools/samples.h"
 
 #include <algorithm>
 #include <array>
 #include <cmath>
-#include <cstdint>
 #include <nlohmann/json.hpp>
 
 namespace tools::gallery {
 namespace {
 
 constexpr int kLongestSide = 640;
-
-using Color = std::array<int, 3>;
-
-void Put(Image &image, int x, int y, const Color &color, int alpha = 255) {
-    unsigned char *pixel = image.At(x, y);
-    for (std::size_t channel = 0; channel < 3; ++channel)
-        pixel[channel] = static_cast<unsigned char>(color[channel]);
-    pixel[3] = static_cast<unsigned char>(alpha);
-}
-
-/// A picture whose pixels are what `color` says of their place.
-template <class ColorAt> Image Draw(int width, int height, ColorAt color) {
-    Image image = MakeImage(width, height);
-    for (int y = 0; y < height; ++y)
-        for (int x = 0; x < width; ++x)
-            Put(image, x, y, color(x, y));
-    return image;
-}
-
-Color ColorOf(const Image &image, int x, int y) {
-    const unsigned char *pixel = image.At(x, y);
-    return {pixel[0], pixel[1], pixel[2]};
-}
 
 /// From 0, at the radius or farther, to 1 at the center, all in widths and heights of the picture.
 double Nearness(const Image &image, int x, int y, double centerX, double centerY, double radius) {
@@ -51,14 +25,14 @@ int OvalAt(const Image &image, int x, int y, double edge) {
 void Fill(Image &image, int left, int top, int width, int height, const Color &color) {
     for (int y = top; y < top + height; ++y)
         for (int x = left; x < left + width; ++x)
-            Put(image, x, y, color);
+            image.Put(x, y, color);
 }
 
 /// What was printed or drawn on a page, as methods.json has it: filled rectangles, rings, and lines of print, whose
 /// words are bars.
 void Mark(Image &page, const Json &mark) {
     const int rgb = std::stoi(mark["color"].get<std::string>(), nullptr, 16);
-    const Color color = {rgb >> 16, rgb >> 8 & 255, rgb & 255};
+    const Color color = {rgb >> 16, rgb >> 8 & 255, rgb & 255, 255};
     if (const auto fill = mark.find("fill"); fill != mark.end())
         Fill(page, (*fill)[0], (*fill)[1], (*fill)[2], (*fill)[3], color);
     if (const auto ring = mark.find("ring"); ring != mark.end()) {
@@ -70,7 +44,7 @@ void Mark(Image &page, const Json &mark) {
         for (int y = 0; y < page.height; ++y)
             for (int x = 0; x < page.width; ++x)
                 if (inside(x, y, 0) && !inside(x, y, kThickness))
-                    Put(page, x, y, color);
+                    page.Put(x, y, color);
     }
     if (const auto lines = mark.find("lines"); lines != mark.end()) {
         int top = mark["print"][1];
@@ -101,12 +75,12 @@ Image PictureFor(const Json &material, const Image &photo) {
     const int width = photo.width;
     const int height = photo.height;
     if (make == "shift") // to the left; the last column is repeated
-        return Draw(width, height, [&, by = material["columns"].get<int>()](int x, int y) {
-            return ColorOf(photo, std::min(x + by, width - 1), y);
+        return Draw(width, height, false, [&, by = material["columns"].get<int>()](int x, int y) {
+            return photo.ColorOf(std::min(x + by, width - 1), y);
         });
     if (make == "lights") // red, green and blue, on black
-        return Draw(width, height, [&](int x, int y) {
-            Color color = {};
+        return Draw(width, height, false, [&](int x, int y) {
+            Color color = {0, 0, 0, 255};
             for (std::size_t light = 0; light < 3; ++light) {
                 const Json &center = material["centers"][light];
                 const double near = Nearness(photo, x, y, center[0], center[1], material["radius"]);
@@ -115,9 +89,9 @@ Image PictureFor(const Json &material, const Image &photo) {
             return color;
         });
     if (make == "oval")
-        return Draw(width, height, [&, edge = material["edge"].get<double>()](int x, int y) {
+        return Draw(width, height, false, [&, edge = material["edge"].get<double>()](int x, int y) {
             const int level = OvalAt(photo, x, y, edge);
-            return Color{level, level, level};
+            return Color{level, level, level, 255};
         });
     if (make == "piece") {
         const auto of = [&](const char *name, std::size_t axis, int side) {
@@ -126,21 +100,24 @@ Image PictureFor(const Json &material, const Image &photo) {
         const int left = static_cast<int>(of("from", 0, width));
         const int top = static_cast<int>(of("from", 1, height));
         return Draw(static_cast<int>(std::ceil(of("size", 0, width))),
-                    static_cast<int>(std::ceil(of("size", 1, height))),
-                    [&](int x, int y) { return ColorOf(photo, left + x, top + y); });
+                    static_cast<int>(std::ceil(of("size", 1, height))), false,
+                    [&](int x, int y) { return photo.ColorOf(left + x, top + y); });
     }
     if (make == "page") {
-        Image page = Draw(material["size"][0], material["size"][1], [](int, int) { return Color{255, 255, 255}; });
+        Image page = Draw(material["size"][0], material["size"][1], false, [](int, int) {
+            return Color{255, 255, 255, 255};
+        });
         for (const Json &mark : material["marks"])
             Mark(page, mark);
         return page;
     }
-    Image image = photo;
-    image.hasAlpha = make == "soft";
-    for (int y = 0; image.hasAlpha && y < height; ++y)
-        for (int x = 0; x < width; ++x)
-            Put(image, x, y, ColorOf(photo, x, y), OvalAt(photo, x, y, material["edge"]));
-    return image;
+    if (make != "soft")
+        return photo;
+    return Draw(width, height, true, [&, edge = material["edge"].get<double>()](int x, int y) {
+        Color color = photo.ColorOf(x, y);
+        color[3] = OvalAt(photo, x, y, edge);
+        return color;
+    });
 }
 
 } // namespace
@@ -152,7 +129,7 @@ Image PhotoFrom(const Image &picture) {
     };
     const int width = scaled(picture.width);
     const int height = scaled(picture.height);
-    return Draw(width, height, [&](int column, int row) {
+    return Draw(width, height, false, [&](int column, int row) {
         const auto start = [](int at, int count, int of) { return static_cast<int>(std::int64_t{at} * of / count); };
         const int left = start(column, width, picture.width);
         const int right = start(column + 1, width, picture.width);
@@ -166,7 +143,7 @@ Image PhotoFrom(const Image &picture) {
                         picture.At(x, y)[channel] * picture.At(x, y)[3] + 255 * (255 - picture.At(x, y)[3]);
         const std::int64_t covered = std::int64_t{255} * (right - left) * (bottom - top);
         return Color{static_cast<int>(sums[0] / covered), static_cast<int>(sums[1] / covered),
-                     static_cast<int>(sums[2] / covered)};
+                     static_cast<int>(sums[2] / covered), 255};
     });
 }
 
@@ -177,9 +154,9 @@ void WriteMaterials(const Image &photo, Folder &folder) {
         if (make == "levels")
             folder.Write(file, LevelTable(material));
         else if (make == "film")
-            folder.Write(file, AsBytes(CubeText(SampleTable())));
+            folder.Write(file, AsBytes(SampleTable()));
         else if (make == "voice")
-            folder.Write(file, WavOf(SampleSound()));
+            folder.Write(file, SampleSound());
         else
             folder.Write(file, FileOf(file, PictureFor(material, photo)));
     }

@@ -1,6 +1,5 @@
-#include "tools/manual.h"
-
-#include "tools/command_line.h"
+#include "tools/builtin.h"
+#include "tools/commands.h"
 
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
@@ -41,18 +40,29 @@ std::string Options(const CLI::App &command) {
     return options;
 }
 
-} // namespace
-
-std::string ManualPage(const CLI::App &program, std::string_view version, std::string_view date) {
+/// What help tells of all commands. What several commands tell alike stands once, at the end.
+std::string ManualPage(const CLI::App &program) {
     std::string page = fmt::format(".TH KVT 1 {} \"{}\" \"User Commands\"\n.SH NAME\nkvt \\- "
                                    "calls the methods of the picture\\-processing module\n.SH SYNOPSIS\n.B {}\n"
                                    ".SH DESCRIPTION\n{}\n{}{}.SH COMMANDS\n",
-                                   date, Roff(version), Roff(Usage(program)), Roff(program.get_description()),
-                                   Options(program), Footer(program));
+                                   builtin::kDate, Roff(builtin::kVersion), Roff(Usage(program)),
+                                   Roff(program.get_description()), Options(program), Footer(program));
     for (const CLI::App *command : program.get_subcommands([](const CLI::App *) { return true; }))
         page += fmt::format(".SS {}\n{}.\n{}{}", Roff(Usage(*command)), Roff(command->get_description()),
                             Options(*command), Footer(*command));
     return page;
+}
+
+} // namespace
+
+void AddManualCommand(CLI::App &program, Outcome &outcome) {
+    CLI::App *command = program.add_subcommand("manual", "Print the manual page, for man");
+    command->footer(R"(Examples:
+  kvt manual | man -l -)");
+    command->callback([&program, &outcome] {
+        fmt::print("{}", ManualPage(program));
+        outcome = Done;
+    });
 }
 
 } // namespace tools

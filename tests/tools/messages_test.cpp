@@ -1,4 +1,4 @@
-#include "tools/nearest.h"
+#include "tools/messages.h"
 
 #include <gtest/gtest.h>
 
@@ -28,12 +28,12 @@ const struct {
     {"nothing at all", "", {}},
 };
 
-TEST(Nearest, ByLettersAndByParts) {
+TEST(NearNames, ByLettersAndByParts) {
     for (const auto &row : kWritten)
         EXPECT_EQ(NearNames(row.written, kNames), row.near) << row.what;
 }
 
-TEST(Nearest, SuggestsInASentence) {
+TEST(NearNames, SuggestsInASentence) {
     EXPECT_EQ(Suggestion("Blur", kNames), "");
     EXPECT_EQ(Suggestion("Invert", kNames), "; did you mean \"InvertKVT\" or \"InvertGrayKVT\"?");
     EXPECT_EQ(Suggestion("Channel", {"Channels", "aChannel", "theChannel"}),

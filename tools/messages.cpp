@@ -1,0 +1,127 @@
+#include "tools/messages.h"
+
+#include "standin/declaration.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <nlohmann/json.hpp>
+#include <numeric>
+#include <unistd.h>
+#include <utility>
+
+namespace tools {
+namespace {
+
+using standin::SameName;
+
+constexpr std::size_t kMostNames = 3;
+constexpr std::size_t kTellingLength = 3; ///< shorter parts occur in anything, and count at a name's start alone
+
+/// How many letters must be inserted, left out or replaced to make one name the other.
+std::size_t Distance(std::string_view a, std::string_view b) {
+    std::vector<std::size_t> row(b.size() + 1);
+    std::iota(row.begin(), row.end(), std::size_t{0});
+    for (std::size_t i = 1; i <= a.size(); ++i) {
+        std::size_t diagonal = std::exchange(row[0], i);
+        for (std::size_t j = 1; j <= b.size(); ++j) {
+            const std::size_t replaced = diagonal + (SameName(a.substr(i - 1, 1), b.substr(j - 1, 1)) ? 0 : 1);
+            diagonal = row[j];
+            row[j] = std::min({row[j] + 1, row[j - 1] + 1, replaced});
+        }
+    }
+    return row.back();
+}
+
+constexpr std::size_t kBarWidth = 40;
+bool showsProgress = false;
+
+bool TakesColor(int stream) {
+    const auto is = [](const char *name, std::string_view value) {
+        const char *found = std::getenv(name);
+        return value == (found ? found : "");
+    };
+    return isatty(stream) == 1 && is("NO_COLOR", "") && !is("TERM", "") && !is("TERM", "dumb");
+}
+
+} // namespace
+
+std::string TextOf(const Json &json, int indent) {
+    return json.dump(indent, ' ', false, Json::error_handler_t::replace);
+}
+
+std::string Styled(int stream, const fmt::text_style &style, std::string_view text) {
+    static const bool outputTakesColor = TakesColor(STDOUT_FILENO);
+    static const bool messagesTakeColor = TakesColor(STDERR_FILENO);
+    const bool takesColor = stream == STDOUT_FILENO ? outputTakesColor : messagesTakeColor;
+    return takesColor ? fmt::format(style, "{}", text) : std::string(text);
+}
+
+void PrintProblem(std::string_view text) {
+    HideProgress();
+    const auto red = fmt::emphasis::bold | fg(fmt::terminal_color::red);
+    std::string told = Styled(STDERR_FILENO, red, "kvt:") + ' ';
+    for (bool isFirst = true; isFirst || !text.empty(); isFirst = false) {
+        const std::string_view line = text.substr(0, text.find('\n'));
+        const bool isMark = line.find('^') != line.npos && line.find_first_not_of(" ^") == line.npos;
+        told += (isMark ? Styled(STDERR_FILENO, red, line) : std::string(line)) + '\n';
+        text.remove_prefix(std::min(line.size() + 1, text.size()));
+    }
+    static_cast<void>(std::fputs(told.c_str(), stderr));
+}
+
+void ShowProgress(std::size_t through, std::size_t total, std::string_view what) {
+    if (isatty(STDERR_FILENO) != 1)
+        return;
+    const std::size_t filled = kBarWidth * through / total;
+    fmt::print(stderr, "\r\x1b[K[{:#<{}}{:.<{}}] {}/{} {}", "", filled, "", kBarWidth - filled, through, total, what);
+    showsProgress = true;
+}
+
+void HideProgress() {
+    if (std::exchange(showsProgress, false) && isatty(STDERR_FILENO) == 1) // not in a process that was forked off
+        fmt::print(stderr, "\r\x1b[K");
+}
+
+bool HasPart(std::string_view name, std::string_view part) {
+    const auto same = [](char a, char b) { return SameName({&a, 1}, {&b, 1}); };
+    return std::search(name.begin(), name.end(), part.begin(), part.end(), same) != name.end() || part.empty();
+}
+
+std::vector<std::string_view> NearNames(std::string_view written, const std::vector<std::string_view> &names) {
+    std::string_view nearest;
+    std::size_t least = std::max<std::size_t>(2, written.size() / 3) + 1;
+    std::vector<std::string_view> holding;
+    for (const std::string_view name : names) {
+        if (const std::size_t distance = Distance(written, name); distance < least) {
+            least = distance;
+            nearest = name;
+        }
+        if (!written.empty() &&
+            HasPart(written.size() < kTellingLength ? name.substr(0, written.size()) : name, written))
+            holding.push_back(name);
+    }
+    std::stable_sort(holding.begin(), holding.end(), [](auto a, auto b) { return a.size() < b.size(); });
+    std::vector<std::string_view> near;
+    if (!nearest.empty())
+        near.push_back(nearest);
+    for (const std::string_view name : holding)
+        if (near.size() < kMostNames && std::find(near.begin(), near.end(), name) == near.end())
+            near.push_back(name);
+    return near;
+}
+
+std::string Enumerated(const std::vector<std::string_view> &names, std::string_view last, std::string_view quote) {
+    std::string list;
+    for (std::size_t i = 0; i < names.size(); ++i)
+        list += fmt::format("{}{}{}{}", i == 0 ? "" : i + 1 == names.size() ? last : ", ", quote, names[i], quote);
+    return list;
+}
+
+std::string Suggestion(std::string_view written, const std::vector<std::string_view> &names,
+                       std::string_view otherwise) {
+    const std::vector<std::string_view> near = NearNames(written, names);
+    return near.empty() ? std::string(otherwise) : fmt::format("; did you mean {}?", Enumerated(near, " or ", "\""));
+}
+
+} // namespace tools

@@ -1,0 +1,44 @@
+#pragma once
+
+#include <cstddef>
+#include <fmt/color.h>
+#include <nlohmann/json_fwd.hpp>
+#include <string>
+#include <string_view>
+#include <vector>
+
+/// How the program speaks to its user.
+namespace tools {
+
+using Json = nlohmann::ordered_json; ///< whose members keep their order
+
+/// On one line, or indented. What is no text in UTF-8 becomes one.
+std::string TextOf(const Json &json, int indent = -1);
+
+/// A text with its color, or without where the stream (STDOUT_FILENO or STDERR_FILENO) is no terminal or NO_COLOR is
+/// set. What streams are counts from the first call on, for processes may be given others.
+std::string Styled(int stream, const fmt::text_style &style, std::string_view text);
+
+/// Writes "kvt: " and the text on standard error.
+void PrintProblem(std::string_view text);
+
+/// Shows a bar on standard error of how much of a long work is through; nothing at all where that is no terminal. It is
+/// to be hidden before anything else is printed; problems do so.
+void ShowProgress(std::size_t through, std::size_t total, std::string_view what = {});
+void HideProgress();
+
+/// Whether `part` occurs in a name. Letters compare without case, as in all of these.
+bool HasPart(std::string_view name, std::string_view part);
+
+/// The names that someone may have meant, three at the most: the one that differs in the fewest letters, unless it
+/// differs in too many, then those that hold what was written, the shortest first.
+std::vector<std::string_view> NearNames(std::string_view written, const std::vector<std::string_view> &names);
+
+/// "source1", "left, top and width"
+std::string Enumerated(const std::vector<std::string_view> &names, std::string_view last, std::string_view quote = {});
+
+/// `; did you mean "Name" or "OtherName"?`, for the end of a message; when no name is near, what is to stand there.
+std::string Suggestion(std::string_view written, const std::vector<std::string_view> &names,
+                       std::string_view otherwise = {});
+
+} // namespace tools
