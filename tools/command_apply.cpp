@@ -15,55 +15,6 @@
 namespace tools {
 namespace {
 
-constexpr const char *kApplyHelp = R"(Examples:
-  kvt apply in.png InvertKVT -o out.png
-  kvt apply in.png 'InvertKVT(10, 10, 200, 100)' 'ChangeContrastKVT(1.2)' -o out.jpg
-  kvt apply in.png 'TintPictureKVT(me, &c555555, &cFFF0C0)' -o out.png
-  kvt apply in.png 'PictureSepiaKVT(SepiaRed=40, SepiaGreen=20, SepiaBlue=-20).Run' -o out.png
-  kvt apply in.png 'PictureLut3DKVT("film.cube").Run' -o out.png
-  kvt apply in.png 'CountColorsKVT(nil, nil, nil, 0)' --save-block red=red.bin
-  kvt apply in.png 'EmbeddedMaskKVT(false) = mask.png' -o out.png
-  kvt apply in.png 'PicturetoBinaryStringKVT(me)' -o out.ppic
-  kvt apply in.png 'InvertKVT.ChangeSaturationKVT(60)' -o out.png
-  kvt apply *.jpg 'ChangeSaturationKVT(60)' -o out/
-  kvt apply *.jpg isGrayKVT --json
-  if kvt apply in.png isGrayKVT --value --exit-status; then echo gray; fi
-  kvt apply - InvertKVT -o - <in.png >out.png
-
-Pictures and calls:
-  The first words are pictures as long as each is "-" (standard input), a file or pipe that exists, or has a picture's
-  ending. From the first that is none of these on, all are calls. A method that is called like a file is written
-  Name(). {name}, {dir} and {ext} in a path of results stand for the parts of the picture's path, {{ for a brace;
-  FOLDER/ for FOLDER/{name}.png. Several pictures run side by side, each in a process of its own; one that fails is
-  reported, and the others go on. Answers come in the order of the pictures. Folders that results need are made.
-
-)";
-
-constexpr const char *kMakeHelp = R"(Examples:
-  kvt make 'BinaryStringtoPictureKVT(@in.ppic)' -o out.png
-  kvt make 'BinaryStringtoPictureKVT(@-)' -o - <in.ppic >out.png
-  kvt make 'RenderSamplesKVT(voice.wav, Width=800, Height=200, outlinewidth=1)' -o out.png
-
-)";
-
-constexpr const char *kCallsHelp = R"(Calls:
-  Calls are written as scripts write them, each in quotes of the shell, or several with dots between. Each runs on the
-  picture that the one before returned; variables, as in result = p.InvertKVT, count for nothing. Arguments come by
-  their order, then by name, as in Width=800. Those that are left out take their declared defaults; beside named ones,
-  areas are whole and all samples count. Byref results are printed by name.
-  numbers         10  -2.5  &hFF      colors    &cRRGGBB  0xRRGGBB  #RRGGBB
-  booleans        true  false         strings   "text", or @FILE for a file's bytes
-  pictures        me (the picture that the chain has come to), FILE, "FILE", nil
-  memory blocks   a WAV file for the samples of its first channel and their Bits; @FILE for any file's bytes, or FILE
-                  alone where it is neither sound nor picture; nil
-
-Exit status:
-  0  done
-  1  a method returned nil or raised an exception, or a result could not be written
-  2  a call, an option or a file cannot be used
-  3  the module broke the host's rules; each breach is printed
-  Nothing is saved of a picture unless its status is 0. The status of several pictures is the greatest.)";
-
 struct ApplyOptions {
     HostOptions host;
     ApplyRequest request;
@@ -252,7 +203,6 @@ void AddApplyCommand(CLI::App &program, Outcome &outcome) {
         ->type_name("N")
         ->check(CLI::Range(1, 1024).description(""));
     AddCommonOptions(*command, *options);
-    command->footer(std::string(kApplyHelp) + kCallsHelp);
     command->callback([options, command, &outcome] {
         Words words = SplitWords(options->words);
         options->request.calls = std::move(words.calls);
@@ -268,7 +218,6 @@ void AddMakeCommand(CLI::App &program, Outcome &outcome) {
         ->type_name("CALL...")
         ->required();
     AddCommonOptions(*command, *options);
-    command->footer(std::string(kMakeHelp) + kCallsHelp);
     command->callback([options, command, &outcome] {
         for (const std::string &word : options->request.calls)
             if (LooksLikeInput(word))

@@ -22,18 +22,6 @@ using conformance::Account;
 using conformance::Rule;
 using conformance::Rules;
 
-constexpr const char *kCheckHelp = R"(Each rule runs in a process of its own, so that a crash is a finding.
-  kvt check                                    the module beside this program
-  kvt check build/x86/kvtpicture.so            another one, of this program's width
-  kvt check --list                             the rules
-  kvt check --only references --only locks     two of them
-  kvt check --json >result.json                for programs, with all findings
-
-Exit status:
-  0  all rules are kept
-  1  a rule is broken; what was found stands below it
-  2  the file is no module, or an option cannot be used)";
-
 struct CheckOptions {
     std::string module;             ///< empty: the one beside the program
     std::vector<std::string> rules; ///< by name; empty: all
@@ -138,7 +126,6 @@ void AddCheckCommand(CLI::App &program, Outcome &outcome) {
     command->add_flag("--list", options->lists, "print the rules and what they say");
     command->add_flag("--json", options->json, "print the result for programs, with all findings");
     command->add_option("--time-limit", options->patience, "seconds after which a call hangs")->capture_default_str();
-    command->footer(kCheckHelp);
     command->callback([options, &outcome] {
         if (!options->lists) {
             outcome = Check(*options);

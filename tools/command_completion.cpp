@@ -152,9 +152,6 @@ void AddCompletionCommand(CLI::App &program, Outcome &outcome) {
     const auto request = std::make_shared<Request>();
     command->add_option("shell", request->shell, "whose language it is")->type_name("bash|zsh")->required();
     command->add_option("words", request->words)->group(""); // the shell's script asks with these
-    command->footer(R"(Examples:
-  source <(kvt completion bash)
-  kvt completion zsh >~/.zfunc/_kvt)");
     command->callback([&program, request, &outcome] {
         const std::string &shell = request->shell;
         if (shell != "bash" && shell != "zsh")

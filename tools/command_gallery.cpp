@@ -34,7 +34,7 @@ Json Facts(const HostOptions &options, int level, const Image &photo) {
             {"photo", fmt::format("{} × {} pixels", photo.width, photo.height)}};
 }
 
-/// The template with its style, its script, the page's data and the reference in the places of the files that it names.
+/// The page with its data and the reference in the place of the file that would hold them.
 std::string PageWith(const Json &data) {
     // No "<" of the data ends the script element that it stands in.
     const auto script = [](std::string_view name, const Json &value) {
@@ -43,16 +43,10 @@ std::string PageWith(const Json &data) {
             text.replace(at, 1, "\\u003c");
         return fmt::format("<script>\nconst {} = {};\n</script>", name, text);
     };
+    constexpr std::string_view kMark = R"(<script src="data.js"></script>)";
     std::string page(builtin::kPage);
-    for (const auto &[mark, part] : {
-             std::pair(R"(<link rel="stylesheet" href="page.css">)",
-                       fmt::format("<style>\n{}</style>", builtin::kStyle)),
-             {R"(<script src="data.js"></script>)",
-              script("gallery", data) + "\n" + script("reference", std::string(builtin::kReference))},
-             {R"(<script src="page.js"></script>)", fmt::format("<script>\n{}</script>", builtin::kScript)},
-         })
-        page.replace(page.find(mark), std::string_view(mark).size(), part);
-    return page;
+    return page.replace(page.find(kMark), kMark.size(),
+                        script("gallery", data) + "\n" + script("reference", std::string(builtin::kReference)));
 }
 
 /// Renders every method and class into index.html, a page that needs nothing beside it, and writes what the page's
@@ -125,21 +119,6 @@ void AddGalleryCommand(CLI::App &program, Outcome &outcome) {
                      "the folder in which kvt-gallery is made, with the page and its materials")
         ->type_name("FOLDER")
         ->required();
-    command->footer(R"(Examples:
-  kvt gallery -o .
-  kvt gallery holiday.jpg -o pages
-  kvt gallery -o . --host console
-
-kvt-gallery/index.html shows every method and class: before and after, the lines of script and shell
-that make it, what it promises and what it takes. It is one file that needs nothing beside it. The
-other files are what its shell lines name; the lines run in that folder. A file there that kvt gallery
-did not write is never replaced. A larger picture is scaled down to 640 pixels.
-
-Exit status:
-  0  done
-  1  a call came to nothing: the page and standard error say which; all others are shown
-  2  an option or a file cannot be used
-  3  the module broke the host's rules; each breach is printed)");
     AddHostOptions(*command, request->host);
     command->callback([request, &outcome] { outcome = RenderGallery(*request); });
 }

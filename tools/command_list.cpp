@@ -157,11 +157,6 @@ void AddListCommand(CLI::App &program, Outcome &outcome) {
         ->type_name("NAME");
     command->add_flag("--json", options->json, "print one JSON object, with parameters and their defaults");
     AddHostOptions(*command, options->host);
-    command->footer(R"(Examples:
-  kvt list
-  kvt list negative
-  kvt list InvertKVT
-  kvt list --json)");
     command->callback([options, &outcome] {
         const Host host(DescribeHost(options->host));
         const Json interface = Interface(host, options->filter);

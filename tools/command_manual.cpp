@@ -57,8 +57,6 @@ std::string ManualPage(const CLI::App &program) {
 
 void AddManualCommand(CLI::App &program, Outcome &outcome) {
     CLI::App *command = program.add_subcommand("manual", "Print the manual page, for man");
-    command->footer(R"(Examples:
-  kvt manual | man -l -)");
     command->callback([&program, &outcome] {
         fmt::print("{}", ManualPage(program));
         outcome = Done;

@@ -8,28 +8,21 @@
 namespace tools {
 namespace {
 
-constexpr const char *kStreamName = kHasCodecs ? "standard output.png" : "standard output.bmp";
-
-struct SampleOptions {
-    std::string output;
-    std::string size = "640x480";
-    bool opaque = false;
-};
-
-void WriteSample(const SampleOptions &options) {
-    const std::string ending = EndingOf(options.output);
-    if (ending == ".wav") {
-        WriteBytes(options.output, SampleSound());
-    } else if (ending == ".cube") {
-        WriteBytes(options.output, AsBytes(SampleTable()));
-    } else if (const bool toStream = options.output == kStandardStream; toStream || IsPicturePath(options.output)) {
-        const auto [width, height] = ParseSize(options.size);
-        const Image image = SamplePicture(width, height, !options.opaque);
-        WriteBytes(options.output, FileOf(toStream ? kStreamName : options.output, image));
-    } else {
-        throw UserError(
-            fmt::format("{}: samples are .png, .jpg, .jpeg, .webp, .bmp, .wav or .cube files", options.output));
+Bytes SampleFor(const std::string &path, const std::string &size, bool isOpaque) {
+    const std::string ending = EndingOf(path);
+    if (ending == ".wav")
+        return SampleSound();
+    if (ending == ".cube") {
+        const std::string table = SampleTable();
+        return {table.begin(), table.end()};
     }
+    if (path != kStandardStream && !IsPicturePath(path))
+        throw UserError(fmt::format("{}: samples are .png, .jpg, .jpeg, .webp, .bmp, .wav or .cube files", path));
+    const auto [width, height] = ParseSize(size);
+    const std::string name = path != kStandardStream ? path
+                             : kHasCodecs            ? "standard output.png"
+                                                     : "standard output.bmp";
+    return FileOf(name, SamplePicture(width, height, !isOpaque));
 }
 
 } // namespace
@@ -37,7 +30,12 @@ void WriteSample(const SampleOptions &options) {
 void AddSampleCommand(CLI::App &program, Outcome &outcome) {
     CLI::App *command =
         program.add_subcommand("sample", "Write a sample picture, sound or color table to try things on");
-    const auto options = std::make_shared<SampleOptions>();
+    struct Options {
+        std::string output;
+        std::string size = "640x480";
+        bool opaque = false;
+    };
+    const auto options = std::make_shared<Options>();
     command
         ->add_option("output", options->output,
                      "a picture, .wav or .cube file; - is standard output, for a PNG picture")
@@ -45,13 +43,8 @@ void AddSampleCommand(CLI::App &program, Outcome &outcome) {
         ->required();
     command->add_option("--size", options->size, "of the picture in pixels")->type_name("WxH")->capture_default_str();
     command->add_flag("--opaque", options->opaque, "a picture without alpha");
-    command->footer(R"(Examples:
-  kvt sample photo.png --opaque
-  kvt sample large.jpg --size 6000x4000
-  kvt sample voice.wav
-  kvt sample film.cube)");
     command->callback([options, &outcome] {
-        WriteSample(*options);
+        WriteBytes(options->output, SampleFor(options->output, options->size, options->opaque));
         outcome = Done;
     });
 }

@@ -120,18 +120,8 @@ void Flatten(unsigned char *row, int width, const PixelForm &form) {
 }
 
 void DropFourth(unsigned char *row, int width) {
-    std::uint32_t words[4];
-    unsigned char *to = row;
-    int x = 0;
-    for (; x + 4 <= width; x += 4, to += 12) {
-        std::memcpy(words, row + std::ptrdiff_t{4} * x, 16);
-        const std::uint32_t packed[] = {(words[0] & 0xFFFFFF) | words[1] << 24,
-                                        (words[1] >> 8 & 0xFFFF) | words[2] << 16,
-                                        (words[2] >> 16 & 0xFF) | words[3] << 8};
-        std::memcpy(to, packed, 12);
-    }
-    for (; x < width; ++x, to += 3)
-        std::memmove(to, row + std::ptrdiff_t{4} * x, 3);
+    for (std::ptrdiff_t x = 1; x < width; ++x)
+        std::memmove(row + 3 * x, row + 4 * x, 4); // moving four is faster than three; the next pixel covers the fourth
 }
 
 void Reserve(Bytes &file, std::size_t bytes) {
