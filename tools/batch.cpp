@@ -38,23 +38,18 @@ std::string Canonical(const std::string &path) {
     return error ? path : place.string();
 }
 
-/// Every place that a request writes to, as the user wrote it.
-std::vector<std::string> Targets(const ApplyRequest &request) {
-    std::vector<std::string> targets;
-    if (!request.output.empty())
-        targets.push_back(request.output);
-    for (const SavedBlock &block : request.savedBlocks)
-        targets.push_back(block.path);
-    return targets;
-}
-
 void CheckTargets(const std::vector<ApplyRequest> &requests) {
     std::map<std::string, const ApplyRequest *> readers;
     for (const ApplyRequest &request : requests)
         readers.emplace(Canonical(*request.input), &request);
     std::map<std::string, const ApplyRequest *> writers;
-    for (const ApplyRequest &request : requests)
-        for (const std::string &target : Targets(request)) {
+    for (const ApplyRequest &request : requests) {
+        std::vector<std::string> targets;
+        if (!request.output.empty())
+            targets.push_back(request.output);
+        for (const SavedBlock &block : request.savedBlocks)
+            targets.push_back(block.path);
+        for (const std::string &target : targets) {
             const std::string place = Canonical(target);
             const auto [writer, isFirst] = writers.emplace(place, &request);
             if (!isFirst)
@@ -67,6 +62,7 @@ void CheckTargets(const std::vector<ApplyRequest> &requests) {
             if (place != kStandardStream && reader != readers.end() && reader->second != &request)
                 throw UserError(fmt::format("{}: the result of {} would replace this input", target, *request.input));
         }
+    }
 }
 
 } // namespace

@@ -27,24 +27,6 @@ using OpenFile = std::unique_ptr<std::FILE, int (*)(std::FILE *)>;
     throw UserError(sentence);
 }
 
-/// While it lives, signals that ask the program to end wait.
-class HeldSignals {
-  public:
-    HeldSignals() {
-        sigset_t ends;
-        sigemptyset(&ends);
-        for (const int signal : {SIGHUP, SIGINT, SIGTERM})
-            sigaddset(&ends, signal);
-        sigprocmask(SIG_BLOCK, &ends, &before_);
-    }
-    ~HeldSignals() { sigprocmask(SIG_SETMASK, &before_, nullptr); }
-    HeldSignals(const HeldSignals &) = delete;
-    HeldSignals &operator=(const HeldSignals &) = delete;
-
-  private:
-    sigset_t before_;
-};
-
 void WriteAll(int descriptor, const std::string &path, std::span<const unsigned char> bytes) {
     while (!bytes.empty()) {
         const ssize_t written = write(descriptor, bytes.data(), bytes.size());
@@ -54,9 +36,16 @@ void WriteAll(int descriptor, const std::string &path, std::span<const unsigned 
     }
 }
 
-/// Writes a new file beside `path`, which then takes the name.
+/// Writes a new file beside `path`, which then takes the name. Until it has, signals that end the program wait.
 void Replace(const std::string &path, std::span<const unsigned char> bytes, mode_t mode, const struct stat *replaced) {
-    const HeldSignals held;
+    sigset_t ends;
+    sigset_t before;
+    sigemptyset(&ends);
+    for (const int signal : {SIGHUP, SIGINT, SIGTERM})
+        sigaddset(&ends, signal);
+    sigprocmask(SIG_BLOCK, &ends, &before);
+    const std::unique_ptr<sigset_t, void (*)(sigset_t *)> restored(
+        &before, [](sigset_t *mask) { sigprocmask(SIG_SETMASK, mask, nullptr); });
     std::string temporary = path + ".XXXXXX";
     const int descriptor = mkstemp(temporary.data());
     if (descriptor < 0)
@@ -72,13 +61,6 @@ void Replace(const std::string &path, std::span<const unsigned char> bytes, mode
         unlink(temporary.c_str());
         throw;
     }
-}
-
-void MakeFolderOf(const std::string &path) {
-    const std::filesystem::path folder = std::filesystem::path(path).parent_path();
-    std::error_code error;
-    if (!folder.empty() && !std::filesystem::create_directories(folder, error) && error)
-        throw UserError(fmt::format("{}: its folder cannot be made: {}", path, error.message()));
 }
 
 } // namespace
@@ -128,7 +110,10 @@ void WriteBytes(const std::string &path, std::span<const unsigned char> bytes) {
         throw UserError(fmt::format("{}: is a link that leads nowhere", path));
     if (exists && ((there.st_mode & 0222) == 0 || access(path.c_str(), W_OK) != 0)) // the former for those who may all
         throw UserError(fmt::format("{}: is write-protected", path));
-    MakeFolderOf(path);
+    const std::filesystem::path folder = std::filesystem::path(path).parent_path();
+    std::error_code error;
+    if (!folder.empty() && !std::filesystem::create_directories(folder, error) && error)
+        throw UserError(fmt::format("{}: its folder cannot be made: {}", path, error.message()));
     const mode_t mask = umask(0);
     umask(mask);
     if (exists) // a link stays, and what it leads to is replaced

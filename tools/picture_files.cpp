@@ -89,15 +89,7 @@ const Format *FormatOfPath(std::string_view path) {
     return nullptr;
 }
 
-const char *Known() { return kHasCodecs ? "PNG, JPEG, WebP, TIFF and BMP files are read" : "BMP files are read"; }
-
-[[noreturn]] void FailWithoutCodecs(const Format &format, std::string_view path) {
-    throw UserError(fmt::format("{}: is a {} file, and this kvt, built without picture codecs, reads and writes BMP "
-                                "alone; a kvt with codecs, as 64-bit ones are, turns one into the other:\n"
-                                "  kvt apply {} -o {}",
-                                path, format.name, path == kStandardStream ? "FILE" : path,
-                                EndingOf(path) == ".bmp" ? "FILE.png" : "FILE.bmp"));
-}
+constexpr const char *kKnown = kHasCodecs ? "PNG, JPEG, WebP, TIFF and BMP files are read" : "BMP files are read";
 
 const Format &FormatOf(File file, const std::string &path) {
     const std::string_view text = AsText(file);
@@ -105,9 +97,12 @@ const Format &FormatOf(File file, const std::string &path) {
         if (format->read)
             return *format;
         if (!format->endings.empty() || format->name == "TIFF")
-            FailWithoutCodecs(*format, path);
-        throw UserError(
-            fmt::format("{}: is a file of the kind {}, which is not read; {}", path, format->name, Known()));
+            throw UserError(fmt::format(
+                "{}: is a {} file, and this kvt, built without picture codecs, reads and writes BMP alone; a kvt with "
+                "codecs, as 64-bit ones are, turns one into the other:\n  kvt apply {} -o {}",
+                path, format->name, path == kStandardStream ? "FILE" : path,
+                EndingOf(path) == ".bmp" ? "FILE.png" : "FILE.bmp"));
+        throw UserError(fmt::format("{}: is a file of the kind {}, which is not read; {}", path, format->name, kKnown));
     }
     for (const Format &format : Formats())
         if (text.size() > 1 && !format.endings.empty() && StartsWith(format.start, text))
@@ -118,7 +113,7 @@ const Format &FormatOf(File file, const std::string &path) {
                        : text.substr(0, kTellingBytes).find("<svg") == text.npos
                            ? "is a text and no picture"
                            : "is an SVG drawing, which is not read";
-    throw UserError(fmt::format("{}: {}; {}", path, what, Known()));
+    throw UserError(fmt::format("{}: {}; {}", path, what, kKnown));
 }
 
 const Format &WritableFormat(const std::string &path) {
