@@ -1,7 +1,7 @@
 #include "bench/printing.h"
 
 #include "bench/targets.h"
-#include "tools/json.h"
+#include "tools/messages.h"
 
 #include <algorithm>
 #include <cstdio>

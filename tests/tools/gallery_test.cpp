@@ -29,7 +29,7 @@ TEST(Gallery, ShowsEveryFormOfEveryMethod) {
                     return std::string(method["name"] == name ? "declared" : "");
                 };
                 const Call call = ParseCalls(shot["call"].get_ref<const std::string &>(), named).at(0);
-                EXPECT_EQ(call.name, method["name"]);
+                EXPECT_EQ(call.name, method["name"].get<std::string>());
                 isRegistered = isRegistered || missing.erase(std::string(call.name)) != 0 || !call.member.empty();
                 for (const auto *methods : {&host.GlobalMethods(), &host.PictureMethods()})
                     for (const auto &[declaration, record] : *methods)
