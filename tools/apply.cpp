@@ -41,10 +41,10 @@ void CheckBlocks(const std::vector<SavedBlock> &blocks, const std::vector<BoundC
         for (const Parameter &parameter : call.method->declaration.parameters)
             if (parameter.byref && parameter.type == Type::MemoryBlock)
                 names.push_back(parameter.name);
-    for (const auto &[name, path] : blocks)
-        if (std::none_of(names.begin(), names.end(), [&](auto known) { return SameName(known, name); }))
-            throw UserError(fmt::format("--save-block {}={}: no call has a byref memory block \"{}\"{}", name, path,
-                                        name, Suggestion(name, names)));
+    for (const SavedBlock &block : blocks)
+        if (std::none_of(names.begin(), names.end(), [&](auto known) { return SameName(known, block.name); }))
+            throw UserError(fmt::format("--save-block {}={}: no call has a byref memory block \"{}\"{}", block.name,
+                                        block.path, block.name, Suggestion(block.name, names)));
 }
 
 std::string PicturePath(const ApplyRequest &request) {
