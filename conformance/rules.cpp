@@ -337,6 +337,29 @@ void CheckLevels(Judge &judge) {
     });
 }
 
+/// Calls all routines on one host, then in the opposite order, so that each comes after others than before.
+void CheckRepeats(Judge &judge) {
+    const std::vector<Routine> &routines = judge.routines();
+    for (const Place &place : Places()) {
+        if (!place.isTypical)
+            continue;
+        Host host(DescribeHost(place, judge.module()));
+        std::vector<std::optional<Called>> first;
+        const auto call = [&](const Routine &routine) {
+            const Case which{.routine = &routine, .place = &place};
+            judge.report().Doing(which.Describe());
+            return Caller(host, Choices(1), *place.storage, which.round).Call(routine);
+        };
+        for (const Routine &routine : routines)
+            first.push_back(call(routine));
+        for (std::size_t i = routines.size(); i-- > 0;)
+            if (const auto again = call(routines[i]); first[i] && again)
+                if (const std::string difference = Difference(*first[i], *again); !difference.empty())
+                    judge.Found({.routine = &routines[i], .place = &place}, difference + ", as before other calls");
+        host.TakeBreaches();
+    }
+}
+
 // Unloading.
 
 void CheckReload(Judge &judge) {
@@ -407,6 +430,7 @@ constexpr Rule kRules[] = {
      CheckFaults<Source::Platform, Fault::Missing, Fault::Fails>},
     {"layouts", "yields the same colors in every pixel layout", CheckLayouts},
     {"levels", "yields the same bits at every instruction-set level", CheckLevels},
+    {"repeats", "yields the same whatever was called before", CheckRepeats},
     {"reload", "goes from memory when it is unloaded, and starts afresh when it is loaded again", CheckReload},
 };
 

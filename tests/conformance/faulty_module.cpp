@@ -309,6 +309,11 @@ const REALmethodDefinition kMethods[] = {
     // Results.
     {Routine(LayoutOf), nullptr, "LayoutOf as integer"},
     {Routine(+[](Picture) { return gForcedLevel > 0 ? gForcedLevel : 0; }), nullptr, "LevelOf as integer"},
+    {Routine(+[](Picture) {
+         static std::int32_t calls = 0;
+         return ++calls;
+     }),
+     nullptr, "CountCalls as integer"},
     {Routine(StackOffset), nullptr, "StackOffset as integer"},
 #if defined(__i386__)
     {Routine(StoreOnStack), nullptr, "StoreOnStack as integer"},

@@ -166,6 +166,7 @@ constexpr struct {
     {"TrustPlatform", "platform", kSegmentFault},
     {"LayoutOf", "layouts", "a console host: the result is 10, not 8, as in pictures"},
     {"LevelOf", "levels", "as at the baseline"},
+    {"CountCalls", "repeats", "the result is 2, not 1, as before other calls"},
     {"StayInMemory", "reload", "stays in memory when it is unloaded"},
     {"Alternate", "reload", "registers something else when it is loaded again"},
 };
