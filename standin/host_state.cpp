@@ -50,8 +50,9 @@ template <class Made> Made &HostState::Adopt(std::unique_ptr<Made> object) {
         object->name = fmt::format("new {}", NameOf(object->kind)) + (which == 1 ? "" : fmt::format(" {}", which));
     }
     Made &made = *object;
-    objects[made.handle] = std::move(object);
-    living.push_back(&made);
+    std::unique_ptr<Object> &kept = objects[made.handle];
+    kept = std::move(object);
+    living.push_back(kept.get());
     return made;
 }
 

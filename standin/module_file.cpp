@@ -147,6 +147,8 @@ void ModuleFile::Redirect(const char *name, void *replacement) const {
     const auto *names = reinterpret_cast<const char *>(DynamicEntry(map, DT_STRTAB));
     const std::span calls(reinterpret_cast<const Relocation *>(DynamicEntry(map, DT_JMPREL)),
                           DynamicEntry(map, DT_PLTRELSZ) / sizeof(Relocation));
+    if (!symbols || !names)
+        return;
     for (const Relocation &call : calls)
         if (std::strcmp(names + symbols[symbolOf(call)].st_name, name) == 0)
             std::memcpy(reinterpret_cast<void *>(map.l_addr + call.r_offset), &replacement, sizeof replacement);
