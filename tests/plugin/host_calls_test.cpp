@@ -35,7 +35,8 @@ struct Call {
 class Scene {
   public:
     explicit Scene(HostDescription description) : host_(Logged(std::move(description))) {
-        Do({"first", "isWhiteKVT"}); // lets the module learn the kind of application, so that a row need not tell of it
+        if (host_.description().application != Application::Unknown) // rows need not tell how that is learned
+            Do({"first", "isWhiteKVT"});
         log_.clear();
     }
 
@@ -145,11 +146,15 @@ constexpr struct {
                    "REALLoadObjectMethod new picture Constructor(width as integer, height as integer); "
                    "Picture.Constructor new picture 5 3; open new picture; drop new picture; render new picture"},
     {"measure", "REALGetPropValueInt * Width; REALGetPropValueInt * Height"},
-    {"copy", "measure *; newPicture 5 3 32; pluginPictureGraphicsGetter new picture; "
-             "REALLoadObjectMethod new drawing surface DrawPicture(Image as Picture, x as Integer, y as Integer, "
-             "w as Integer, h as Integer, sx as Integer = 0, sy as Integer = 0, sw as Integer = -10000, "
-             "sh as Integer = -10000); Graphics.DrawPicture new drawing surface * 0 0 5 3 0 0 5 3; "
-             "drop new drawing surface; open new picture; drop new picture; close new picture"},
+    {"prepareCopy",
+     "measure *; newPicture 5 3 32; pluginPictureGraphicsGetter new picture; "
+     "REALLoadObjectMethod new drawing surface DrawPicture(Image as Picture, x as Integer, y as Integer, "
+     "w as Integer, h as Integer, sx as Integer = 0, sy as Integer = 0, sw as Integer = -10000, sh as Integer = "
+     "-10000)"},
+    {"copy", "prepareCopy *; Graphics.DrawPicture new drawing surface * 0 0 5 3 0 0 5 3; drop new drawing surface; "
+             "open new picture; drop new picture; close new picture"},
+    {"learn", "pluginObjectType Application; pluginObjectType WebApplication; pluginObjectType ConsoleApplication"},
+    {"askForBitmap", "REALGetPropValueBool * HasAlphaChannel; REALLockPictureDescription * 8"},
     {"view", "REALLockObject *; memoryBlockGetPtr *; memoryBlockGetSize *"},
     {"viewTables", "view red; view green; view blue"},
     {"dropTables", "drop blue; drop green; drop red"},
@@ -315,6 +320,12 @@ const struct {
      "new picture", "measureBlock samples; yield; no pluginPictureGraphicsGetter"},
 
     {"a copy, drawn", kDesktop, {"p", "isGrayKVT", {255}, "p", kUnlockable}, "true", "ask p; copy p"},
+    {"a copy that the module makes", {.kinds = {Application::Unknown}, .faults = {{"Graphics.DrawPicture"}}},
+     {"p", "isGrayKVT", {255}, "p", {.form = Form::Console}}, "true",
+     "learn; askForBitmap p; prepareCopy p; no Graphics.DrawPicture; REALLockPictureDescription p T; "
+     "REALLockPictureDescription new picture T; unlock new picture; unlock p; clear new picture; "
+     "drop new drawing surface; learn; askForBitmap new picture; REALLockPictureDescription new picture T; "
+     "REALLockObject new picture; drop new picture; close new picture"},
     {"a copy, after a lock that older hosts leave behind", {.kinds = {Application::Desktop}, .version = 2011.0},
      {"p", "isGrayKVT", {255}, "p", kUnlockable}, "true", "refuse p; copy p"},
     {"a copy that is not to be had for changing", kDesktop,
