@@ -301,6 +301,8 @@ constexpr struct {
     {"one channel alone", 0, 4000, 0, -900},
     {"one more than the narrow form serves", 1335, 1335, 1331, -900},
     {"sums beyond 16 bits", 1376, 1376, 1376, -900},
+    {"the largest weight of 16 bits", 32767, 0, 0, -900},
+    {"one more", 32768, 0, 0, -900},
     {"a negative weight", -1024, 1024, 1500, 100},
     {"nothing counts", 0, 0, 0, 77},
     {"an offset that always shows", 306, 601, 116, kEdge},
