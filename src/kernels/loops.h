@@ -75,7 +75,13 @@ struct OpaquePixels {
     }
 };
 
-KVT_INLINE V Spread(V v) { return Shuffle(v, Repeated({0, 0, 0, 0, 4, 4, 4, 4, 8, 8, 8, 8, 12, 12, 12, 12})); }
+KVT_INLINE V Spread(V v) {
+    WordsU order;
+    KVT_UNROLLED
+    for (unsigned lane = 0; lane < kBytes / 4; ++lane)
+        order[lane] = lane % 4 * 0x04040404;
+    return Shuffle(v, As<V>(order));
+}
 
 struct Reordering {
     V order;
