@@ -1,9 +1,11 @@
 #include "fuzz/run.h"
 
+#include "color/methods.h"
 #include "expected/layout.h"
 #include "inside/heap.h"
 #include "kernels/level.h"
 #include "plugin/interface.h"
+#include "tone/methods.h"
 
 #include <cstdlib>
 #include <filesystem>
