@@ -39,16 +39,6 @@ TEST(CubeFile, IdentityStaysExactThroughAnyGridOfSixDigits) {
     }
 }
 
-TEST(CubeFile, RedRunsFastest) {
-    const CubeTable table = ParseCube("LUT_3D_SIZE 2\n"
-                                      "0 0 0\n1 0 0\n0 .5 0\n1 .5 0\n"
-                                      "0 0 .25\n1 0 .25\n0 .5 .25\n1 .5 .25\n",
-                                      "order.cube");
-    EXPECT_EQ(GridEntry(table, 15, 0, 0), (Triple{255, 0, 0}));
-    EXPECT_EQ(GridEntry(table, 0, 15, 0), (Triple{0, 127.5, 0}));
-    EXPECT_EQ(GridEntry(table, 0, 0, 15), (Triple{0, 0, 63.75}));
-}
-
 TEST(CubeFile, InterpolatesInItsDomainAndHoldsItsBorder) {
     const CubeTable product = Table(2, [](double r, double g, double b) { return Triple{r * g * b, r * g, r}; });
     ExpectNear(product.At({0.5, 0.25, 0.75}), {0.09375, 0.125, 0.5});

@@ -105,10 +105,11 @@ Run 0 apply s.bmp InvertKVT InvertKVT -o twice.bmp
 Same s.bmp twice.bmp
 Run 0 apply s.bmp 'InvertKVT(10, 5, 7, 3)' 'isWhiteKVT(0, 0, 40, 5)' 'isWhiteKVT(10, 5, 7, 3)'
 Equal "new pictures are white, but for the area" "true false" "$(Results)"
-for host in "--layout alpha-high" "--layout premultiplied-first" "--layout straight-last" "--host console" \
-    "--host console --layout row-table" "--host-version 2010.02"; do
+for host in "--layout "{alpha-high,{premultiplied,straight}-{first,last}} "--host console --layout row-table" \
+    "--host-version 2010.02"; do
     # shellcheck disable=SC2086 # several words
-    Run 0 apply s.bmp InvertKVT -o other.bmp $host
+    Run 0 apply s.bmp 'CountColorKVT(&cFF0000)' InvertKVT -o other.bmp $host
+    Prints "CountColorKVT = 10"
     Same inverted.bmp other.bmp
 done
 
@@ -159,6 +160,8 @@ Run 0 apply s.bmp 'CountColorKVT(&cFF8000)' 'PictureLut3DKVT("exchange.cube").Ru
     'CountColorKVT(&c0080FF)' 'CountColorKVT(&cFF8000)'
 Equal "pixels of four colors" "10 10 10 0" "$(Results)"
 Run 0 apply s.bmp 'PictureLut3DKVT(Table=film.cube, MaxX=20).Run' -o film.bmp
+Run 0 apply s.bmp 'PictureLut3DKVT( MaxX = 20,Table = "film.cube" ).Run' -o other.bmp
+Same film.bmp other.bmp
 printf 'LUT_3D_SIZE 2\n0 0 x\n' >broken.cube
 
 # Alpha: what a mask wrote is read back, colors stay, and results are opaque.
@@ -180,11 +183,39 @@ Run 0 gallery s.bmp -o own
 Equal "calls on the page" "$(sed -n 's/ calls, 0 failed: .*//p' out)" "$(OnPage shows own)"
 Equal "failures on the page" 0 "$(OnPage failure own)"
 Equal "the user's file" mine "$(cat own/photo.png)"
-Run 0 gallery s.bmp -o own # what it wrote itself is replaced
+while IFS= read -r line; do
+    checks=$((checks + 1))
+    grep -qF -- "$line" own/kvt-gallery/index.html || Fail "the page does not tell $line"
+done <<'LINES'
+"command":"kvt apply photo.png InvertKVT -o out.png"
+"script":"result = MergePictureKVT(photo, lights)"
+"command":"kvt apply photo.png 'MergePictureKVT(me, lights.png)' -o out.png"
+"script":"result = photo.TransformColorsKVT(steps, steps, same)"
+"script":"result = photo.FindPicture(stamp, x, y)"
+"script":"photo.CountColorsKVT(red, blue, green, count)"
+"script":"result = BinaryStringtoPictureKVT(photoBytes)"
+"command":"kvt make 'BinaryStringtoPictureKVT(@photo.ppic)' -o out.png"
+"script":"photo.EmbeddedMaskKVT(false) = oval"
+"command":"kvt apply photo.png 'EmbeddedMaskKVT(false) = oval.png' --alpha -o out.png"
+"command":""
+"script":"dim tool as new PictureSepiaKVT\ntool.SourcePicture = photo\ntool.SepiaRed = 40\ntool.SepiaGreen = 20\ntool.SepiaBlue = -20\nif tool.Run then result = tool.DestinationPicture"
+LINES
+Run 0 gallery s.bmp -o own --host console --layout row-table --host-version none # what it wrote itself is replaced
+Equal "lines for a host of another kind" 1 \
+    "$(grep -cF '"kvt apply photo.png HasMaskKVT --host console --layout row-table --host-version none"' own/kvt-gallery/index.html)"
 echo mine >own/kvt-gallery/page.png
 Run 2 gallery s.bmp -o own
 Says 'own/kvt-gallery/page.png: is not as kvt gallery wrote it, and stays'
 Equal "the user's file" mine "$(cat own/kvt-gallery/page.png)"
+ln -sf photo.png own/kvt-gallery/page.png
+Run 2 gallery s.bmp -o own
+Says 'own/kvt-gallery/page.png: '
+for record in 'no JSON' '[]' '{"page.png": "text"}'; do
+    mkdir -p damaged/kvt-gallery && echo "$record" >damaged/kvt-gallery/.kvt-gallery
+    echo mine >damaged/kvt-gallery/page.png
+    Run 2 gallery s.bmp -o damaged
+    Says 'damaged/kvt-gallery/page.png: is not as kvt gallery wrote it, and stays'
+done
 Run 1 gallery s.bmp -o failing --module "$faulty"
 Says 'kvt: InvertKVT: there is no method or class "InvertKVT"'
 Equal "failures on the page" $(($(OnPage shows failing) - 1)) "$(OnPage failure failing)"
@@ -212,6 +243,10 @@ ROWS
 0 ~ apply alpha.bmp -o flat.jpg --quiet
 0 ~ apply s.bmp 'EmbeddedMaskKVT(false) = alpha.bmp' -o flat.jpg ~ kvt: flat.jpg: the picture's alpha is lost
 ROWS
+    Run 0 apply s.bmp 'ExtractColorKVT(&c123456, &c000000, &c000000)' -o clear.bmp
+    Run 0 apply s.bmp 'EmbeddedMaskKVT(false) = clear.bmp' -o flat.jpg -q
+    Run 0 apply flat.jpg isWhiteKVT
+    Prints "isWhiteKVT = true"
     "$kvt" apply alpha.bmp -o flat.jpg --json --quiet >out
     Equal "notes" 1 "$(python3 -c 'import json, sys; print(len(json.load(sys.stdin)[0]["notes"]))' <out)"
 else
@@ -228,7 +263,8 @@ fi
 # Calls: colors in all their forms, variables, chains with dots, arguments by name.
 Run 0 apply s.bmp 'CountColorKVT(&cFF0000)' 'CountColorKVT(&hff0000)' 'CountColorKVT(0xFF0000)' 'CountColorKVT(#ff0000)'
 Equal "pixels of one color" "10 10 10 10" "$(Results)"
-for call in me.InvertKVT 'result = p.InvertKVT' 'p.InvertKVT.InvertKVT.InvertKVT' 'InvertKVT(0, 0, 40, 25)' 'InvertKVT(left=0)'; do
+for call in me.InvertKVT 'result = p.InvertKVT' 'Dim result As Picture = p.InvertKVT' 'var x = InvertKVT()' ' InvertKVT ' \
+    'p.InvertKVT().InvertKVT.InvertKVT' 'InvertKVT (0,0 , 40, 25)' 'InvertKVT(left=0)'; do
     Run 0 apply s.bmp -o dotted.bmp -- "$call"
     Same inverted.bmp dotted.bmp
 done
@@ -292,11 +328,33 @@ printf junk >junk.wav
 head -c 1000 voice.wav >cut.wav
 mkdir folder
 ln -s loop loop
+ln -s nowhere dangling.bmp
+printf '\1\2' >bytes.png
+printf '<?xml?><svg>' >drawing.png
+printf 8BPS >layers.png
+printf BM >start.bmp
 long=$(printf 'x%.0s' {1..300}).bmp
 before=$(ls)
 Table <<'ROWS'
 2 ~ apply s.bmp InvertKVT 'InvertKVT(10, 5 200)' -o none.bmp ~   InvertKVT(10, 5 200) ~                   ^^^ ~   InvertKVT(left as integer,top as integer,width as integer,height as integer) as picture
 2 ~ apply s.bmp InvertKVTT -o none.bmp ~ there is no method or class "InvertKVTT", and no file "InvertKVTT"; did you mean "InvertKVT"?
+2 ~ apply s.bmp InvertKVT 'InvertKVT(10' ~ expected "," or ")" at the end ~               ^
+2 ~ apply s.bmp 'InvertKVT(1,,2)' ~ expected a value, not "," ~               ^
+2 ~ apply s.bmp 'InvertKVT("open)' ~ a string has no closing double quote ~             ^^^^^^
+2 ~ apply s.bmp 'InvertKVT(@)' ~ expected a value, not ")" ~              ^
+2 ~ apply s.bmp 'InvertKVT(1) x' ~ expected the end, not "x" ~                ^
+2 ~ apply s.bmp 'InvertKVT(1).' ~ expected the name of a member at the end ~                ^
+2 ~ apply s.bmp 'EmbeddedMaskKVT(false) = a b' ~ expected the end, not "b"
+2 ~ apply s.bmp '' ~ expected the name of a method or class at the end
+2 ~ apply s.bmp 'ReplaceRedChannelKVT("nil")' ~ kvt: nil: cannot be opened
+2 ~ apply s.bmp 'ReplaceRedChannelKVT("say ""a, b)=c"".bmp")' ~ kvt: say "a, b)=c".bmp: cannot be opened
+2 ~ apply s.bmp Channel ~ ; did you mean "ReplaceRedChannelKVT", "ReplaceBlueChannelKVT" or "ReplaceGreenChannelKVT"?
+2 ~ apply s.bmp hasMusqKvt ~ ; did you mean "HasMaskKVT"?
+2 ~ apply s.bmp In ~ ; did you mean "InvertKVT" or "InvertGrayKVT"?
+2 ~ apply s.bmp VT ~ no file "VT"; kvt list shows
+2 ~ apply s.bmp Blur ~ no file "Blur"; kvt list shows
+2 ~ apply s.bmp InvertKVT -o '{name' ~ {name: a brace has no closing one
+2 ~ apply s.bmp InvertKVT -o '{}' ~ {}: expected {name}, {dir} or {ext}
 2 ~ apply s.bmp me.InvertKV -o none.bmp ~ there is no method or class "InvertKV" ~ did you mean "InvertKVT" ~   me.InvertKV ~      ^^^^^^^^
 2 ~ apply s.bmp 'InvertKVT.Saturation(60)' -o none.bmp ~ expected the end, not "("
 2 ~ apply s.bmp InvertKVT.Saturate -o none.bmp ~ there is no method "Saturate" to go on with behind InvertKVT
@@ -353,6 +411,17 @@ Table <<'ROWS'
 2 ~ apply s.bmp InvertKVT -o none.bmp --host console --layout alpha-high ~ a console host has row-table
 2 ~ apply s.bmp InvertKVT -o none.bmp --module missing.so ~ missing.so
 2 ~ apply s.bmp InvertKVT -o s.bmp/none.bmp ~ s.bmp/none.bmp: 
+2 ~ apply s.bmp InvertKVT -o dangling.bmp ~ dangling.bmp: 
+2 ~ apply empty.wav InvertKVT ~ empty.wav: is empty
+2 ~ apply bytes.png InvertKVT ~ bytes.png: is no picture
+2 ~ apply drawing.png InvertKVT ~ drawing.png: is an SVG drawing
+2 ~ apply layers.png InvertKVT ~ Photoshop
+2 ~ apply start.bmp InvertKVT ~ start.bmp: is damaged
+2 ~ sample none.bmp --size 640 ~ --size
+2 ~ sample none.bmp --size 640x480x2 ~ --size
+2 ~ sample none.bmp --size 0x9 ~ --size
+2 ~ sample none.bmp --size 9x32768 ~ --size
+2 ~ sample none.bmp --size '640 x 480' ~ --size
 2 ~ apply InvertKVT -o none.bmp ~ "InvertKVT" is read as a call, for there is no such file
 2 ~ apply InvertKVT s.bmp ~ pictures come first ~   kvt apply s.bmp InvertKVT
 2 ~ apply s.bmp 'InvertKVT(1, 1, 2, 2)' none.bmp ~ -o tells where the result goes ~   kvt apply s.bmp 'InvertKVT(1, 1, 2, 2)' -o none.bmp
@@ -471,12 +540,32 @@ Run 0 apply in/1.bmp in/deep/8.bmp InvertKVT -o into/ --format bmp
 Same inverted.bmp into/8.bmp
 KVT_FAULT=Die Run 3 apply in/1.bmp in/2.bmp Die --module "$faulty"
 Says 'kvt: in/2.bmp: ended by signal 9'
-Run 2 apply in/1.bmp in/2.bmp InvertKVT -o same.bmp
-Says 'the results of in/1.bmp and in/2.bmp would both go there'
-Run 2 apply in/1.bmp in/2.bmp InvertKVT -o 'in/{nmae}.bmp'
-Says '{nmae}: expected {name}, {dir} or {ext}, or {{ for a brace; did you mean "name"?'
-Run 2 apply in/1.bmp in/2.bmp InvertKVT -o '{dir}/2.bmp'
-Says 'the result of in/1.bmp would replace this input'
+before=$(ls)
+Table <<'ROWS'
+2 ~ apply in/1.bmp in/2.bmp InvertKVT -o same.bmp ~ the results of in/1.bmp and in/2.bmp would both go there
+2 ~ apply in/1.bmp in/2.bmp InvertKVT -o - ~ would both go there
+2 ~ apply in/1.bmp in/../in/1.bmp InvertKVT -o '{dir}/{name}-new.bmp' ~ would both go there
+2 ~ apply in/1.bmp in/2.bmp CountColorsKVT --save-block red=red2.bin ~ would both go there
+2 ~ apply in/1.bmp CountColorsKVT InvertKVT --save-block red=x.bmp -o x.bmp ~ x.bmp: 
+2 ~ apply in/1.bmp in/2.bmp InvertKVT -o '{dir}/2.bmp' ~ the result of in/1.bmp would replace this input
+2 ~ apply in/1.bmp in/2.bmp InvertKVT -o 'in/{nmae}.bmp' ~ {nmae}: expected {name}, {dir} or {ext}, or {{ for a brace; did you mean "name"?
+0 ~ apply in/1.bmp in/1.bmp isGrayKVT
+ROWS
+Equal "files after what was refused" "$before" "$(ls)"
+Run 0 apply in/1.bmp in/2.bmp InvertKVT -o '{dir}/{name}.{ext}' # each over its own input
+Run 0 apply - s.bmp InvertKVT -o '{dir}/{{new-{{{name}}.bmp' <in/deep/8.bmp
+Same inverted.bmp '{new-{stdin}.bmp'
+Same inverted.bmp '{new-{s}.bmp'
+
+# Links and modes stay, and new files have those of the process.
+chmod 700 other.bmp
+ln -s other.bmp link.bmp
+Run 0 apply s.bmp InvertKVT -o link.bmp
+Same inverted.bmp other.bmp
+Equal "what the link is, and the mode" "symbolic link 700" "$(stat -c %F link.bmp) $(stat -c %a other.bmp)"
+umask 027
+Run 0 apply s.bmp InvertKVT -o new/deep/a.bmp
+Equal "mode" 640 "$(stat -c %a new/deep/a.bmp)"
 
 # One document, whatever the number of pictures and however they end.
 Run 2 apply in/3.bmp in/4.bmp 'FindPicture(in/3.bmp, 0, 0)' ColornessKVT --json

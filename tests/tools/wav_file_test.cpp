@@ -1,4 +1,3 @@
-#include "tools/samples.h"
 #include "tools/wav_file.h"
 
 #include <gtest/gtest.h>
@@ -59,13 +58,6 @@ TEST(WavFile, ACutFileGivesItsWholeFrames) {
     EXPECT_EQ(cut(12).loss, "is cut off: 10 of 12 bytes of samples are there");
     EXPECT_EQ(cut(0xFFFFFFFF).loss, ""); // from a pipe, whose end was not known
     EXPECT_EQ(cut(10).loss, "");
-}
-
-TEST(WavFile, TheSampleIsOne) {
-    const Sound sound = ReadWav(SampleSound(), "sample.wav");
-    EXPECT_EQ(sound.bits, 15);
-    EXPECT_EQ(sound.samples.size(), 64000u);
-    EXPECT_EQ(sound.loss, "");
 }
 
 TEST(WavFile, RefusesWhatItCannotUse) {
