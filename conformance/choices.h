@@ -29,8 +29,6 @@ class Choices {
     bool OneIn(int times) { return Between(1, times) == times; }
     std::uint32_t Word() { return static_cast<std::uint32_t>(Below(std::uint64_t{1} << 32)); }
 
-    std::span<const unsigned char> Rest() const { return bytes_; } ///< of a fuzzer's bytes
-
   private:
     std::uint64_t Below(std::uint64_t range) {
         std::uint64_t value = 0;

@@ -83,21 +83,31 @@ std::vector<unsigned char> Sound(Random &random, int bytes) {
 using EveryWaveform = EveryWay;
 
 TEST_P(EveryWaveform, IsExact) {
+    constexpr int kBits[] = {7, 8, 15, 16};
     constexpr int kOutlineWidths[] = {0, 1, 2, 7};
     random = Random(GetParam().newAlphaInfo * 3 + static_cast<unsigned>(GetParam().level));
+    const auto expect = [&](const char *what, int bytes, WaveformArguments with, int bits) {
+        with.bits = bits;
+        with.outlineWidth = kOutlineWidths[random.Below(bytes > 10000 ? 2 : 4)]; // the host draws slowly
+        with.autoScale = random.Below(2) == 0;
+        with.backColor = random.Next();
+        with.foreColor = random.Next();
+        with.outlineColor = random.Next();
+        SCOPED_TRACE(fmt::format("{}: {} of {} bytes, smooth {}, {} x {}, bits {}, outline {}, auto {}", what,
+                                 with.sampleCount, bytes, with.smooth, with.width, with.height, bits, with.outlineWidth,
+                                 with.autoScale));
+        ExpectWaveform(host, Sound(random, bytes), with);
+    };
     for (const auto &shape : kShapes)
-        for (const int bits : {7, 8, 15, 16}) {
-            WaveformArguments with = shape.with;
-            with.bits = bits;
-            with.outlineWidth = kOutlineWidths[random.Below(shape.bytes > 10000 ? 2 : 4)]; // the host draws slowly
-            with.autoScale = random.Below(2) == 0;
-            with.backColor = random.Next();
-            with.foreColor = random.Next();
-            with.outlineColor = random.Next();
-            SCOPED_TRACE(
-                fmt::format("{}, bits {}, outline {}, auto {}", shape.what, bits, with.outlineWidth, with.autoScale));
-            ExpectWaveform(host, Sound(random, shape.bytes), with);
-        }
+        for (const int bits : kBits)
+            expect(shape.what, shape.bytes, shape.with, bits);
+    for (int round = 0; round < 100; ++round)
+        expect("by chance", random.Below(900),
+               {.sampleCount = AnyInteger(random, 400),
+                .smooth = AnyInteger(random, 20),
+                .width = random.Between(1, 60),
+                .height = random.Between(1, 60)},
+               kBits[random.Below(4)]);
 }
 
 IN_EVERY_WAY(EveryWaveform);
