@@ -111,26 +111,4 @@ TEST(Opening, RefusesConsoleRowsThatAreTooLong) {
     });
 }
 
-/// What lies around the 32 bits of an answer is nobody's, and they have a sign.
-TEST(Helpers, ReadSizesOf32BitsAndTakeNothingForNothing) {
-    InFreshProcess([] {
-        static std::int32_t answer;
-        Offer("REALGetPropValueInt", [](REALobjectStruct *, const char *, std::int32_t *value) {
-            *value = answer;
-            return static_cast<unsigned char>(1);
-        });
-        REALpictureStruct picture;
-        for (const std::int32_t size : {1, 0x102, 0x10003, INT32_MAX, -1, INT32_MIN}) {
-            answer = size;
-            EXPECT_EQ(std::int64_t{GetPictureWidth(&picture)}, size);
-            EXPECT_EQ(std::int64_t{GetPictureHeight(&picture)}, size);
-        }
-        EXPECT_EQ(GetPictureWidth(nullptr), 0);
-        EXPECT_EQ(ClonePicture(nullptr), nullptr);
-        PictureEditor closed = {};
-        EXPECT_EQ(RenderPictureWriter(closed), nullptr);
-        ClosePictureReader(closed);
-    });
-}
-
 } // namespace

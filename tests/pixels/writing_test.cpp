@@ -77,6 +77,7 @@ const struct {
 } kTargets[] = {
     {"of the same size", PictureDescription{.width = 5, .height = 3}, {}, true},
     {"larger", PictureDescription{.width = 7, .height = 9}, {}, true},
+    {"of a width beyond 16 bits", PictureDescription{.width = 0x10002, .height = 3}, {}, true},
     {"in another layout", PictureDescription{.width = 5, .height = 3, .alphaInfo = 1}, {}, true},
     {"nil", {}, {}, false},
     {"a column short", PictureDescription{.width = 4, .height = 9}, {}, false},
