@@ -102,13 +102,6 @@ int ReadUnlocked(Picture picture) {
     return static_cast<int>(row[0]);
 }
 
-int ReadUnlockedResult(Picture) {
-    const Picture made = NewPicture();
-    const int read = ReadUnlocked(made);
-    DropReference(made);
-    return read;
-}
-
 void DropLocked(Picture) {
     const Picture made = NewPicture();
     LockedPixels(made);
@@ -119,12 +112,6 @@ Picture YieldDead(Picture) {
     const Picture made = NewPicture();
     DropReference(made);
     return made;
-}
-
-void UnlockFailedLock(Picture picture) {
-    REALpictureDescription description = {};
-    if (picture && !Lock(picture, description, 99))
-        Unlock(picture);
 }
 
 /// Does something with an object that an entry does once, but asks for the entry twice when it is not there.
@@ -265,14 +252,12 @@ const REALmethodDefinition kMethods[] = {
     {Routine(+[](Picture, String s) { REALstringData data = CopyOf(s); Dispose(data), Dispose(data); }), nullptr, "GiveBackTwice(s as string)"},
     {Routine(+[](Picture) { void *volatile kept = std::malloc(8); static_cast<void>(kept); }), nullptr, "KeepHeapBlock"},
     {Routine(FreeHeapBlockTwice), nullptr, "FreeHeapBlockTwice"},
-    {Routine(+[](Picture) { gResolver("REALMakeCoffee"); }), nullptr, "AskForNonsense"},
     {Routine(+[](Picture p) { Entry<Picture(Picture, signed char)>("REALGetPictureMask")(p, 1); }), nullptr, "CreateMask"},
     {Routine(+[](Picture) { DropReference(Entry<Picture(int, int, int)>("newPicture")(5, 3, 8)); }), nullptr, "AskForEightBits"},
     {Routine(+[](Picture p) { Entry<void *(void *, const char *)>("REALLoadObjectMethod")(p, "Paint(x as integer)"); }), nullptr, "LoadNonsense"},
     {Routine(YieldDead), nullptr, "YieldDead as picture"},
     {Routine(+[](Picture, Block b) -> void * { return b; }), nullptr, "YieldBlock(b as memoryblock) as picture"},
     {Routine(+[](Picture p) -> int { return *reinterpret_cast<const volatile int *>(p); }), nullptr, "ReadHandle as integer"},
-    {Routine(+[](Picture) { std::abort(); }), nullptr, "Crash"},
     {Routine(+[](Picture) { _exit(3); }), nullptr, "EndProcess"},
     {Routine(+[](Picture) { while (true) pause(); }), nullptr, "Hang"},
     {Routine(+[](Picture p) { std::raise(SIGKILL); return p; }), nullptr, "Die as picture"},
@@ -281,8 +266,6 @@ const REALmethodDefinition kMethods[] = {
     {Routine(+[](Picture p) { LockedPixels(p); }), nullptr, "LeaveLocked"},
     {Routine(DropLocked), nullptr, "DropLocked"},
     {Routine(ReadUnlocked), nullptr, "ReadUnlocked as integer"},
-    {Routine(ReadUnlockedResult), nullptr, "ReadUnlockedResult as integer"},
-    {Routine(UnlockFailedLock), nullptr, "UnlockFailedLock"},
     {Routine(+[](Picture p) { if (p) AskTwice("lockPictureDescription", "unlockPictureDescription", p); }), nullptr, "UnlockTwice"},
     // Memory and inputs.
     {Routine(WritePastRow), nullptr, "WritePastRow"},
