@@ -337,6 +337,12 @@ void CheckLevels(Judge &judge) {
     });
 }
 
+/// A call on a host that has had others.
+std::optional<Called> CallOn(Host &host, Judge &judge, const Case &which) {
+    judge.report().Doing(which.Describe());
+    return Caller(host, Choices(1), *which.place->storage, which.round).Call(*which.routine);
+}
+
 /// Calls all routines on one host, then in the opposite order, so that each comes after others than before.
 void CheckRepeats(Judge &judge) {
     const std::vector<Routine> &routines = judge.routines();
@@ -345,17 +351,14 @@ void CheckRepeats(Judge &judge) {
             continue;
         Host host(DescribeHost(place, judge.module()));
         std::vector<std::optional<Called>> first;
-        const auto call = [&](const Routine &routine) {
-            const Case which{.routine = &routine, .place = &place};
-            judge.report().Doing(which.Describe());
-            return Caller(host, Choices(1), *place.storage, which.round).Call(routine);
-        };
         for (const Routine &routine : routines)
-            first.push_back(call(routine));
-        for (std::size_t i = routines.size(); i-- > 0;)
-            if (const auto again = call(routines[i]); first[i] && again)
+            first.push_back(CallOn(host, judge, {.routine = &routine, .place = &place}));
+        for (std::size_t i = routines.size(); i-- > 0;) {
+            const Case which{.routine = &routines[i], .place = &place};
+            if (const auto again = CallOn(host, judge, which); first[i] && again)
                 if (const std::string difference = Difference(*first[i], *again); !difference.empty())
-                    judge.Found({.routine = &routines[i], .place = &place}, difference + ", as before other calls");
+                    judge.Found(which, difference + ", as before other calls");
+        }
         host.TakeBreaches();
     }
 }
@@ -385,8 +388,7 @@ void CheckReload(Judge &judge) {
             log = host.StartUpLog();
             for (const Routine &routine : routines) {
                 const Case which{.routine = &routine, .place = place};
-                judge.report().Doing(which.Describe());
-                const auto called = Caller(host, Choices(1), *place->storage, which.round).Call(routine);
+                const auto called = CallOn(host, judge, which);
                 if (!called || Documented(routine, Special::YieldsAlpha, kResult))
                     continue;
                 const std::string difference = Difference(first.try_emplace(&routine, *called).first->second, *called);
