@@ -15,8 +15,6 @@ using standin::Guard;
 using standin::Host;
 using standin::HostDescription;
 
-constexpr int kWidth = 8 * sizeof(void *);
-
 /// The instruction-set levels that can be forced; the best alone when none can.
 std::vector<int> LevelsOf(Judge &judge) {
     judge.report().Doing("forcing levels");
@@ -85,7 +83,7 @@ void CheckAlignment(Judge &judge) {
         std::uint32_t dataOffset;
     };
     // Calls of 64 bits keep the stack aligned to 16 bytes, and pointers in instance data are aligned to 8.
-    const std::vector<Misalignment> misalignments = kWidth == 32
+    const std::vector<Misalignment> misalignments = sizeof(void *) == 4
                                                         ? std::vector<Misalignment>{{4, 4}, {8, 12}, {12, 20}, {0, 24}}
                                                         : std::vector<Misalignment>{{0, 8}, {0, 24}, {0, 40}};
     const bool isQuick = judge.extent() == Extent::Quick;

@@ -69,14 +69,14 @@ constexpr std::size_t kRegisters = 6;
 constexpr std::size_t kMostDoubles = 8;
 constexpr std::size_t kMostWords = 24;
 
-template <std::size_t> using Word = std::intptr_t;
+template <std::size_t> using MachineWord = std::intptr_t;
 template <std::size_t> using Double = double;
 
 template <class Result, std::size_t... Register, std::size_t... Floating, std::size_t... Stack>
 Result CallWith(void (*routine)(), const std::array<std::intptr_t, kMostWords> &words,
                 const std::array<double, kMostDoubles> &doubles, std::index_sequence<Register...>,
                 std::index_sequence<Floating...>, std::index_sequence<Stack...>) {
-    using Routine = Result(Word<Register>..., Double<Floating>..., Word<Stack>...);
+    using Routine = Result(MachineWord<Register>..., Double<Floating>..., MachineWord<Stack>...);
     return reinterpret_cast<Routine *>(routine)(words[Register]..., doubles[Floating]..., words[kRegisters + Stack]...);
 }
 

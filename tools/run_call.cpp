@@ -43,7 +43,7 @@ std::string FaultOf(std::span<const unsigned char> bytes) {
 
 /// Why a call may have come to nil, as far as its values tell; a line each.
 std::string WhyNil(const BoundCall &call, const Ref &receiver, const std::vector<Value> &arguments) {
-    constexpr std::size_t kTable = 256; // bytes of a lookup table
+    constexpr std::size_t kTableBytes = 256;
     constexpr std::int64_t kMostSide = 32767;
     std::string why;
     const auto add = [&](const std::string &reason) { why += reason.empty() ? "" : "\n  " + reason; };
@@ -69,8 +69,8 @@ std::string WhyNil(const BoundCall &call, const Ref &receiver, const std::vector
             pictures.emplace_back(name, &ref.picture());
         else if (type == Type::String)
             add(FaultOf(AsBytes(ref.text().bytes())));
-        else if (!takesSamples && ref.block().memory.size() < kTable)
-            add(fmt::format("{} holds {} bytes, and a table {}", name, ref.block().memory.size(), kTable));
+        else if (!takesSamples && ref.block().memory.size() < kTableBytes)
+            add(fmt::format("{} holds {} bytes, and a table {}", name, ref.block().memory.size(), kTableBytes));
     }
     std::string sizes;
     bool differ = false;
