@@ -161,7 +161,7 @@ struct WrongCall : std::runtime_error {
 
 /// A record as the host read it at registration.
 struct RegisteredMethod {
-    Declaration declaration;
+    const Declaration &declaration; ///< which outlives every host
     REALmethodDefinition record;
 };
 struct RegisteredProperty {

@@ -9,19 +9,21 @@ namespace {
 /// Class and extension records have room for two tables of each kind.
 template <class Out, class Record, class Read>
 void ReadTable(std::vector<Out> &out, const Record *records, std::int32_t count, Read read) {
+    out.reserve(out.size() + static_cast<std::size_t>(std::max(count, 0)));
     for (std::int32_t i = 0; records && i < count; ++i)
         out.push_back(read(records[i]));
 }
 
-/// Empty, with a violation, for what is no declaration. Every host reads the same ones, so each is parsed once.
-Declaration Parsed(const std::string &text) {
-    static std::map<std::string, Declaration> known;
+/// Empty, with a violation, for what is no declaration. Every host reads the same ones, so each is parsed once and kept.
+const Declaration &Parsed(std::string_view text) {
+    static std::map<std::string, Declaration, std::less<>> known;
+    static const Declaration kNone;
     try {
         const auto found = known.find(text);
         return found != known.end() ? found->second : known.emplace(text, ParseDeclaration(text)).first->second;
     } catch (const std::invalid_argument &problem) {
         gHost->Violation(Concern::Calls, problem.what());
-        return {};
+        return kNone;
     }
 }
 

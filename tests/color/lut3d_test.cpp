@@ -77,14 +77,14 @@ TEST_P(EveryLut3D, IsExactInEveryWidth) {
 
 TEST_P(EveryLut3D, IsExactForEveryPlaceBetweenEntries) {
     SetTable(OrdinaryCube());
-    std::vector<int> reds = {100, 136, 237, 238, 254, 255};
+    std::vector<int> levels = {100, 136, 237, 238, 254, 255};
     for (int fraction = 0; fraction < 17; ++fraction)
-        reds.push_back(fraction);
-    for (const int red : reds) {
-        Picture picture = Filled(256, 256, {0, 0, 0});
-        for (int green = 0; green < 256; ++green)
+        levels.push_back(fraction);
+    for (const int red : levels) {
+        Picture picture = Filled(256, static_cast<int>(levels.size()), {0, 0, 0});
+        for (int y = 0; y < picture.height; ++y)
             for (int blue = 0; blue < 256; ++blue)
-                picture.At(blue, green) = {red, green, blue};
+                picture.At(blue, y) = {red, levels[static_cast<std::size_t>(y)], blue};
         ASSERT_NO_FATAL_FAILURE(Expect(picture)) << "red " << red;
     }
 }
