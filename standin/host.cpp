@@ -13,58 +13,38 @@
 
 namespace standin {
 
-Ref::Ref(Object *object) : object_(object) {
-    if (object_)
-        gHost->Hold(*object_);
+Ref::Ref(Object *object) {
+    if (object)
+        gHost->AddReference(*object);
+    *this = Adopt(object);
 }
 
 Ref Ref::Adopt(Object *object) {
     Ref ref;
-    ref.object_ = object;
-    if (object)
-        ++object->held;
+    if (!object)
+        return ref;
+    ++object->held;
+    ref.object_ = {object, [](Object *held) {
+                       if (gHost)
+                           gHost->Release(*held);
+                   }};
     return ref;
 }
 
-Ref::~Ref() {
-    if (object_ && gHost)
-        gHost->Release(*object_);
-}
-
 namespace {
-
-using Sums = std::vector<std::pair<const Object *, std::optional<std::uint64_t>>>;
-
-/// Of all that must not change in the next call.
-Sums SumInputs() {
-    Sums sums;
-    if (gHost->description.watchesInputs)
-        for (const Object *object : gHost->living)
-            if (!gHost->mayChange.contains(object))
-                sums.emplace_back(object, object->Checksum());
-    return sums;
-}
-
-void SealPictures() {
-    if (gHost->description.sealsPictures)
-        for (Object *object : gHost->living)
-            if (auto *picture = As<Picture>(object))
-                picture->Seal();
-}
-
-void TakePending(Result &result) {
-    if (Exception *pending = std::exchange(gHost->pending, nullptr)) {
-        result.raised = pending->content;
-        gHost->Release(*pending);
-    }
-}
 
 /// Runs a routine of the module as the host does: watched, timed, audited afterwards.
 template <class Body> Result RunRoutine(const std::string &declaration, Body body) {
     Result result;
     gHost->running = declaration;
-    SealPictures(); // for the call and until somebody looks at them: to open them all again would take most of the time
-    const Sums before = SumInputs();
+    std::vector<std::pair<const Object *, std::optional<std::uint64_t>>> inputs; // that must not change
+    for (Object *object : gHost->living) {
+        // Until somebody looks at it: to open them all again after the call would take most of the time.
+        if (auto *picture = As<Picture>(object))
+            picture->Seal();
+        if (gHost->description.watchesInputs && !gHost->mayChange.contains(object))
+            inputs.emplace_back(object, object->Checksum());
+    }
     gHost->timeInEntries = {};
     gHost->entered = 0;
     auto *activeLevel = static_cast<int *>(gHost->module->Internal("gActiveLevel"));
@@ -77,8 +57,11 @@ template <class Body> Result RunRoutine(const std::string &declaration, Body bod
     result.entered = gHost->entered;
     if (activeLevel && *activeLevel >= 0)
         gHost->levelsRun.insert(*activeLevel);
-    TakePending(result);
-    for (const auto &[object, sum] : before)
+    if (Exception *pending = std::exchange(gHost->pending, nullptr)) {
+        result.raised = pending->content;
+        gHost->Release(*pending);
+    }
+    for (const auto &[object, sum] : inputs)
         if (!object->dead && object->Checksum() != sum)
             gHost->Violation(Concern::Inputs, "{} was changed", object->Describe());
     gHost->Audit();
@@ -122,12 +105,6 @@ void Free(void *memory) {
         gHost->Violation(Concern::Memory, "free: no block of the heap, or freed already");
 }
 
-void WatchHeap(const ModuleFile &module) {
-    module.Redirect("malloc", reinterpret_cast<void *>(Allocate));
-    module.Redirect("calloc", reinterpret_cast<void *>(AllocateCleared));
-    module.Redirect("free", reinterpret_cast<void *>(Free));
-}
-
 /// The methods that a receiver has; those of Picture for nil, too.
 const std::vector<RegisteredMethod> &MethodsOf(const Value &receiver) {
     const bool isInstance = receiver.Is<Ref>() && receiver.AsRef().object()->kind == Kind::Instance;
@@ -145,7 +122,9 @@ Host::Host(HostDescription description) : state_(std::make_unique<HostState>(std
     void *start = state_->module->Exported("REALPluginMain");
     if (!start)
         throw std::runtime_error(state_->module->path() + " exports no REALPluginMain");
-    WatchHeap(*state_->module);
+    state_->module->Redirect("malloc", reinterpret_cast<void *>(Allocate));
+    state_->module->Redirect("calloc", reinterpret_cast<void *>(AllocateCleared));
+    state_->module->Redirect("free", reinterpret_cast<void *>(Free));
     gHost = state_.get();
     state_->running = "REALPluginMain";
     RoutineCall(state_->description.stackShift, reinterpret_cast<const void *>(Resolve))
@@ -191,15 +170,16 @@ void Host::AttachMask(const Ref &picture, const Ref &mask) {
 }
 
 Ref Host::New(std::string_view className) {
-    const RegisteredClass *definition = state_->ClassNamed(className);
-    if (!definition)
-        throw WrongCall(fmt::format("no class is called \"{}\"", className));
-    Instance &instance = state_->NewInstance(*definition);
-    Ref ref = Ref::Adopt(&instance);
-    if (const REALroutine constructor = definition->record.constructor)
-        RunRoutine("the constructor of " + definition->name,
-                   [&](Result &) { RoutineCall(state_->description.stackShift, instance.handle).Run(constructor); });
-    return ref;
+    for (const auto &definition : state_->classes) {
+        if (!SameName(definition->name, className))
+            continue;
+        Ref ref = Ref::Adopt(&state_->NewInstance(*definition));
+        if (const REALroutine constructor = definition->record.constructor)
+            RunRoutine("the constructor of " + definition->name,
+                       [&](Result &) { RoutineCall(state_->description.stackShift, ref.handle()).Run(constructor); });
+        return ref;
+    }
+    throw WrongCall(fmt::format("no class is called \"{}\"", className));
 }
 
 Result Host::CallWith(const Value &receiver, std::string_view method, std::vector<Value> arguments) {
@@ -256,7 +236,7 @@ Result Host::CallRecord(const RegisteredMethod &method, bool global, const Value
     return RunRoutine(declaration.text, [&](Result &result) {
         Variable yielded = {};
         if (yields == Type::Double)
-            yielded.number = call.RunForDouble(routine);
+            yielded.number = call.Run<double>(routine);
         else
             yielded.word = call.Run(routine);
         result.value = ValueOf(yields, yielded);
@@ -276,18 +256,19 @@ const RegisteredProperty &PropertyOf(const Instance &instance, std::string_view 
     throw WrongCall(fmt::format("{} has no property \"{}\"", instance.definition->name, name));
 }
 
+/// A property's own accessors, which take its record's number, as those of a method.
+RegisteredMethod AccessorsOf(const RegisteredProperty &property) {
+    return {{property.name, property.name, {{"param", Type::Integer, false, {}}}, property.type},
+            {property.record.getter, property.record.setter}};
+}
+
 } // namespace
 
 Value Host::Get(const Ref &ref, std::string_view name) {
     Instance &instance = ref.instance();
     const RegisteredProperty &property = PropertyOf(instance, name);
-    if (!property.UsesStandardAccess()) { // own accessors are those of doubles
-        const std::intptr_t param{static_cast<std::int32_t>(property.record.param)};
-        const RoutineCall call(state_->description.stackShift, instance.handle, param);
-        return RunRoutine(property.name,
-                          [&](Result &result) { result.value = call.RunForDouble(property.record.getter); })
-            .value;
-    }
+    if (!property.UsesStandardAccess())
+        return CallRecord(AccessorsOf(property), false, ref, {property.record.param}).value;
     const Variable held = ReadField(instance, property);
     return property.type == Type::Picture ? Value(Ref(state_->ObjectAt(held.handle))) : ValueOf(property.type, held);
 }
@@ -298,9 +279,7 @@ void Host::Set(const Ref &ref, std::string_view name, const Value &value) {
     if (const std::string problem = Misfit({property.name, property.type, false, {}}, value); !problem.empty())
         throw WrongCall(problem);
     if (!property.UsesStandardAccess()) {
-        const std::intptr_t param{static_cast<std::int32_t>(property.record.param)};
-        const RoutineCall call(state_->description.stackShift, instance.handle, param, value.AsDouble());
-        RunRoutine(property.name, [&](Result &) { call.Run(property.record.setter); });
+        CallRecord(AccessorsOf(property), false, ref, {property.record.param}, &value);
         return;
     }
     Object *old = property.type == Type::Picture ? state_->ObjectAt(ReadField(instance, property).handle) : nullptr;
@@ -346,6 +325,7 @@ bool Host::ForceLevel(int level) {
     if (!forced)
         return false;
     *forced = level;
+    TakeLevelsRun();
     const Ref probe = Make({});
     // Saturation has a form for every level.
     if (std::any_of(PictureMethods().begin(), PictureMethods().end(),
@@ -353,15 +333,10 @@ bool Host::ForceLevel(int level) {
         Call(probe, "ChangeSaturationKVT", 1);
     else
         Call(probe, "isWhiteKVT");
-    TakeLevelsRun();
-    return level < 0 || ActiveLevel() == level;
+    const std::set<int> levels = TakeLevelsRun();
+    return level < 0 || levels == std::set<int>{level};
 }
 
 std::set<int> Host::TakeLevelsRun() { return std::exchange(state_->levelsRun, {}); }
-
-int Host::ActiveLevel() const {
-    const auto *active = static_cast<const int *>(state_->module->Internal("gActiveLevel"));
-    return active ? *active : -1;
-}
 
 } // namespace standin

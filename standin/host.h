@@ -70,17 +70,10 @@ class Ref {
     Ref() = default;
     explicit Ref(Object *object);     ///< takes one more reference
     static Ref Adopt(Object *object); ///< takes over one that is already counted as out
-    Ref(const Ref &other) : Ref(other.object_) {}
-    Ref(Ref &&other) noexcept : object_(std::exchange(other.object_, nullptr)) {}
-    Ref &operator=(Ref other) noexcept {
-        std::swap(object_, other.object_);
-        return *this;
-    }
-    ~Ref();
 
     explicit operator bool() const { return object_ != nullptr; }
     bool operator==(const Ref &) const = default;
-    Object *object() const { return object_; }
+    Object *object() const { return object_.get(); }
     void *handle() const { return object_ ? object_->handle : nullptr; }
     Picture &picture() const { return As<Picture>(); }
     MemoryBlock &block() const { return As<MemoryBlock>(); }
@@ -89,11 +82,11 @@ class Ref {
 
   private:
     template <class Wanted> Wanted &As() const {
-        if (auto *object = standin::As<Wanted>(object_))
+        if (auto *object = standin::As<Wanted>(object_.get()))
             return *object;
         throw std::logic_error(std::string("not a ") + NameOf(Wanted::kKind));
     }
-    Object *object_ = nullptr;
+    std::shared_ptr<Object> object_; ///< copies share the one reference
 };
 
 /// In place of a `byref` argument: the module receives a null pointer.
@@ -246,8 +239,7 @@ class Host {
     /// Forces an instruction-set level (0 baseline, 1 AVX2, 2 AVX-512; -1 the best); false when the module was stripped
     /// of the symbol or the processor lacks the level.
     bool ForceLevel(int level);
-    int ActiveLevel() const;       ///< at which the last call's vector code ran; -1 when it ran none
-    std::set<int> TakeLevelsRun(); ///< all that were active since the last time
+    std::set<int> TakeLevelsRun(); ///< those that vector code ran at since the last time
     std::size_t HeapBytes() const; ///< that routines asked the heap for
 
     const HostDescription &description() const;

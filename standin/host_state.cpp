@@ -34,12 +34,6 @@ std::span<unsigned char> FieldOf(const Instance &instance, const RegisteredPrope
     return {instance.memory.data() + at, property.type == Type::Picture ? sizeof(void *) : sizeof(std::int32_t)};
 }
 
-HostState::HostState(HostDescription wanted) : description(std::move(wanted)) {}
-
-void HostState::Violation(Concern concern, std::string sentence) {
-    violations.push_back({concern, std::move(sentence) + (running.empty() ? "" : "; in ") + running});
-}
-
 template <class Made> Made &HostState::Adopt(std::unique_ptr<Made> object) {
     object->number = ++objectsMade;
     object->references = 1;
@@ -64,6 +58,8 @@ Picture &HostState::NewPicture(PictureDescription wanted) {
         wanted.alphaInfo =
             wanted.hasAlphaChannel ? description.newAlphaPictureAlphaInfo : description.newPictureAlphaInfo;
     auto picture = std::make_unique<Picture>();
+    constexpr int kMostSeals = 64;
+    picture->sealsLeft = description.sealsPictures ? kMostSeals : 0;
     picture->Build(wanted, description.guard, description.scattersRows, description.freshWord);
     return Adopt(std::move(picture));
 }
@@ -79,8 +75,7 @@ Text &HostState::NewText(std::string_view bytes, std::uint32_t encoding) {
     auto text = std::make_unique<Text>();
     text->storage = GuardedMemory(bytes.size() + 1, description.guard);
     text->storage.data()[0] = static_cast<unsigned char>(bytes.size());
-    if (!bytes.empty())
-        std::memcpy(text->storage.data() + 1, bytes.data(), bytes.size());
+    std::copy(bytes.begin(), bytes.end(), text->storage.data() + 1);
     text->record.storage = reinterpret_cast<const char *>(text->storage.data());
     text->record.length = static_cast<std::int32_t>(bytes.size());
     text->encoding = encoding;
@@ -132,12 +127,6 @@ Object *HostState::Find(const void *handle, std::optional<Kind> wanted, std::str
                        : "null",
               problem);
     return nullptr;
-}
-
-const RegisteredClass *HostState::ClassNamed(std::string_view name) const {
-    const auto found = std::find_if(classes.begin(), classes.end(),
-                                    [&](const auto &definition) { return SameName(definition->name, name); });
-    return found == classes.end() ? nullptr : found->get();
 }
 
 const Fault *HostState::FaultOf(std::string_view entry) const {
@@ -238,7 +227,6 @@ std::map<const Object *, int> HostState::HeldByFields() {
 
 void HostState::Audit() {
     std::map<const Object *, int> inFields = HeldByFields();
-    const auto owned = [&](const Object *object) { return object->held + inFields[object]; };
     // Where an entry that takes or gives back was missing, the attempts are what must balance; the resolver saw each.
     const int neverTaken = entries["REALLockObject"].missed + entries["REALLockString"].missed;
     const int neverDropped = entries["REALUnlockObject"].missed + entries["REALUnlockString"].missed;
@@ -247,18 +235,22 @@ void HostState::Audit() {
     int locks = strayLocks + locksOfDead;
     int copies = copiesOfDead;
     for (Object *object : living) {
-        const int extra = object->references - owned(object);
+        const int owned = object->held + inFields[object];
+        const int extra = object->references - owned;
+        object->references = owned;
         references += extra;
         if (extra != 0 && neverTaken == 0 && neverDropped == 0)
             Violation(Concern::References, "{} has {} reference(s) too {}", object->Describe(), std::abs(extra),
                       extra > 0 ? "many" : "few");
-        if (const auto *picture = As<Picture>(object)) {
+        if (auto *picture = As<Picture>(object)) {
             locks += picture->locks;
             if (picture->locks != 0 && neverUnlocked == 0)
                 Violation(Concern::Locks, "{} was left locked {} time(s)", picture->Describe(), picture->locks);
-        }
-        if (const auto *text = As<Text>(object))
+            picture->locks = 0;
+        } else if (auto *text = As<Text>(object)) {
             copies += static_cast<int>(text->copies.size());
+            text->copies.clear();
+        }
     }
     if ((neverTaken > 0 || neverDropped > 0) && references != neverDropped - neverTaken)
         Violation(Concern::References, "{} reference(s) remain where {} could not be dropped and {} could not be taken",
@@ -276,13 +268,6 @@ void HostState::Audit() {
     strayLocks = locksOfDead = copiesOfDead = copiesRefused = 0;
     for (auto &[name, entry] : entries)
         entry.missed = 0;
-    for (Object *object : living) {
-        object->references = owned(object);
-        if (auto *picture = As<Picture>(object))
-            picture->locks = 0;
-        if (auto *text = As<Text>(object))
-            text->copies.clear();
-    }
     for (Object *object : std::vector<Object *>(living)) // what dies may take others with it
         if (object->references <= 0 && !object->dead)
             Die(*object);

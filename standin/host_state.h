@@ -11,7 +11,7 @@ namespace standin {
 
 /// The host behind the facade: its objects, its faults and what it found out. The entries work on the one that lives.
 struct HostState {
-    explicit HostState(HostDescription wanted);
+    explicit HostState(HostDescription wanted) : description(std::move(wanted)) {}
 
     HostDescription description;
     std::unique_ptr<ModuleFile> module;
@@ -43,10 +43,10 @@ struct HostState {
     int depth = 0;   ///< of entries within entries
     std::map<Kind, int> madeForModule;
 
-    void Violation(Concern concern, std::string sentence);
     template <class... Values>
     void Violation(Concern concern, fmt::format_string<const Values &...> sentence, const Values &...values) {
-        Violation(concern, fmt::format(sentence, values...));
+        const std::string place = running.empty() ? "" : "; in " + running;
+        violations.push_back({concern, fmt::format(sentence, values...) + place});
     }
 
     // Objects.
@@ -61,7 +61,6 @@ struct HostState {
     /// The living object behind a handle that the module passed to an entry, which takes that kind, or none: any but
     /// strings. Null, with a violation, when it is no such object.
     Object *Find(const void *handle, std::optional<Kind> wanted, std::string_view entry);
-    const RegisteredClass *ClassNamed(std::string_view name) const;
 
     void AddReference(Object &object) { ++object.references; }
     void DropReference(Object &object, std::string_view entry);

@@ -37,11 +37,6 @@ std::uint64_t Mix(std::uint64_t sum, const GuardedMemory &memory) {
     return sum;
 }
 
-/// What all the bytes are; -1 when they differ.
-int OneByte(const unsigned char *from, const unsigned char *to) {
-    return std::memcmp(from, from + 1, static_cast<std::size_t>(to - from - 1)) == 0 ? *from : -1;
-}
-
 /// The address of memory that cannot be touched.
 void *Untouchable() {
     static GuardedMemory page(64, Guard::Before);
@@ -49,10 +44,12 @@ void *Untouchable() {
     return page.data();
 }
 
-const char *AlphaInfoName(std::uint32_t alphaInfo) {
-    constexpr const char *kNames[] = {"unknown",     "premultiplied last", "premultiplied first", "alpha last",
-                                      "alpha first", "last byte skipped",  "first byte skipped",  "unknown"};
-    return kNames[alphaInfo & 7];
+const char *FormName(const PictureDescription &description) {
+    constexpr const char *kAlphaInfos[] = {"unknown",     "premultiplied last", "premultiplied first", "alpha last",
+                                           "alpha first", "last byte skipped",  "first byte skipped",  "unknown"};
+    return description.form == Form::Console         ? "console"
+           : description.form == Form::GraphicsWorld ? "graphics world"
+                                                     : kAlphaInfos[description.alphaInfo & 7];
 }
 
 } // namespace
@@ -62,25 +59,37 @@ const char *NameOf(Kind kind) {
     return kNames[static_cast<int>(kind)];
 }
 
-std::string Object::Describe() const { return fmt::format("{} #{}", NameOf(kind), number); }
+std::string Object::Describe() const {
+    std::string what = NameOf(kind);
+    std::string details;
+    if (const auto *picture = As<Picture>(this))
+        details = fmt::format(" ({} x {}, {})", picture->width, picture->height, FormName(picture->description));
+    else if (const auto *block = As<MemoryBlock>(this))
+        details = fmt::format(" ({} bytes)", block->memory.size());
+    else if (const auto *text = As<Text>(this))
+        details = fmt::format(" ({} bytes)", text->record.length);
+    else if (const auto *exception = As<Exception>(this))
+        what = exception->content.className;
+    else if (const auto *instance = As<Instance>(this))
+        what = instance->definition->name;
+    return fmt::format("{} #{}{}", what, number, details);
+}
 
-std::string MemoryBlock::Describe() const { return fmt::format("memory block #{} ({} bytes)", number, memory.size()); }
-std::string Text::Describe() const { return fmt::format("string #{} ({} bytes)", number, record.length); }
-std::string Exception::Describe() const { return fmt::format("{} #{}", content.className, number); }
-std::string Instance::Describe() const { return fmt::format("{} #{}", definition->name, number); }
-
-std::string Picture::Describe() const {
-    const char *form = description.form == Form::Console         ? "console"
-                       : description.form == Form::GraphicsWorld ? "graphics world"
-                                                                 : AlphaInfoName(description.alphaInfo);
-    return fmt::format("picture #{} ({} x {}, {})", number, width, height, form);
+std::optional<std::uint64_t> Object::Checksum() const {
+    if (const auto *picture = As<Picture>(this))
+        return picture->memory.sealed() ? picture->sealedSum : Mix(0, picture->memory);
+    if (const auto *block = As<MemoryBlock>(this))
+        return Mix(0, block->memory);
+    if (const auto *text = As<Text>(this))
+        return Mix(text->encoding, text->storage);
+    return std::nullopt;
 }
 
 std::string_view Text::bytes() const { return {record.storage + 1, static_cast<std::size_t>(record.length)}; }
 
 unsigned char *Picture::Row(int y) const {
     memory.Open();
-    return static_cast<unsigned char *>(trueRows[static_cast<std::size_t>(y)]);
+    return memory.data() + (scattersRows ? ScatteredSlot(y, height) : y) * pitch;
 }
 
 std::uint32_t Picture::Word(int x, int y) const {
@@ -102,26 +111,19 @@ void Picture::Build(const PictureDescription &wanted, Guard side, bool scatterRo
     pitch = std::ptrdiff_t{width} * kPixelBytes + wanted.rowPadding + (wanted.form == Form::Console ? 8 : 0);
     const std::size_t bytes = static_cast<std::size_t>(pitch) * static_cast<std::size_t>(height);
     memory = GuardedMemory(bytes, side);
-    trueRows.clear();
-    for (int y = 0; y < height; ++y) {
-        const int slot = wanted.form == Form::Console && scatterRows ? ScatteredSlot(y, height) : y;
-        trueRows.push_back(memory.data() + slot * pitch);
-    }
+    scattersRows = wanted.form == Form::Console && scatterRows;
     const std::ptrdiff_t used = std::ptrdiff_t{width} * kPixelBytes;
     const bool isFresh = !wanted.word && !wanted.color && !wanted.unset;
+    rowTable.clear();
     for (int y = 0; y < height; ++y) {
         std::memset(Row(y) + used, wanted.numbersPadding ? y : kBorder, static_cast<std::size_t>(pitch - used));
         if (isFresh)
             std::fill_n(reinterpret_cast<std::uint32_t *>(Row(y)), width, freshWord);
         for (int x = 0; !wanted.unset && !isFresh && x < width; ++x)
             SetWord(x, y, wanted.word ? wanted.word(x, y) : OpaqueWord(layout, wanted.color(x, y)));
+        const bool isUntouchable = wanted.untouchableRow >= 0 && y >= wanted.untouchableRow;
+        rowTable.push_back(y == wanted.nullRow ? nullptr : isUntouchable ? Untouchable() : Row(y));
     }
-
-    rowTable = trueRows;
-    if (wanted.nullRow >= 0 && wanted.nullRow < height)
-        rowTable[static_cast<std::size_t>(wanted.nullRow)] = nullptr;
-    for (int y = wanted.untouchableRow; y >= 0 && y < height; ++y)
-        rowTable[static_cast<std::size_t>(y)] = Untouchable();
     rowTable.push_back(nullptr); // so that a picture without rows has a table too
     handedRows = rowTable;
     context = {wanted.withoutPixels ? nullptr : memory.data(),
@@ -143,7 +145,9 @@ void Picture::Build(const PictureDescription &wanted, Guard side, bool scatterRo
     consoleRecord.rows = wanted.withoutPixels ? nullptr : rowTable.data();
 }
 
-void Picture::DescribePixels(REALpictureDescription &out) {
+void Picture::Lock(REALpictureDescription &out) {
+    ++locks;
+    memory.Open();
     constexpr std::int32_t kJunk = 0x7A7A7A7A; // in the fields that this type of description does not fill
     void *const unread = reinterpret_cast<void *>(std::uintptr_t{kJunk});
     out = {8, &context, kJunk, kJunk, {unread, unread}};
@@ -166,22 +170,16 @@ bool Picture::BordersIntact() const {
     return true;
 }
 
-bool Picture::RowTableIntact() const { return rowTable == handedRows; }
-
 int Picture::PaddingOf(int y) const {
-    const unsigned char *row = Row(y);
-    return OneByte(row + std::ptrdiff_t{width} * kPixelBytes, row + pitch);
+    const std::ptrdiff_t used = std::ptrdiff_t{width} * kPixelBytes;
+    const unsigned char *padding = Row(y) + used;
+    return std::memcmp(padding, padding + 1, static_cast<std::size_t>(pitch - used - 1)) == 0 ? *padding : -1;
 }
 
-std::optional<std::uint64_t> Picture::Checksum() const { return memory.sealed() ? sealedSum : Mix(0, memory); }
-std::optional<std::uint64_t> MemoryBlock::Checksum() const { return Mix(0, memory); }
-std::optional<std::uint64_t> Text::Checksum() const { return Mix(encoding, storage); }
-
 void Picture::Seal() {
-    constexpr int kMostTimes = 64;
-    if (memory.sealed() || timesSealed == kMostTimes)
+    if (locks > 0 || memory.sealed() || sealsLeft == 0)
         return;
-    ++timesSealed;
+    --sealsLeft;
     sealedSum = Checksum();
     memory.Seal();
 }

@@ -25,10 +25,10 @@ struct Object {
     Object(const Object &) = delete;
     Object &operator=(const Object &) = delete;
 
-    /// "picture #3 (37 x 5, alpha first)"
-    virtual std::string Describe() const;
-    /// Of all that a call may not change unasked; nothing of objects that hold nothing of the kind.
-    virtual std::optional<std::uint64_t> Checksum() const { return std::nullopt; }
+    std::string Describe() const; ///< "picture #3 (37 x 5, alpha first)"
+    /// Of all that a call may not change unasked, which stays sealed; nothing of objects that hold nothing of the kind.
+    std::optional<std::uint64_t> Checksum() const;
+
     Kind kind;
     int number = 0;        ///< counted from 1 as objects are made
     std::string name = {}; ///< in the log of calls; empty: the description
@@ -93,8 +93,6 @@ struct DrawnLine {
 };
 
 struct Picture : ObjectOf<Kind::Picture> {
-    std::string Describe() const override;
-
     unsigned char *Row(int y) const; ///< its first pixel; opens the pixels when they are sealed
     std::uint32_t Word(int x, int y) const;
     void SetWord(int x, int y, std::uint32_t word);
@@ -105,15 +103,12 @@ struct Picture : ObjectOf<Kind::Picture> {
     /// Lays the pixels out as the description says; console rows in any order when they are to be scattered. Without a
     /// color or word, every pixel is `freshWord`.
     void Build(const PictureDescription &wanted, Guard side, bool scatterRows, std::uint32_t freshWord);
-    /// Fills in a lock's description.
-    void DescribePixels(REALpictureDescription &out);
+    void Lock(REALpictureDescription &out); ///< opens the pixels and describes them
     /// Whether the bytes between and around rows are as they were made.
     bool BordersIntact() const;
-    bool RowTableIntact() const;                            ///< likewise the addresses that the module was handed
-    int PaddingOf(int y) const;                             ///< what all bytes behind a row hold; -1 when they differ
-    std::optional<std::uint64_t> Checksum() const override; ///< of all pixels and borders; leaves them sealed
-    /// Makes pixels and borders inaccessible until they are opened again; so many times, then no more. Each costs the
-    /// system as much as a short call, and many times that where other processes do the same.
+    int PaddingOf(int y) const; ///< what all bytes behind a row hold; -1 when they differ
+    /// Makes pixels and borders inaccessible until they are opened again, unless they are locked; so many times, then
+    /// no more. Each costs the system as much as a short call, and many times that where other processes do the same.
     void Seal();
 
     PictureDescription description;
@@ -122,11 +117,11 @@ struct Picture : ObjectOf<Kind::Picture> {
     Layout layout = Layout::AlphaLow;
     GuardedMemory memory;
     std::optional<std::uint64_t> sealedSum; ///< the checksum of what is sealed, which nobody can change
-    int timesSealed = 0;
+    int sealsLeft = 0;
+    bool scattersRows = false;
     std::ptrdiff_t pitch = 0;       ///< bytes from slot to slot
     std::vector<void *> rowTable;   ///< of a console picture: as handed to the module
     std::vector<void *> handedRows; ///< the same, for who changes it
-    std::vector<void *> trueRows;   ///< where rows really lie
     CGContext context = {};
     REALconsolePicture consoleRecord = {};
     ::GraphicsWorld world = {};
@@ -144,16 +139,12 @@ struct Graphics : ObjectOf<Kind::Graphics> {
 };
 
 struct MemoryBlock : ObjectOf<Kind::MemoryBlock> {
-    std::string Describe() const override;
-    std::optional<std::uint64_t> Checksum() const override;
     GuardedMemory memory;
     bool withoutAddress = false;
 };
 
 /// A string. Its handle is the record that hosts before 2013.0 let the module read.
 struct Text : ObjectOf<Kind::String> {
-    std::string Describe() const override;
-    std::optional<std::uint64_t> Checksum() const override; ///< of the encoding and the bytes
     std::string_view bytes() const;
     std::uint32_t encoding = 0;
     GuardedMemory storage; ///< one byte, then the text
@@ -168,7 +159,6 @@ struct RaisedException {
 };
 
 struct Exception : ObjectOf<Kind::Exception> {
-    std::string Describe() const override;
     RaisedException content;
 };
 
@@ -176,7 +166,6 @@ struct RegisteredClass;
 
 /// An instance of a class that the module registered.
 struct Instance : ObjectOf<Kind::Instance> {
-    std::string Describe() const override;
     const RegisteredClass *definition = nullptr;
     GuardedMemory memory; ///< what lies before the class's data, then the data
 };

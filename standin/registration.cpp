@@ -22,7 +22,7 @@ const Declaration &Parsed(std::string_view text) {
         const auto found = known.find(text);
         return found != known.end() ? found->second : known.emplace(text, ParseDeclaration(text)).first->second;
     } catch (const std::invalid_argument &problem) {
-        gHost->Violation(Concern::Calls, problem.what());
+        gHost->Violation(Concern::Calls, "{}", problem.what());
         return kNone;
     }
 }

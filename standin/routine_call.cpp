@@ -50,7 +50,7 @@ void RoutineCall::Add(double number) {
     words_.insert(words_.end(), std::begin(halves), std::end(halves));
 }
 
-template <class Result> Result RoutineCall::RunAs(void (*routine)()) const {
+template <class Result> Result RoutineCall::Run(void (*routine)()) const {
     using Caller = Result(void (*)(), const std::intptr_t *, std::size_t, int);
     return reinterpret_cast<Caller *>(standin_CallOnStack)(routine, words_.data(), words_.size(), stackShift_);
 }
@@ -72,33 +72,30 @@ constexpr std::size_t kMostWords = 24;
 template <std::size_t> using MachineWord = std::intptr_t;
 template <std::size_t> using Double = double;
 
-template <class Result, std::size_t... Register, std::size_t... Floating, std::size_t... Stack>
-Result CallWith(void (*routine)(), const std::array<std::intptr_t, kMostWords> &words,
-                const std::array<double, kMostDoubles> &doubles, std::index_sequence<Register...>,
-                std::index_sequence<Floating...>, std::index_sequence<Stack...>) {
-    using Routine = Result(MachineWord<Register>..., Double<Floating>..., MachineWord<Stack>...);
-    return reinterpret_cast<Routine *>(routine)(words[Register]..., doubles[Floating]..., words[kRegisters + Stack]...);
-}
-
 } // namespace
 
 void RoutineCall::Add(double number) { doubles_.push_back(number); }
 
-template <class Result> Result RoutineCall::RunAs(void (*routine)()) const {
+template <class Result> Result RoutineCall::Run(void (*routine)()) const {
     std::array<std::intptr_t, kMostWords> words = {};
     std::array<double, kMostDoubles> doubles = {};
     if (words_.size() > words.size() || doubles_.size() > doubles.size())
         throw std::length_error("a routine with this many arguments cannot be called");
     std::copy(words_.begin(), words_.end(), words.begin());
     std::copy(doubles_.begin(), doubles_.end(), doubles.begin());
-    return CallWith<Result>(routine, words, doubles, std::make_index_sequence<kRegisters>(),
-                            std::make_index_sequence<kMostDoubles>(),
-                            std::make_index_sequence<kMostWords - kRegisters>());
+    const auto call = [&]<std::size_t... Register, std::size_t... Floating, std::size_t... Stack>(
+        std::index_sequence<Register...>, std::index_sequence<Floating...>, std::index_sequence<Stack...>) {
+        using Routine = Result(MachineWord<Register>..., Double<Floating>..., MachineWord<Stack>...);
+        return reinterpret_cast<Routine *>(routine)(words[Register]..., doubles[Floating]...,
+                                                    words[kRegisters + Stack]...);
+    };
+    return call(std::make_index_sequence<kRegisters>(), std::make_index_sequence<kMostDoubles>(),
+                std::make_index_sequence<kMostWords - kRegisters>());
 }
 
 #endif
 
-std::intptr_t RoutineCall::Run(void (*routine)()) const { return RunAs<std::intptr_t>(routine); }
-double RoutineCall::RunForDouble(void (*routine)()) const { return RunAs<double>(routine); }
+template std::intptr_t RoutineCall::Run(void (*routine)()) const;
+template double RoutineCall::Run(void (*routine)()) const;
 
 } // namespace standin

@@ -20,14 +20,12 @@ class RoutineCall {
     void Add(const void *address) { Add(reinterpret_cast<std::intptr_t>(address)); }
     void Add(double number);
 
-    /// A handle or address, a 32-bit or 8-bit result in the low bits, of which the others are anything, or whatever a
-    /// routine without result leaves. Throws std::length_error for more arguments than can be passed.
-    std::intptr_t Run(void (*routine)()) const;
-    double RunForDouble(void (*routine)()) const;
+    /// A double, or a word: a handle or address, a 32-bit or 8-bit result in the low bits, of which the others are
+    /// anything, or whatever a routine without result leaves. Throws std::length_error for more arguments than can be
+    /// passed.
+    template <class Result = std::intptr_t> Result Run(void (*routine)()) const;
 
   private:
-    template <class Result> Result RunAs(void (*routine)()) const;
-
     int stackShift_;
     std::vector<std::intptr_t> words_;
     std::vector<double> doubles_; ///< where they do not travel as words
