@@ -4,7 +4,7 @@
 
 #include <cstring>
 #include <fmt/format.h>
-#include <limits>
+#include <utility>
 
 namespace standin {
 namespace {
@@ -69,11 +69,9 @@ std::string Misfit(const Parameter &parameter, const Value &value) {
     if (value.Is<double>())
         return misfit("a double");
     const std::int64_t number = value.AsInteger();
-    const bool isSigned = parameter.type == Type::Integer;
-    const std::int64_t least = isSigned ? std::numeric_limits<std::int32_t>::min() : 0;
-    const std::int64_t most =
-        isSigned ? std::numeric_limits<std::int32_t>::max() : std::int64_t{std::numeric_limits<std::uint32_t>::max()};
-    return number >= least && number <= most ? "" : misfit(fmt::format("{}, which has too many bits", number));
+    const bool fits =
+        parameter.type == Type::Integer ? std::in_range<std::int32_t>(number) : std::in_range<std::uint32_t>(number);
+    return fits ? "" : misfit(fmt::format("{}, which has too many bits", number));
 }
 
 const RegisteredMethod &Choose(const std::vector<RegisteredMethod> &methods, std::string_view name,

@@ -7,19 +7,15 @@
 #include <charconv>
 #include <cstdlib>
 #include <fmt/format.h>
+#include <iterator>
 #include <stdexcept>
 
 namespace standin {
 namespace {
 
-constexpr struct {
-    Type type;
-    std::string_view name;
-} kTypeNames[] = {
-    {Type::Integer, "Integer"}, {Type::UInt32, "UInt32"},           {Type::Color, "Color"},
-    {Type::Boolean, "Boolean"}, {Type::Double, "Double"},           {Type::String, "String"},
-    {Type::Picture, "Picture"}, {Type::MemoryBlock, "MemoryBlock"},
-};
+/// In the order of the types; the first is none that a declaration names.
+constexpr std::string_view kTypeNames[] = {"nothing", "Integer", "UInt32",  "Color",      "Boolean",
+                                           "Double",  "String",  "Picture", "MemoryBlock"};
 
 /// Reads a declaration.
 class Reader : public TextReader {
@@ -48,9 +44,9 @@ class Reader : public TextReader {
         if (!TakeWord("as"))
             Fail("\"as\"");
         const std::string name = Name("a type");
-        for (const auto &known : kTypeNames)
-            if (SameName(known.name, name))
-                return known.type;
+        for (std::size_t i = 1; i < std::size(kTypeNames); ++i)
+            if (SameName(kTypeNames[i], name))
+                return static_cast<Type>(i);
         MoveTo(at() - name.size());
         Fail("a known type");
     }
@@ -80,12 +76,7 @@ Parameter ReadParameter(Reader &reader) {
 
 } // namespace
 
-std::string_view NameOf(Type type) {
-    for (const auto &known : kTypeNames)
-        if (known.type == type)
-            return known.name;
-    return "nothing";
-}
+std::string_view NameOf(Type type) { return kTypeNames[static_cast<std::size_t>(type)]; }
 
 std::size_t Declaration::Required() const {
     return static_cast<std::size_t>(std::count_if(parameters.begin(), parameters.end(),

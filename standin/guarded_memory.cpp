@@ -58,12 +58,12 @@ void GuardedMemory::KeepLargePieces() {
     gKeepsLargePieces = true;
 }
 
-GuardedMemory::GuardedMemory(std::size_t size, Guard side) : size_(size) {
+GuardedMemory::GuardedMemory(std::size_t size, Guard side) {
     const std::size_t bytes = (size + PageSize() - 1) / PageSize() * PageSize();
     pages_ = TakeKept(bytes);
     if (!pages_.data())
         pages_ = Map(bytes);
-    data_ = side == Guard::Before ? pages_.data() : pages_.data() + bytes - size;
+    piece_ = side == Guard::Before ? pages_.first(size) : pages_.last(size);
 }
 
 GuardedMemory::~GuardedMemory() {
@@ -83,8 +83,7 @@ GuardedMemory::~GuardedMemory() {
 GuardedMemory::GuardedMemory(GuardedMemory &&other) noexcept { *this = std::move(other); }
 
 GuardedMemory &GuardedMemory::operator=(GuardedMemory &&other) noexcept {
-    std::swap(data_, other.data_);
-    std::swap(size_, other.size_);
+    std::swap(piece_, other.piece_);
     std::swap(pages_, other.pages_);
     std::swap(sealed_, other.sealed_);
     return *this;

@@ -21,8 +21,10 @@ class GuardedMemory {
     GuardedMemory(const GuardedMemory &) = delete;
     GuardedMemory &operator=(const GuardedMemory &) = delete;
 
-    unsigned char *data() const { return data_; } ///< aligned to 4 bytes at the least when the size is a multiple of 4
-    std::size_t size() const { return size_; }
+    unsigned char *data() const {
+        return piece_.data();
+    } ///< aligned to 4 bytes at the least when the size is a multiple of 4
+    std::size_t size() const { return piece_.size(); }
     bool sealed() const { return sealed_; }
     void Seal();
     void Open() const; ///< changes nothing of what it holds
@@ -32,8 +34,7 @@ class GuardedMemory {
     static void KeepLargePieces();
 
   private:
-    unsigned char *data_ = nullptr;
-    std::size_t size_ = 0;
+    std::span<unsigned char> piece_;
     std::span<unsigned char> pages_; ///< the accessible ones, between the two guards
     mutable bool sealed_ = false;
 };

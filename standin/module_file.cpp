@@ -18,17 +18,6 @@
 namespace standin {
 namespace {
 
-/// Where the variable lies from the module's load address on; 0 when the symbol table does not name it.
-std::uintptr_t OffsetOf(const std::string &path, const char *name) {
-    const ElfFile module(ReadFile(path));
-    std::uintptr_t offset = 0;
-    module.ForEachSymbol(ElfFile::All, [&](const ElfFile::Symbol &symbol) {
-        if (symbol.defined && std::strcmp(symbol.name, name) == 0)
-            offset = symbol.value;
-    });
-    return offset;
-}
-
 const link_map &MapOf(void *handle) {
     const link_map *map = nullptr;
     if (dlinfo(handle, RTLD_DI_LINKMAP, static_cast<void *>(&map)) != 0)
@@ -127,11 +116,16 @@ ModuleFile::~ModuleFile() {
 void *ModuleFile::Exported(const char *name) const { return dlsym(handle_, name); }
 
 void *ModuleFile::Internal(const char *name) const {
-    static std::map<std::pair<std::string, std::string>, std::uintptr_t> known; // a file stays as it is
+    // Places from the load address on, 0 of what is not named; a file stays as it is.
+    static std::map<std::pair<std::string, std::string>, std::uintptr_t> known;
     const auto [found, isNew] = known.try_emplace({path_, name});
+    std::uintptr_t &place = found->second;
     if (isNew)
-        found->second = OffsetOf(path_, name);
-    return found->second == 0 ? nullptr : reinterpret_cast<void *>(MapOf(handle_).l_addr + found->second);
+        ElfFile(ReadFile(path_)).ForEachSymbol(ElfFile::All, [&](const ElfFile::Symbol &symbol) {
+            if (symbol.defined && std::strcmp(symbol.name, name) == 0)
+                place = symbol.value;
+        });
+    return place == 0 ? nullptr : reinterpret_cast<void *>(MapOf(handle_).l_addr + place);
 }
 
 void ModuleFile::Redirect(const char *name, void *replacement) const {
