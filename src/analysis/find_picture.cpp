@@ -66,7 +66,7 @@ Point SecondProbe(const PictureEditor &needle) {
     const Pixels pixels = PixelsOf(needle);
     const std::uint32_t first = ColorAt(pixels, Point{0, 0});
     Point at{0, 0};
-    while (at.y < needle.height && KVT_SELECT(AllColored)(pixels, Area{0, at.y, needle.width, at.y + 1}, first))
+    while (at.y < needle.height && KVT_SELECT(AllOfColor)(pixels, Area{0, at.y, needle.width, at.y + 1}, first))
         ++at.y;
     if (at.y == needle.height)
         return {0, 0};

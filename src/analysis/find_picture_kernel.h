@@ -64,10 +64,6 @@ inline std::int64_t EqualPixels(const Pixels &whole, Point at, const Pixels &par
     return std::int64_t{height} * width;
 }
 
-inline bool AllColored(const Pixels &source, Area area, std::uint32_t color) {
-    return AllPass(source.rows, area, IsColor(source.layout, color));
-}
-
 /// Moves the columns of a hash down by a row. The leaving one is the same row again as long as none leaves.
 inline void MoveDown(const Hash &hash, const Pixels &pixels, std::int32_t entering, std::int32_t leaving,
                      std::int32_t count) {

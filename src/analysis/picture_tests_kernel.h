@@ -45,9 +45,6 @@ struct IsColored {
     }
 };
 
-inline bool AllOfColor(const Pixels &source, Area area, std::uint32_t color) {
-    return AllPass(source.rows, area, IsColor(source.layout, color));
-}
 inline bool AllGray(const Pixels &source, Area area, std::int32_t tolerance) {
     return AllPass(source.rows, area, GrayWithin(source.layout, tolerance));
 }

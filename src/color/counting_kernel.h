@@ -11,5 +11,8 @@ struct IsColor {
 inline std::int64_t CountColor(const Pixels &source, Area area, std::uint32_t color) {
     return CountPassing(source.rows, area, IsColor(source.layout, color));
 }
+inline bool AllOfColor(const Pixels &source, Area area, std::uint32_t color) {
+    return AllPass(source.rows, area, IsColor(source.layout, color));
+}
 
 } // namespace kvt::KVT_LEVEL

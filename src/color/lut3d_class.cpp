@@ -141,15 +141,8 @@ bool MapFast(const MapJob &job, const ColorGrid &grid) {
 }
 
 void MapThrough(const MapJob &job, const ColorGrid *grid) {
-    if (MapFast(job, *grid))
-        return;
-    const Pixels &source = job.sources[0];
-    for (std::int32_t y = job.area.top; y < job.area.bottom; ++y)
-        for (std::int32_t x = job.area.left; x < job.area.right; ++x) {
-            const std::ptrdiff_t at = std::ptrdiff_t{x} * 4;
-            const Rgb pixel = Channels(source.layout, LoadWord(source.rows[y] + at));
-            StoreWord(job.target.rows[y] + at, Word(job.target.layout, Tetrahedral{grid}(pixel)));
-        }
+    if (!MapFast(job, *grid))
+        MapEachPixel(job, Tetrahedral{grid});
 }
 
 /// The host reads and writes all but the table itself, and hands out a black one.

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "kernels/area.h"
-#include "kernels/layout.h"
+#include "kernels/rgb.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -37,6 +37,21 @@ template <class... Sources> MapJob JobOf(const PictureEditor &target, Area area,
     ((inside = Inside(sources, inside)), ...);
     const bool inPlace = ((sources.firstRow == target.firstRow) || ...);
     return {PixelsOf(target), {PixelsOf(sources)...}, inside, !inPlace && inside.Pixels() >= kStreamedPixels};
+}
+
+/// Arithmetic on three levels, an operation from Rgb to Rgb, for what vectors of pixels do not suit.
+template <class Op> KVT_INLINE void MapEachPixel(const MapJob &job, const Op &constants) {
+    const Op op = constants; // copies that no store to a pixel can change
+    const Area area = job.area;
+    const Layout from = job.sources[0].layout;
+    const Layout to = job.target.layout;
+    for (std::int32_t row = area.top; row < area.bottom && !area.Empty(); ++row) {
+        const unsigned char *source = job.sources[0].rows[row];
+        unsigned char *target = job.target.rows[row];
+        KVT_INDEPENDENT_ITERATIONS
+        for (std::ptrdiff_t x = area.left; x < area.right; ++x)
+            StoreWord(target + x * 4, Word(to, op(Channels(from, LoadWord(source + x * 4)))));
+    }
 }
 
 } // namespace kvt

@@ -244,19 +244,6 @@ template <class Kernel> KVT_INLINE void Map(const MapJob &job, const Kernel &ker
     }
 }
 
-/// Arithmetic on three levels, an operation from Rgb to Rgb.
-template <class Op> struct EachPixel : Reads<1, SourceLayout::Own> {
-    Op op;
-    Layout from;
-    Layout to;
-    KVT_INLINE std::uint32_t operator()(const unsigned char *pixel) const {
-        return Word(to, op(Channels(from, LoadWord(pixel))));
-    }
-};
-template <class Op> KVT_INLINE void MapEachPixel(const MapJob &job, const Op &op) {
-    Map(job, EachPixel<Op>{{}, op, job.sources[0].layout, job.target.layout});
-}
-
 // Count and All: a test yields a mask of the 32-bit lanes whose pixels pass.
 
 /// How many of a row's pixels pass.

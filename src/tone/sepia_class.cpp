@@ -13,6 +13,23 @@ struct SepiaToning {
     Rgb offsets;
 };
 
+/// The gray plus offset of the kernel Sepia, for weights and offsets of 32 bits.
+struct WideSepia {
+    SepiaToning toning;
+
+    KVT_INLINE Rgb operator()(Rgb pixel) const {
+        const std::int64_t gray =
+            (std::int64_t{pixel.red} * toning.weights.red + std::int64_t{pixel.green} * toning.weights.green +
+             std::int64_t{pixel.blue} * toning.weights.blue) /
+            1024;
+        const auto toned = [gray](std::int32_t offset) KVT_INLINE_LAMBDA {
+            const std::int64_t level = gray + offset;
+            return static_cast<std::int32_t>(level < 0 ? 0 : level > 255 ? 255 : level);
+        };
+        return {toned(toning.offsets.red), toned(toning.offsets.green), toned(toning.offsets.blue)};
+    }
+};
+
 } // namespace kvt
 
 #define KVT_KERNELS "tone/sepia_kernel.h"

@@ -29,23 +29,6 @@ struct Sepia : Reads<1> {
     }
 };
 
-/// The same for weights and offsets of 32 bits, one pixel at a time.
-struct WideSepia {
-    SepiaToning toning;
-
-    KVT_INLINE Rgb operator()(Rgb pixel) const {
-        const std::int64_t gray =
-            (std::int64_t{pixel.red} * toning.weights.red + std::int64_t{pixel.green} * toning.weights.green +
-             std::int64_t{pixel.blue} * toning.weights.blue) /
-            1024;
-        const auto toned = [gray](std::int32_t offset) KVT_INLINE_LAMBDA {
-            const std::int64_t level = gray + offset;
-            return static_cast<std::int32_t>(level < 0 ? 0 : level > 255 ? 255 : level);
-        };
-        return {toned(toning.offsets.red), toned(toning.offsets.green), toned(toning.offsets.blue)};
-    }
-};
-
 inline void Tone(const MapJob &job, const SepiaToning &toning) {
     const auto isShort = [](std::int32_t weight) { return weight >= INT16_MIN && weight <= INT16_MAX; };
     if (isShort(toning.weights.red) && isShort(toning.weights.green) && isShort(toning.weights.blue))
