@@ -134,6 +134,12 @@ std::span<const unsigned char> AsBytes(const standin::MemoryBlock &block) {
     return {block.memory.data(), block.memory.size()};
 }
 
+void PutWords(Bytes &file, std::initializer_list<std::uint32_t> words) {
+    for (const std::uint32_t word : words)
+        for (int shift = 0; shift < 32; shift += 8)
+            file.push_back(static_cast<unsigned char>(word >> shift));
+}
+
 std::string EndingOf(std::string_view path) {
     std::string ending = std::filesystem::path(path).extension().string();
     std::transform(ending.begin(), ending.end(), ending.begin(),

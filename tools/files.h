@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
+#include <initializer_list>
 #include <span>
 #include <stdexcept>
 #include <string>
@@ -63,6 +64,9 @@ inline std::uint32_t LittleEndian(std::span<const unsigned char> file, std::size
 inline std::uint32_t BigEndian(std::span<const unsigned char> file, std::size_t at, std::size_t bytes) {
     return bytes == 0 ? 0 : BigEndian(file, at, bytes - 1) << 8 | file[at + bytes - 1];
 }
+
+/// Appends words of 32 bits, the lowest byte first.
+void PutWords(Bytes &file, std::initializer_list<std::uint32_t> words);
 
 /// The part of the name from its last dot on, in small letters; empty when there is none.
 std::string EndingOf(std::string_view path);

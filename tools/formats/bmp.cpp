@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cstring>
 #include <fmt/format.h>
-#include <initializer_list>
 #include <memory>
 #include <stb/stb_image.h>
 
@@ -12,12 +11,7 @@ namespace {
 
 constexpr std::size_t kFileHeader = 14;
 constexpr std::size_t kOldHeader = 12; ///< whose sizes have 16 bits
-
-void Put(Bytes &file, std::initializer_list<std::uint32_t> words) {
-    for (const std::uint32_t word : words)
-        for (int shift = 0; shift < 32; shift += 8)
-            file.push_back(static_cast<unsigned char>(word >> shift));
-}
+constexpr std::uint32_t kMasks = 3;    ///< how pixels are packed: as masks in the header tell
 
 } // namespace
 
@@ -28,14 +22,14 @@ void ReadBmp(File file, const MakePixels &make) {
     if (header != kOldHeader && (header < 40 || file.size() < kFileHeader + header))
         throw UserError("is damaged: its header is none of a BMP file");
     const bool isOld = header == kOldHeader;
-    const std::int64_t width = isOld ? LittleEndian(file, 18, 2) : LittleEndian(file, 18, 4);
+    const std::int64_t width = LittleEndian(file, 18, isOld ? 2 : 4);
     const std::int64_t height = isOld ? LittleEndian(file, 20, 2)
                                       : std::abs(std::int64_t{static_cast<std::int32_t>(LittleEndian(file, 22, 4))});
     const std::int64_t bits = LittleEndian(file, isOld ? 24 : 28, 2);
+    const std::uint32_t packing = isOld ? 0 : LittleEndian(file, 30, 4);
     Info info = CheckedSize(width, height, file.size(), 8);
     const auto needed = LittleEndian(file, 10, 4) + static_cast<std::uint64_t>((width * bits + 31) / 32 * 4 * height);
-    const bool isPacked = !isOld && LittleEndian(file, 30, 4) != 0 && LittleEndian(file, 30, 4) != 3;
-    if (file.size() < needed && !isPacked)
+    if (file.size() < needed && (packing == 0 || packing == kMasks))
         throw UserError(fmt::format("is damaged: it has {} bytes of {}", file.size(), needed));
     if (!isOld) {
         info.tags.perMeterX = LittleEndian(file, 38, 4);
@@ -47,11 +41,10 @@ void ReadBmp(File file, const MakePixels &make) {
         &stbi_image_free);
     if (!read)
         throw UserError(fmt::format("is damaged or of a kind of BMP that is not read: {}", stbi_failure_reason()));
-    info.hasAlpha =
-        channels == 4 && !isOld && LittleEndian(file, 30, 4) != 0; // without masks, a fourth byte says nothing
+    info.hasAlpha = channels == 4 && packing != 0; // without masks, a fourth byte says nothing
     const Pixels pixels = make(info);
+    const std::size_t bytes = std::size_t{4} * static_cast<std::size_t>(width);
     for (int y = 0; y < pixels.height; ++y) {
-        const std::size_t bytes = std::size_t{4} * static_cast<std::size_t>(width);
         std::memcpy(pixels.Row(y), read.get() + static_cast<std::size_t>(y) * bytes, bytes);
         ToForm(pixels.Row(y), pixels.width, pixels.form);
     }
@@ -62,20 +55,21 @@ Bytes WriteBmp(const Pixels &pixels, const Tags &tags, int) {
     const bool alpha = pixels.form.hasAlpha;
     const std::uint32_t header = alpha ? 108 : 40;
     const auto width = static_cast<std::size_t>(pixels.width);
-    const std::size_t pitch = (width * (alpha ? 4 : 3) + 3) / 4 * 4;
+    const std::size_t bytes = width * (alpha ? 4 : 3);
+    const std::size_t pitch = (bytes + 3) / 4 * 4;
     const auto start = static_cast<std::uint32_t>(kFileHeader) + header;
     const std::size_t size = start + pitch * static_cast<std::size_t>(pixels.height);
     if (size > UINT32_MAX)
         throw UserError("a BMP file has less than 4 GB");
     Bytes file = {'B', 'M'};
     Reserve(file, size);
-    Put(file, {static_cast<std::uint32_t>(size), 0, start, header, static_cast<std::uint32_t>(pixels.width),
-               static_cast<std::uint32_t>(pixels.height), 1U | (alpha ? 32U : 24U) << 16, alpha ? 3U : 0U, 0,
-               Whole(tags.perMeterX), Whole(tags.perMeterY), 0, 0});
+    PutWords(file, {static_cast<std::uint32_t>(size), 0, start, header, static_cast<std::uint32_t>(pixels.width),
+                    static_cast<std::uint32_t>(pixels.height), 1U | (alpha ? 32U : 24U) << 16, alpha ? kMasks : 0U, 0,
+                    Whole(tags.perMeterX), Whole(tags.perMeterY), 0, 0});
     if (alpha)
-        Put(file, {0xFF0000, 0xFF00, 0xFF, 0xFF000000, 0x73524742 /* the profile is sRGB */, 0, 0, 0, 0, 0, 0, 0, 0, 0,
-                   0, 0, 0});
-    Bytes row(width * 4 + 3); // what fills it up to four bytes stays 0
+        PutWords(file, {0xFF0000, 0xFF00, 0xFF, 0xFF000000, 0x73524742 /* the profile is sRGB */});
+    file.resize(start);
+    Bytes row(width * 4);
     for (int y = pixels.height; y-- > 0;) {
         FromForm(pixels.Row(y), row.data(), pixels.width, pixels.form);
         for (std::size_t x = 0; alpha && x < width; ++x)
@@ -83,9 +77,9 @@ Bytes WriteBmp(const Pixels &pixels, const Tags &tags, int) {
         if (!alpha) {
             ToForm(row.data(), pixels.width, {standin::Layout::RowTable});
             DropFourth(row.data(), pixels.width);
-            std::fill_n(row.begin() + static_cast<std::ptrdiff_t>(width * 3), pitch - width * 3, 0);
         }
-        file.insert(file.end(), row.begin(), row.begin() + static_cast<std::ptrdiff_t>(pitch));
+        file.insert(file.end(), row.data(), row.data() + bytes);
+        file.resize(file.size() + pitch - bytes);
     }
     return file;
 }

@@ -15,42 +15,31 @@ void ReadExif(File exif, Info &info) {
     if (AsText(exif).starts_with(kHeading))
         exif = exif.subspan(kHeading.size());
     const bool bigEndian = AsText(exif).starts_with("MM");
-    const auto number = [&](std::size_t at, std::size_t bytes) { // what lies outside is 0
-        std::uint32_t value = 0;
-        for (std::size_t i = 0; at < exif.size() && bytes <= exif.size() - at && i < bytes; ++i)
-            value = value << 8 | exif[at + (bigEndian ? i : bytes - 1 - i)];
-        return value;
+    const auto number = [&](std::size_t at, std::size_t bytes) -> std::uint32_t { // what lies outside is 0
+        if (at > exif.size() || bytes > exif.size() - at)
+            return 0;
+        return bigEndian ? BigEndian(exif, at, bytes) : LittleEndian(exif, at, bytes);
     };
     const auto ratio = [&](std::size_t at) {
-        const std::uint32_t below = number(at + 4, 4);
-        return below == 0 ? 0 : static_cast<double>(number(at, 4)) / below;
+        const double below = number(at + 4, 4);
+        return below == 0 ? 0 : number(at, 4) / below;
     };
-    double across = 0;
-    double down = 0;
-    int unit = 2;
-    const std::size_t directory = number(4, 4);
-    const std::uint32_t entries = number(directory, 2);
-    for (std::size_t at = directory + 2; at < directory + 2 + 12 * std::size_t{entries}; at += 12) {
+    double resolution[2] = {}; // across and down
+    std::uint32_t unit = 2;
+    const std::size_t entries = number(4, 4) + std::size_t{2};
+    const std::size_t end = entries + std::size_t{12} * number(entries - 2, 2);
+    for (std::size_t at = entries; at < end; at += 12) {
+        const std::uint32_t tag = number(at, 2);
         const std::uint32_t value = number(at + 8, 2);
-        switch (number(at, 2)) {
-        case 0x112:
-            info.orientation = value >= 1 && value <= 8 ? static_cast<int>(value) : 1;
-            break;
-        case 0x11A:
-            across = ratio(number(at + 8, 4));
-            break;
-        case 0x11B:
-            down = ratio(number(at + 8, 4));
-            break;
-        case 0x128:
-            unit = static_cast<int>(value);
-            break;
-        default:
-            break;
-        }
+        if (tag == 0x112 && value >= 1 && value <= 8)
+            info.orientation = static_cast<int>(value);
+        else if (tag == 0x11A || tag == 0x11B)
+            resolution[tag - 0x11A] = ratio(number(at + 8, 4));
+        else if (tag == 0x128)
+            unit = value;
     }
     if (info.tags.perMeterX == 0)
-        TakeResolution(across, down, unit, info.tags);
+        TakeResolution(resolution[0], resolution[1], static_cast<int>(unit), info.tags);
 }
 
 } // namespace tools::formats

@@ -12,6 +12,7 @@ namespace tools::formats {
 
 constexpr int kMostSide = 32767;
 constexpr std::int64_t kMostPixels = std::int64_t{1} << 28; ///< a picture of 1 GB
+constexpr double kAnyPixels = kMostPixels;                  ///< of which a byte tells at the most: there is no limit
 
 /// What goes on into an output beside the pixels, where its kind of file holds it.
 struct Tags {

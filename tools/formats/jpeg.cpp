@@ -20,12 +20,11 @@ constexpr double kMostPixelsAByte = 8 * 64; ///< a bit for a block of 8 x 8
 constexpr std::string_view kProfileHeading("ICC_PROFILE\0", 12);
 constexpr std::size_t kHeadingOfChunk = kProfileHeading.size() + 2; ///< and its number, and how many there are
 constexpr std::size_t kMostInSegment = 65533;
-constexpr std::size_t kFirstSegment = 2;    ///< where the JFIF segment lies in what is written
-constexpr std::size_t kBehindJfif = 2 + 18; ///< and what follows it
+constexpr std::size_t kFirstSegment = 2; ///< where the JFIF segment lies in what is written
+constexpr int kBehindJfif = 2 + 18;      ///< and what follows it
 constexpr int kPerInch = 1;
 
-struct Heading {
-    Info info;
+struct Heading : Info {
     int components = 0;
     bool isInverted = false; ///< its CMYK, as one program writes them and the others read them
 };
@@ -33,7 +32,6 @@ struct Heading {
 /// What stands before the first scan.
 Heading ReadHeading(File file) {
     Heading heading;
-    Info &info = heading.info;
     std::map<int, File> profile; // its chunks by their numbers
     for (std::size_t at = kFirstSegment; at + 4 <= file.size();) {
         const int marker = file[at + 1];
@@ -49,13 +47,13 @@ Heading ReadHeading(File file) {
         const std::string_view text = AsText(segment);
         if (marker >= 0xC0 && marker <= 0xCF && marker != 0xC4 && marker != 0xC8 && marker != 0xCC &&
             segment.size() >= 6) {
-            info.height = word(1);
-            info.width = word(3);
+            heading.height = word(1);
+            heading.width = word(3);
             heading.components = segment[5];
         } else if (marker == 0xE0 && text.starts_with("JFIF") && segment.size() >= 12) {
-            TakeResolution(word(8), word(10), segment[7] + 1, info.tags);
+            TakeResolution(word(8), word(10), segment[7] + 1, heading.tags);
         } else if (marker == 0xE1 && text.starts_with("Exif")) {
-            ReadExif(segment, info);
+            ReadExif(segment, heading);
         } else if (marker == 0xE2 && text.starts_with(kProfileHeading) && segment.size() >= kHeadingOfChunk) {
             profile[segment[kProfileHeading.size()]] = segment.subspan(kHeadingOfChunk);
         } else if (marker == 0xEE && text.starts_with("Adobe")) {
@@ -64,7 +62,7 @@ Heading ReadHeading(File file) {
         at += length + 2;
     }
     for (const auto &[number, chunk] : profile)
-        info.tags.profile.insert(info.tags.profile.end(), chunk.begin(), chunk.end());
+        heading.tags.profile.insert(heading.tags.profile.end(), chunk.begin(), chunk.end());
     return heading;
 }
 
@@ -87,40 +85,41 @@ bool IsHarmless(std::string_view message) {
 
 void ReadJpeg(File file, const MakePixels &make) {
     Heading heading = ReadHeading(file);
-    Info &info = heading.info;
-    CheckedSize(info.width, info.height, file.size(), kMostPixelsAByte);
+    CheckedSize(heading.width, heading.height, file.size(), kMostPixelsAByte);
     const bool isCmyk = heading.components == 4;
     if (isCmyk) {
-        info.losses.emplace_back(kCmykLoss);
-        info.tags.profile.clear();
+        heading.losses.emplace_back(kCmykLoss);
+        heading.tags.profile.clear();
     }
-    const Pixels pixels = make(info);
+    const Pixels pixels = make(heading);
     const Handle handle = Made(tjInitDecompress());
-    const int format = isCmyk ? TJPF_CMYK : FormatOf(pixels.form.layout);
+    // libjpeg-turbo writes the fourth byte of an opaque picture, but for the one that is 0.
+    const bool isFormed = !isCmyk && pixels.form.layout != Layout::RowTable;
+    const int format = isCmyk ? TJPF_CMYK : FormatOf(isFormed ? pixels.form.layout : Layout::AlphaHigh);
     if (tjDecompress2(handle.get(), file.data(), file.size(), pixels.first, pixels.width,
                       static_cast<int>(pixels.pitch), pixels.height, format, TJFLAG_LIMITSCANS) != 0)
         if (const char *message = tjGetErrorStr2(handle.get()); !IsHarmless(message))
             throw UserError(fmt::format("is damaged: {}", message));
-    // The fourth byte is there already, but for one that is 0 where pictures are opaque.
-    if (!isCmyk && pixels.form.layout != Layout::RowTable)
-        return;
-    for (int y = 0; y < pixels.height; ++y) {
-        unsigned char *row = pixels.Row(y);
-        if (isCmyk) {
-            FromCmyk(row, pixels.width, heading.isInverted);
-            ToForm(row, pixels.width, pixels.form);
-        } else {
-            for (int x = 0; x < pixels.width; ++x)
-                row[4 * x + 3] = 0;
-        }
+    for (int y = 0; y < pixels.height && !isFormed; ++y) {
+        if (isCmyk)
+            FromCmyk(pixels.Row(y), pixels.width, heading.isInverted);
+        ToForm(pixels.Row(y), pixels.width, pixels.form);
     }
 }
 
 namespace {
 
-void SetWord(Bytes &file, std::size_t at, unsigned word) {
+void SetWord(Bytes &file, std::size_t at, std::size_t word) {
     file[at] = static_cast<unsigned char>(word >> 8);
     file[at + 1] = static_cast<unsigned char>(word);
+}
+
+/// Where the segment of that kind begins in what was written.
+std::size_t SegmentAt(const Bytes &file, int marker) {
+    std::size_t at = kFirstSegment;
+    while (file[at + 1] != marker)
+        at += 2 + BigEndian(file, at + 2, 2);
+    return at;
 }
 
 /// A JPEG file of some rows.
@@ -154,55 +153,45 @@ Bytes WriteBands(const Pixels &pixels, int quality) {
     for (int top = 0; top < pixels.height; top += rowsOfBand * kBlock)
         written.push_back(std::async(std::launch::async, WriteRows, std::cref(pixels), top,
                                      std::min(rowsOfBand * kBlock, pixels.height - top), quality));
-    Bytes file;
-    for (std::size_t i = 0; i < written.size(); ++i) {
+    Bytes file = written[0].get();
+    for (std::size_t i = 1; i < written.size(); ++i) {
         const Bytes band = written[i].get();
-        std::size_t at = kFirstSegment;
-        for (; band[at + 1] != 0xDA; at += 2 + BigEndian(band, at + 2, 2))
-            if (band[at + 1] == 0xC0 && i == 0)
-                break;
-        if (i == 0) { // the whole height, and what tells the interval before it
-            file.assign(band.begin(), band.end());
-            SetWord(file, at + 5, static_cast<unsigned>(pixels.height));
-            file.insert(file.begin() + static_cast<std::ptrdiff_t>(at), {0xFF, 0xDD, 0, 4, 0, 0});
-            SetWord(file, at + 4, static_cast<unsigned>(rowsOfBand * blocks));
-        } else {
-            at += 2 + BigEndian(band, at + 2, 2);
-            file.back() = static_cast<unsigned char>(0xD0 + (i - 1) % 8); // in the place of the end
-            file.insert(file.end(), band.begin() + static_cast<std::ptrdiff_t>(at), band.end());
-        }
+        const std::size_t scan = SegmentAt(band, 0xDA);
+        file.back() = static_cast<unsigned char>(0xD0 + (i - 1) % 8); // in the place of the end
+        file.insert(file.end(), band.data() + scan + 2 + BigEndian(band, scan + 2, 2), band.data() + band.size());
     }
+    const std::size_t frame = SegmentAt(file, 0xC0); // tells the height, and what stands before it the interval
+    SetWord(file, frame + 5, static_cast<std::size_t>(pixels.height));
+    file.insert(file.begin() + static_cast<std::ptrdiff_t>(frame), {0xFF, 0xDD, 0, 4, 0, 0});
+    SetWord(file, frame + 4, static_cast<std::size_t>(rowsOfBand * blocks));
     return file;
 }
 
 } // namespace
 
 Bytes WriteJpeg(const Pixels &pixels, const Tags &tags, int quality) {
-    Bytes written = WriteBands(pixels, quality);
-    if (const double perInchX = tags.perMeterX * kInch + 0.5, perInchY = tags.perMeterY * kInch + 0.5;
-        perInchX >= 1 && perInchY >= 1 && perInchX < 65536 && perInchY < 65536) {
-        written[kFirstSegment + 11] = kPerInch;
-        SetWord(written, kFirstSegment + 12, static_cast<unsigned>(perInchX));
-        SetWord(written, kFirstSegment + 14, static_cast<unsigned>(perInchY));
-    }
-    if (tags.profile.empty())
-        return written;
-    const auto behindJfif = written.begin() + static_cast<std::ptrdiff_t>(kBehindJfif);
-    Bytes file(written.begin(), behindJfif);
     constexpr std::size_t kMostInChunk = kMostInSegment - kHeadingOfChunk;
     const std::size_t chunks = (tags.profile.size() + kMostInChunk - 1) / kMostInChunk;
     if (chunks > 255)
         throw UserError("a JPEG file holds no profile of more than 16 MB");
-    for (std::size_t i = 0; i < chunks; ++i) {
-        const auto chunk = File(tags.profile).subspan(i * kMostInChunk);
-        const std::size_t bytes = std::min(chunk.size(), kMostInChunk);
-        file.insert(file.end(), {0xFF, 0xE2, 0, 0});
-        SetWord(file, file.size() - 2, static_cast<unsigned>(bytes + kHeadingOfChunk + 2));
-        file.insert(file.end(), kProfileHeading.begin(), kProfileHeading.end());
-        file.insert(file.end(), {static_cast<unsigned char>(i + 1), static_cast<unsigned char>(chunks)});
-        file.insert(file.end(), chunk.begin(), chunk.begin() + static_cast<std::ptrdiff_t>(bytes));
+    Bytes file = WriteBands(pixels, quality);
+    if (const double perInchX = tags.perMeterX * kInch + 0.5, perInchY = tags.perMeterY * kInch + 0.5;
+        perInchX >= 1 && perInchY >= 1 && perInchX < 65536 && perInchY < 65536) {
+        file[kFirstSegment + 11] = kPerInch;
+        SetWord(file, kFirstSegment + 12, static_cast<std::size_t>(perInchX));
+        SetWord(file, kFirstSegment + 14, static_cast<std::size_t>(perInchY));
     }
-    file.insert(file.end(), behindJfif, written.end());
+    Bytes profile; // in segments
+    for (std::size_t i = 0; i < chunks; ++i) {
+        const File rest = File(tags.profile).subspan(i * kMostInChunk);
+        const File chunk = rest.first(std::min(rest.size(), kMostInChunk));
+        profile.insert(profile.end(), {0xFF, 0xE2, 0, 0});
+        SetWord(profile, profile.size() - 2, chunk.size() + kHeadingOfChunk + 2);
+        profile.insert(profile.end(), kProfileHeading.begin(), kProfileHeading.end());
+        profile.insert(profile.end(), {static_cast<unsigned char>(i + 1), static_cast<unsigned char>(chunks)});
+        profile.insert(profile.end(), chunk.begin(), chunk.end());
+    }
+    file.insert(file.begin() + kBehindJfif, profile.begin(), profile.end());
     return file;
 }
 

@@ -40,82 +40,66 @@ template <class Change> standin::ColorValue Each(standin::ColorValue color, Chan
 }
 
 /// Of a word as files hold it, which is that of `AlphaHigh`.
-template <Layout kLayout, bool kAlpha, bool kPremultiplied> std::uint32_t Formed(std::uint32_t word) {
+template <PixelForm kForm> std::uint32_t Formed(std::uint32_t word) {
     const std::uint32_t color = ColorOf(Layout::AlphaHigh, word);
-    if constexpr (!kAlpha)
-        return standin::OpaqueWord(kLayout, color);
+    if constexpr (!kForm.hasAlpha)
+        return standin::OpaqueWord(kForm.layout, color);
     const std::uint32_t alpha = ExtraOf(Layout::AlphaHigh, word);
-    const std::uint32_t extra = kLayout == Layout::RowTable ? TransparencyOf(alpha) : alpha;
-    if constexpr (kPremultiplied)
-        return WordOf(kLayout, Each(color, [&](std::uint32_t channel) { return Premultiplied(channel, alpha); }),
-                      extra);
-    return WordOf(kLayout, color, extra);
+    const std::uint32_t extra = kForm.layout == Layout::RowTable ? TransparencyOf(alpha) : alpha;
+    const auto premultiply = [&](std::uint32_t channel) { return Premultiplied(channel, alpha); };
+    return WordOf(kForm.layout, kForm.premultiplied ? Each(color, premultiply) : color, extra);
 }
 
-template <Layout kLayout, bool kAlpha, bool kPremultiplied> std::uint32_t Unformed(std::uint32_t word) {
-    const std::uint32_t color = ColorOf(kLayout, word);
-    if constexpr (!kAlpha)
-        return WordOf(Layout::AlphaHigh, color, 255);
-    const std::uint32_t extra = ExtraOf(kLayout, word);
-    const std::uint32_t alpha = kLayout == Layout::RowTable ? AlphaOf(extra) : extra;
-    if constexpr (kPremultiplied)
-        return WordOf(Layout::AlphaHigh, Each(color, [&](std::uint32_t channel) { return Restored(channel, alpha); }),
-                      alpha);
-    return WordOf(Layout::AlphaHigh, color, alpha);
+template <PixelForm kForm> std::uint32_t Unformed(std::uint32_t word) {
+    const std::uint32_t color = ColorOf(kForm.layout, word);
+    const std::uint32_t extra = ExtraOf(kForm.layout, word);
+    const std::uint32_t alpha = !kForm.hasAlpha ? 255 : kForm.layout == Layout::RowTable ? AlphaOf(extra) : extra;
+    const auto restore = [&](std::uint32_t channel) { return Restored(channel, alpha); };
+    return WordOf(Layout::AlphaHigh, kForm.premultiplied ? Each(color, restore) : color, alpha);
 }
 
-/// Runs the body with the form as constants, so that each has loops of its own that are vectorized.
-template <class Body> void WithForm(const PixelForm &form, Body body) {
-    const auto withLayout = [&]<Layout kLayout>() {
-        if (!form.hasAlpha)
-            body.template operator()<kLayout, false, false>();
-        else if (form.premultiplied)
-            body.template operator()<kLayout, true, true>();
-        else
-            body.template operator()<kLayout, true, false>();
+/// Changes a row's words. The form is a constant to the change, so that each has a loop of its own that is vectorized.
+template <class Change> void ChangeWords(unsigned char *row, int width, const PixelForm &form, Change change) {
+    const auto changeAs = [&]<PixelForm kForm>() {
+        for (std::ptrdiff_t x = 0; x < width; ++x) {
+            std::uint32_t word;
+            std::memcpy(&word, row + 4 * x, 4);
+            word = change.template operator()<kForm>(word);
+            std::memcpy(row + 4 * x, &word, 4);
+        }
     };
-    if (form.layout == Layout::AlphaHigh)
-        withLayout.template operator()<Layout::AlphaHigh>();
-    else if (form.layout == Layout::AlphaLow)
-        withLayout.template operator()<Layout::AlphaLow>();
-    else
-        withLayout.template operator()<Layout::RowTable>();
-}
-
-template <class Change> void ChangeWords(unsigned char *row, int width, Change change) {
-    for (std::ptrdiff_t x = 0; x < width; ++x) {
-        std::uint32_t word;
-        std::memcpy(&word, row + 4 * x, 4);
-        word = change(word);
-        std::memcpy(row + 4 * x, &word, 4);
-    }
+    const auto tryLayout = [&]<Layout kLayout>() {
+        if (form.layout != kLayout)
+            return;
+        if (!form.hasAlpha)
+            changeAs.template operator()<PixelForm{kLayout}>();
+        else if (form.premultiplied)
+            changeAs.template operator()<PixelForm{kLayout, true, true}>();
+        else
+            changeAs.template operator()<PixelForm{kLayout, true}>();
+    };
+    tryLayout.template operator()<Layout::AlphaHigh>();
+    tryLayout.template operator()<Layout::AlphaLow>();
+    tryLayout.template operator()<Layout::RowTable>();
 }
 
 } // namespace
 
 void ToForm(unsigned char *row, int width, const PixelForm &form) {
-    WithForm(form, [&]<Layout kLayout, bool kAlpha, bool kPremultiplied>() {
-        ChangeWords(row, width, [](std::uint32_t word) { return Formed<kLayout, kAlpha, kPremultiplied>(word); });
-    });
+    ChangeWords(row, width, form, []<PixelForm kForm>(std::uint32_t word) { return Formed<kForm>(word); });
 }
 
 void FromForm(const unsigned char *row, unsigned char *rgba, int width, const PixelForm &form) {
     std::memcpy(rgba, row, static_cast<std::size_t>(width) * 4);
-    WithForm(form, [&]<Layout kLayout, bool kAlpha, bool kPremultiplied>() {
-        ChangeWords(rgba, width, [](std::uint32_t word) { return Unformed<kLayout, kAlpha, kPremultiplied>(word); });
-    });
+    ChangeWords(rgba, width, form, []<PixelForm kForm>(std::uint32_t word) { return Unformed<kForm>(word); });
 }
 
 void Flatten(unsigned char *row, int width, const PixelForm &form) {
-    WithForm(form, [&]<Layout kLayout, bool kAlpha, bool kPremultiplied>() {
-        ChangeWords(row, width, [](std::uint32_t word) {
-            const std::uint32_t straight = Unformed<kLayout, kAlpha, kPremultiplied>(word);
-            const std::uint32_t alpha = ExtraOf(Layout::AlphaHigh, straight);
-            const auto onWhite = [&](std::uint32_t channel) {
-                return (channel * alpha + 255 * (255 - alpha) + 127) / 255;
-            };
-            return standin::OpaqueWord(kLayout, Each(ColorOf(Layout::AlphaHigh, straight), onWhite));
-        });
+    ChangeWords(row, width, form, []<PixelForm kForm>(std::uint32_t word) {
+        const std::uint32_t straight = Unformed<kForm>(word);
+        const std::uint32_t alpha = ExtraOf(Layout::AlphaHigh, straight);
+        const auto onWhite = [&](std::uint32_t channel) { return (channel * alpha + 255 * (255 - alpha) + 127) / 255; };
+        return standin::OpaqueWord(kForm.layout, Each(ColorOf(Layout::AlphaHigh, straight), onWhite));
     });
 }
 

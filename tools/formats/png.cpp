@@ -47,9 +47,10 @@ Tags TagsOf(spng_ctx *context) {
     return tags;
 }
 
-int Append(spng_ctx *, void *file, void *bytes, std::size_t count) {
+int Append(spng_ctx *, void *to, void *bytes, std::size_t count) {
+    Bytes &file = *static_cast<Bytes *>(to);
     const auto *from = static_cast<const unsigned char *>(bytes);
-    static_cast<Bytes *>(file)->insert(static_cast<Bytes *>(file)->end(), from, from + count);
+    file.insert(file.end(), from, from + count);
     return SPNG_OK;
 }
 
@@ -104,14 +105,11 @@ Bytes WritePng(const Pixels &pixels, const Tags &tags, int) {
     Check(spng_set_option(context.get(), SPNG_IMG_COMPRESSION_LEVEL, 4));
     Check(spng_set_option(context.get(), SPNG_IMG_COMPRESSION_STRATEGY, Z_DEFAULT_STRATEGY));
     Check(spng_set_option(context.get(), SPNG_FILTER_CHOICE, SPNG_FILTER_CHOICE_ALL));
-    spng_ihdr header = {
-        static_cast<std::uint32_t>(pixels.width),
-        static_cast<std::uint32_t>(pixels.height),
-        8,
-        static_cast<std::uint8_t>(pixels.form.hasAlpha ? SPNG_COLOR_TYPE_TRUECOLOR_ALPHA : SPNG_COLOR_TYPE_TRUECOLOR),
-        0,
-        0,
-        0};
+    spng_ihdr header = {};
+    header.width = static_cast<std::uint32_t>(pixels.width);
+    header.height = static_cast<std::uint32_t>(pixels.height);
+    header.bit_depth = 8;
+    header.color_type = pixels.form.hasAlpha ? SPNG_COLOR_TYPE_TRUECOLOR_ALPHA : SPNG_COLOR_TYPE_TRUECOLOR;
     Check(spng_set_ihdr(context.get(), &header));
     Bytes copy = tags.profile; // which libspng takes as one that could change
     spng_iccp profile = {"ICC profile", copy.size(), reinterpret_cast<char *>(copy.data())};

@@ -3,9 +3,7 @@
 #include <algorithm>
 #include <cstdarg>
 #include <cstdio>
-#include <cstring>
 #include <fmt/format.h>
-#include <limits>
 #include <memory>
 #include <tiffio.h>
 
@@ -19,17 +17,16 @@ constexpr double kMostPixelsAByte = 8 * 1500;       ///< of one bit, deflated
 struct Source {
     File file;
     std::uint64_t at = 0;
-    std::string damage;
+    std::string damage = {};
 };
 
 Source &SourceOf(void *handle) { return *static_cast<Source *>(handle); }
 
 tmsize_t ReadPart(thandle_t handle, void *to, tmsize_t wanted) {
     Source &source = SourceOf(handle);
-    const std::uint64_t left = source.file.size() - std::min<std::uint64_t>(source.at, source.file.size());
-    const std::uint64_t count = std::min(left, static_cast<std::uint64_t>(wanted));
-    if (count > 0)
-        std::memcpy(to, source.file.data() + source.at, count);
+    const File rest = source.file.subspan(std::min<std::uint64_t>(source.at, source.file.size()));
+    const std::size_t count = std::min(rest.size(), static_cast<std::size_t>(wanted));
+    std::copy_n(rest.begin(), count, static_cast<unsigned char *>(to));
     source.at += count;
     return static_cast<tmsize_t>(count);
 }
@@ -89,8 +86,7 @@ Tags TagsOf(const Tiff &tiff) {
 } // namespace
 
 void ReadTiff(File file, const MakePixels &make) {
-    Source source;
-    source.file = file;
+    Source source{file};
     const Tiff tiff = Open(source);
     const auto fail = [&](const std::string &reason) {
         throw UserError(fmt::format("is damaged or of a kind of TIFF that is not read: {}", reason));
@@ -106,10 +102,8 @@ void ReadTiff(File file, const MakePixels &make) {
     std::uint16_t extras = 0;
     const std::uint16_t *kinds = nullptr;
     TIFFGetFieldDefaulted(tiff.get(), TIFFTAG_EXTRASAMPLES, &extras, &kinds);
-    const bool isFax = compression == COMPRESSION_CCITTFAX3 || compression == COMPRESSION_CCITTFAX4 ||
-                       compression == COMPRESSION_CCITTRLE;
-    Info info =
-        CheckedSize(width, height, file.size(), isFax ? std::numeric_limits<double>::infinity() : kMostPixelsAByte);
+    const bool isFax = compression >= COMPRESSION_CCITTRLE && compression <= COMPRESSION_CCITTFAX4;
+    Info info = CheckedSize(width, height, file.size(), isFax ? kAnyPixels : kMostPixelsAByte);
     // Straight alpha and CMYK come through as they are when libtiff takes them for alpha that is premultiplied already.
     const bool isStraight = extras > 0 && kinds[0] == EXTRASAMPLE_UNASSALPHA;
     const bool isCmyk = photometric == PHOTOMETRIC_SEPARATED && samples == 4 && bits == 8;
@@ -144,7 +138,6 @@ void ReadTiff(File file, const MakePixels &make) {
     const auto strip = FieldOf<std::uint32_t>(tiff, TIFFTAG_ROWSPERSTRIP, height);
     const auto band = std::clamp<std::uint32_t>(FieldOf(tiff, TIFFTAG_TILELENGTH, strip), 1, height);
     std::vector<std::uint32_t> rows(std::size_t{band} * width);
-    const PixelForm premultiplied = {standin::Layout::AlphaHigh, true, true};
     for (std::uint32_t top = 0; top < height; top += band) {
         const std::uint32_t count = std::min(band, height - top);
         image.row_offset = static_cast<int>(top);
@@ -154,9 +147,9 @@ void ReadTiff(File file, const MakePixels &make) {
             const auto *from = reinterpret_cast<const unsigned char *>(rows.data() + std::size_t{y} * width);
             unsigned char *row = pixels.Row(static_cast<int>(top + y));
             if (info.hasAlpha && !isStraight)
-                FromForm(from, row, pixels.width, premultiplied);
+                FromForm(from, row, pixels.width, {standin::Layout::AlphaHigh, true, true});
             else
-                std::memcpy(row, from, std::size_t{4} * width);
+                std::copy_n(from, std::size_t{4} * width, row);
             if (isCmyk)
                 FromCmyk(row, pixels.width, false);
             ToForm(row, pixels.width, pixels.form);

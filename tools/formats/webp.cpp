@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <fmt/format.h>
-#include <limits>
 #include <memory>
 #include <webp/decode.h>
 #include <webp/demux.h>
@@ -23,9 +22,8 @@ File ChunkOf(const Demuxer &demuxer, const char *name) {
     return bytes;
 }
 
-Bytes WithProfile(const WebPMemoryWriter &written, const Bytes &profile) {
+Bytes WithProfile(const WebPData &image, const Bytes &profile) {
     const std::unique_ptr<WebPMux, void (*)(WebPMux *)> mux(WebPMuxNew(), &WebPMuxDelete);
-    const WebPData image = {written.mem, written.size};
     const WebPData chunk = {profile.data(), profile.size()};
     WebPData whole = {};
     if (!mux || WebPMuxSetImage(mux.get(), &image, 0) != WEBP_MUX_OK ||
@@ -48,8 +46,7 @@ void ReadWebp(File file, const MakePixels &make) {
     const std::unique_ptr<WebPIterator, void (*)(WebPIterator *)> released(&frame, &WebPDemuxReleaseIterator);
     const std::uint32_t width = WebPDemuxGetI(demuxer.get(), WEBP_FF_CANVAS_WIDTH);
     const std::uint32_t height = WebPDemuxGetI(demuxer.get(), WEBP_FF_CANVAS_HEIGHT);
-    Info info =
-        CheckedSize(width, height, file.size(), std::numeric_limits<double>::infinity()); // one color is a few bytes
+    Info info = CheckedSize(width, height, file.size(), kAnyPixels); // one color is a few bytes
     const bool isWhole =
         frame.x_offset == 0 && frame.y_offset == 0 && frame.width == info.width && frame.height == info.height;
     info.hasAlpha = frame.has_alpha || !isWhole;
@@ -82,34 +79,19 @@ void ReadWebp(File file, const MakePixels &make) {
 }
 
 Bytes WriteWebp(const Pixels &pixels, const Tags &tags, int quality) {
-    WebPConfig config;
-    WebPPicture picture;
-    if (!WebPConfigInit(&config) || !WebPPictureInit(&picture))
-        throw UserError("libwebp is of another version than its headers");
-    const std::unique_ptr<WebPPicture, void (*)(WebPPicture *)> owned(&picture, &WebPPictureFree);
-    config.quality = static_cast<float>(quality);
-    picture.use_argb = 1;
-    picture.width = pixels.width;
-    picture.height = pixels.height;
     if (pixels.width > WEBP_MAX_DIMENSION || pixels.height > WEBP_MAX_DIMENSION)
         throw UserError(fmt::format("a WebP picture has {} pixels on a side at the most", WEBP_MAX_DIMENSION));
-    if (!WebPPictureAlloc(&picture))
-        throw std::bad_alloc();
-    for (int y = 0; y < pixels.height; ++y) {
-        auto *row = reinterpret_cast<unsigned char *>(picture.argb + std::ptrdiff_t{y} * picture.argb_stride);
-        FromForm(pixels.Row(y), row, pixels.width, pixels.form);
-        for (std::ptrdiff_t x = 0; x < pixels.width; ++x)
-            std::swap(row[4 * x], row[4 * x + 2]); // blue, green, red, alpha in memory
-    }
-    WebPMemoryWriter writer;
-    WebPMemoryWriterInit(&writer);
-    const std::unique_ptr<WebPMemoryWriter, void (*)(WebPMemoryWriter *)> written(&writer, &WebPMemoryWriterClear);
-    picture.writer = &WebPMemoryWrite;
-    picture.custom_ptr = &writer;
-    if (!WebPEncode(&config, &picture))
-        throw UserError(
-            fmt::format("libwebp cannot write this picture (error {})", static_cast<int>(picture.error_code)));
-    return tags.profile.empty() ? Bytes(writer.mem, writer.mem + writer.size) : WithProfile(writer, tags.profile);
+    const std::size_t pitch = std::size_t{4} * static_cast<std::size_t>(pixels.width);
+    const auto rgba = std::make_unique_for_overwrite<unsigned char[]>(pitch * static_cast<std::size_t>(pixels.height));
+    for (int y = 0; y < pixels.height; ++y)
+        FromForm(pixels.Row(y), &rgba[static_cast<std::size_t>(y) * pitch], pixels.width, pixels.form);
+    std::uint8_t *bytes = nullptr;
+    const std::size_t size = WebPEncodeRGBA(rgba.get(), pixels.width, pixels.height, static_cast<int>(pitch),
+                                            static_cast<float>(quality), &bytes);
+    const std::unique_ptr<std::uint8_t, void (*)(void *)> written(bytes, &WebPFree);
+    if (size == 0)
+        throw UserError("libwebp cannot write this picture");
+    return tags.profile.empty() ? Bytes(bytes, bytes + size) : WithProfile({bytes, size}, tags.profile);
 }
 
 } // namespace tools::formats
