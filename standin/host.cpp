@@ -256,19 +256,20 @@ const RegisteredProperty &PropertyOf(const Instance &instance, std::string_view 
     throw WrongCall(fmt::format("{} has no property \"{}\"", instance.definition->name, name));
 }
 
-/// A property's own accessors, which take its record's number, as those of a method.
-RegisteredMethod AccessorsOf(const RegisteredProperty &property) {
-    return {{property.name, property.name, {{"param", Type::Integer, false, {}}}, property.type},
-            {property.record.getter, property.record.setter}};
-}
-
 } // namespace
+
+Value Host::CallAccessor(const RegisteredProperty &property, const Ref &receiver, const Value *assigned) {
+    const Declaration declaration = {
+        property.name, property.name, {{"param", Type::Integer, false, {}}}, property.type};
+    const RegisteredMethod accessors = {declaration, {property.record.getter, property.record.setter}};
+    return CallRecord(accessors, false, receiver, {property.record.param}, assigned).value;
+}
 
 Value Host::Get(const Ref &ref, std::string_view name) {
     Instance &instance = ref.instance();
     const RegisteredProperty &property = PropertyOf(instance, name);
     if (!property.UsesStandardAccess())
-        return CallRecord(AccessorsOf(property), false, ref, {property.record.param}).value;
+        return CallAccessor(property, ref);
     const Variable held = ReadField(instance, property);
     return property.type == Type::Picture ? Value(Ref(state_->ObjectAt(held.handle))) : ValueOf(property.type, held);
 }
@@ -279,7 +280,7 @@ void Host::Set(const Ref &ref, std::string_view name, const Value &value) {
     if (const std::string problem = Misfit({property.name, property.type, false, {}}, value); !problem.empty())
         throw WrongCall(problem);
     if (!property.UsesStandardAccess()) {
-        CallRecord(AccessorsOf(property), false, ref, {property.record.param}, &value);
+        CallAccessor(property, ref, &value);
         return;
     }
     Object *old = property.type == Type::Picture ? state_->ObjectAt(ReadField(instance, property).handle) : nullptr;

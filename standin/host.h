@@ -154,7 +154,7 @@ struct WrongCall : std::runtime_error {
 
 /// A record as the host read it at registration.
 struct RegisteredMethod {
-    const Declaration &declaration; ///< which outlives every host
+    const Declaration &declaration; ///< kept elsewhere, while this is used
     REALmethodDefinition record;
 };
 struct RegisteredProperty {
@@ -245,6 +245,8 @@ class Host {
     const HostDescription &description() const;
 
   private:
+    /// Reads or sets a property by its own accessors, which take its record's number.
+    Value CallAccessor(const RegisteredProperty &property, const Ref &receiver, const Value *assigned = nullptr);
     EntryState StateOf(std::string_view entry) const;
 
     std::unique_ptr<HostState> state_;

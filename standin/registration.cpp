@@ -14,7 +14,7 @@ void ReadTable(std::vector<Out> &out, const Record *records, std::int32_t count,
         out.push_back(read(records[i]));
 }
 
-/// Empty, with a violation, for what is no declaration. Every host reads the same ones, so each is parsed once and kept.
+/// Empty, with a violation, for what is no declaration. Every host reads the same ones: each is parsed once and kept.
 const Declaration &Parsed(std::string_view text) {
     static std::map<std::string, Declaration, std::less<>> known;
     static const Declaration kNone;
