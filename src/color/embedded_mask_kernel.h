@@ -1,22 +1,28 @@
 namespace kvt::KVT_LEVEL {
 
-/// The other byte's values as opaque grays. A transparency of 7 bits is widened to 8.
+/// The other byte's values as opaque grays.
 struct MaskAsGray : Reads<1, SourceLayout::Own> {
     int shift;
     V bits;
-    V doubled;
-    V lowest;
     V flip; ///< value ^ 255 is 255 - value
     V colors;
     V opaque;
     MaskAsGray(const Layout &from, const Layout &to, bool swap)
-        : shift(8 * from.other), bits(All32(from == kRowTable ? 127 : 255)),
-          doubled(All32(from == kRowTable ? 127 : 0)), lowest(All32(from == kRowTable ? 1 : 0)),
-          flip(All32(swap ? to.ColorBits() : 0)), colors(All32(to.ColorBits())), opaque(All32(to.OpaqueBits())) {}
+        : shift(8 * from.other), bits(All32(from == kRowTable ? 127 : 255)), flip(All32(swap ? to.ColorBits() : 0)),
+          colors(All32(to.ColorBits())), opaque(All32(to.OpaqueBits())) {}
+    KVT_INLINE V Value(V v) const { return Right32By(v, shift) & bits; }
+    KVT_INLINE V Gray(V value) const { return ((Spread(value) & colors) ^ flip) | opaque; }
+    KVT_INLINE V operator()(V v) const { return Gray(Value(v)); }
+};
+
+/// The same of row tables, whose transparency of 7 bits is widened to 8.
+struct TransparencyAsGray : MaskAsGray {
+    V lowest;
+    TransparencyAsGray(const Layout &from, const Layout &to, bool swap)
+        : MaskAsGray(from, to, swap), lowest(All32(1)) {}
     KVT_INLINE V operator()(V v) const {
-        const V other = Right32By(v, shift) & bits;
-        const V value = Add32(Add32(other, other & doubled), other & lowest);
-        return ((Spread(value) & colors) ^ flip) | opaque;
+        const V value = Value(v);
+        return Gray(Add32(Add32(value, value), value & lowest));
     }
 };
 
@@ -37,7 +43,11 @@ struct RedAsMask : Reads<2, SourceLayout::Own> {
 };
 
 inline void ReadMask(const MapJob &job, bool swap) {
-    Map(job, MaskAsGray(job.sources[0].layout, job.target.layout, swap));
+    const Layout &from = job.sources[0].layout;
+    if (from == kRowTable)
+        Map(job, TransparencyAsGray(from, job.target.layout, swap));
+    else
+        Map(job, MaskAsGray(from, job.target.layout, swap));
 }
 inline void WriteMask(const MapJob &job, bool swap) {
     Map(job, RedAsMask(job.sources[0].layout, job.target.layout, swap));
