@@ -50,7 +50,7 @@ bool ScrollByPlatform(REALpictureStruct *picture, std::int32_t dh, std::int32_t 
     if (!picture)
         return false;
     REALpictureDescription description = {};
-    REALLockPictureDescription(picture, &description);
+    LockPictureDescriptionUntyped(picture, &description);
     const bool isGraphicsWorld = description.type == kGraphicsWorldDescription;
     if (isGraphicsWorld)
         ScrollGraphicsWorld(description, dh, dv);

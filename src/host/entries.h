@@ -50,18 +50,12 @@ inline LateBound<void(REALobjectStruct *exception)> REALRaiseException{"RuntimeR
 
 // Pictures.
 
-struct LockPictureDescription {
-    LateBound<bool(REALpictureStruct *, REALpictureDescription *, std::int32_t type)> typed;
-    LateBound<void(REALpictureStruct *, REALpictureDescription *)> untyped;
-
-    /// Locks the picture's pixels and describes them in the requested type (8 or 10); false when it cannot be done.
-    bool operator()(REALpictureStruct *picture, REALpictureDescription *description, std::int32_t type) {
-        return typed(picture, description, type);
-    }
-    /// Locks the pixels and describes them in the picture's own form.
-    void operator()(REALpictureStruct *picture, REALpictureDescription *description) { untyped(picture, description); }
-};
-inline LockPictureDescription REALLockPictureDescription{{"REALLockPictureDescription"}, {"lockPictureDescription"}};
+/// Locks the picture's pixels and describes them in the requested type (8 or 10); false when it cannot be done.
+inline LateBound<bool(REALpictureStruct *, REALpictureDescription *, std::int32_t type)> REALLockPictureDescription{
+    "REALLockPictureDescription"};
+/// Locks the pixels and describes them in the picture's own form.
+inline LateBound<void(REALpictureStruct *, REALpictureDescription *)> LockPictureDescriptionUntyped{
+    "lockPictureDescription"};
 inline LateBound<void(REALpictureStruct *)> REALUnlockPictureDescription{"unlockPictureDescription"};
 /// Makes the host forget what it cached from the pixels.
 inline LateBound<void(REALpictureStruct *)> REALPictureClearCache{"REALPictureClearCache"};
