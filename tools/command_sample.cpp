@@ -8,21 +8,19 @@
 namespace tools {
 namespace {
 
-Bytes SampleFor(const std::string &path, const std::string &size, bool isOpaque) {
+void WriteSample(const std::string &path, const std::string &size, bool isOpaque) {
     const std::string ending = EndingOf(path);
     if (ending == ".wav")
-        return SampleSound();
-    if (ending == ".cube") {
-        const std::string table = SampleTable();
-        return {table.begin(), table.end()};
-    }
-    if (path != kStandardStream && !IsPicturePath(path))
-        throw UserError(fmt::format("{}: samples are .png, .jpg, .jpeg, .webp, .bmp, .wav or .cube files", path));
+        return WriteBytes(path, SampleSound());
+    if (ending == ".cube")
+        return WriteBytes(path, AsBytes(SampleTable()));
+    RefuseIf(path != kStandardStream && !IsPicturePath(path),
+             "{}: samples are .png, .jpg, .jpeg, .webp, .bmp, .wav or .cube files", path);
     const auto [width, height] = ParseSize(size);
     const std::string name = path != kStandardStream ? path
                              : kHasCodecs            ? "standard output.png"
                                                      : "standard output.bmp";
-    return FileOf(name, SamplePicture(width, height, !isOpaque));
+    WriteBytes(path, FileOf(name, SamplePicture(width, height, !isOpaque)));
 }
 
 } // namespace
@@ -44,7 +42,7 @@ void AddSampleCommand(CLI::App &program, Outcome &outcome) {
     command->add_option("--size", options->size, "of the picture in pixels")->type_name("WxH")->capture_default_str();
     command->add_flag("--opaque", options->opaque, "a picture without alpha");
     command->callback([options, &outcome] {
-        WriteBytes(options->output, SampleFor(options->output, options->size, options->opaque));
+        WriteSample(options->output, options->size, options->opaque);
         outcome = Done;
     });
 }

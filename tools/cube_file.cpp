@@ -10,7 +10,7 @@
 namespace tools {
 namespace {
 
-constexpr std::size_t kLargest = 256;
+constexpr int kLargest = 256;
 
 struct LineReader {
     std::string_view text;
@@ -18,8 +18,10 @@ struct LineReader {
     standin::TextReader line{{}};
     std::size_t number = 0; ///< of the line, from 1
 
-    [[noreturn]] void Fail(std::string_view why) const {
-        throw UserError(fmt::format("{}, line {}: {}", name, number, why));
+    template <class... Values> void FailIf(bool isSo, fmt::format_string<Values...> why, Values &&...values) const {
+        if (isSo)
+            throw UserError(
+                fmt::format("{}, line {}: {}", name, number, fmt::format(why, std::forward<Values>(values)...)));
     }
     bool Next() {
         if (text.empty())
@@ -36,69 +38,62 @@ struct LineReader {
         return line.TakeWhile([](char c) { return !standin::IsSpace(c); });
     }
     void ExpectEnd() {
-        if (const std::string_view word = Word(); !word.empty())
-            Fail(fmt::format("expected the end of the line, not \"{}\"", word));
+        const std::string_view word = Word();
+        FailIf(!word.empty(), "expected the end of the line, not \"{}\"", word);
     }
-    double ToNumber(std::string_view word) const {
+    double Number() {
+        const std::string_view word = Word();
+        FailIf(word.empty(), "expected a number at the end of the line");
         double value = 0;
         const std::string_view digits = word.substr(word.starts_with('+') ? 1 : 0);
         const auto parsed = std::from_chars(digits.data(), digits.data() + digits.size(), value);
-        if (digits.empty() || parsed.ec != std::errc{} || parsed.ptr != digits.data() + digits.size() ||
-            !std::isfinite(value))
-            Fail(word.empty() ? "expected a number at the end of the line"
-                              : fmt::format("expected a number, not \"{}\"", word));
+        FailIf(parsed.ec != std::errc{} || parsed.ptr != digits.data() + digits.size() || !std::isfinite(value),
+               "expected a number, not \"{}\"", word);
         return value;
     }
-    Triple Numbers(std::string_view first) {
-        Triple numbers = {ToNumber(first), 0, 0};
-        numbers[1] = ToNumber(Word());
-        numbers[2] = ToNumber(Word());
+    Triple Numbers() {
+        Triple numbers;
+        for (double &value : numbers)
+            value = Number();
         ExpectEnd();
         return numbers;
     }
 };
 
-bool IsKeyword(std::string_view word) { return (word[0] >= 'A' && word[0] <= 'Z') || word[0] == '_'; }
-
-void ReadKeyword(LineReader &reader, std::string_view keyword, CubeTable &table) {
-    if (keyword == "LUT_3D_SIZE") {
-        const double size = reader.ToNumber(reader.Word());
-        reader.ExpectEnd();
-        if (size < 2 || size > static_cast<double>(kLargest) || size != std::floor(size))
-            reader.Fail(fmt::format("a table has 2 to {} points an axis", kLargest));
-        if (table.size != 0)
-            reader.Fail("LUT_3D_SIZE stands here for the second time");
-        table.size = static_cast<std::size_t>(size);
-    } else if (keyword == "DOMAIN_MIN") {
-        table.domainMin = reader.Numbers(reader.Word());
-    } else if (keyword == "DOMAIN_MAX") {
-        table.domainMax = reader.Numbers(reader.Word());
-    } else if (keyword == "LUT_1D_SIZE") {
-        reader.Fail("this is a table of curves (LUT_1D_SIZE); a 3D table is needed");
-    } else {
-        reader.Fail(fmt::format("unknown keyword \"{}\"", keyword));
+void ReadKeyword(LineReader &reader, CubeTable &table) {
+    const std::string_view keyword = reader.Word();
+    if (keyword == "TITLE")
+        return;
+    reader.FailIf(!table.entries.empty(), "\"{}\" stands among the table's entries", keyword);
+    reader.FailIf(keyword == "LUT_1D_SIZE", "this is a table of curves (LUT_1D_SIZE); a 3D table is needed");
+    if (keyword == "DOMAIN_MIN" || keyword == "DOMAIN_MAX") {
+        (keyword == "DOMAIN_MIN" ? table.domainMin : table.domainMax) = reader.Numbers();
+        return;
     }
+    reader.FailIf(keyword != "LUT_3D_SIZE", "unknown keyword \"{}\"", keyword);
+    const double size = reader.Number();
+    reader.ExpectEnd();
+    reader.FailIf(size < 2 || size > kLargest || size != std::floor(size), "a table has 2 to {} points an axis",
+                  kLargest);
+    reader.FailIf(table.size != 0, "LUT_3D_SIZE stands here for the second time");
+    table.size = static_cast<std::size_t>(size);
 }
 
 } // namespace
 
 Triple CubeTable::At(const Triple &input) const {
-    std::size_t lower[3]; // grid point on each axis
-    double fraction[3];   // of the way to the next one
-    for (std::size_t axis = 0; axis < 3; ++axis) {
-        const double part = (input[axis] - domainMin[axis]) / (domainMax[axis] - domainMin[axis]);
-        const double place = std::clamp(part, 0.0, 1.0) * static_cast<double>(size - 1);
-        lower[axis] = std::min(static_cast<std::size_t>(place), size - 2);
-        fraction[axis] = place - static_cast<double>(lower[axis]);
-    }
     Triple output = {};
-    for (std::size_t corner = 0; corner < 8; ++corner) {
+    for (std::size_t corner = 0; corner < 8; ++corner) { // of the cell of the grid that the input lies in
         std::size_t at = 0;
         double weight = 1;
         for (std::size_t axis = 3; axis-- > 0;) {
+            const double part = (input[axis] - domainMin[axis]) / (domainMax[axis] - domainMin[axis]);
+            const double place = std::clamp(part, 0.0, 1.0) * static_cast<double>(size - 1);
+            const std::size_t lower = std::min(static_cast<std::size_t>(place), size - 2);
+            const double fraction = place - static_cast<double>(lower); // of the way to the next point
             const std::size_t upper = corner >> axis & 1;
-            at = at * size + lower[axis] + upper;
-            weight *= upper ? fraction[axis] : 1 - fraction[axis];
+            at = at * size + lower + upper;
+            weight *= upper ? fraction : 1 - fraction;
         }
         for (std::size_t channel = 0; channel < 3; ++channel)
             output[channel] += weight * entries[at][channel];
@@ -109,31 +104,25 @@ Triple CubeTable::At(const Triple &input) const {
 CubeTable ParseCube(std::string_view text, std::string_view name) {
     CubeTable table;
     LineReader reader{text, name};
+    const auto wanted = [&] { return table.size * table.size * table.size; };
     while (reader.Next()) {
-        const std::string_view word = reader.Word();
-        if (word.empty() || word == "TITLE")
+        if (reader.line.AtEnd())
             continue;
-        if (IsKeyword(word)) {
-            if (!table.entries.empty())
-                reader.Fail(fmt::format("\"{}\" stands among the table's entries", word));
-            ReadKeyword(reader, word, table);
-        } else {
-            if (table.size == 0)
-                reader.Fail("expected LUT_3D_SIZE before the first entry");
-            if (table.entries.size() == table.size * table.size * table.size)
-                reader.Fail(fmt::format("more than the {} entries of a table of {} points an axis",
-                                        table.entries.size(), table.size));
-            table.entries.push_back(reader.Numbers(word));
+        if (const char first = reader.line.rest()[0]; (first >= 'A' && first <= 'Z') || first == '_') {
+            ReadKeyword(reader, table);
+            continue;
         }
+        reader.FailIf(table.size == 0, "expected LUT_3D_SIZE before the first entry");
+        reader.FailIf(table.entries.size() == wanted(), "more than the {} entries of a table of {} points an axis",
+                      table.entries.size(), table.size);
+        table.entries.push_back(reader.Numbers());
     }
-    if (table.size == 0)
-        reader.Fail("the file ends without LUT_3D_SIZE");
-    const std::size_t wanted = table.size * table.size * table.size;
-    if (table.entries.size() != wanted)
-        reader.Fail(fmt::format("the file ends after {} of {} entries", table.entries.size(), wanted));
+    reader.FailIf(table.size == 0, "the file ends without LUT_3D_SIZE");
+    reader.FailIf(table.entries.size() != wanted(), "the file ends after {} of {} entries", table.entries.size(),
+                  wanted());
     for (std::size_t channel = 0; channel < 3; ++channel)
-        if (!(table.domainMin[channel] < table.domainMax[channel]))
-            throw UserError(fmt::format("{}: DOMAIN_MIN must lie below DOMAIN_MAX", name));
+        RefuseIf(!(table.domainMin[channel] < table.domainMax[channel]), "{}: DOMAIN_MIN must lie below DOMAIN_MAX",
+                 name);
     return table;
 }
 

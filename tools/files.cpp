@@ -19,6 +19,7 @@ namespace tools {
 namespace {
 
 using OpenFile = std::unique_ptr<std::FILE, int (*)(std::FILE *)>;
+constexpr const char *kNotWritten = "cannot be written";
 
 [[noreturn]] void Fail(const std::string &path, std::string_view what) {
     const std::string sentence = fmt::format("{}: {}: {}", path, what, std::strerror(errno));
@@ -27,36 +28,41 @@ using OpenFile = std::unique_ptr<std::FILE, int (*)(std::FILE *)>;
     throw UserError(sentence);
 }
 
+OpenFile Open(const std::string &path, const char *mode, const char *otherwise) {
+    OpenFile file(std::fopen(path.c_str(), mode), &std::fclose);
+    if (!file)
+        Fail(path, otherwise);
+    return file;
+}
+
 void WriteAll(int descriptor, const std::string &path, std::span<const unsigned char> bytes) {
     while (!bytes.empty()) {
         const ssize_t written = write(descriptor, bytes.data(), bytes.size());
         if (written < 0 && errno != EINTR)
-            Fail(path, "cannot be written");
+            Fail(path, kNotWritten);
         bytes = bytes.subspan(static_cast<std::size_t>(std::max<ssize_t>(written, 0)));
     }
 }
 
 /// Writes a new file beside `path`, which then takes the name. Until it has, signals that end the program wait.
 void Replace(const std::string &path, std::span<const unsigned char> bytes, mode_t mode, const struct stat *replaced) {
-    sigset_t ends;
+    sigset_t all;
     sigset_t before;
-    sigemptyset(&ends);
-    for (const int signal : {SIGHUP, SIGINT, SIGTERM})
-        sigaddset(&ends, signal);
-    sigprocmask(SIG_BLOCK, &ends, &before);
+    sigfillset(&all);
+    sigprocmask(SIG_BLOCK, &all, &before);
     const std::unique_ptr<sigset_t, void (*)(sigset_t *)> restored(
         &before, [](sigset_t *mask) { sigprocmask(SIG_SETMASK, mask, nullptr); });
     std::string temporary = path + ".XXXXXX";
     const int descriptor = mkstemp(temporary.data());
     if (descriptor < 0)
-        Fail(path, "cannot be written");
+        Fail(path, kNotWritten);
     OpenFile file(fdopen(descriptor, "wb"), &std::fclose);
     try {
         WriteAll(descriptor, path, bytes);
         const bool staysOthers = replaced && fchown(descriptor, replaced->st_uid, replaced->st_gid) != 0;
         if (fchmod(descriptor, staysOthers ? mode & 0777 : mode) != 0 || std::fclose(file.release()) != 0 ||
             rename(temporary.c_str(), path.c_str()) != 0)
-            Fail(path, "cannot be written");
+            Fail(path, kNotWritten);
     } catch (...) {
         unlink(temporary.c_str());
         throw;
@@ -84,50 +90,35 @@ Bytes ReadBytes(const std::string &path) {
     if (path == kStandardStream)
         return remembered[path] = ReadAll(stdin, "standard input");
     std::error_code ignored;
-    if (std::filesystem::is_directory(path, ignored))
-        throw UserError(fmt::format("{}: is a folder, not a file", path));
-    const OpenFile file(std::fopen(path.c_str(), "rb"), &std::fclose);
-    if (!file)
-        Fail(path, "cannot be opened");
-    Bytes bytes = ReadAll(file.get(), path);
+    RefuseIf(std::filesystem::is_directory(path, ignored), "{}: is a folder, not a file", path);
+    Bytes bytes = ReadAll(Open(path, "rb", "cannot be opened").get(), path);
     return std::filesystem::is_regular_file(path, ignored) ? std::move(bytes) : remembered[path] = std::move(bytes);
 }
 
 void WriteBytes(const std::string &path, std::span<const unsigned char> bytes) {
-    if (path == kStandardStream && isatty(STDOUT_FILENO) == 1)
-        throw UserError("standard output is a terminal, which would show bytes; name a file, or say >FILE");
+    RefuseIf(path == kStandardStream && isatty(STDOUT_FILENO) == 1,
+             "standard output is a terminal, which would show bytes; name a file, or say >FILE");
     if (path == kStandardStream)
         return WriteAll(STDOUT_FILENO, "standard output", bytes);
     struct stat there {};
     const bool exists = stat(path.c_str(), &there) == 0;
-    if (exists && !S_ISREG(there.st_mode)) {
-        const OpenFile file(std::fopen(path.c_str(), "wb"), &std::fclose);
-        if (!file)
-            Fail(path, "cannot be written");
-        return WriteAll(fileno(file.get()), path, bytes);
-    }
-    if (std::error_code ignored; !exists && std::filesystem::is_symlink(path, ignored))
-        throw UserError(fmt::format("{}: is a link that leads nowhere", path));
-    if (exists && ((there.st_mode & 0222) == 0 || access(path.c_str(), W_OK) != 0)) // the former for those who may all
-        throw UserError(fmt::format("{}: is write-protected", path));
-    const std::filesystem::path folder = std::filesystem::path(path).parent_path();
+    if (exists && !S_ISREG(there.st_mode))
+        return WriteAll(fileno(Open(path, "wb", kNotWritten).get()), path, bytes);
     std::error_code error;
-    if (!folder.empty() && !std::filesystem::create_directories(folder, error) && error)
-        throw UserError(fmt::format("{}: its folder cannot be made: {}", path, error.message()));
+    RefuseIf(!exists && std::filesystem::is_symlink(path, error), "{}: is a link that leads nowhere", path);
+    // The mode counts for those, too, who may write to all files.
+    RefuseIf(exists && ((there.st_mode & 0222) == 0 || access(path.c_str(), W_OK) != 0), "{}: is write-protected",
+             path);
+    const std::filesystem::path folder = std::filesystem::path(path).parent_path();
+    if (!folder.empty())
+        std::filesystem::create_directories(folder, error);
+    RefuseIf(!folder.empty() && error, "{}: its folder cannot be made: {}", path, error.message());
     const mode_t mask = umask(0);
     umask(mask);
     if (exists) // a link stays, and what it leads to is replaced
         Replace(std::filesystem::canonical(path).string(), bytes, there.st_mode & 07777, &there);
     else
         Replace(path, bytes, 0666 & ~mask, nullptr);
-}
-
-std::string_view AsText(std::span<const unsigned char> bytes) {
-    return {reinterpret_cast<const char *>(bytes.data()), bytes.size()};
-}
-
-std::span<const unsigned char> AsBytes(std::string_view text) {
-    return {reinterpret_cast<const unsigned char *>(text.data()), text.size()};
 }
 
 std::span<const unsigned char> AsBytes(const standin::MemoryBlock &block) {
@@ -142,8 +133,8 @@ void PutWords(Bytes &file, std::initializer_list<std::uint32_t> words) {
 
 std::string EndingOf(std::string_view path) {
     std::string ending = std::filesystem::path(path).extension().string();
-    std::transform(ending.begin(), ending.end(), ending.begin(),
-                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+    for (char &c : ending)
+        c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
     return ending;
 }
 

@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
+#include <fmt/format.h>
 #include <initializer_list>
 #include <span>
 #include <stdexcept>
@@ -22,6 +23,12 @@ using Bytes = std::vector<unsigned char>;
 struct UserError : std::runtime_error {
     using runtime_error::runtime_error;
 };
+
+/// Throws UserError with that text if it is so.
+template <class... Values> void RefuseIf(bool isSo, fmt::format_string<Values...> text, Values &&...values) {
+    if (isSo)
+        throw UserError(fmt::format(text, std::forward<Values>(values)...));
+}
 
 /// What could not be written though it might have been: the disk is full, or a file has reached the limit of its size.
 struct WriteFailed : std::runtime_error {
@@ -53,8 +60,12 @@ Bytes ReadAll(std::FILE *file, const std::string &name);
 /// was there untouched.
 void WriteBytes(const std::string &path, std::span<const unsigned char> bytes);
 
-std::string_view AsText(std::span<const unsigned char> bytes);
-std::span<const unsigned char> AsBytes(std::string_view text);
+inline std::string_view AsText(std::span<const unsigned char> bytes) {
+    return {reinterpret_cast<const char *>(bytes.data()), bytes.size()};
+}
+inline std::span<const unsigned char> AsBytes(std::string_view text) {
+    return {reinterpret_cast<const unsigned char *>(text.data()), text.size()};
+}
 std::span<const unsigned char> AsBytes(const standin::MemoryBlock &block); ///< as long as it lives
 
 /// The number that so many bytes from there on are, the lowest or the highest first.

@@ -61,9 +61,8 @@ const std::vector<Format> &Formats() {
 }
 
 bool StartsWith(std::string_view text, std::string_view start) {
-    return text.size() >= start.size() &&
-           std::equal(start.begin(), start.end(), text.begin(),
-                      [](char wanted, char is) { return wanted == '?' || wanted == is; });
+    return std::ranges::equal(text.substr(0, start.size()), start,
+                              [](char is, char wanted) { return wanted == '?' || wanted == is; });
 }
 
 const Format *FormatOfContent(std::string_view file) {
@@ -76,8 +75,7 @@ const Format *FormatOfContent(std::string_view file) {
 constexpr std::size_t kTellingBytes = 1000; ///< at the start of a file
 
 bool IsText(std::string_view file) {
-    const std::string_view head = file.substr(0, kTellingBytes);
-    return std::all_of(head.begin(), head.end(), [](char c) {
+    return std::ranges::all_of(file.substr(0, kTellingBytes), [](char c) {
         return static_cast<unsigned char>(c) >= 0x80 || std::isprint(c) || std::isspace(c);
     });
 }
@@ -89,6 +87,7 @@ const Format *FormatOfPath(std::string_view path) {
     return nullptr;
 }
 
+constexpr const char *kWritten = ".png, .jpg, .jpeg, .webp or .bmp";
 constexpr const char *kKnown = kHasCodecs ? "PNG, JPEG, WebP, TIFF and BMP files are read" : "BMP files are read";
 
 const Format &FormatOf(File file, const std::string &path) {
@@ -96,18 +95,16 @@ const Format &FormatOf(File file, const std::string &path) {
     if (const Format *format = FormatOfContent(text)) {
         if (format->read)
             return *format;
-        if (!format->endings.empty() || format->name == "TIFF")
-            throw UserError(fmt::format(
-                "{}: is a {} file, and this kvt, built without picture codecs, reads and writes BMP alone; a kvt with "
-                "codecs, as 64-bit ones are, turns one into the other:\n  kvt apply {} -o {}",
-                path, format->name, path == kStandardStream ? "FILE" : path,
-                EndingOf(path) == ".bmp" ? "FILE.png" : "FILE.bmp"));
+        RefuseIf(!format->endings.empty() || format->name == "TIFF",
+                 "{}: is a {} file, and this kvt, built without picture codecs, reads and writes BMP alone; a kvt with "
+                 "codecs, as 64-bit ones are, turns one into the other:\n  kvt apply {} -o {}",
+                 path, format->name, path == kStandardStream ? "FILE" : path,
+                 EndingOf(path) == ".bmp" ? "FILE.png" : "FILE.bmp");
         throw UserError(fmt::format("{}: is a file of the kind {}, which is not read; {}", path, format->name, kKnown));
     }
     for (const Format &format : Formats())
-        if (text.size() > 1 && !format.endings.empty() && StartsWith(format.start, text))
-            throw UserError(
-                fmt::format("{}: is damaged: it ends within what a {} file begins with", path, format.name));
+        RefuseIf(text.size() > 1 && !format.endings.empty() && StartsWith(format.start, text),
+                 "{}: is damaged: it ends within what a {} file begins with", path, format.name);
     const char *what = text.empty()    ? "is empty"
                        : !IsText(text) ? "is no picture of a kind that is known"
                        : text.substr(0, kTellingBytes).find("<svg") == text.npos
@@ -120,14 +117,12 @@ const Format &WritableFormat(const std::string &path) {
     const Format *format = FormatOfPath(path);
     if (format && format->write)
         return *format;
-    if (format && !kHasCodecs)
-        throw UserError(fmt::format("{}: this kvt, built without picture codecs, writes BMP alone; a kvt with codecs, "
-                                    "as 64-bit ones are, turns that into others:\n  kvt apply FILE.bmp -o {}",
-                                    path, path));
-    throw UserError(format ? fmt::format("{}: {} files are read and not written; pictures are written as .png, .jpg, "
-                                         ".jpeg, .webp or .bmp",
-                                         path, format->name)
-                           : fmt::format("{}: a picture's name ends in .png, .jpg, .jpeg, .webp or .bmp", path));
+    RefuseIf(!format, "{}: a picture's name ends in {}", path, kWritten);
+    RefuseIf(kHasCodecs, "{}: {} files are read and not written; pictures are written as {}", path, format->name,
+             kWritten);
+    throw UserError(fmt::format("{}: this kvt, built without picture codecs, writes BMP alone; a kvt with codecs, as "
+                                "64-bit ones are, turns that into others:\n  kvt apply FILE.bmp -o {}",
+                                path, path));
 }
 
 Pixels PixelsOf(Image &image) {
@@ -135,15 +130,11 @@ Pixels PixelsOf(Image &image) {
     return {image.width, image.height, image.pixels.data(), std::ptrdiff_t{4} * image.width, form};
 }
 
-PixelForm FormOf(const standin::Picture &picture) {
-    return {picture.layout, picture.description.hasAlphaChannel, picture.layout != Layout::RowTable};
-}
-
-Pixels PixelsOf(standin::Picture &picture) {
-    const auto rowsLieInOrder = picture.height < 2 || picture.Row(1) == picture.Row(0) + picture.pitch;
-    if (!rowsLieInOrder)
+Pixels PixelsOf(const standin::Picture &picture) {
+    if (picture.height > 1 && picture.Row(1) != picture.Row(0) + picture.pitch)
         throw std::logic_error("the host scatters the rows of this picture");
-    return {picture.width, picture.height, picture.Row(0), picture.pitch, FormOf(picture)};
+    const PixelForm form = {picture.layout, picture.description.hasAlphaChannel, picture.layout != Layout::RowTable};
+    return {picture.width, picture.height, picture.Row(0), picture.pitch, form};
 }
 
 standin::Ref MakeUnset(standin::Host &host, int width, int height, bool hasAlpha) {
@@ -177,19 +168,17 @@ void Read(const std::string &path, const formats::MakePixels &make) {
 bool IsOpaque(const Pixels &pixels) {
     const unsigned opaque = standin::OpaqueExtra(pixels.form.layout);
     const std::ptrdiff_t at = pixels.form.layout == Layout::AlphaLow ? 0 : 3;
-    for (int y = 0; y < pixels.height; ++y) {
-        const unsigned char *row = pixels.Row(y);
+    for (int y = 0; y < pixels.height; ++y)
         for (std::ptrdiff_t x = 0; x < pixels.width; ++x)
-            if (row[4 * x + at] != opaque)
+            if (pixels.Row(y)[4 * x + at] != opaque)
                 return false;
-    }
     return true;
 }
 
 PictureFile Write(const std::string &path, const Pixels &pixels, const formats::Tags &tags, int quality) {
     const Format &format = WritableFormat(path);
-    if (pixels.width < 1 || pixels.height < 1)
-        throw UserError(fmt::format("{}: a picture of {} x {} cannot be saved", path, pixels.width, pixels.height));
+    RefuseIf(pixels.width < 1 || pixels.height < 1, "{}: a picture of {} x {} cannot be saved", path, pixels.width,
+             pixels.height);
     PictureFile file;
     const auto note = [&](std::string_view what) {
         file.notes.push_back(fmt::format("{}: {} is lost, which a {} file does not hold", path, what, format.name));
@@ -209,19 +198,12 @@ PictureFile Write(const std::string &path, const Pixels &pixels, const formats::
     return file;
 }
 
-void SetPixels(standin::Picture &picture, const Image &image) {
-    for (int y = 0; y < image.height; ++y) {
-        std::memcpy(picture.Row(y), image.At(0, y), std::size_t{4} * static_cast<std::size_t>(image.width));
-        formats::ToForm(picture.Row(y), image.width, FormOf(picture));
-    }
-}
+void SetPixels(standin::Picture &picture, Image image) { formats::PlaceTurned(PixelsOf(image), 1, PixelsOf(picture)); }
 
 } // namespace
 
 Image MakeImage(int width, int height, bool hasAlpha) {
-    Image image{width, height, hasAlpha, {}};
-    image.pixels.resize(static_cast<std::size_t>(width) * static_cast<std::size_t>(height) * 4);
-    return image;
+    return {width, height, hasAlpha, Bytes(static_cast<std::size_t>(width) * static_cast<std::size_t>(height) * 4)};
 }
 
 std::string_view KindOf(File file) {
@@ -270,8 +252,11 @@ standin::Ref MakePicture(standin::Host &host, const Image &image) {
 
 Image ImageOf(const standin::Picture &picture) {
     Image image = MakeImage(picture.width, picture.height, picture.description.hasAlphaChannel);
-    for (int y = 0; y < image.height; ++y)
-        formats::FromForm(picture.Row(y), image.At(0, y), image.width, FormOf(picture));
+    const Pixels pixels = PixelsOf(picture);
+    for (int y = 0; y < image.height; ++y) {
+        std::copy_n(pixels.Row(y), std::size_t{4} * static_cast<std::size_t>(image.width), image.At(0, y));
+        formats::FromForm(image.At(0, y), image.width, pixels.form);
+    }
     return image;
 }
 
@@ -289,7 +274,7 @@ void SetColors(standin::Picture &picture, const Image &colors) {
     Image image = ImageOf(picture);
     for (std::size_t at = 0; at < image.pixels.size(); at += 4)
         std::copy_n(&colors.pixels[at], 3, &image.pixels[at]);
-    SetPixels(picture, image);
+    SetPixels(picture, std::move(image));
 }
 
 } // namespace tools

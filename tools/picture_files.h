@@ -72,8 +72,8 @@ struct PictureFile {
     Bytes bytes;
     std::vector<std::string> notes; ///< what the file cannot hold, a sentence each
 };
-/// A picture file of the kind that the path's ending says, straight from a picture, whose rows are in order and which
-/// loses its alpha where the file holds none: JPEG files lie on white. Throws UserError.
+/// A picture file of the kind that the path's ending says, straight from a picture, whose rows are in order and whose
+/// pixels are used up. Where the file holds no alpha, it lies on white. Throws UserError.
 PictureFile FileOf(const std::string &path, standin::Picture &picture, const formats::Tags &tags,
                    int quality = kUsualQuality);
 

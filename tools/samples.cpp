@@ -10,8 +10,6 @@
 namespace tools {
 namespace {
 
-constexpr int kLargestSide = 32767;
-
 double Mix(double a, double b, double t) { return a + (b - a) * t; }
 Triple Mix(const Triple &a, const Triple &b, double t) {
     return {Mix(a[0], b[0], t), Mix(a[1], b[1], t), Mix(a[2], b[2], t)};
@@ -113,15 +111,15 @@ int ToLevel(double level) { return static_cast<int>(std::clamp(level, 0.0, 255.0
 } // namespace
 
 std::pair<int, int> ParseSize(std::string_view text) {
-    const std::size_t sign = std::min(text.find('x'), text.size());
-    const auto side = [&](std::string_view digits) {
-        int number = 0;
-        const auto parsed = std::from_chars(digits.data(), digits.data() + digits.size(), number);
-        if (parsed.ptr != digits.data() + digits.size() || number < 1 || number > kLargestSide)
-            throw UserError(fmt::format("--size {}: expected WxH, each from 1 to {}", text, kLargestSide));
-        return number;
-    };
-    return {side(text.substr(0, sign)), side(text.substr(std::min(sign + 1, text.size())))};
+    int width = 0;
+    int height = 0;
+    const char *const end = text.data() + text.size();
+    const char *sign = std::from_chars(text.data(), end, width).ptr;
+    if (sign != end && *sign == 'x')
+        sign = std::from_chars(sign + 1, end, height).ptr;
+    RefuseIf(sign != end || std::min(width, height) < 1 || std::max(width, height) > formats::kMostSide,
+             "--size {}: expected WxH, each from 1 to {}", text, formats::kMostSide);
+    return {width, height};
 }
 
 Image SamplePicture(int width, int height, bool withAlpha) {
@@ -136,24 +134,11 @@ Bytes SampleSound() {
     constexpr int kRate = 16000;
     constexpr int kSamples = 2 * kRate;
     constexpr double kSyllable = 0.22; ///< seconds
+    const auto tag = [](std::string_view text) { return LittleEndian(AsBytes(text), 0, 4); };
     Bytes file;
-    const auto tag = [&](std::string_view text) { file.insert(file.end(), text.begin(), text.end()); };
-    const auto number = [&](int value, int bytes) {
-        for (int i = 0; i < bytes; ++i)
-            file.push_back(static_cast<unsigned char>(value >> 8 * i));
-    };
-    tag("RIFF");
-    number(36 + 2 * kSamples, 4); // what follows
-    tag("WAVEfmt ");
-    number(16, 4);
-    number(1, 2); // uncompressed
-    number(1, 2); // channel
-    number(kRate, 4);
-    number(2 * kRate, 4); // bytes a second
-    number(2, 2);         // bytes a sample
-    number(16, 2);
-    tag("data");
-    number(2 * kSamples, 4);
+    PutWords(file, {tag("RIFF"), 36 + 2 * kSamples /* what follows */, tag("WAVE"), tag("fmt "), 16,
+                    1U | 1U << 16 /* uncompressed, one channel */, kRate, 2 * kRate /* bytes a second */,
+                    2U | 16U << 16 /* bytes and bits a sample */, tag("data"), 2 * kSamples});
     double phase = 0;
     for (int i = 0; i < kSamples; ++i) {
         const double time = i / static_cast<double>(kRate);
@@ -166,7 +151,8 @@ Bytes SampleSound() {
         const double voice = 0.5 * Wave(phase) + Mix(0.1, 0.4, vowel) * Wave(3 * phase) +
                              Mix(0.4, 0.1, vowel) * Wave(7 * phase) + 0.08 * Wave(19 * phase);
         const double breath = Step(0.2, 0, inside) * (Hash(i, 5) - 0.5);
-        number(static_cast<int>(32767 * std::clamp(envelope * voice + 0.3 * loudness * breath, -1.0, 1.0)), 2);
+        const int sample = static_cast<int>(32767 * std::clamp(envelope * voice + 0.3 * loudness * breath, -1.0, 1.0));
+        file.insert(file.end(), {static_cast<unsigned char>(sample), static_cast<unsigned char>(sample >> 8)});
     }
     return file;
 }

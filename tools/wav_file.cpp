@@ -33,38 +33,31 @@ std::span<const unsigned char> Chunk(std::span<const unsigned char> file, std::s
 } // namespace
 
 Sound ReadWav(std::span<const unsigned char> file, std::string_view name) {
-    const auto fail = [&](std::string_view why) { throw UserError(fmt::format("{}: {}", name, why)); };
-    if (!HasTag(file, 0, "RIFF") || !HasTag(file, 8, "WAVE"))
-        fail("is no WAV file");
+    RefuseIf(!HasTag(file, 0, "RIFF") || !HasTag(file, 8, "WAVE"), "{}: is no WAV file", name);
     const auto format = Chunk(file, "fmt ");
-    if (format.size() < kFormatBytes)
-        fail("the WAV file does not say how its samples are stored");
+    RefuseIf(format.size() < kFormatBytes, "{}: the WAV file does not say how its samples are stored", name);
     std::uint32_t coding = LittleEndian(format, 0, 2);
     if (coding == kExtensible && format.size() >= kSubformatAt + 2)
         coding = LittleEndian(format, kSubformatAt, 2);
     const std::uint32_t channels = LittleEndian(format, 2, 2);
     const std::uint32_t frameBytes = LittleEndian(format, 12, 2);
     const std::uint32_t bits = LittleEndian(format, 14, 2);
-    if (coding != kPcm || (bits != 8 && bits != 16))
-        fail(fmt::format("only uncompressed samples of 8 or 16 bits can be used, not {} bits of coding {}", bits,
-                         coding));
+    RefuseIf(coding != kPcm || (bits != 8 && bits != 16),
+             "{}: only uncompressed samples of 8 or 16 bits can be used, not {} bits of coding {}", name, bits, coding);
     const std::uint32_t sampleBytes = bits / 8;
-    if (channels == 0 || frameBytes != channels * sampleBytes)
-        fail(fmt::format("the WAV file contradicts itself: {} channels of {} bits in {} bytes", channels, bits,
-                         frameBytes));
+    RefuseIf(channels == 0 || frameBytes != channels * sampleBytes,
+             "{}: the WAV file contradicts itself: {} channels of {} bits in {} bytes", name, channels, bits,
+             frameBytes);
     const auto data = Chunk(file, "data");
-    if (data.size() < frameBytes)
-        fail("the WAV file holds no samples");
+    RefuseIf(data.size() < frameBytes, "{}: the WAV file holds no samples", name);
     Sound sound{bits == 8 ? 8 : 15, {}};
-    const std::size_t dataAt = static_cast<std::size_t>(data.data() - file.data());
-    const std::uint32_t promised = LittleEndian(file, dataAt - 4, 4);
+    const std::uint32_t promised = LittleEndian({data.data() - 4, 4}, 0, 4);
     constexpr std::uint32_t kUntold = 0xFFFFFFFF; // what programs write that send sound through a pipe
     if (promised > data.size() && promised != kUntold)
         sound.loss = fmt::format("is cut off: {} of {} bytes of samples are there", data.size(), promised);
     sound.samples.reserve(data.size() / channels);
     for (std::size_t at = 0; at + frameBytes <= data.size(); at += frameBytes)
-        sound.samples.insert(sound.samples.end(), data.begin() + static_cast<std::ptrdiff_t>(at),
-                             data.begin() + static_cast<std::ptrdiff_t>(at + sampleBytes));
+        sound.samples.insert(sound.samples.end(), &data[at], &data[at] + sampleBytes);
     return sound;
 }
 

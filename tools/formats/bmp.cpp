@@ -16,11 +16,11 @@ constexpr std::uint32_t kMasks = 3;    ///< how pixels are packed: as masks in t
 } // namespace
 
 void ReadBmp(File file, const MakePixels &make) {
-    if (file.size() < kFileHeader + kOldHeader || file.size() > INT32_MAX)
-        throw UserError("is damaged: no BMP file has that length");
+    RefuseIf(file.size() < kFileHeader + kOldHeader || file.size() > INT32_MAX,
+             "is damaged: no BMP file has that length");
     const std::size_t header = LittleEndian(file, kFileHeader, 4);
-    if (header != kOldHeader && (header < 40 || file.size() < kFileHeader + header))
-        throw UserError("is damaged: its header is none of a BMP file");
+    RefuseIf(header != kOldHeader && (header < 40 || file.size() < kFileHeader + header),
+             "is damaged: its header is none of a BMP file");
     const bool isOld = header == kOldHeader;
     const std::int64_t width = LittleEndian(file, 18, isOld ? 2 : 4);
     const std::int64_t height = isOld ? LittleEndian(file, 20, 2)
@@ -29,8 +29,8 @@ void ReadBmp(File file, const MakePixels &make) {
     const std::uint32_t packing = isOld ? 0 : LittleEndian(file, 30, 4);
     Info info = CheckedSize(width, height, file.size(), 8);
     const auto needed = LittleEndian(file, 10, 4) + static_cast<std::uint64_t>((width * bits + 31) / 32 * 4 * height);
-    if (file.size() < needed && (packing == 0 || packing == kMasks))
-        throw UserError(fmt::format("is damaged: it has {} bytes of {}", file.size(), needed));
+    RefuseIf(file.size() < needed && (packing == 0 || packing == kMasks), "is damaged: it has {} bytes of {}",
+             file.size(), needed);
     if (!isOld) {
         info.tags.perMeterX = LittleEndian(file, 38, 4);
         info.tags.perMeterY = LittleEndian(file, 42, 4);
@@ -39,8 +39,7 @@ void ReadBmp(File file, const MakePixels &make) {
     const std::unique_ptr<stbi_uc, void (*)(void *)> read(
         stbi_load_from_memory(file.data(), static_cast<int>(file.size()), &info.width, &info.height, &channels, 4),
         &stbi_image_free);
-    if (!read)
-        throw UserError(fmt::format("is damaged or of a kind of BMP that is not read: {}", stbi_failure_reason()));
+    RefuseIf(!read, "is damaged or of a kind of BMP that is not read: {}", stbi_failure_reason());
     info.hasAlpha = channels == 4 && packing != 0; // without masks, a fourth byte says nothing
     const Pixels pixels = make(info);
     const std::size_t bytes = std::size_t{4} * static_cast<std::size_t>(width);
@@ -59,8 +58,7 @@ Bytes WriteBmp(const Pixels &pixels, const Tags &tags, int) {
     const std::size_t pitch = (bytes + 3) / 4 * 4;
     const auto start = static_cast<std::uint32_t>(kFileHeader) + header;
     const std::size_t size = start + pitch * static_cast<std::size_t>(pixels.height);
-    if (size > UINT32_MAX)
-        throw UserError("a BMP file has less than 4 GB");
+    RefuseIf(size > UINT32_MAX, "a BMP file has less than 4 GB");
     Bytes file = {'B', 'M'};
     Reserve(file, size);
     PutWords(file, {static_cast<std::uint32_t>(size), 0, start, header, static_cast<std::uint32_t>(pixels.width),
@@ -69,16 +67,16 @@ Bytes WriteBmp(const Pixels &pixels, const Tags &tags, int) {
     if (alpha)
         PutWords(file, {0xFF0000, 0xFF00, 0xFF, 0xFF000000, 0x73524742 /* the profile is sRGB */});
     file.resize(start);
-    Bytes row(width * 4);
     for (int y = pixels.height; y-- > 0;) {
-        FromForm(pixels.Row(y), row.data(), pixels.width, pixels.form);
+        unsigned char *row = pixels.Row(y);
+        FromForm(row, pixels.width, pixels.form);
         for (std::size_t x = 0; alpha && x < width; ++x)
             std::swap(row[4 * x], row[4 * x + 2]);
         if (!alpha) {
-            ToForm(row.data(), pixels.width, {standin::Layout::RowTable});
-            DropFourth(row.data(), pixels.width);
+            ToForm(row, pixels.width, {standin::Layout::RowTable});
+            DropFourth(row, pixels.width);
         }
-        file.insert(file.end(), row.data(), row.data() + bytes);
+        file.insert(file.end(), row, row + bytes);
         file.resize(file.size() + pitch - bytes);
     }
     return file;

@@ -60,11 +60,12 @@ struct Pixels {
 };
 
 // Rows. Red, green, blue, alpha, not premultiplied, is what files hold; forms are what memory holds.
-void ToForm(unsigned char *row, int width, const PixelForm &form); ///< in place, from what files hold
-void FromForm(const unsigned char *row, unsigned char *rgba, int width, const PixelForm &form);
-void Flatten(unsigned char *row, int width, const PixelForm &form); ///< in place: opaque, where clear on white
-void DropFourth(unsigned char *row, int width); ///< in place: three bytes a pixel are left, one behind the other
-/// In place, from cyan, magenta, yellow, black to what files hold.
+// All are changed in place.
+void ToForm(unsigned char *row, int width, const PixelForm &form);   ///< from what files hold
+void FromForm(unsigned char *row, int width, const PixelForm &form); ///< to it
+void Flatten(unsigned char *row, int width, const PixelForm &form);  ///< opaque, where clear on white
+void DropFourth(unsigned char *row, int width); ///< three bytes a pixel are left, one behind the other
+/// From cyan, magenta, yellow, black to what files hold.
 void FromCmyk(unsigned char *row, int width, bool isInverted);
 /// Turns a whole picture of what files hold.
 void PlaceTurned(const Pixels &from, int orientation, const Pixels &to);
@@ -82,7 +83,8 @@ void ReadWebp(File file, const MakePixels &make);
 void ReadTiff(File file, const MakePixels &make);
 void ReadBmp(File file, const MakePixels &make);
 
-// Writers throw a UserError for what a file of that kind cannot hold. Quality is 1 to 100, where it means something.
+// Writers throw a UserError for what a file of that kind cannot hold, and use the pixels up: their rows are turned into
+// the file's where they stand. Quality is 1 to 100, where it means something.
 Bytes WritePng(const Pixels &pixels, const Tags &tags, int quality);
 Bytes WriteJpeg(const Pixels &pixels, const Tags &tags, int quality); ///< of opaque pixels
 Bytes WriteWebp(const Pixels &pixels, const Tags &tags, int quality);

@@ -172,8 +172,7 @@ Bytes WriteBands(const Pixels &pixels, int quality) {
 Bytes WriteJpeg(const Pixels &pixels, const Tags &tags, int quality) {
     constexpr std::size_t kMostInChunk = kMostInSegment - kHeadingOfChunk;
     const std::size_t chunks = (tags.profile.size() + kMostInChunk - 1) / kMostInChunk;
-    if (chunks > 255)
-        throw UserError("a JPEG file holds no profile of more than 16 MB");
+    RefuseIf(chunks > 255, "a JPEG file holds no profile of more than 16 MB");
     Bytes file = WriteBands(pixels, quality);
     if (const double perInchX = tags.perMeterX * kInch + 0.5, perInchY = tags.perMeterY * kInch + 0.5;
         perInchX >= 1 && perInchY >= 1 && perInchX < 65536 && perInchY < 65536) {

@@ -89,9 +89,8 @@ void ToForm(unsigned char *row, int width, const PixelForm &form) {
     ChangeWords(row, width, form, []<PixelForm kForm>(std::uint32_t word) { return Formed<kForm>(word); });
 }
 
-void FromForm(const unsigned char *row, unsigned char *rgba, int width, const PixelForm &form) {
-    std::memcpy(rgba, row, static_cast<std::size_t>(width) * 4);
-    ChangeWords(rgba, width, form, []<PixelForm kForm>(std::uint32_t word) { return Unformed<kForm>(word); });
+void FromForm(unsigned char *row, int width, const PixelForm &form) {
+    ChangeWords(row, width, form, []<PixelForm kForm>(std::uint32_t word) { return Unformed<kForm>(word); });
 }
 
 void Flatten(unsigned char *row, int width, const PixelForm &form) {
@@ -148,14 +147,12 @@ void PlaceTurned(const Pixels &from, int orientation, const Pixels &to) {
 }
 
 Info CheckedSize(std::int64_t width, std::int64_t height, std::size_t bytes, double mostPixels) {
-    if (width < 1 || height < 1)
-        throw UserError("its picture has no pixels");
-    if (width > kMostSide || height > kMostSide || width * height > kMostPixels)
-        throw UserError(
-            fmt::format("its picture of {} x {} is larger than the {} on a side and {} pixels that are read", width,
-                        height, kMostSide, kMostPixels));
-    if (static_cast<double>(width * height) > static_cast<double>(bytes) * mostPixels)
-        throw UserError(fmt::format("is damaged: {} bytes cannot hold a picture of {} x {}", bytes, width, height));
+    RefuseIf(width < 1 || height < 1, "its picture has no pixels");
+    RefuseIf(width > kMostSide || height > kMostSide || width * height > kMostPixels,
+             "its picture of {} x {} is larger than the {} on a side and {} pixels that are read", width, height,
+             kMostSide, kMostPixels);
+    RefuseIf(static_cast<double>(width * height) > static_cast<double>(bytes) * mostPixels,
+             "is damaged: {} bytes cannot hold a picture of {} x {}", bytes, width, height);
     Info info;
     info.width = static_cast<int>(width);
     info.height = static_cast<int>(height);

@@ -14,10 +14,7 @@ using Context = std::unique_ptr<spng_ctx, void (*)(spng_ctx *)>;
 constexpr double kMostInflated = 1032; ///< bytes that one byte of a deflated stream can become
 constexpr std::size_t kMostInChunk = std::size_t{64} << 20;
 
-void Check(int error) {
-    if (error != SPNG_OK)
-        throw UserError(fmt::format("is damaged: {}", spng_strerror(error)));
-}
+void Check(int error) { RefuseIf(error != SPNG_OK, "is damaged: {}", spng_strerror(error)); }
 
 /// What libspng leaves to its callers: where a chunk tells of more frames, or how the picture is to be turned.
 void LookThroughChunks(File file, Info &info) {
@@ -119,12 +116,12 @@ Bytes WritePng(const Pixels &pixels, const Tags &tags, int) {
     if (tags.perMeterX > 0)
         Check(spng_set_phys(context.get(), &resolution));
     Check(spng_encode_image(context.get(), nullptr, 0, SPNG_FMT_PNG, SPNG_ENCODE_PROGRESSIVE | SPNG_ENCODE_FINALIZE));
-    Bytes row(width * 4);
     for (int y = 0; y < pixels.height; ++y) {
-        FromForm(pixels.Row(y), row.data(), pixels.width, pixels.form);
+        unsigned char *row = pixels.Row(y);
+        FromForm(row, pixels.width, pixels.form);
         if (!pixels.form.hasAlpha)
-            DropFourth(row.data(), pixels.width);
-        if (const int error = spng_encode_row(context.get(), row.data(), bytes); error != SPNG_EOI)
+            DropFourth(row, pixels.width);
+        if (const int error = spng_encode_row(context.get(), row, bytes); error != SPNG_EOI)
             Check(error);
     }
     return file;

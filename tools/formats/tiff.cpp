@@ -8,6 +8,47 @@
 #include <tiffio.h>
 
 namespace tools::formats {
+
+void TakeResolution(double across, double down, int unit, Tags &tags) {
+    const double unitsPerMeter = unit == 2 ? 1 / kInch : unit == 3 ? 100 : 0;
+    if (across > 0 && down > 0) {
+        tags.perMeterX = across * unitsPerMeter;
+        tags.perMeterY = down * unitsPerMeter;
+    }
+}
+
+void ReadExif(File exif, Info &info) {
+    constexpr std::string_view kHeading("Exif\0\0", 6);
+    if (AsText(exif).starts_with(kHeading))
+        exif = exif.subspan(kHeading.size());
+    const bool bigEndian = AsText(exif).starts_with("MM");
+    const auto number = [&](std::size_t at, std::size_t bytes) -> std::uint32_t { // what lies outside is 0
+        if (at > exif.size() || bytes > exif.size() - at)
+            return 0;
+        return bigEndian ? BigEndian(exif, at, bytes) : LittleEndian(exif, at, bytes);
+    };
+    const auto ratio = [&](std::size_t at) {
+        const double below = number(at + 4, 4);
+        return below == 0 ? 0 : number(at, 4) / below;
+    };
+    double resolution[2] = {}; // across and down
+    std::uint32_t unit = 2;
+    const std::size_t entries = number(4, 4) + std::size_t{2};
+    const std::size_t end = entries + std::size_t{12} * number(entries - 2, 2);
+    for (std::size_t at = entries; at < end; at += 12) {
+        const std::uint32_t tag = number(at, 2);
+        const std::uint32_t value = number(at + 8, 2);
+        if (tag == 0x112 && value >= 1 && value <= 8)
+            info.orientation = static_cast<int>(value);
+        else if (tag == 0x11A || tag == 0x11B)
+            resolution[tag - 0x11A] = ratio(number(at + 8, 4));
+        else if (tag == 0x128)
+            unit = value;
+    }
+    if (info.tags.perMeterX == 0)
+        TakeResolution(resolution[0], resolution[1], static_cast<int>(unit), info.tags);
+}
+
 namespace {
 
 constexpr tmsize_t kMostMemory = tmsize_t{1} << 30; ///< of one allocation
@@ -146,10 +187,9 @@ void ReadTiff(File file, const MakePixels &make) {
         for (std::uint32_t y = 0; y < count; ++y) {
             const auto *from = reinterpret_cast<const unsigned char *>(rows.data() + std::size_t{y} * width);
             unsigned char *row = pixels.Row(static_cast<int>(top + y));
+            std::copy_n(from, std::size_t{4} * width, row);
             if (info.hasAlpha && !isStraight)
-                FromForm(from, row, pixels.width, {standin::Layout::AlphaHigh, true, true});
-            else
-                std::copy_n(from, std::size_t{4} * width, row);
+                FromForm(row, pixels.width, {standin::Layout::AlphaHigh, true, true});
             if (isCmyk)
                 FromCmyk(row, pixels.width, false);
             ToForm(row, pixels.width, pixels.form);

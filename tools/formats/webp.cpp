@@ -41,8 +41,8 @@ void ReadWebp(File file, const MakePixels &make) {
     const WebPData data = {file.data(), file.size()};
     const Demuxer demuxer(WebPDemux(&data), &WebPDemuxDelete);
     WebPIterator frame = {};
-    if (!demuxer || !WebPDemuxGetFrame(demuxer.get(), 1, &frame))
-        throw UserError("is damaged: it ends early or its chunks are broken");
+    RefuseIf(!demuxer || !WebPDemuxGetFrame(demuxer.get(), 1, &frame),
+             "is damaged: it ends early or its chunks are broken");
     const std::unique_ptr<WebPIterator, void (*)(WebPIterator *)> released(&frame, &WebPDemuxReleaseIterator);
     const std::uint32_t width = WebPDemuxGetI(demuxer.get(), WEBP_FF_CANVAS_WIDTH);
     const std::uint32_t height = WebPDemuxGetI(demuxer.get(), WEBP_FF_CANVAS_HEIGHT);
@@ -59,38 +59,25 @@ void ReadWebp(File file, const MakePixels &make) {
     const Pixels pixels = make(info);
     for (int y = 0; !isWhole && y < pixels.height; ++y)
         std::fill_n(pixels.Row(y), std::ptrdiff_t{4} * pixels.width, static_cast<unsigned char>(0));
-    WebPDecoderConfig config;
-    WebPInitDecoderConfig(&config);
-    config.output.colorspace = MODE_RGBA;
-    config.output.is_external_memory = 1;
-    config.output.u.RGBA.rgba = pixels.Row(frame.y_offset) + std::ptrdiff_t{4} * frame.x_offset;
-    config.output.u.RGBA.stride = static_cast<int>(pixels.pitch);
-    config.output.u.RGBA.size =
-        static_cast<std::size_t>((frame.height - 1) * pixels.pitch + std::ptrdiff_t{4} * frame.width);
-    const VP8StatusCode status = WebPDecode(frame.fragment.bytes, frame.fragment.size, &config);
-    if (status == VP8_STATUS_OUT_OF_MEMORY)
-        throw std::bad_alloc();
-    if (status != VP8_STATUS_OK)
-        throw UserError(status == VP8_STATUS_NOT_ENOUGH_DATA       ? "is damaged: it ends early"
-                        : status == VP8_STATUS_UNSUPPORTED_FEATURE ? "is damaged: it uses what libwebp lacks"
-                                                                   : "is damaged: its data is broken");
+    const std::ptrdiff_t size = (frame.height - 1) * pixels.pitch + std::ptrdiff_t{4} * frame.width;
+    RefuseIf(!WebPDecodeRGBAInto(frame.fragment.bytes, frame.fragment.size,
+                                 pixels.Row(frame.y_offset) + std::ptrdiff_t{4} * frame.x_offset,
+                                 static_cast<std::size_t>(size), static_cast<int>(pixels.pitch)),
+             "is damaged, or takes more memory than there is");
     for (int y = 0; y < pixels.height; ++y)
         ToForm(pixels.Row(y), pixels.width, pixels.form);
 }
 
 Bytes WriteWebp(const Pixels &pixels, const Tags &tags, int quality) {
-    if (pixels.width > WEBP_MAX_DIMENSION || pixels.height > WEBP_MAX_DIMENSION)
-        throw UserError(fmt::format("a WebP picture has {} pixels on a side at the most", WEBP_MAX_DIMENSION));
-    const std::size_t pitch = std::size_t{4} * static_cast<std::size_t>(pixels.width);
-    const auto rgba = std::make_unique_for_overwrite<unsigned char[]>(pitch * static_cast<std::size_t>(pixels.height));
+    RefuseIf(std::max(pixels.width, pixels.height) > WEBP_MAX_DIMENSION,
+             "a WebP picture has {} pixels on a side at the most", WEBP_MAX_DIMENSION);
     for (int y = 0; y < pixels.height; ++y)
-        FromForm(pixels.Row(y), &rgba[static_cast<std::size_t>(y) * pitch], pixels.width, pixels.form);
+        FromForm(pixels.Row(y), pixels.width, pixels.form);
     std::uint8_t *bytes = nullptr;
-    const std::size_t size = WebPEncodeRGBA(rgba.get(), pixels.width, pixels.height, static_cast<int>(pitch),
+    const std::size_t size = WebPEncodeRGBA(pixels.first, pixels.width, pixels.height, static_cast<int>(pixels.pitch),
                                             static_cast<float>(quality), &bytes);
     const std::unique_ptr<std::uint8_t, void (*)(void *)> written(bytes, &WebPFree);
-    if (size == 0)
-        throw UserError("libwebp cannot write this picture");
+    RefuseIf(size == 0, "libwebp cannot write this picture");
     return tags.profile.empty() ? Bytes(bytes, bytes + size) : WithProfile({bytes, size}, tags.profile);
 }
 
