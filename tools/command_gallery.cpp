@@ -23,14 +23,15 @@ struct Request {
 
 constexpr const char *kPage = "index.html";
 
-Json Facts(const HostOptions &options, int level, const Image &photo) {
+Json Facts(const HostOptions &options, const std::set<int> &levels, const Image &photo) {
     constexpr const char *kLevels[] = {"unknown", "sse2", "avx2", "avx512"};
+    const int level = levels.empty() ? -1 : std::clamp(*levels.rbegin(), -1, 2);
     const std::string layout = !options.layout.empty()     ? options.layout
                                : options.host == "console" ? "row-table"
                                                            : "alpha-low";
     return {{"module", sizeof(void *) == 4 ? "32-bit" : "64-bit"},
             {"host", fmt::format("{}, {}", options.host, layout)},
-            {"instruction set", kLevels[std::clamp(level, -1, 2) + 1]},
+            {"instruction set", kLevels[level + 1]},
             {"photo", fmt::format("{} × {} pixels", photo.width, photo.height)}};
 }
 
@@ -54,9 +55,8 @@ std::string PageWith(const Json &data) {
 /// gallery. What fails is reported, on the page and on standard error, and the others go on. Throws UserError for what
 /// is wrong with the request; nothing is written then but materials.
 Outcome RenderGallery(const Request &request) {
-    if (!kHasCodecs)
-        throw UserError("the gallery is made of PNG and JPEG files, which this kvt, built without picture codecs, does "
-                        "not write; a kvt with codecs does, as 64-bit ones are");
+    RefuseIf(!kHasCodecs, "the gallery is made of PNG and JPEG files, which this kvt, built without picture codecs, "
+                          "does not write; a kvt with codecs does, as 64-bit ones are");
     const Image photo =
         gallery::PhotoFrom(request.picture ? ReadImage(*request.picture) : SamplePicture(640, 480, false));
     standin::Host host(DescribeHost(request.host));
@@ -71,39 +71,37 @@ Outcome RenderGallery(const Request &request) {
             for (Json &shot : method["calls"])
                 shots.emplace_back(&method, &shot);
     Outcome outcome = Done;
-    std::vector<std::string> failures;
-    gallery::Pictures pictures;
+    int failures = 0;
+    const auto fail = [&](Outcome how, const std::string &what) {
+        PrintProblem(what);
+        outcome = std::max(outcome, how);
+        ++failures;
+    };
+    Json pictures = Json::array();
     for (std::size_t i = 0; i < shots.size(); ++i) {
         const auto &[method, shot] = shots[i];
         ShowProgress(i, shots.size(), (*method)["name"].get_ref<const std::string &>());
-        shot->update(Render(host, request.host, *method, *shot, pictures, folder));
-        if (shot->contains("failure")) {
-            outcome = std::max(outcome, shot->contains("violated") ? Violated : Failed);
-            failures.push_back((*shot)["call"].get<std::string>() + ": " + (*shot)["failure"].get<std::string>());
-        }
+        Render(host, request.host, *method, *shot, pictures, folder);
+        if (shot->contains("failure"))
+            fail(shot->contains("violated") ? Violated : Failed,
+                 (*shot)["call"].get<std::string>() + ": " + (*shot)["failure"].get<std::string>());
     }
     HideProgress();
-    const std::set<int> levels = host.TakeLevelsRun();
     const std::size_t bytes = photo.pixels.size();
-    const double copy = gallery::TimeOfMemcpy(bytes);
-    Json data = {{"facts", Facts(request.host, levels.empty() ? -1 : *levels.rbegin(), photo)},
-                 {"memcpy", {{"ms", copy}, {"bytes", bytes}}},
-                 {"chapters", chapters},
+    Json data = {{"facts", Facts(request.host, host.TakeLevelsRun(), photo)},
+                 {"memcpy", {{"ms", gallery::TimeOfMemcpy(bytes)}, {"bytes", bytes}}},
+                 {"chapters", std::move(chapters)},
                  {"sounds", {{"voice.wav", Json::array()}}},
-                 {"pictures", pictures.list}};
+                 {"pictures", std::move(pictures)}};
     const Bytes samples = ReadWav(SampleSound(), "voice.wav").samples;
     for (std::size_t at = 0; at + 1 < samples.size(); at += 2) // 16-bit words
         data["sounds"]["voice.wav"].push_back(static_cast<std::int16_t>(LittleEndian(samples, at, 2)));
     host.Finish();
-    for (const std::string &violation : host.TakeViolations()) {
-        failures.push_back("violation: " + violation);
-        outcome = Violated;
-    }
+    for (const std::string &violation : host.TakeViolations())
+        fail(Violated, "violation: " + violation);
     const std::string page = PageWith(data);
     folder.Write(kPage, AsBytes(page));
-    for (const std::string &failure : failures)
-        PrintProblem(failure);
-    fmt::print("{} calls, {} failed: {} ({:.1f} MB)\n", shots.size(), failures.size(), folder.PathOf(kPage),
+    fmt::print("{} calls, {} failed: {} ({:.1f} MB)\n", shots.size(), failures, folder.PathOf(kPage),
                static_cast<double>(page.size()) / 1e6);
     return outcome;
 }

@@ -15,7 +15,13 @@ using namespace standin;
 constexpr int kRuns = 7;
 constexpr const char *kMask = "oval.png"; ///< what gets attached
 
-double Milliseconds(std::chrono::nanoseconds time) { return static_cast<double>(time.count()) / 1e6; }
+/// The least of the times that a few runs tell, in milliseconds.
+template <class Run> double BestOf(Run run) {
+    auto best = std::chrono::nanoseconds::max();
+    for (int i = 0; i < kRuns; ++i)
+        best = std::min<std::chrono::nanoseconds>(best, run());
+    return static_cast<double>(best.count()) / 1e6;
+}
 
 /// The picture that a call of methods.json runs on; empty: it needs none.
 std::string InputOf(const Json &shot) {
@@ -42,15 +48,12 @@ std::string Base64(const Bytes &bytes) {
     constexpr std::string_view kDigits = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
     std::string text;
     text.reserve(bytes.size() / 3 * 4 + 4);
-    for (std::size_t at = 0; at < bytes.size(); at += 3) {
-        std::uint32_t group = 0;
-        const std::size_t held = std::min<std::size_t>(3, bytes.size() - at);
-        for (std::size_t i = 0; i < 3; ++i)
-            group = group << 8 | (i < held ? bytes[at + i] : 0U);
-        for (std::size_t digit = 0; digit < 4; ++digit)
-            text += digit <= held ? kDigits[group >> (18 - 6 * digit) & 63] : '=';
+    for (std::size_t bit = 0; bit < 8 * bytes.size(); bit += 6) {
+        const std::size_t at = bit / 8;
+        const unsigned pair = 256U * bytes[at] + (at + 1 < bytes.size() ? bytes[at + 1] : 0U);
+        text += kDigits[pair >> (10 - bit % 8) & 63];
     }
-    return text;
+    return text.append((3 - bytes.size() % 3) % 3, '=');
 }
 
 /// Drawn pictures are small without loss; photos are not.
@@ -64,6 +67,18 @@ std::string AddressOf(const Image &image) {
                        Base64(FileOf(exact ? "a.png" : "a.jpg", image)));
 }
 
+/// The number of a picture of the page, which holds each once however often it is shown.
+std::size_t NumberOf(const Image &image, Json &pictures) {
+    Json picture = {
+        {"width", image.width}, {"height", image.height}, {"alpha", image.hasAlpha}, {"address", AddressOf(image)}};
+    const auto number =
+        static_cast<std::size_t>(std::find(pictures.begin(), pictures.end(), picture) - pictures.begin());
+    if (number == pictures.size())
+        pictures.push_back(std::move(picture));
+    return number;
+}
+
+/// Of each level, in red, green and blue.
 using Counters = std::array<std::array<std::uint32_t, 256>, 3>;
 
 Counters CountLevels(const Image &image) {
@@ -75,187 +90,22 @@ Counters CountLevels(const Image &image) {
 }
 
 /// What each channel makes of the levels 0..255.
-Json Curve(Host &host, const BoundCall &bound) {
-    const Image ramp = Draw(256, 1, false, [](int level, int) { return Color{level, level, level, 255}; });
-    Ref picture = MakePicture(host, ramp);
+Counters Curve(Host &host, const BoundCall &bound) {
+    Ref picture = MakePicture(host, Draw(256, 1, false, [](int level, int) {
+                                  return Color{level, level, level, 255};
+                              }));
     RunCall(host, bound, picture);
     const Image image = ImageOf(picture.picture());
-    Json curve = {Json::array(), Json::array(), Json::array()};
-    for (int level = 0; level < image.width; ++level)
+    Counters curve = {};
+    for (std::size_t level = 0; level < 256; ++level)
         for (std::size_t channel = 0; channel < 3; ++channel)
-            curve[channel].push_back(image.At(level, 0)[channel]);
+            curve[channel][level] = image.pixels[4 * level + channel];
     return curve;
 }
 
-/// The whole number that a parameter or property has.
-int NumberOf(const BoundCall &bound, std::string_view name, int otherwise) {
-    for (const auto &[known, slot] : bound.arguments)
-        if (known == name && slot && slot->Is<std::int64_t>())
-            return static_cast<int>(slot->AsInteger());
-    return otherwise;
-}
-
-/// The area that the call is limited to; nothing when it is the whole picture or empty.
-std::optional<std::array<int, 4>> AreaOf(const BoundCall &bound, int width, int height) {
-    const int left = NumberOf(bound, "left", NumberOf(bound, "MinX", 0));
-    const int top = NumberOf(bound, "top", NumberOf(bound, "MinY", 0));
-    const int right = std::min(width, NumberOf(bound, "MaxX", left + NumberOf(bound, "width", width)));
-    const int bottom = std::min(height, NumberOf(bound, "MaxY", top + NumberOf(bound, "height", height)));
-    const bool whole = left == 0 && top == 0 && right == width && bottom == height;
-    if (whole || left >= right || top >= bottom)
-        return std::nullopt;
-    return std::array{left, top, right - left, bottom - top};
-}
-
-/// Makes one call, and tells of it in `exhibit`.
-class Studio {
-  public:
-    Studio(Host &host, const Json &method, const Json &shot, Pictures &pictures, Folder &folder, Json &exhibit)
-        : host_(host), method_(method), as_(shot.value("as", "")), shot_(shot), pictures_(pictures), folder_(folder),
-          exhibit_(exhibit) {}
-
-    /// What is saved, nothing when that is nothing.
-    std::string Make() {
-        const std::string path = InputOf(shot_);
-        if (!path.empty())
-            input_ = ReadImage(path);
-        if (as_ == "masked")
-            mask_ = ReadImage(kMask);
-        bool hasPicture = input_.has_value();
-        const BoundCall bound = BindLine(host_, shot_["call"].get_ref<const std::string &>(), hasPicture).at(0);
-        exhibit_["script"] = ScriptFor(shot_, bound);
-        ShowArguments(bound);
-        const Result result = MakeCalls(bound);
-        AddCharts(bound, result);
-        if (!bound.YieldsString())
-            return after_ ? "out.png" : "";
-        const std::string output = VariableFor(path) + ".ppic";
-        const auto bytes = AsBytes(result.value.AsRef().text().bytes());
-        KeepBytes(bytes);
-        folder_.Write(output, bytes);
-        return output;
-    }
-
-  private:
-    Ref MakeInput() {
-        if (!input_)
-            return {};
-        if (as_ == "graphics world") // as the host keeps pictures for its older drawing
-            return host_.Make({.width = input_->width,
-                               .height = input_->height,
-                               .form = standin::Form::GraphicsWorld,
-                               .color = [&](int x, int y) {
-                                   const unsigned char *pixel = input_->At(x, y);
-                                   return MakeColor(pixel[0], pixel[1], pixel[2]);
-                               }});
-        input_->hasAlpha = input_->hasAlpha || as_ == "with alpha";
-        Ref picture = MakePicture(host_, *input_);
-        if (mask_)
-            host_.AttachMask(picture, MakePicture(host_, *mask_));
-        return picture;
-    }
-
-    void ShowOther(const std::string &name, const Image &image) {
-        exhibit_["others"].push_back({{"name", name}, {"picture", pictures_.Add(image)}});
-    }
-
-    void ShowArguments(const BoundCall &bound) {
-        std::vector<Argument> arguments = bound.call.arguments;
-        if (bound.call.assigned)
-            arguments.push_back(*bound.call.assigned);
-        for (const Argument &argument : arguments) {
-            if (argument.form == Argument::Form::FileBytes)
-                KeepBytes(ReadBytes(argument.text));
-            else if (IsPicturePath(argument.text))
-                ShowOther(argument.text, other_.emplace(ReadImage(argument.text)));
-            else if (EndingOf(argument.text) == ".wav")
-                exhibit_["sound"] = {{"file", argument.text}, {"samples", NumberOf(bound, "SampleCount", 0)}};
-        }
-        if (mask_)
-            ShowOther("the mask", *mask_);
-        if (const auto area = input_ ? AreaOf(bound, input_->width, input_->height) : std::nullopt)
-            exhibit_["frames"].push_back(*area);
-    }
-
-    void KeepBytes(std::span<const unsigned char> bytes) {
-        const auto first = bytes.first(std::min<std::size_t>(bytes.size(), 64));
-        exhibit_["bytes"] = std::vector<int>(first.begin(), first.end());
-    }
-
-    Result MakeCalls(const BoundCall &bound) {
-        auto best = std::chrono::nanoseconds::max();
-        Result result;
-        Ref input;
-        Ref picture;
-        for (int run = 0; run < kRuns; ++run) {
-            input = MakeInput();
-            if (input && run == 0)
-                before_ = ImageOf(input.picture());
-            picture = input;
-            result = RunCall(host_, bound, picture);
-            best = std::min(best, result.time - result.timeInHost);
-        }
-        const bool changed = input && ImageOf(input.picture()).pixels != before_->pixels;
-        if (before_)
-            exhibit_["before"] = pictures_.Add(*before_);
-        if (picture && (bound.YieldsPicture() || changed)) {
-            after_ = ImageOf(picture.picture());
-            exhibit_["after"] = pictures_.Add(*after_);
-        }
-        const Image &measured = after_ ? *after_ : *before_;
-        exhibit_["ms"] = Milliseconds(best);
-        exhibit_["ratio"] = Milliseconds(best) / TimeOfMemcpy(measured.pixels.size());
-        if (!bound.YieldsPicture() && !result.value.IsNil())
-            exhibit_["facts"].push_back({"result", Shown(result.value)});
-        for (const auto &[name, value] : result.byref)
-            if (!value.Is<Ref>()) // blocks are charts
-                exhibit_["facts"].push_back({name, Shown(value)});
-        // Where the other picture was found.
-        if (result.value.Is<bool>() && result.value.AsBoolean() && result.byref.size() == 2 && other_)
-            exhibit_["frames"].push_back({result.byref[0].second.AsInteger(), result.byref[1].second.AsInteger(),
-                                          other_->width, other_->height});
-        return result;
-    }
-
-    void AddCharts(const BoundCall &bound, const Result &result) {
-        const Json charts = method_.value("charts", Json::array());
-        const auto wants = [&](const char *chart) {
-            return std::find(charts.begin(), charts.end(), chart) != charts.end();
-        };
-        const bool whole = !exhibit_.contains("frames");
-        if (wants("curve") && whole)
-            exhibit_["curve"] = Curve(host_, bound);
-        if (!wants("histograms"))
-            return;
-        if (after_ && whole) {
-            exhibit_["histograms"].push_back({"levels before", CountLevels(*before_)});
-            exhibit_["histograms"].push_back({"levels after", CountLevels(*after_)});
-        } else if (!after_) { // counted by the call itself, in blocks of 32-bit words for red, green and blue
-            Counters counters = {};
-            for (std::size_t channel = 0; channel < std::min<std::size_t>(result.byref.size(), 3); ++channel) {
-                const auto bytes = AsBytes(result.byref[channel].second.AsRef().block());
-                std::memcpy(&counters[channel], bytes.data(), std::min(bytes.size(), sizeof counters[channel]));
-            }
-            exhibit_["histograms"].push_back({"levels as counted", counters});
-        }
-    }
-
-    Host &host_;
-    const Json &method_;
-    const std::string as_;
-    const Json &shot_;
-    Pictures &pictures_;
-    Folder &folder_;
-    Json &exhibit_;
-    std::optional<Image> input_;
-    std::optional<Image> mask_; ///< to be attached
-    std::optional<Image> before_;
-    std::optional<Image> after_;
-    std::optional<Image> other_; ///< that the call was given last
-};
-
-} // namespace
-
+/// A call of methods.json as a script has it, of a class the lines that make an instance and run it. Pictures, blocks
+/// and strings from files are variables; what comes back is `result`, and variables of `byref` parameters bear their
+/// names.
 std::string ScriptFor(const Json &shot, const BoundCall &bound) {
     const Call &call = bound.call;
     const std::string current = VariableFor(InputOf(shot));
@@ -277,7 +127,9 @@ std::string ScriptFor(const Json &shot, const BoundCall &bound) {
                        call.assigned ? " = " + VariableFor(call.assigned->text) : "");
 }
 
-std::string CommandFor(const Json &shot, const HostOptions &options, std::string_view output) {
+/// The same for the shell, to be run where the materials lie. Empty when no file can hold such a picture. `output`
+/// names what is saved, nothing when it is empty.
+std::string CommandFor(const Json &shot, const HostOptions &options, const std::string &output) {
     const std::string as = shot.value("as", "");
     if (as == "masked" || as == "graphics world")
         return {};
@@ -285,60 +137,177 @@ std::string CommandFor(const Json &shot, const HostOptions &options, std::string
     const auto call = shot["call"].get<std::string>();
     const bool isWord = std::all_of(call.begin(), call.end(), [](unsigned char c) { return std::isalnum(c); });
     std::string command = input.empty() ? "kvt make" : "kvt apply " + input;
-    const auto add = [&](std::string_view option, std::string_view value, std::string_view usual = {}) {
-        if (value != usual)
-            command += fmt::format(" {} {}", option, value);
-    };
     command += fmt::format(fmt::runtime(isWord ? " {}" : " '{}'"), call) + (as == "with alpha" ? " --alpha" : "");
     const HostOptions usual;
-    add("-o", output);
-    add("--host", options.host, usual.host);
-    add("--layout", options.layout, usual.layout);
-    add("--host-version", options.version, usual.version);
+    const std::tuple<const char *, std::string, std::string> added[] = {
+        {"-o", output, ""},
+        {"--host", options.host, usual.host},
+        {"--layout", options.layout, usual.layout},
+        {"--host-version", options.version, usual.version}};
+    for (const auto &[option, value, usually] : added)
+        if (value != usually)
+            command += fmt::format(" {} {}", option, value);
     return command;
 }
 
-std::size_t Pictures::Add(const Image &image) {
-    const auto [held, isNew] = numbers.emplace(AddressOf(image), list.size());
-    if (isNew)
-        list.push_back(
-            {{"width", image.width}, {"height", image.height}, {"alpha", image.hasAlpha}, {"address", held->first}});
-    return held->second;
-}
+/// Makes a call, and tells of it in its data.
+struct Studio {
+    Host &host;
+    const Json &method;
+    Json &shot;
+    Json &pictures;
+    Folder &folder;
+    const std::string as = shot.value("as", "");
+    std::optional<Image> input = {};
+    std::optional<Image> mask = {}; ///< to be attached
+    std::optional<Image> before = {};
+    std::optional<Image> after = {};
+    std::optional<Image> other = {}; ///< that the call was given last
 
-Json Render(Host &host, const HostOptions &options, const Json &method, const Json &shot, Pictures &pictures,
-            Folder &folder) {
-    Json exhibit = Json::object();
+    /// What is saved, nothing when that is nothing.
+    std::string Make() {
+        const std::string path = InputOf(shot);
+        if (!path.empty())
+            input = ReadImage(path);
+        if (as == "masked")
+            mask = ReadImage(kMask);
+        bool hasPicture = input.has_value();
+        const BoundCall bound = BindLine(host, shot["call"].get_ref<const std::string &>(), hasPicture).at(0);
+        shot["script"] = ScriptFor(shot, bound);
+        ShowArguments(bound);
+        const Result result = MakeCalls(bound);
+        AddCharts(bound, result);
+        if (!bound.YieldsString())
+            return after ? "out.png" : "";
+        const std::string output = VariableFor(path) + ".ppic";
+        const auto bytes = AsBytes(result.value.AsRef().text().bytes());
+        KeepBytes(bytes);
+        folder.Write(output, bytes);
+        return output;
+    }
+
+    Ref MakeInput() {
+        if (!input)
+            return {};
+        if (as == "graphics world") // as the host keeps pictures for its older drawing
+            return host.Make({.width = input->width,
+                              .height = input->height,
+                              .form = standin::Form::GraphicsWorld,
+                              .color = [&](int x, int y) {
+                                  const unsigned char *pixel = input->At(x, y);
+                                  return MakeColor(pixel[0], pixel[1], pixel[2]);
+                              }});
+        input->hasAlpha = input->hasAlpha || as == "with alpha";
+        Ref picture = MakePicture(host, *input);
+        if (mask)
+            host.AttachMask(picture, MakePicture(host, *mask));
+        return picture;
+    }
+
+    void ShowOther(const std::string &name, const Image &image) {
+        shot["others"].push_back({{"name", name}, {"picture", NumberOf(image, pictures)}});
+    }
+
+    void ShowArguments(const BoundCall &bound) {
+        std::vector<Argument> arguments = bound.call.arguments;
+        if (bound.call.assigned)
+            arguments.push_back(*bound.call.assigned);
+        for (const Argument &argument : arguments) {
+            if (argument.form == Argument::Form::FileBytes)
+                KeepBytes(ReadBytes(argument.text));
+            else if (IsPicturePath(argument.text))
+                ShowOther(argument.text, other.emplace(ReadImage(argument.text)));
+        }
+        if (mask)
+            ShowOther("the mask", *mask);
+    }
+
+    void KeepBytes(std::span<const unsigned char> bytes) {
+        shot["bytes"] = Json(Bytes(bytes.begin(), bytes.begin() + std::min<std::ptrdiff_t>(std::ssize(bytes), 64)));
+    }
+
+    Result MakeCalls(const BoundCall &bound) {
+        Result result;
+        Ref given;
+        Ref picture;
+        const double time = BestOf([&] {
+            picture = given = MakeInput();
+            if (given && !before)
+                before = ImageOf(given.picture());
+            result = RunCall(host, bound, picture);
+            return result.time - result.timeInHost;
+        });
+        const bool changed = given && ImageOf(given.picture()).pixels != before->pixels;
+        if (before)
+            shot["before"] = NumberOf(*before, pictures);
+        if (picture && (bound.YieldsPicture() || changed))
+            shot["after"] = NumberOf(after.emplace(ImageOf(picture.picture())), pictures);
+        shot["ms"] = time;
+        shot["ratio"] = time / TimeOfMemcpy((after ? *after : *before).pixels.size());
+        if (!bound.YieldsPicture() && !result.value.IsNil())
+            shot["facts"].push_back({"result", Shown(result.value)});
+        for (const auto &[name, value] : result.byref)
+            if (!value.Is<Ref>()) // blocks are charts
+                shot["facts"].push_back({name, Shown(value)});
+        // Where the other picture was found.
+        if (result.value.Is<bool>() && result.value.AsBoolean() && result.byref.size() == 2 && other)
+            shot["frames"].push_back(
+                {result.byref[0].second.AsInteger(), result.byref[1].second.AsInteger(), other->width, other->height});
+        return result;
+    }
+
+    void AddCharts(const BoundCall &bound, const Result &result) {
+        const auto charts = method.value("charts", std::string());
+        const bool whole = !shot.contains("frames");
+        if (whole && charts.find("curve") != charts.npos)
+            shot["curve"] = Curve(host, bound);
+        if (charts.find("histograms") == charts.npos)
+            return;
+        if (after && whole) {
+            shot["histograms"].push_back({"levels before", CountLevels(*before)});
+            shot["histograms"].push_back({"levels after", CountLevels(*after)});
+        } else if (!after) { // counted by the call itself, in blocks of 32-bit words for red, green and blue
+            Counters counters = {};
+            for (std::size_t channel = 0; channel < std::min<std::size_t>(result.byref.size(), 3); ++channel) {
+                const auto bytes = AsBytes(result.byref[channel].second.AsRef().block());
+                std::memcpy(&counters[channel], bytes.data(), std::min(bytes.size(), sizeof counters[channel]));
+            }
+            shot["histograms"].push_back({"levels as counted", counters});
+        }
+    }
+};
+
+} // namespace
+
+void Render(Host &host, const HostOptions &options, const Json &method, Json &shot, Json &pictures, Folder &folder) {
     std::string failure;
     std::string output;
     try {
-        output = Studio(host, method, shot, pictures, folder, exhibit).Make();
+        output = Studio{host, method, shot, pictures, folder}.Make();
     } catch (const std::runtime_error &error) {
         failure = error.what();
     }
     for (const std::string &violation : host.TakeViolations()) {
         failure += fmt::format("{}violation: {}", failure.empty() ? "" : "\n", violation);
-        exhibit["violated"] = true;
+        shot["violated"] = true;
     }
     if (!failure.empty())
-        exhibit["failure"] = failure;
-    exhibit["command"] = CommandFor(shot, options, output);
-    return exhibit;
+        shot["failure"] = failure;
+    shot["command"] = CommandFor(shot, options, output);
 }
 
 double TimeOfMemcpy(std::size_t bytes) {
     const Bytes from(bytes, 1);
     Bytes to(bytes, 2);
-    auto best = std::chrono::nanoseconds::max();
-    for (int run = 0; run < kRuns; ++run) {
+    return BestOf([&] {
         to[bytes / 2] = 2;
         const auto start = std::chrono::steady_clock::now();
         std::memcpy(to.data(), from.data(), bytes);
-        best = std::min<std::chrono::nanoseconds>(best, std::chrono::steady_clock::now() - start);
+        const auto end = std::chrono::steady_clock::now();
         if (to[bytes / 2] != 1) // which also keeps the compiler from leaving the copy out
             throw std::logic_error("memcpy did not copy");
-    }
-    return Milliseconds(best);
+        return end - start;
+    });
 }
 
 } // namespace tools::gallery

@@ -35,37 +35,20 @@ Image PhotoFrom(const Image &picture);
 /// written page, lookup tables, a color table and a sound. Throws UserError.
 void WriteMaterials(const Image &photo, Folder &folder);
 
-/// A call of methods.json as a script has it, of a class the lines that make an instance and run it. Pictures, blocks
-/// and strings from files are variables; what comes back is `result`, and variables of `byref` parameters bear their
-/// names.
-std::string ScriptFor(const Json &shot, const BoundCall &bound);
-
-/// The same for the shell, to be run where the materials lie. Empty when no file can hold such a picture. `output`
-/// names what is saved, nothing when it is empty.
-std::string CommandFor(const Json &shot, const HostOptions &options, std::string_view output);
-
-/// The pictures of the page, each held once however often it is shown.
-struct Pictures {
-    std::vector<Json> list;                     ///< "width", "height", "alpha" and a data "address"
-    std::map<std::string, std::size_t> numbers; ///< by address, which holds a picture's whole file
-
-    std::size_t Add(const Image &image); ///< its number
-};
-
 /// Makes a call of methods.json a few times, on a fresh picture each, in the folder of the materials, and tells what
-/// the page shows of it beside the call's own data:
+/// the page shows of it in the call's own data:
 ///   "script", "command"   the lines that make it; the command is empty when there is none
 ///   "failure"             why nothing came of it, with "violated" when the module broke the host's rules
 ///   "before", "after"     numbers of pictures, "others" those that the call was given, with their names
 ///   "facts"               what came back and is no picture: names and values
-///   "frames"              left, top, width, height of places in both pictures
+///   "frames"              where another picture was found, beside those that the call has
 ///   "curve"               what becomes of the levels 0..255 in red, green and blue
 ///   "histograms"          a caption, and how often each level occurs in red, green and blue
-///   "sound"               the file that was given, and how many of its samples count
 ///   "bytes"               the first of a string that came or went
 ///   "ms", "ratio"         the best time, without that inside host entries, and its ratio to a memcpy of the picture
-/// A string that comes back is saved as the command would.
-Json Render(standin::Host &host, const HostOptions &options, const Json &method, const Json &shot, Pictures &pictures,
+/// A string that comes back is saved as the command would. `pictures` is the array of those that are shown, to which
+/// new ones are added: "width", "height", "alpha" and a data "address", which holds a picture's whole file.
+void Render(standin::Host &host, const HostOptions &options, const Json &method, Json &shot, Json &pictures,
             Folder &folder);
 
 /// The best of a few runs into memory that was written before, in milliseconds.

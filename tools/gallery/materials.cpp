@@ -4,12 +4,22 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <filesystem>
 #include <nlohmann/json.hpp>
+#include <numeric>
 
 namespace tools::gallery {
 namespace {
 
+namespace fs = std::filesystem;
+
+constexpr const char *kRecord = ".kvt-gallery";
 constexpr int kLongestSide = 640;
+
+std::uint64_t HashOf(std::span<const unsigned char> bytes) { // FNV-1a
+    return std::accumulate(bytes.begin(), bytes.end(), std::uint64_t{0xCBF29CE484222325},
+                           [](std::uint64_t hash, unsigned char byte) { return (hash ^ byte) * 0x100000001B3; });
+}
 
 /// From 0, at the radius or farther, to 1 at the center, all in widths and heights of the picture.
 double Nearness(const Image &image, int x, int y, double centerX, double centerY, double radius) {
@@ -22,48 +32,37 @@ int OvalAt(const Image &image, int x, int y, double edge) {
     return static_cast<int>(255 * std::min(1.0, Nearness(image, x, y, 0.5, 0.5, 0.5) / edge));
 }
 
-void Fill(Image &image, int left, int top, int width, int height, const Color &color) {
-    for (int y = top; y < top + height; ++y)
-        for (int x = left; x < left + width; ++x)
-            image.Put(x, y, color);
-}
-
-/// What was printed or drawn on a page, as methods.json has it: filled rectangles, rings, and lines of print, whose
-/// words are bars.
+/// What was printed or drawn on a page, as methods.json has it: over an area (left, top, width, height) a rectangle, a
+/// ring that touches its sides, or lines of print, whose words are bars.
 void Mark(Image &page, const Json &mark) {
+    constexpr int kThickness = 4;
+    constexpr int kLine = 25;
+    constexpr int kHeight = 10; ///< of a letter
+    constexpr int kWidth = 7;
     const int rgb = std::stoi(mark["color"].get<std::string>(), nullptr, 16);
     const Color color = {rgb >> 16, rgb >> 8 & 255, rgb & 255, 255};
-    if (const auto fill = mark.find("fill"); fill != mark.end())
-        Fill(page, (*fill)[0], (*fill)[1], (*fill)[2], (*fill)[3], color);
-    if (const auto ring = mark.find("ring"); ring != mark.end()) {
-        constexpr int kThickness = 4;
-        const auto inside = [&](int x, int y, int less) {
-            return std::hypot((x - (*ring)[0].get<int>()) / ((*ring)[2].get<double>() - less),
-                              (y - (*ring)[1].get<int>()) / ((*ring)[3].get<double>() - less)) <= 1;
-        };
-        for (int y = 0; y < page.height; ++y)
-            for (int x = 0; x < page.width; ++x)
-                if (inside(x, y, 0) && !inside(x, y, kThickness))
-                    page.Put(x, y, color);
-    }
-    if (const auto lines = mark.find("lines"); lines != mark.end()) {
-        int top = mark["print"][1];
-        for (const Json &line : *lines) {
-            int left = mark["print"][0];
-            for (const char c : line.get<std::string>()) {
-                if (c != ' ')
-                    Fill(page, left, top, 7, 10, color);
-                left += 7;
-            }
-            top += 25;
-        }
-    }
+    const auto area = mark["area"].get<std::array<int, 4>>();
+    const auto isInside = [&](int x, int y, int border) {
+        return std::hypot((2 * x + 1 - area[2]) / (area[2] - 1.0 - 2 * border),
+                          (2 * y + 1 - area[3]) / (area[3] - 1.0 - 2 * border)) <= 1;
+    };
+    const auto lines = mark.value("lines", std::vector<std::string>());
+    const auto isPrinted = [&](int x, int y) {
+        const std::string &line = lines[static_cast<std::size_t>(y / kLine)];
+        return y % kLine < kHeight && x / kWidth < static_cast<int>(line.size()) &&
+               line[static_cast<std::size_t>(x / kWidth)] != ' ';
+    };
+    for (int y = 0; y < area[3]; ++y)
+        for (int x = 0; x < area[2]; ++x)
+            if (mark.contains("ring") ? isInside(x, y, 0) && !isInside(x, y, kThickness)
+                                      : lines.empty() || isPrinted(x, y))
+                page.Put(area[0] + x, area[1] + y, color);
 }
 
 Bytes LevelTable(const Json &material) {
+    const int steps = material.value("steps", 256);
     Bytes table;
     for (int level = 0; level < 256; ++level) {
-        const int steps = material.value("steps", 256);
         const double part = level * steps / 256 / (steps - 1.0);
         table.push_back(static_cast<unsigned char>(255 * std::pow(part, material["power"].get<double>()) + 0.5));
     }
@@ -72,37 +71,6 @@ Bytes LevelTable(const Json &material) {
 
 Image PictureFor(const Json &material, const Image &photo) {
     const auto make = material["make"].get<std::string>();
-    const int width = photo.width;
-    const int height = photo.height;
-    if (make == "shift") // to the left; the last column is repeated
-        return Draw(width, height, false, [&, by = material["columns"].get<int>()](int x, int y) {
-            return photo.ColorOf(std::min(x + by, width - 1), y);
-        });
-    if (make == "lights") // red, green and blue, on black
-        return Draw(width, height, false, [&](int x, int y) {
-            Color color = {0, 0, 0, 255};
-            for (std::size_t light = 0; light < 3; ++light) {
-                const Json &center = material["centers"][light];
-                const double near = Nearness(photo, x, y, center[0], center[1], material["radius"]);
-                color[light] = static_cast<int>(255 * near * (2 - near));
-            }
-            return color;
-        });
-    if (make == "oval")
-        return Draw(width, height, false, [&, edge = material["edge"].get<double>()](int x, int y) {
-            const int level = OvalAt(photo, x, y, edge);
-            return Color{level, level, level, 255};
-        });
-    if (make == "piece") {
-        const auto of = [&](const char *name, std::size_t axis, int side) {
-            return material[name][axis].get<double>() * side;
-        };
-        const int left = static_cast<int>(of("from", 0, width));
-        const int top = static_cast<int>(of("from", 1, height));
-        return Draw(static_cast<int>(std::ceil(of("size", 0, width))),
-                    static_cast<int>(std::ceil(of("size", 1, height))), false,
-                    [&](int x, int y) { return photo.ColorOf(left + x, top + y); });
-    }
     if (make == "page") {
         Image page = Draw(material["size"][0], material["size"][1], false, [](int, int) {
             return Color{255, 255, 255, 255};
@@ -111,51 +79,99 @@ Image PictureFor(const Json &material, const Image &photo) {
             Mark(page, mark);
         return page;
     }
-    if (make != "soft")
-        return photo;
-    return Draw(width, height, true, [&, edge = material["edge"].get<double>()](int x, int y) {
-        Color color = photo.ColorOf(x, y);
-        color[3] = OvalAt(photo, x, y, edge);
-        return color;
-    });
+    if (make == "lights") // red, green and blue, on black
+        return Draw(photo.width, photo.height, false, [&](int x, int y) {
+            Color color = {0, 0, 0, 255};
+            for (std::size_t light = 0; light < 3; ++light) {
+                const Json &center = material["centers"][light];
+                const double near = Nearness(photo, x, y, center[0], center[1], material["radius"]);
+                color[light] = static_cast<int>(255 * near * (2 - near));
+            }
+            return color;
+        });
+    const double edge = material.value("edge", 1.0);
+    if (make == "oval")
+        return Draw(photo.width, photo.height, false, [&](int x, int y) {
+            const int level = OvalAt(photo, x, y, edge);
+            return Color{level, level, level, 255};
+        });
+    // A piece of the photo, or all of it; what lies to the right of it is its last column.
+    const auto from = material.value("from", std::array{0.0, 0.0});
+    const auto size = material.value("size", std::array{1.0, 1.0});
+    const int left = static_cast<int>(from[0] * photo.width) + material.value("columns", 0);
+    const int top = static_cast<int>(from[1] * photo.height);
+    return Draw(static_cast<int>(std::ceil(size[0] * photo.width)), static_cast<int>(std::ceil(size[1] * photo.height)),
+                make == "soft", [&](int x, int y) {
+                    Color color = photo.ColorOf(std::min(left + x, photo.width - 1), top + y);
+                    color[3] = make == "soft" ? OvalAt(photo, x, y, edge) : 255;
+                    return color;
+                });
 }
 
 } // namespace
 
+Folder::Folder(const std::string &path) : path_(path) {
+    std::error_code error;
+    fs::create_directories(path, error);
+    if (!error)
+        fs::current_path(path, error); // calls name files as they lie there
+    RefuseIf(bool(error), "{}: cannot be made or entered: {}", path, error.message());
+    if (fs::exists(kRecord, error))
+        try {
+            written_ = nlohmann::json::parse(ReadBytes(kRecord)).get<decltype(written_)>();
+        } catch (const nlohmann::json::exception &) { // then nothing there is known to be the gallery's
+        }
+}
+
+void Folder::CheckReplaceable(const std::string &name, std::span<const unsigned char> bytes) const {
+    std::error_code error;
+    if (!fs::exists(fs::symlink_status(name, error)))
+        return;
+    const Bytes there = ReadBytes(name);
+    const auto known = written_.find(name);
+    RefuseIf((known == written_.end() || known->second != HashOf(there)) && !std::ranges::equal(there, bytes),
+             "{}: is not as kvt gallery wrote it, and stays; move it away or name another folder", PathOf(name));
+}
+
+void Folder::Write(const std::string &name, std::span<const unsigned char> bytes) {
+    CheckReplaceable(name, bytes);
+    WriteBytes(name, bytes);
+    written_[name] = HashOf(bytes);
+    WriteBytes(kRecord, AsBytes(nlohmann::json(written_).dump(1)));
+}
+
+std::string Folder::PathOf(const std::string &name) const { return (fs::path(path_) / name).string(); }
+
 Image PhotoFrom(const Image &picture) {
     const int longest = std::max({picture.width, picture.height, kLongestSide});
-    const auto scaled = [&](int side) {
-        return std::max(1, static_cast<int>(std::int64_t{side} * kLongestSide / longest));
-    };
-    const int width = scaled(picture.width);
-    const int height = scaled(picture.height);
+    const int width = std::max(1, picture.width * kLongestSide / longest);
+    const int height = std::max(1, picture.height * kLongestSide / longest);
     return Draw(width, height, false, [&](int column, int row) {
-        const auto start = [](int at, int count, int of) { return static_cast<int>(std::int64_t{at} * of / count); };
-        const int left = start(column, width, picture.width);
-        const int right = start(column + 1, width, picture.width);
-        const int top = start(row, height, picture.height);
-        const int bottom = start(row + 1, height, picture.height);
-        std::array<std::int64_t, 3> sums = {};
-        for (int y = top; y < bottom; ++y)
-            for (int x = left; x < right; ++x)
-                for (std::size_t channel = 0; channel < 3; ++channel)
-                    sums[channel] +=
-                        picture.At(x, y)[channel] * picture.At(x, y)[3] + 255 * (255 - picture.At(x, y)[3]);
-        const std::int64_t covered = std::int64_t{255} * (right - left) * (bottom - top);
-        return Color{static_cast<int>(sums[0] / covered), static_cast<int>(sums[1] / covered),
-                     static_cast<int>(sums[2] / covered), 255};
+        const int left = column * picture.width / width;
+        const int right = (column + 1) * picture.width / width;
+        const int top = row * picture.height / height;
+        const int bottom = (row + 1) * picture.height / height;
+        Color color = {0, 0, 0, 255};
+        for (std::size_t channel = 0; channel < 3; ++channel) {
+            std::int64_t sum = 0;
+            for (int y = top; y < bottom; ++y)
+                for (int x = left; x < right; ++x)
+                    sum += picture.At(x, y)[channel] * picture.At(x, y)[3] + 255 * (255 - picture.At(x, y)[3]);
+            color[channel] = static_cast<int>(sum / (std::int64_t{255} * (right - left) * (bottom - top)));
+        }
+        return color;
     });
 }
 
 void WriteMaterials(const Image &photo, Folder &folder) {
     for (const Json &material : MethodData()["materials"]) {
         const auto file = material["file"].get<std::string>();
-        const auto make = material["make"].get<std::string>();
-        if (make == "levels")
+        const std::string ending = EndingOf(file);
+        if (ending == ".bin")
             folder.Write(file, LevelTable(material));
-        else if (make == "film")
+        else if (ending == ".cube")
             folder.Write(file, AsBytes(SampleTable()));
-        else if (make == "voice")
+        else if (ending == ".wav")
             folder.Write(file, SampleSound());
         else
             folder.Write(file, FileOf(file, PictureFor(material, photo)));

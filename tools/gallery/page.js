@@ -67,7 +67,8 @@ function frames({frames = [], before}) { // a wide bright one below a narrow one
     return !frames.length ? null : make(
         'svg', {class: 'frames', viewBox: `0 0 ${size.width} ${size.height}`, preserveAspectRatio: 'none',
                 'aria-hidden': 'true'},
-        frames.flatMap(([x, y, width, height]) => [0, 1].map(() => make('rect', {x, y, width, height}))));
+        frames.flatMap(([x, y, width, height]) => [0, 1].map(() => make('rect', {
+            x, y, width: Math.min(width, size.width - x), height: Math.min(height, size.height - y)}))));
 }
 
 function compared(name, shot) {
