@@ -1,6 +1,6 @@
 #include "tools/host_options.h"
 
-#include "tools/files.h"
+#include "tools/messages.h"
 
 #include <algorithm>
 #include <fmt/format.h>
@@ -30,27 +30,25 @@ std::string DesktopLayouts(std::string_view separator) {
 }
 
 standin::HostDescription DescribeHost(const HostOptions &options) {
+    const bool console = options.host == "console";
+    if (!console && options.host != "desktop")
+        Refuse("--host {}: expected desktop or console", options.host);
     standin::HostDescription host;
-    if (options.host == "console")
-        host.application = standin::Application::Console;
-    else if (options.host != "desktop")
-        throw UserError(fmt::format("--host {}: expected desktop or console", options.host));
-    const bool console = host.application == standin::Application::Console;
-    const auto layout = std::find_if(std::begin(kLayouts), std::end(kLayouts),
-                                     [&](const auto &known) { return known.name == options.layout; });
+    host.application = console ? standin::Application::Console : standin::Application::Desktop;
+    const auto layout = std::ranges::find_if(kLayouts, [&](const auto &known) { return known.name == options.layout; });
     if (!console && layout != std::end(kLayouts)) {
         host.newPictureAlphaInfo = layout->opaque;
         host.newAlphaPictureAlphaInfo = layout->withAlpha;
     } else if (!options.layout.empty() && !(console && options.layout == kConsoleLayout)) {
-        throw UserError(fmt::format("--layout {}: a {} host has {}", options.layout, options.host,
-                                    console ? kConsoleLayout : DesktopLayouts(", ")));
+        Refuse("--layout {}: a {} host has {}", options.layout, options.host,
+               console ? kConsoleLayout : DesktopLayouts(", "));
     }
     if (standin::SameName(options.version, "none"))
         host.version.reset();
     else if (const auto version = standin::ParseNumber(options.version); version && *version > 0)
         host.version = version;
     else
-        throw UserError(fmt::format("--host-version {}: expected a number such as 2019.03, or none", options.version));
+        Refuse("--host-version {}: expected a number such as 2019.03, or none", options.version);
     host.freshWord = console ? 0x00FFFFFF : 0xFFFFFFFF;
     host.watchesInputs = false;
     host.scattersRows = false; // files are decoded into them as a whole

@@ -5,10 +5,11 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
+#include <new>
 #include <nlohmann/json.hpp>
 #include <numeric>
+#include <sstream>
 #include <unistd.h>
-#include <utility>
 
 namespace tools {
 namespace {
@@ -36,14 +37,6 @@ std::size_t Distance(std::string_view a, std::string_view b) {
 constexpr std::size_t kBarWidth = 40;
 bool showsProgress = false;
 
-bool TakesColor(int stream) {
-    const auto is = [](const char *name, std::string_view value) {
-        const char *found = std::getenv(name);
-        return value == (found ? found : "");
-    };
-    return isatty(stream) == 1 && is("NO_COLOR", "") && !is("TERM", "") && !is("TERM", "dumb");
-}
-
 } // namespace
 
 std::string TextOf(const Json &json, int indent) {
@@ -51,21 +44,22 @@ std::string TextOf(const Json &json, int indent) {
 }
 
 std::string Styled(int stream, const fmt::text_style &style, std::string_view text) {
-    static const bool outputTakesColor = TakesColor(STDOUT_FILENO);
-    static const bool messagesTakeColor = TakesColor(STDERR_FILENO);
-    const bool takesColor = stream == STDOUT_FILENO ? outputTakesColor : messagesTakeColor;
-    return takesColor ? fmt::format(style, "{}", text) : std::string(text);
+    const auto variable = [](const char *name) {
+        const char *value = std::getenv(name);
+        return std::string_view(value ? value : "");
+    };
+    const bool isPlain = isatty(stream) != 1 || variable("TERM").empty() || variable("TERM") == "dumb";
+    return isPlain || !variable("NO_COLOR").empty() ? std::string(text) : fmt::format(style, "{}", text);
 }
 
 void PrintProblem(std::string_view text) {
     HideProgress();
     const auto red = fmt::emphasis::bold | fg(fmt::terminal_color::red);
     std::string told = Styled(STDERR_FILENO, red, "kvt:") + ' ';
-    for (bool isFirst = true; isFirst || !text.empty(); isFirst = false) {
-        const std::string_view line = text.substr(0, text.find('\n'));
+    std::istringstream lines{std::string(text)};
+    for (std::string line; std::getline(lines, line);) {
         const bool isMark = line.find('^') != line.npos && line.find_first_not_of(" ^") == line.npos;
-        told += (isMark ? Styled(STDERR_FILENO, red, line) : std::string(line)) + '\n';
-        text.remove_prefix(std::min(line.size() + 1, text.size()));
+        told += (isMark ? Styled(STDERR_FILENO, red, line) : line) + '\n';
     }
     static_cast<void>(std::fputs(told.c_str(), stderr));
 }
@@ -79,7 +73,7 @@ void ShowProgress(std::size_t through, std::size_t total, std::string_view what)
 }
 
 void HideProgress() {
-    if (std::exchange(showsProgress, false) && isatty(STDERR_FILENO) == 1) // not in a process that was forked off
+    if (std::exchange(showsProgress, false))
         fmt::print(stderr, "\r\x1b[K");
 }
 
@@ -88,7 +82,15 @@ bool HasPart(std::string_view name, std::string_view part) {
     return std::search(name.begin(), name.end(), part.begin(), part.end(), same) != name.end() || part.empty();
 }
 
-std::vector<std::string_view> NearNames(std::string_view written, const std::vector<std::string_view> &names) {
+std::string Enumerated(const std::vector<std::string_view> &names, std::string_view last, std::string_view quote) {
+    std::string list;
+    for (std::size_t i = 0; i < names.size(); ++i)
+        list += fmt::format("{}{}{}{}", i == 0 ? "" : i + 1 == names.size() ? last : ", ", quote, names[i], quote);
+    return list;
+}
+
+std::string Suggestion(std::string_view written, const std::vector<std::string_view> &names,
+                       std::string_view otherwise) {
     std::string_view nearest;
     std::size_t least = std::max<std::size_t>(2, written.size() / 3) + 1;
     std::vector<std::string_view> holding;
@@ -101,27 +103,20 @@ std::vector<std::string_view> NearNames(std::string_view written, const std::vec
             HasPart(written.size() < kTellingLength ? name.substr(0, written.size()) : name, written))
             holding.push_back(name);
     }
-    std::stable_sort(holding.begin(), holding.end(), [](auto a, auto b) { return a.size() < b.size(); });
-    std::vector<std::string_view> near;
+    std::ranges::stable_sort(holding, {}, &std::string_view::size);
     if (!nearest.empty())
-        near.push_back(nearest);
+        holding.insert(holding.begin(), nearest);
+    std::vector<std::string_view> near;
     for (const std::string_view name : holding)
-        if (near.size() < kMostNames && std::find(near.begin(), near.end(), name) == near.end())
+        if (near.size() < kMostNames && std::ranges::find(near, name) == near.end())
             near.push_back(name);
-    return near;
-}
-
-std::string Enumerated(const std::vector<std::string_view> &names, std::string_view last, std::string_view quote) {
-    std::string list;
-    for (std::size_t i = 0; i < names.size(); ++i)
-        list += fmt::format("{}{}{}{}", i == 0 ? "" : i + 1 == names.size() ? last : ", ", quote, names[i], quote);
-    return list;
-}
-
-std::string Suggestion(std::string_view written, const std::vector<std::string_view> &names,
-                       std::string_view otherwise) {
-    const std::vector<std::string_view> near = NearNames(written, names);
     return near.empty() ? std::string(otherwise) : fmt::format("; did you mean {}?", Enumerated(near, " or ", "\""));
+}
+
+std::pair<Outcome, std::string> EndBy(const std::exception &thrown) {
+    if (dynamic_cast<const std::bad_alloc *>(&thrown))
+        return {Wrong, "there is not enough memory"};
+    return {dynamic_cast<const WriteFailed *>(&thrown) ? Failed : Wrong, thrown.what()};
 }
 
 } // namespace tools

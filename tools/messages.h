@@ -1,11 +1,10 @@
 #pragma once
 
-#include <cstddef>
+#include "tools/files.h"
+
 #include <fmt/color.h>
 #include <nlohmann/json_fwd.hpp>
-#include <string>
-#include <string_view>
-#include <vector>
+#include <utility>
 
 /// How the program speaks to its user.
 namespace tools {
@@ -16,7 +15,7 @@ using Json = nlohmann::ordered_json; ///< whose members keep their order
 std::string TextOf(const Json &json, int indent = -1);
 
 /// A text with its color, or without where the stream (STDOUT_FILENO or STDERR_FILENO) is no terminal or NO_COLOR is
-/// set. What streams are counts from the first call on, for processes may be given others.
+/// set.
 std::string Styled(int stream, const fmt::text_style &style, std::string_view text);
 
 /// Writes "kvt: " and the text on standard error.
@@ -30,15 +29,21 @@ void HideProgress();
 /// Whether `part` occurs in a name. Letters compare without case, as in all of these.
 bool HasPart(std::string_view name, std::string_view part);
 
-/// The names that someone may have meant, three at the most: the one that differs in the fewest letters, unless it
-/// differs in too many, then those that hold what was written, the shortest first.
-std::vector<std::string_view> NearNames(std::string_view written, const std::vector<std::string_view> &names);
-
 /// "source1", "left, top and width"
 std::string Enumerated(const std::vector<std::string_view> &names, std::string_view last, std::string_view quote = {});
 
-/// `; did you mean "Name" or "OtherName"?`, for the end of a message; when no name is near, what is to stand there.
+/// `; did you mean "Name" or "OtherName"?`, for the end of a message: three names at the most, the one that differs in
+/// the fewest letters, unless it differs in too many, then those that hold what was written, the shortest first. When
+/// there is none, what is to stand there.
 std::string Suggestion(std::string_view written, const std::vector<std::string_view> &names,
                        std::string_view otherwise = {});
+
+/// Throws UserError.
+template <class... Values> [[noreturn]] void Refuse(fmt::format_string<Values...> text, Values &&...values) {
+    throw UserError(fmt::format(text, std::forward<Values>(values)...));
+}
+
+/// How the program ends because of what was thrown, and what is told.
+std::pair<Outcome, std::string> EndBy(const std::exception &thrown);
 
 } // namespace tools
