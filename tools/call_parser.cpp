@@ -29,25 +29,23 @@ class Reader : public standin::TextReader {
     /// Moves past names that are none of the interface, each before a dot or a sign of equality, and past "Dim x As
     /// Picture =" and "Var x =".
     void SkipVariables() {
-        for (std::size_t start = at();; start = at()) {
-            const std::string_view name = Word();
+        std::size_t start = at();
+        for (std::string_view name = Word(); !name.empty() && !IsDeclared(name); name = Word()) {
             if (standin::SameName(name, "dim") || standin::SameName(name, "var")) {
                 Word();
-                if (const std::size_t end = at(); standin::SameName(Word(), "as"))
-                    Word();
-                else
-                    MoveTo(end);
+                const std::size_t end = at();
+                MoveTo(standin::SameName(Word(), "as") && !Word().empty() ? at() : end);
             }
-            if (name.empty() || IsDeclared(name) || !(Take('.') || Take('='))) {
-                MoveTo(start);
-                return;
-            }
+            if (!Take('.') && !Take('='))
+                break;
+            start = at();
         }
+        MoveTo(start);
     }
     /// A call whose text begins at `origin`. What is declared behind a dot is the next call.
     Call OneCall(std::size_t origin) {
         Call call;
-        call.name = name_ = Name("the name of a method or class");
+        call.name = name_ = Demand(Word(), "the name of a method or class");
         if (Take('(') && !Take(')')) {
             do {
                 call.arguments.push_back(Value());
@@ -59,7 +57,7 @@ class Reader : public standin::TextReader {
         if (Take('.') && IsDeclared(Word()))
             MoveTo(end);
         else if (MoveTo(end); Take('.'))
-            call.member = Name("the name of a member");
+            call.member = Demand(Word(), "the name of a member");
         if (Take('='))
             call.assigned = Value();
         call.text = text().substr(origin, at() - origin);
@@ -71,11 +69,10 @@ class Reader : public standin::TextReader {
         throw CallError(message, text(), part, declarations_(name_));
     }
     bool IsDeclared(std::string_view name) const { return !declarations_(name).empty(); }
-    std::string_view Name(std::string_view expected) {
-        const std::string_view name = Word();
-        if (name.empty())
+    std::string_view Demand(std::string_view taken, std::string_view expected) {
+        if (taken.empty())
             Fail(expected);
-        return name;
+        return taken;
     }
     /// A value, and the name before it when there is one.
     Argument Value() {
@@ -92,7 +89,11 @@ class Reader : public standin::TextReader {
             argument.form = Argument::Form::FileBytes;
         else if (rest().starts_with('"'))
             argument.form = Argument::Form::Quoted;
-        argument.text = rest().starts_with('"') ? Quoted() : Bare();
+        if (rest().starts_with('"'))
+            argument.text = Quoted();
+        else
+            argument.text =
+                Demand(TakeWhile([](char c) { return !IsSpace(c) && !IsDelimiter(c) && c != '"'; }), "a value");
         argument.written = text().substr(start, at() - start);
         return argument;
     }
@@ -110,13 +111,6 @@ class Reader : public standin::TextReader {
         } while (rest().starts_with('"'));
         return value;
     }
-    std::string Bare() {
-        const std::string_view word = TakeWhile([](char c) { return !IsSpace(c) && !IsDelimiter(c) && c != '"'; });
-        if (word.empty())
-            Fail("a value");
-        return std::string(word);
-    }
-
     const Declarations &declarations_;
     std::string_view name_; ///< of the call that is read, once that is known
 };
