@@ -3,7 +3,6 @@
 #include "tools/commands.h"
 #include "tools/messages.h"
 
-#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <chrono>
 #include <cmath>
@@ -30,13 +29,6 @@ struct CheckOptions {
     double patience = 20; ///< seconds that a call may take
 };
 
-int NameWidth() {
-    std::size_t width = 0;
-    for (const Rule &rule : Rules())
-        width = std::max(width, std::string_view(rule.name).size());
-    return static_cast<int>(width);
-}
-
 std::vector<const Rule *> ChosenRules(const std::vector<std::string> &names) {
     std::set<std::string_view> wanted(names.begin(), names.end());
     std::vector<std::string_view> known;
@@ -47,9 +39,16 @@ std::vector<const Rule *> ChosenRules(const std::vector<std::string> &names) {
             chosen.push_back(&rule);
     }
     if (!wanted.empty())
-        throw UserError(fmt::format("--only {}: there is no such rule{}", *wanted.begin(),
-                                    Suggestion(*wanted.begin(), known, "; kvt check --list shows them")));
+        Refuse("--only {}: there is no such rule{}", *wanted.begin(),
+               Suggestion(*wanted.begin(), known, "; kvt check --list shows them"));
     return chosen;
+}
+
+/// Its name, in a column as wide as the longest one, and its promise.
+std::string LineOf(const Rule &rule) {
+    const auto length = [](const Rule &one) { return std::string_view(one.name).size(); };
+    const std::size_t width = length(std::ranges::max(Rules(), {}, length));
+    return fmt::format("{:{}}  {}", rule.name, width, rule.promise);
 }
 
 void PrintPlain(const Rule &rule, const Account &account) {
@@ -57,8 +56,7 @@ void PrintPlain(const Rule &rule, const Account &account) {
     const std::vector<std::string> &findings = account.findings;
     const auto verdict = findings.empty() ? Styled(STDOUT_FILENO, fg(fmt::terminal_color::green), "kept  ")
                                           : Styled(STDOUT_FILENO, fg(fmt::terminal_color::red), "BROKEN");
-    fmt::print("{}  {:{}}  {}{}\n", verdict, rule.name, NameWidth(), rule.promise,
-               account.remark.empty() ? "" : fmt::format(" ({})", account.remark));
+    fmt::print("{}  {}{}\n", verdict, LineOf(rule), account.remark.empty() ? "" : fmt::format(" ({})", account.remark));
     for (std::size_t i = 0; i < std::min(findings.size(), kShown); ++i)
         fmt::print("          {}\n", findings[i]);
     if (findings.size() > kShown)
@@ -71,13 +69,12 @@ Outcome Check(const CheckOptions &options) {
     const std::vector<const Rule *> rules = ChosenRules(options.rules);
     constexpr double kMostPatience = 86400;
     if (!(options.patience > 0 && options.patience <= kMostPatience))
-        throw UserError(
-            fmt::format("--time-limit {:g}: expected seconds, more than 0 and at most a day", options.patience));
+        Refuse("--time-limit {:g}: expected seconds, more than 0 and at most a day", options.patience);
     const std::string name = options.module.empty() ? standin::ModuleBesideProgram() : options.module;
     const std::string module = std::filesystem::absolute(name).string(); // the loader looks elsewhere for mere names
     const std::optional<int> width = standin::ElfFile::WidthOf(ReadBytes(module));
     if (!width)
-        throw UserError(fmt::format("{}: is no module, a shared object for this kind of processor", name));
+        Refuse("{}: is no module, a shared object for this kind of processor", name);
     const conformance::Limits limits{.patience =
                                          std::chrono::milliseconds(std::lround(std::ceil(options.patience * 1000)))};
 
@@ -119,21 +116,19 @@ Outcome Check(const CheckOptions &options) {
 void AddCheckCommand(CLI::App &program, Outcome &outcome) {
     CLI::App *command = program.add_subcommand("check", "Try whether a module keeps its promises to hosts");
     const auto options = std::make_shared<CheckOptions>();
-    command->add_option("module", options->module, "the module's file; the one beside the program when left out");
-    command->add_option("--only", options->rules, "one rule, by its name; may be repeated")
-        ->type_name("RULE")
+    AddOption(*command, "module", options->module, "MODULE",
+              "the module's file; the one beside the program when left out");
+    AddOption(*command, "--only", options->rules, "RULE", "one rule, by its name; may be repeated")
         ->allow_extra_args(false);
     command->add_flag("--list", options->lists, "print the rules and what they say");
     command->add_flag("--json", options->json, "print the result for programs, with all findings");
-    command->add_option("--time-limit", options->patience, "seconds after which a call hangs")->capture_default_str();
+    AddOption(*command, "--time-limit", options->patience, "FLOAT", "seconds after which a call hangs");
     command->callback([options, &outcome] {
-        if (!options->lists) {
+        if (!options->lists)
             outcome = Check(*options);
-            return;
-        }
-        for (const Rule &rule : Rules())
-            fmt::print("{:{}}  {}\n", rule.name, NameWidth(), rule.promise);
-        outcome = Done;
+        else
+            for (const Rule &rule : Rules())
+                fmt::print("{}\n", LineOf(rule));
     });
 }
 

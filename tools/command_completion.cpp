@@ -4,7 +4,6 @@
 #include "tools/methods.h"
 #include "tools/picture_files.h"
 
-#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <filesystem>
 #include <fmt/format.h>
@@ -19,10 +18,10 @@ namespace {
 
 bool Holds(std::string_view text, std::string_view part) { return text.find(part) != text.npos; }
 
-/// The option of that name, when it takes a value; null for others.
-const CLI::Option *ValuedOption(const CLI::App &command, const std::string &name) {
+/// What stands for the value of the option of that name; empty when there is none.
+std::string ValueOf(const CLI::App &command, const std::string &name) {
     const CLI::Option *option = name.starts_with('-') ? command.get_option_no_throw(name) : nullptr;
-    return option && !Placeholder(*option).empty() ? option : nullptr;
+    return option ? option->get_type_name() : "";
 }
 
 /// What completes a word.
@@ -37,15 +36,6 @@ struct Completions {
             found.emplace_back(std::move(text), std::move(meaning));
     }
 
-    void AddOptions(const CLI::App &command) {
-        for (const CLI::Option *option : command.get_options()) {
-            for (const std::string &name : option->get_snames())
-                Add("-" + name, OptionText(*option));
-            for (const std::string &name : option->get_lnames())
-                Add("--" + name, OptionText(*option));
-        }
-    }
-
     /// What a value or an argument may be, as its placeholder in the help says.
     void AddValues(const std::string &kind) {
         if (Holds(kind, "|"))
@@ -56,7 +46,7 @@ struct Completions {
                 Add(rule.name, rule.promise);
         else if (kind == "NAME")
             AddCalls();
-        else if (Holds(kind, "PICTURE") || Holds(kind, "FILE") || Holds(kind, "MODULE") || Holds(kind, "OUTPUT"))
+        else if (Holds(kind, "PICTURE") || Holds(kind, "FILE") || Holds(kind, "MODULE"))
             paths = "files";
         else if (Holds(kind, "FOLDER"))
             paths = "folders";
@@ -101,16 +91,16 @@ Completions Complete(const CLI::App &program, const standin::Host &host, std::ve
     else if (words.size() > 1 && words.back() == "=")
         words.pop_back();
 
-    const CLI::App *command = nullptr;
+    const CLI::App *command = &program;
     bool hasPicture = false;
     bool hasCall = false;
     for (std::size_t i = 1; i < words.size(); ++i) {
         const std::string &past = words[i];
-        if (!command) {
-            const auto named = program.get_subcommands([&](const CLI::App *one) { return one->get_name() == past; });
-            command = named.empty() ? nullptr : named[0];
+        if (command == &program) {
+            for (const CLI::App *one : program.get_subcommands([&](auto *named) { return named->get_name() == past; }))
+                command = one;
         } else if (past.size() > 1 && past.starts_with('-')) {
-            if (ValuedOption(*command, past)) // its value is no picture and no call
+            if (!ValueOf(*command, past).empty()) // its value is no picture and no call
                 i += i + 1 < words.size() && words[i + 1] == "=" ? 2U : 1U;
         } else if (past == kStandardStream || IsPicturePath(past) || std::filesystem::is_regular_file(past)) {
             hasPicture = true;
@@ -120,17 +110,16 @@ Completions Complete(const CLI::App &program, const standin::Host &host, std::ve
     }
 
     Completions completions{host, word};
-    std::string kind; // of the first argument
-    if (command)
-        for (const CLI::Option *option : command->get_options())
-            if (kind.empty() && option->get_positional())
-                kind = Placeholder(*option);
-    if (const CLI::Option *option = command ? ValuedOption(*command, words.back()) : nullptr) {
-        completions.AddValues(Placeholder(*option));
+    const auto arguments = command->get_options([](const CLI::Option *option) { return option->get_positional(); });
+    const std::string kind = arguments.empty() ? "" : arguments[0]->get_type_name();
+    if (const std::string value = words.empty() ? "" : ValueOf(*command, words.back()); !value.empty()) {
+        completions.AddValues(value);
     } else if (word.starts_with('-')) {
-        completions.AddOptions(command ? *command : program);
-    } else if (!command) {
-        for (const CLI::App *one : program.get_subcommands([](const CLI::App *) { return true; }))
+        for (const CLI::Option *option : command->get_options())
+            for (const std::string &name : CLI::detail::split(option->get_name(false, true), ','))
+                completions.Add(name, OptionText(*option));
+    } else if (command == &program) {
+        for (const CLI::App *one : program.get_subcommands({}))
             completions.Add(one->get_name(), one->get_description());
     } else if (Holds(kind, "CALL") && (hasPicture || hasCall || !Holds(kind, "PICTURE"))) {
         completions.AddCalls();
@@ -143,20 +132,19 @@ Completions Complete(const CLI::App &program, const standin::Host &host, std::ve
 
 } // namespace
 
-void AddCompletionCommand(CLI::App &program, Outcome &outcome) {
+void AddCompletionCommand(CLI::App &program, Outcome &) {
     CLI::App *command = program.add_subcommand("completion", "Print what completes kvt's words in a shell");
     struct Request {
         std::string shell;
         std::vector<std::string> words;
     };
     const auto request = std::make_shared<Request>();
-    command->add_option("shell", request->shell, "whose language it is")->type_name("bash|zsh")->required();
+    AddOption(*command, "shell", request->shell, "bash|zsh", "whose language it is")->required();
     command->add_option("words", request->words)->group(""); // the shell's script asks with these
-    command->callback([&program, request, &outcome] {
+    command->callback([&program, request] {
         const std::string &shell = request->shell;
         if (shell != "bash" && shell != "zsh")
-            throw UserError(fmt::format("\"{}\": expected bash or zsh{}", shell, Suggestion(shell, {"bash", "zsh"})));
-        outcome = Done;
+            Refuse("\"{}\": expected bash or zsh{}", shell, Suggestion(shell, {"bash", "zsh"}));
         if (request->words.empty()) {
             fmt::print("{}", shell == "bash" ? builtin::kBash : builtin::kZsh);
             return;

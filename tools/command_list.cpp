@@ -1,9 +1,6 @@
 #include "tools/commands.h"
 #include "tools/methods.h"
 
-#include <CLI/CLI.hpp>
-#include <algorithm>
-#include <cctype>
 #include <fmt/format.h>
 #include <memory>
 #include <nlohmann/json.hpp>
@@ -39,12 +36,11 @@ Json JsonOf(const RegisteredMethod &method) {
 }
 
 Json JsonOf(const RegisteredProperty &property) {
-    const bool own = reinterpret_cast<std::uintptr_t>(property.record.getter) != ~std::uintptr_t{0};
     return {{"name", property.name},
             {"type", NameOf(property.type)},
             {"console", (property.record.flags & kConsole) != 0},
             {"flags", property.record.flags},
-            {"offset", own ? Json() : Json(property.record.param)}}; // null: it has accessors of its own
+            {"offset", property.UsesStandardAccess() ? Json(property.record.param) : Json()}}; // null: it has accessors
 }
 
 bool Matches(const Json &one, std::string_view filter) {
@@ -65,7 +61,8 @@ template <class Kind> Json Chosen(const std::vector<Kind> &all, std::string_view
 
 std::string Text(const Json &one, const char *name) { return one[name].get<std::string>(); }
 
-std::string Notes(const Json &one) {
+/// What something is declared as, with notes, and its meaning below it.
+std::string Lines(const std::string &declaration, const Json &one) {
     std::vector<std::string> notes;
     if (const auto flags = one["flags"].get<std::uint32_t>())
         notes.push_back(flags == kConsole ? "console" : fmt::format("flags {:#x}", flags));
@@ -73,34 +70,27 @@ std::string Notes(const Json &one) {
         notes.emplace_back("assignable");
     if (const auto offset = one.find("offset"); offset != one.end())
         notes.push_back(offset->is_null() ? "own accessors" : fmt::format("at byte {}", offset->get<int>()));
-    return notes.empty() ? "" : fmt::format("  [{}]", fmt::join(notes, ", "));
-}
-
-std::string MeaningLine(const Json &one) {
-    const auto meaning = one.find("meaning"); // properties have none
-    return meaning == one.end() || meaning->is_null() ? "" : fmt::format("      {}\n", meaning->get<std::string>());
+    const Json meaning = one.value("meaning", Json()); // properties have none
+    return fmt::format("{}{}\n{}", declaration, notes.empty() ? "" : fmt::format("  [{}]", fmt::join(notes, ", ")),
+                       meaning.is_null() ? "" : fmt::format("      {}\n", meaning.get<std::string>()));
 }
 
 std::string Lines(const Json &members) {
     std::string lines;
-    for (const Json &one : members)
-        lines += fmt::format("  {}{}\n{}",
-                             one.contains("declaration") ? Text(one, "declaration")
-                                                         : Text(one, "name") + " as " + Text(one, "type"),
-                             Notes(one), MeaningLine(one));
+    for (const Json &one : members) {
+        const bool isMethod = one.contains("declaration");
+        lines +=
+            Lines("  " + (isMethod ? Text(one, "declaration") : Text(one, "name") + " as " + Text(one, "type")), one);
+    }
     return lines;
 }
 
-std::string Details(const Json &method, const Json &classes) {
+std::string Details(const Json &method, bool isClass) {
     std::string lines = fmt::format("{}\nCalls such as\n", Text(method, "promise"));
     for (const Json &shot : method["calls"])
         lines += fmt::format("  {}\n      {}\n", Text(shot, "call"), Text(shot, "shows"));
-    const auto isIt = [&](const Json &one) { return one["name"] == method["name"]; };
-    std::string anchor = Text(method, "name");
-    std::transform(anchor.begin(), anchor.end(), anchor.begin(), [](unsigned char c) { return std::tolower(c); });
-    if (std::any_of(classes.begin(), classes.end(), isIt))
-        anchor.insert(0, "class-");
-    return lines + fmt::format("Ranges, formats and what surprises: docs/reference.md#{}\n", anchor);
+    return fmt::format("{}Ranges, formats and what surprises: docs/reference.md#{}{}\n", lines, isClass ? "class-" : "",
+                       CLI::detail::to_lower(Text(method, "name")));
 }
 
 /// The interface as the host received it: "globalMethods", "pictureMethods" and "classes" with their members, each with
@@ -131,18 +121,21 @@ std::string InterfaceText(const Json &interface, std::string_view filter) {
          {std::pair("globalMethods", "Global methods"), {"pictureMethods", "Methods of Picture"}})
         if (const Json &methods = interface[key]; !methods.empty())
             groups.push_back(fmt::format("{} ({})\n{}", heading, methods.size(), Lines(methods)));
-    for (const Json &one : interface["classes"])
-        groups.push_back(fmt::format("Class {} ({} bytes of instance data){}\n{}{}{}", Text(one, "name"),
-                                     one["instanceBytes"].get<int>(), Notes(one), MeaningLine(one),
-                                     Lines(one["properties"]), Lines(one["methods"])));
+    bool isClass = false;
+    for (const Json &one : interface["classes"]) {
+        const int bytes = one["instanceBytes"];
+        groups.push_back(Lines(fmt::format("Class {} ({} bytes of instance data)", Text(one, "name"), bytes), one) +
+                         Lines(one["properties"]) + Lines(one["methods"]));
+        isClass = isClass || SameName(Text(one, "name"), filter);
+    }
     if (const Json *method = FindMethod(filter); method && !groups.empty())
-        groups.push_back(Details(*method, interface["classes"]));
+        groups.push_back(Details(*method, isClass));
     return fmt::format("{}", fmt::join(groups, "\n"));
 }
 
 } // namespace
 
-void AddListCommand(CLI::App &program, Outcome &outcome) {
+void AddListCommand(CLI::App &program, Outcome &) {
     CLI::App *command =
         program.add_subcommand("list", "Print the interface as the host received it, and what it is for");
     struct Options {
@@ -151,21 +144,18 @@ void AddListCommand(CLI::App &program, Outcome &outcome) {
         bool json = false;
     };
     const auto options = std::make_shared<Options>();
-    command
-        ->add_option("name", options->filter,
-                     "only what has this in its name or meaning; a whole name also tells what it does and shows calls")
-        ->type_name("NAME");
+    AddOption(*command, "name", options->filter, "NAME",
+              "only what has this in its name or meaning; a whole name also tells what it does and shows calls");
     command->add_flag("--json", options->json, "print one JSON object, with parameters and their defaults");
     AddHostOptions(*command, options->host);
-    command->callback([options, &outcome] {
+    command->callback([options] {
         const Host host(DescribeHost(options->host));
         const Json interface = Interface(host, options->filter);
         const std::string text = InterfaceText(interface, options->filter);
         if (text.empty())
-            throw UserError(fmt::format("nothing in the interface has \"{}\" in its name or meaning{}", options->filter,
-                                        Suggestion(options->filter, InterfaceNames(host))));
+            Refuse("nothing in the interface has \"{}\" in its name or meaning{}", options->filter,
+                   Suggestion(options->filter, InterfaceNames(host)));
         fmt::print("{}", options->json ? TextOf(interface) + '\n' : text);
-        outcome = Done;
     });
 }
 

@@ -1,26 +1,17 @@
 #include "tools/builtin.h"
 #include "tools/commands.h"
 
-#include <CLI/CLI.hpp>
 #include <fmt/format.h>
 
 namespace tools {
 namespace {
 
 /// Text as the page's language takes it.
-std::string Roff(std::string_view text) {
-    std::string escaped;
-    for (const char c : text) {
-        if ((c == '.' || c == '\'') && (escaped.empty() || escaped.back() == '\n'))
-            escaped += "\\&";
-        if (c == '\\')
-            escaped += "\\e";
-        else if (c == '-')
-            escaped += "\\-";
-        else
-            escaped += c;
-    }
-    return escaped;
+std::string Roff(const std::string &text) {
+    std::string escaped = '\n' + text;
+    for (const auto &[plain, safe] : {std::pair("\\", "\\e"), {"-", "\\-"}, {"\n.", "\n\\&."}, {"\n'", "\n\\&'"}})
+        escaped = CLI::detail::find_and_replace(escaped, plain, safe);
+    return escaped.substr(1);
 }
 
 /// Help below the options: examples and columns keep their lines, and headings stand out.
@@ -45,9 +36,9 @@ std::string ManualPage(const CLI::App &program) {
     std::string page = fmt::format(".TH KVT 1 {} \"{}\" \"User Commands\"\n.SH NAME\nkvt \\- "
                                    "calls the methods of the picture\\-processing module\n.SH SYNOPSIS\n.B {}\n"
                                    ".SH DESCRIPTION\n{}\n{}{}.SH COMMANDS\n",
-                                   builtin::kDate, Roff(builtin::kVersion), Roff(Usage(program)),
+                                   builtin::kDate, Roff(std::string(builtin::kVersion)), Roff(Usage(program)),
                                    Roff(program.get_description()), Options(program), Footer(program));
-    for (const CLI::App *command : program.get_subcommands([](const CLI::App *) { return true; }))
+    for (const CLI::App *command : program.get_subcommands({}))
         page += fmt::format(".SS {}\n{}.\n{}{}", Roff(Usage(*command)), Roff(command->get_description()),
                             Options(*command), Footer(*command));
     return page;
@@ -55,12 +46,9 @@ std::string ManualPage(const CLI::App &program) {
 
 } // namespace
 
-void AddManualCommand(CLI::App &program, Outcome &outcome) {
+void AddManualCommand(CLI::App &program, Outcome &) {
     CLI::App *command = program.add_subcommand("manual", "Print the manual page, for man");
-    command->callback([&program, &outcome] {
-        fmt::print("{}", ManualPage(program));
-        outcome = Done;
-    });
+    command->callback([&program] { fmt::print("{}", ManualPage(program)); });
 }
 
 } // namespace tools

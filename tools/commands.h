@@ -3,15 +3,12 @@
 #include "tools/files.h"
 #include "tools/host_options.h"
 
-namespace CLI {
-class App;
-class Option;
-} // namespace CLI
+#include <CLI/CLI.hpp>
 
 namespace tools {
 
 /// Each adds a command with its options to the program. A command that was given runs at the end of parsing, and says
-/// in `outcome` how it ended. It throws UserError for what is wrong with the request.
+/// in `outcome` how it ended, unless it is done. It throws UserError for what is wrong with the request.
 void AddListCommand(CLI::App &program, Outcome &outcome);
 void AddApplyCommand(CLI::App &program, Outcome &outcome);
 void AddMakeCommand(CLI::App &program, Outcome &outcome);
@@ -23,13 +20,18 @@ void AddManualCommand(CLI::App &program, Outcome &outcome);
 
 void AddHostOptions(CLI::App &command, HostOptions &options);
 
+/// Adds an option or positional. What stands for its value in help is words in capitals, or the values themselves as in
+/// "png|jpg|bmp". What the value is now is the default, which help tells unless it is empty.
+template <class Value>
+CLI::Option *AddOption(CLI::App &command, const char *names, Value &value, const std::string &standsFor,
+                       const std::string &text) {
+    CLI::Option *option = command.add_option(names, value, text)->type_name(standsFor)->capture_default_str();
+    return option->get_default_str() == "[]" ? option->default_str("") : option;
+}
+
 // What the program tells of its own commands, all derived from how they were declared.
 
-/// What stands for an option's value or a positional, by its type name: words in capitals, or the values themselves as
-/// in "png|jpg|bmp". Empty for a flag.
-std::string Placeholder(const CLI::Option &option);
-
-/// "-o, --output FILE", or the placeholder alone of a positional.
+/// "-o, --output FILE", or what stands for a positional.
 std::string OptionHead(const CLI::Option &option);
 
 /// What the option does, with its default.

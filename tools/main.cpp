@@ -3,7 +3,6 @@
 #include "tools/messages.h"
 #include "tools/processes.h"
 
-#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <cerrno>
 #include <csignal>
@@ -12,89 +11,66 @@
 #include <filesystem>
 #include <fmt/format.h>
 #include <iostream>
-#include <new>
 #include <sstream>
 
 namespace tools {
 namespace {
 
-namespace fs = std::filesystem;
-
-constexpr std::size_t kLineWidth = 100;
-constexpr std::size_t kTextColumn = 26;
-
-/// Two columns; what is too wide for the first one gets a line of its own.
-std::string Row(const std::string &head, const std::string &text) {
-    const std::string indent(kTextColumn, ' ');
-    std::string row = fmt::format("  {:<{}}", head, kTextColumn - 2);
-    if (head.size() + 4 > kTextColumn)
-        row = "  " + head + '\n' + indent;
-    std::size_t column = kTextColumn;
+/// A text in lines that fit beside the column of options.
+std::string Wrapped(const std::string &text, std::size_t width) {
+    std::string wrapped;
+    std::size_t column = 0;
     std::istringstream words(text);
     for (std::string word; words >> word; column += word.size() + 1) {
-        if (column + word.size() > kLineWidth) {
-            row += '\n' + indent;
-            column = kTextColumn;
-        }
-        row += (column > kTextColumn ? " " : "") + word;
+        const bool fits = column + word.size() <= width;
+        wrapped += (wrapped.empty() ? "" : fits ? " " : "\n") + word;
+        column = fits ? column : 0;
     }
-    return row + '\n';
+    return wrapped;
 }
 
 class Formatter : public CLI::Formatter {
   public:
-    Formatter() { label("Positionals", "Arguments"); }
-
+    Formatter() {
+        label("Positionals", "Arguments");
+        column_width(26);
+    }
     std::string make_usage(const CLI::App *app, std::string) const override {
         return fmt::format("\nUsage: {}\n", Usage(*app));
     }
-    std::string make_option(const CLI::Option *option, bool) const override {
-        return Row(OptionHead(*option), OptionText(*option));
-    }
-    std::string make_subcommand(const CLI::App *command) const override {
-        return Row(command->get_name(), command->get_description());
+    std::string make_option_name(const CLI::Option *option, bool) const override { return OptionHead(*option); }
+    std::string make_option_opts(const CLI::Option *) const override { return {}; }
+    std::string make_option_desc(const CLI::Option *option) const override {
+        return Wrapped(OptionText(*option), 100 - get_column_width());
     }
 };
 
-const CLI::App &Given(const CLI::App &program) {
-    const auto commands = program.get_subcommands();
-    return commands.empty() ? program : *commands.back();
-}
-
-std::string ExplainExtra(const CLI::App &program) {
-    const CLI::App &command = program.remaining().empty() ? Given(program) : program;
+std::string ExplainExtra(const CLI::App &command) {
     const std::string word = command.remaining().at(0);
     const bool isOption = word.size() > 1 && word[0] == '-';
     std::vector<std::string> known;
-    if (isOption)
-        for (const CLI::Option *option : command.get_options())
-            for (const std::string &name : option->get_lnames())
-                known.push_back("--" + name);
-    else
-        for (const CLI::App *other : command.get_subcommands([](const CLI::App *) { return true; }))
-            known.push_back(other->get_name());
+    for (const CLI::App *other : command.get_subcommands({}))
+        known.push_back(other->get_name());
     if (!isOption && known.empty())
         return fmt::format("\"{}\" is one word too many", word);
-    return fmt::format("there is no {} \"{}\"{}", isOption ? "option" : "command", word,
-                       Suggestion(isOption ? word.substr(0, word.find('=')) : word, {known.begin(), known.end()}));
-}
-
-std::string ExplainMissing(const CLI::App &command) {
-    std::string missing;
     for (const CLI::Option *option : command.get_options())
-        if (option->get_required() && option->count() == 0)
-            missing += (missing.empty() ? "" : " and ") + OptionHead(*option);
-    return fmt::format("{} is missing", missing);
+        for (const std::string &name : option->get_lnames())
+            known.push_back("--" + name);
+    return fmt::format("there is no {} \"{}\"{}", isOption ? "option" : "command", word,
+                       Suggestion(word.substr(0, word.find('=')), {known.begin(), known.end()}));
 }
 
 /// A message that quotes the word that could not be used, with the name that may have been meant.
 std::string Explain(const CLI::App &program, const CLI::ParseError &error) {
-    const CLI::App &command = Given(program);
+    const auto commands = program.get_subcommands();
+    const CLI::App &command = commands.empty() ? program : *commands.back();
     std::string message = error.what();
     if (dynamic_cast<const CLI::ExtrasError *>(&error))
-        message = ExplainExtra(program);
+        message = ExplainExtra(program.remaining().empty() ? command : program);
     else if (dynamic_cast<const CLI::RequiredError *>(&error))
-        message = ExplainMissing(command);
+        for (const CLI::Option *option : command.get_options())
+            if (option->get_required() && option->count() == 0)
+                message = OptionHead(*option) + " is missing";
     if (!message.ends_with('?'))
         message +=
             fmt::format("; {}{} --help shows what there is", &command == &program ? "" : "kvt ", command.get_name());
@@ -121,13 +97,14 @@ Outcome Run(int argc, char **argv) {
     const bool hasCalls = !words.empty() && (words[0] == "apply" || words[0] == "make");
     if (const auto mark = std::find(words.begin(), words.end(), "--"); hasCalls && mark != words.end())
         for (auto word = words.erase(mark); word != words.end(); ++word)
-            if (std::error_code ignored; word->size() > 1 && word->front() == '-' && fs::exists(*word, ignored))
+            if (std::error_code ignored;
+                word->size() > 1 && word->front() == '-' && std::filesystem::exists(*word, ignored))
                 *word = "./" + *word;
     CLI::App program("Calls the picture-processing module's methods from the command line.", "kvt");
     program.set_version_flag("--version", std::string(builtin::kVersion));
     program.require_subcommand(0, 1);
     program.formatter(std::make_shared<Formatter>());
-    Outcome outcome = Wrong;
+    Outcome outcome = Done;
     for (const auto add : kCommands)
         add(program, outcome);
     for (CLI::App *command : program.get_subcommands({})) {
@@ -151,9 +128,10 @@ Outcome Run(int argc, char **argv) {
         PrintProblem(Explain(program, error));
         return Wrong;
     }
-    if (program.get_subcommands().empty())
-        fmt::print(stderr, "{}", program.help());
-    return outcome;
+    if (!program.get_subcommands().empty())
+        return outcome;
+    fmt::print(stderr, "{}", program.help());
+    return Wrong;
 }
 
 /// What standard output did not take is no success, whatever was to be told there.
@@ -166,36 +144,12 @@ Outcome WithOutput(Outcome outcome) {
 
 } // namespace
 
-std::string Placeholder(const CLI::Option &option) {
-    if (option.get_type_size() == 0)
-        return {};
-    std::string name = option.get_type_name();
-    // A validator's own word stands behind a colon, a set of values as "{a,b}".
-    if (const std::size_t colon = name.find(':'); colon != name.npos)
-        name = name.compare(0, colon, "TEXT") == 0 ? name.substr(colon + 1) : name.substr(0, colon);
-    if (name.starts_with('{')) {
-        name = name.substr(1, name.size() - 2);
-        std::replace(name.begin(), name.end(), ',', '|');
-    }
-    if (option.get_positional() && (name == "TEXT" || name.empty())) {
-        name = option.get_name(true, false);
-        std::transform(name.begin(), name.end(), name.begin(), [](unsigned char c) { return std::toupper(c); });
-        if (option.get_expected_max() > 1)
-            name += "...";
-    }
-    return name;
-}
-
 std::string OptionHead(const CLI::Option &option) {
+    std::string type = option.get_type_name();
     if (option.get_positional())
-        return Placeholder(option);
-    std::string head;
-    for (const std::string &name : option.get_snames())
-        head += (head.empty() ? "-" : ", -") + name;
-    for (const std::string &name : option.get_lnames())
-        head += (head.empty() ? "--" : ", --") + name;
-    const std::string placeholder = Placeholder(option);
-    return placeholder.empty() ? head : head + " " + placeholder;
+        return type;
+    const std::string names = CLI::detail::find_and_replace(option.get_name(false, true), ",", ", ");
+    return type.empty() ? names : names + ' ' + type;
 }
 
 std::string OptionText(const CLI::Option &option) {
@@ -204,50 +158,39 @@ std::string OptionText(const CLI::Option &option) {
 }
 
 std::string Usage(const CLI::App &command) {
-    std::string usage = command.get_parent() ? command.get_parent()->get_name() + " " : "";
-    usage += command.get_name();
-    if (!command.get_subcommands([](const CLI::App *) { return true; }).empty())
-        return usage + " COMMAND [OPTION...]";
-    usage += " [OPTION...]";
+    if (!command.get_parent())
+        return command.get_name() + " COMMAND [OPTION...]";
+    std::string usage = fmt::format("{} {} [OPTION...]", command.get_parent()->get_name(), command.get_name());
     for (const CLI::Option *option : command.get_options())
         if (option->get_positional() && !option->get_group().empty())
-            usage += fmt::format(fmt::runtime(option->get_required() ? " {}" : " [{}]"), Placeholder(*option));
+            usage += fmt::format(fmt::runtime(option->get_required() ? " {}" : " [{}]"), option->get_type_name());
     return usage;
 }
 
 void AddHostOptions(CLI::App &command, HostOptions &options) {
-    command.add_option("--host", options.host, "kind of host")->type_name("desktop|console")->capture_default_str();
-    command
-        .add_option("--layout", options.layout,
-                    fmt::format("how the host stores pixels; {} on a console host", kConsoleLayout))
-        ->type_name(fmt::format("{}|{}", DesktopLayouts("|"), kConsoleLayout));
-    command.add_option("--host-version", options.version, "a number, or none for a host that does not tell")
-        ->type_name("VERSION")
-        ->capture_default_str();
-    command.add_option("--module", options.module, "the module's file; else the one beside the program")
-        ->type_name("FILE");
+    AddOption(command, "--host", options.host, "desktop|console", "kind of host");
+    AddOption(command, "--layout", options.layout, fmt::format("{}|{}", DesktopLayouts("|"), kConsoleLayout),
+              fmt::format("how the host stores pixels; {} on a console host", kConsoleLayout));
+    AddOption(command, "--host-version", options.version, "VERSION", "a number, or none for a host that does not tell");
+    AddOption(command, "--module", options.module, "FILE", "the module's file; else the one beside the program");
 }
 
 } // namespace tools
 
 int main(int argc, char **argv) {
     static_cast<void>(std::signal(SIGXFSZ, SIG_IGN)); // writing fails instead, and can be told
-    tools::Outcome outcome = tools::Wrong;
+    tools::Outcome outcome = tools::Done;
     try {
         outcome = tools::Run(argc, argv);
     } catch (const tools::Interrupted &interrupted) {
         static_cast<void>(std::signal(interrupted.signal, SIG_DFL));
         return std::raise(interrupted.signal);
-    } catch (const tools::WriteFailed &error) {
-        tools::PrintProblem(error.what());
-        outcome = tools::Failed;
-    } catch (const std::bad_alloc &) {
-        tools::PrintProblem("there is not enough memory");
     } catch (const std::exception &error) {
-        if (std::ferror(stdout) != 0) // which is why it was thrown, and is told below
-            outcome = tools::Done;
-        else
-            tools::PrintProblem(error.what());
+        if (std::ferror(stdout) == 0) { // else that is why it was thrown, and is told below
+            const auto [end, why] = tools::EndBy(error);
+            outcome = end;
+            tools::PrintProblem(why);
+        }
     }
     return tools::WithOutput(outcome);
 }
