@@ -8,7 +8,8 @@
 #include <cmath>
 #include <filesystem>
 #include <fmt/format.h>
-#include <set>
+#include <iterator>
+#include <utility>
 
 namespace tools {
 namespace {
@@ -39,13 +40,18 @@ constexpr std::string_view kExpected[] = {
     "nil, me or a picture file, without @",
 };
 
-/// A form of a method, and which of the call's arguments each of its parameters would get.
+/// What was written instead, in the order of the forms.
+constexpr const char *kFound[] = {"\"{}\"", "a string in quotes", "a file's bytes"};
+
+/// Which of the call's arguments each parameter of a method gets.
 struct Candidate {
-    Target target;
-    const RegisteredMethod *method;
-    std::vector<const Argument *> arguments = {}; ///< null: left out
-    std::vector<std::string_view> missing = {};   ///< parameters that must not be left out
-    bool takesAll = true;                         ///< that the call has
+    std::vector<const Argument *> arguments; ///< null: left out
+    bool takesAll = true;                    ///< that the call has
+    const RegisteredMethod *method = nullptr;
+    bool isPictures = false;                    ///< a method of Picture, not a global one
+    std::vector<std::string_view> missing = {}; ///< parameters that must not be left out
+
+    std::size_t Lacks() const { return takesAll ? missing.size() : SIZE_MAX; }
 };
 
 bool IsWord(const Argument &argument, std::string_view word) {
@@ -105,140 +111,126 @@ class Binder {
     }
 
     BoundCall Run() {
-        for (const auto &definition : host_.Classes())
-            if (SameName(definition->name, call_.name)) {
-                BindClass(*definition);
-                return std::move(bound_);
-            }
-        std::vector<Candidate> candidates;
-        for (const Target target : {Target::PictureMethod, Target::GlobalMethod})
-            for (const RegisteredMethod &method :
-                 target == Target::PictureMethod ? host_.PictureMethods() : host_.GlobalMethods())
-                if (SameName(method.declaration.name, call_.name))
-                    candidates.push_back(Matched({target, &method}));
-        if (candidates.empty())
-            FailUnknown();
-        BindMethod(candidates);
+        const auto isIt = [&](const auto &definition) { return SameName(definition->name, call_.name); };
+        if (const auto found = std::ranges::find_if(host_.Classes(), isIt); found != host_.Classes().end())
+            BindClass(**found);
+        else
+            BindMethod();
         return std::move(bound_);
     }
 
   private:
-    [[noreturn]] void Fail(std::string_view message, std::string_view part) const {
-        throw CallError(message, call_.text, part, Declared(host_, call_.name));
+    template <class... Values>
+    [[noreturn]] void Fail(std::string_view part, fmt::format_string<Values...> message, Values &&...values) const {
+        throw CallError(fmt::format(message, std::forward<Values>(values)...), call_.text, part,
+                        Declared(host_, call_.name));
     }
     [[noreturn]] void FailUnknown() const {
-        const bool couldBeFile = call_.arguments.empty() && !call_.assigned; // which would be read as a call
-        std::error_code ignored;
-        const auto status = std::filesystem::status(call_.text, ignored);
-        const std::string file = !couldBeFile ? ""
-                                 : std::filesystem::is_directory(status)
-                                     ? fmt::format("; \"{}\" is a folder", call_.text)
-                                 : std::filesystem::exists(status) ? fmt::format("; \"{}\" is a file", call_.text)
-                                                                   : fmt::format(", and no file \"{}\"", call_.text);
-        Fail(fmt::format("there is no method or class \"{}\"{}{}", call_.name, file,
-                         Suggestion(call_.name, InterfaceNames(host_), "; kvt list shows what there is")),
-             call_.name);
+        std::string file;
+        if (std::error_code ignored; call_.arguments.empty() && !call_.assigned) // a file would be no call
+            file = std::filesystem::is_directory(call_.text, ignored) ? fmt::format("; \"{}\" is a folder", call_.text)
+                                                                      : fmt::format(", and no file \"{}\"", call_.text);
+        Fail(call_.name, "there is no method or class \"{}\"{}{}", call_.name, file,
+             Suggestion(call_.name, InterfaceNames(host_), "; kvt list shows what there is"));
     }
-    [[noreturn]] void FailWithoutPicture(std::string_view part) const {
-        Fail("there is no picture yet: a call that makes one must come first", part);
+    void DemandPicture(std::string_view part) const {
+        if (!hasPicture_)
+            Fail(part, "there is no picture yet: a call that makes one must come first");
     }
-    [[noreturn]] void FailTwice(const Argument &argument) const {
-        Fail("this is given twice", argument.name.empty() ? argument.written : argument.name);
-    }
-    /// Shows an argument's name unless it is one of these.
+    /// Shows an argument's name unless one of the parameters is called so.
     void CheckName(const Argument &argument, std::string_view owner, std::string_view kind,
-                   const std::vector<std::string_view> &names) const {
-        const auto isIt = [&](std::string_view name) { return SameName(name, argument.name); };
-        if (!argument.name.empty() && std::none_of(names.begin(), names.end(), isIt))
-            Fail(fmt::format("{} has no {} \"{}\"{}", owner, kind, argument.name, Suggestion(argument.name, names)),
-                 argument.name);
+                   const std::vector<Parameter> &parameters) const {
+        const auto isIt = [&](const Parameter &parameter) { return SameName(parameter.name, argument.name); };
+        if (argument.name.empty() || std::ranges::any_of(parameters, isIt))
+            return;
+        std::vector<std::string_view> names;
+        std::ranges::transform(parameters, std::back_inserter(names), &Parameter::name);
+        Fail(argument.name, "{} has no {} \"{}\"{}", owner, kind, argument.name, Suggestion(argument.name, names));
     }
-    bool HasNames() const { return !call_.arguments.empty() && !call_.arguments.back().name.empty(); }
-
-    /// Gives arguments to parameters, by their order, then by their names.
-    Candidate Matched(Candidate candidate) const {
-        const std::vector<Parameter> &parameters = candidate.method->declaration.parameters;
-        candidate.arguments.resize(parameters.size());
+    /// Gives arguments to parameters, by their order, then by their names; `unnamed` is the name of those without.
+    Candidate GiveOut(const std::vector<Parameter> &parameters, std::string_view unnamed) const {
+        Candidate candidate{std::vector<const Argument *>(parameters.size())};
         bool named = false;
         for (std::size_t i = 0; i < call_.arguments.size(); ++i) {
             const Argument &argument = call_.arguments[i];
-            named = named || !argument.name.empty();
-            if (named && argument.name.empty())
-                Fail("what has no name comes before what has one", argument.written);
-            std::size_t at = i;
-            if (named)
-                at = static_cast<std::size_t>(
-                    std::find_if(parameters.begin(), parameters.end(),
-                                 [&](const Parameter &known) { return SameName(known.name, argument.name); }) -
-                    parameters.begin());
+            const std::string_view name = argument.name.empty() ? unnamed : argument.name;
+            named = named || !name.empty();
+            if (named && name.empty())
+                Fail(argument.written, "what has no name comes before what has one");
+            std::size_t at = named ? 0 : i;
+            while (named && at < parameters.size() && !SameName(parameters[at].name, name))
+                ++at;
             if (at >= parameters.size())
                 candidate.takesAll = false;
             else if (std::exchange(candidate.arguments[at], &argument))
-                FailTwice(argument);
+                Fail(argument.name.empty() ? argument.written : argument.name, "this is given twice");
         }
-        for (std::size_t i = 0; i < parameters.size(); ++i)
-            if (!candidate.arguments[i] && !LeftOut(parameters[i], named))
-                candidate.missing.push_back(parameters[i].name);
         return candidate;
     }
-    /// Names what is missing to the form that lacks the least, when there is one.
-    [[noreturn]] void FailArguments(const std::vector<Candidate> &candidates) const {
-        std::vector<std::string_view> names;
-        const Candidate *next = nullptr;
-        for (const Candidate &candidate : candidates) {
-            for (const Parameter &parameter : candidate.method->declaration.parameters)
-                names.push_back(parameter.name);
-            if (candidate.takesAll && (!next || candidate.missing.size() < next->missing.size()))
-                next = &candidate;
-        }
-        const std::string &method = candidates[0].method->declaration.name;
+    /// Names what is missing to `next`, the form that lacks the least, when it takes all arguments.
+    [[noreturn]] void FailArguments(const std::vector<Candidate> &candidates, const Candidate &next) const {
+        std::vector<Parameter> parameters; // of all forms
+        for (const Candidate &candidate : candidates)
+            std::ranges::copy(candidate.method->declaration.parameters, std::back_inserter(parameters));
+        const std::string &method = next.method->declaration.name;
         for (const Argument &argument : call_.arguments)
-            CheckName(argument, method, "parameter", names);
+            CheckName(argument, method, "parameter", parameters);
         const std::size_t count = call_.arguments.size();
         const std::string message = fmt::format("no {} takes {} argument{}", method, count, count == 1 ? "" : "s");
-        if (!next)
-            Fail(message, call_.name);
+        if (!next.takesAll)
+            Fail(call_.name, "{}", message);
         const std::string_view last = count == 0 ? call_.name : call_.arguments.back().written;
-        Fail(fmt::format("{}: {} {} missing", message, Enumerated(next->missing, " and "),
-                         next->missing.size() == 1 ? "is" : "are"),
-             {last.data() + last.size(), 0});
+        Fail({last.data() + last.size(), 0}, "{}: {} {} missing", message, Enumerated(next.missing, " and "),
+             next.missing.size() == 1 ? "is" : "are");
     }
 
-    void BindMethod(const std::vector<Candidate> &candidates) {
-        const auto chosen = std::find_if(candidates.begin(), candidates.end(),
-                                         [](const Candidate &form) { return form.takesAll && form.missing.empty(); });
-        if (chosen == candidates.end())
-            FailArguments(candidates);
-        const Declaration &declaration = chosen->method->declaration;
+    void BindMethod() {
+        const bool hasNames = !call_.arguments.empty() && !call_.arguments.back().name.empty();
+        std::vector<Candidate> candidates;
+        for (const auto *methods : {&host_.PictureMethods(), &host_.GlobalMethods()})
+            for (const RegisteredMethod &method : *methods) {
+                if (!SameName(method.declaration.name, call_.name))
+                    continue;
+                const std::vector<Parameter> &parameters = method.declaration.parameters;
+                Candidate &candidate = candidates.emplace_back(GiveOut(parameters, {}));
+                candidate.method = &method;
+                candidate.isPictures = methods == &host_.PictureMethods();
+                for (std::size_t i = 0; i < parameters.size(); ++i)
+                    if (!candidate.arguments[i] && !LeftOut(parameters[i], hasNames))
+                        candidate.missing.push_back(parameters[i].name);
+            }
+        if (candidates.empty())
+            FailUnknown();
+        const Candidate &chosen = *std::ranges::min_element(candidates, {}, &Candidate::Lacks);
+        if (chosen.Lacks() > 0)
+            FailArguments(candidates, chosen);
+        const Declaration &declaration = chosen.method->declaration;
         if (!call_.member.empty())
-            Fail(fmt::format("there is no method \"{}\" to go on with behind {}{}", call_.member, declaration.name,
-                             Suggestion(call_.member, InterfaceNames(host_))),
-                 call_.member);
-        if (call_.assigned && !chosen->method->record.setter)
-            Fail(fmt::format("{} cannot be assigned to", declaration.name), call_.assigned->written);
-        if (chosen->target == Target::PictureMethod && !hasPicture_)
-            FailWithoutPicture(call_.name);
+            Fail(call_.member, "there is no method \"{}\" to go on with behind {}{}", call_.member, declaration.name,
+                 Suggestion(call_.member, InterfaceNames(host_)));
+        if (call_.assigned && !chosen.method->record.setter)
+            Fail(call_.assigned->written, "{} cannot be assigned to", declaration.name);
+        if (chosen.isPictures)
+            DemandPicture(call_.name);
 
-        bound_.target = chosen->target;
+        bound_.target = chosen.isPictures ? Target::PictureMethod : Target::GlobalMethod;
         bound_.name = declaration.name;
-        bound_.method = chosen->method;
+        bound_.method = chosen.method;
         const auto isBits = [](const Parameter &parameter) { return SameName(parameter.name, kBits); };
-        takesSound_ = std::any_of(declaration.parameters.begin(), declaration.parameters.end(), isBits);
+        bound_.takesSound = std::ranges::any_of(declaration.parameters, isBits);
         for (std::size_t i = 0; i < declaration.parameters.size(); ++i) {
             const Parameter &parameter = declaration.parameters[i];
             const bool fits = bits_ && isBits(parameter);
-            Argument argument;
-            argument.written = call_.name;
-            if (chosen->arguments[i])
-                argument = *chosen->arguments[i];
-            else
-                argument.text = fits ? std::to_string(*bits_) : *LeftOut(parameter, HasNames());
-            bound_.arguments.emplace_back(parameter.name, ValueOf(parameter, argument));
-            if (const Slot &bits = bound_.arguments[i].second; fits && bits->AsInteger() != *bits_)
-                Fail(fmt::format("this sound file holds {}: {} must be {}, not {}",
-                                 *bits_ == 8 ? "unsigned samples of 8 bits" : "signed samples of 16 bits",
-                                 parameter.name, *bits_, bits->AsInteger()),
-                     argument.written);
+            Argument leftOut = {{}, Form::Bare, LeftOut(parameter, hasNames).value_or(""), call_.name};
+            if (fits)
+                leftOut.text = std::to_string(*bits_);
+            const Argument &argument = chosen.arguments[i] ? *chosen.arguments[i] : leftOut;
+            const Slot value = ValueOf(parameter, argument);
+            if (fits && value->AsInteger() != *bits_)
+                Fail(argument.written, "this sound file holds {}: {} must be {}, not {}",
+                     *bits_ == 8 ? "unsigned samples of 8 bits" : "signed samples of 16 bits", parameter.name, *bits_,
+                     value->AsInteger());
+            bound_.arguments.emplace_back(parameter.name, value);
         }
         if (call_.assigned)
             bound_.assigned = ValueOf({"the assigned value", declaration.result, false, {}}, *call_.assigned);
@@ -246,48 +238,40 @@ class Binder {
 
     void BindClass(const RegisteredClass &definition) {
         if (call_.assigned)
-            Fail(fmt::format("{} is a class: it cannot be assigned to", definition.name), call_.assigned->written);
+            Fail(call_.assigned->written, "{} is a class: it cannot be assigned to", definition.name);
         bound_.target = Target::Class;
         bound_.name = definition.name;
         bound_.method = MethodNamed(definition, call_.member);
         if (!bound_.method || bound_.method->declaration.result != Type::Boolean ||
             !bound_.method->declaration.parameters.empty())
-            Fail(fmt::format("{} is a class: expected \".Run\" behind it", definition.name),
-                 call_.member.empty() ? call_.text.substr(call_.text.size()) : call_.member);
+            Fail(call_.member.empty() ? call_.text.substr(call_.text.size()) : call_.member,
+                 "{} is a class: expected \".Run\" behind it", definition.name);
         const RegisteredMethod *table = MethodNamed(definition, kTable);
         const bool hasTable = table && table->record.setter;
-        std::set<const void *> given; // properties
+        std::vector<Parameter> parameters(hasTable ? 1 : 0, {std::string(kTable), Type::Nothing, false, {}});
+        for (const auto &[name, type, record] : definition.properties)
+            parameters.push_back({name, type, false, {}});
         for (const Argument &argument : call_.arguments) {
-            if (hasTable && (argument.name.empty() || SameName(argument.name, kTable))) {
-                if (bound_.table)
-                    FailTwice(argument);
-                bound_.table =
-                    FromFile(argument, [&] { return ParseCube(AsText(ReadBytes(argument.text)), argument.text); });
-                continue;
-            }
-            if (argument.name.empty())
-                Fail(fmt::format("{} takes properties by name, as in MinX=10", definition.name), argument.written);
-            std::vector<std::string_view> names;
-            for (const auto &[name, type, record] : definition.properties) {
-                names.push_back(name);
-                if (!SameName(name, argument.name))
-                    continue;
-                if (!given.insert(&name).second)
-                    FailTwice(argument);
-                bound_.arguments.emplace_back(name, ValueOf({name, type, false, {}}, argument));
-            }
-            CheckName(argument, definition.name, "property", names);
+            CheckName(argument, definition.name, "property", parameters);
+            if (argument.name.empty() && !hasTable)
+                Fail(argument.written, "{} takes properties by name, as in MinX=10", definition.name);
         }
-        if (hasTable && !bound_.table)
-            Fail(fmt::format("{} needs a table, without which all becomes black: {}(\"film.cube\").{}", definition.name,
-                             definition.name, call_.member),
-                 call_.name);
-        const auto isSource = [](const auto &property) { return property.first == "SourcePicture"; };
-        if (std::any_of(bound_.arguments.begin(), bound_.arguments.end(), isSource))
-            return;
-        if (!hasPicture_)
-            FailWithoutPicture(call_.name);
-        bound_.arguments.emplace_back("SourcePicture", std::nullopt);
+        const Candidate given = GiveOut(parameters, kTable);
+        if (hasTable && !given.arguments[0])
+            Fail(call_.name, "{} needs a table, without which all becomes black: {}(\"film.cube\").{}", definition.name,
+                 definition.name, call_.member);
+        for (std::size_t i = 0; i < parameters.size(); ++i) {
+            const Argument *argument = given.arguments[i];
+            if (hasTable && i == 0) {
+                bound_.table =
+                    FromFile(*argument, [&] { return ParseCube(AsText(ReadBytes(argument->text)), argument->text); });
+            } else if (argument) {
+                bound_.arguments.emplace_back(parameters[i].name, ValueOf(parameters[i], *argument));
+            } else if (parameters[i].name == "SourcePicture") {
+                DemandPicture(call_.name);
+                bound_.arguments.emplace_back("SourcePicture", std::nullopt);
+            }
+        }
     }
 
     /// What `read` makes of the file that an argument names; shows the argument when it cannot be used.
@@ -295,68 +279,42 @@ class Binder {
         try {
             return read();
         } catch (const UserError &error) {
-            Fail(error.what(), argument.written);
+            Fail(argument.written, "{}", error.what());
         }
     }
 
     Slot ValueOf(const Parameter &parameter, const Argument &argument) {
-        if (const std::optional<Slot> value = Read(parameter.type, argument))
-            return *value;
-        const std::string found = argument.form == Form::Quoted      ? "a string in quotes"
-                                  : argument.form == Form::FileBytes ? "a file's bytes"
-                                                                     : fmt::format("\"{}\"", argument.text);
-        Fail(fmt::format("{} as {}: expected {}, not {}", parameter.name, NameOf(parameter.type),
-                         kExpected[static_cast<std::size_t>(parameter.type)], found),
-             argument.written);
-    }
-
-    /// Nothing when it is no value of that type.
-    std::optional<Slot> Read(Type type, const Argument &argument) {
+        const Type type = parameter.type;
         const bool isBare = argument.form == Form::Bare;
         const std::optional<double> parsed = isBare ? ParseNumber(argument.text) : std::nullopt;
-        const double number = parsed.value_or(0);
-        const auto whole = [&](double least, double most) -> std::optional<Slot> {
-            if (!parsed || number != std::trunc(number) || number < least || number > most)
-                return std::nullopt;
-            return Value(static_cast<std::int64_t>(number));
+        const double number = parsed.value_or(NAN);
+        const auto isWhole = [&](double least, double most) {
+            return number == std::trunc(number) && number >= least && number <= most;
         };
-        if (IsWord(argument, "nil") && (type == Type::String || type == Type::Picture || type == Type::MemoryBlock))
+        const bool mayBeNil = type == Type::String || type == Type::Picture || type == Type::MemoryBlock;
+        if (mayBeNil && IsWord(argument, "nil"))
             return Value();
-        switch (type) {
-        case Type::Integer:
-            return whole(INT32_MIN, INT32_MAX);
-        case Type::UInt32:
-            return whole(0, UINT32_MAX);
-        case Type::Color:
-            if (const auto color = isBare ? ColorOf(argument.text) : std::nullopt)
-                return Value(*color);
-            break;
-        case Type::Boolean:
-            if (IsWord(argument, "true") || IsWord(argument, "false"))
-                return Value(IsWord(argument, "true"));
-            break;
-        case Type::Double:
-            if (parsed)
-                return Value(number);
-            break;
-        case Type::String:
-            if (!isBare)
-                return Value(StringOf(argument));
-            break;
-        case Type::Picture:
-            if (IsWord(argument, "me") && !hasPicture_)
-                FailWithoutPicture(argument.written);
-            if (IsWord(argument, "me"))
-                return Slot();
-            if (argument.form != Form::FileBytes)
-                return Value(PictureOf(argument));
-            break;
-        case Type::MemoryBlock:
+        if (type == Type::Integer ? isWhole(INT32_MIN, INT32_MAX) : type == Type::UInt32 && isWhole(0, UINT32_MAX))
+            return Value(static_cast<std::int64_t>(number));
+        if (type == Type::Double && parsed)
+            return Value(number);
+        if (const auto color = isBare ? ColorOf(argument.text) : std::nullopt; color && type == Type::Color)
+            return Value(*color);
+        if (type == Type::Boolean && (IsWord(argument, "true") || IsWord(argument, "false")))
+            return Value(IsWord(argument, "true"));
+        if (type == Type::String && !isBare)
+            return Value(StringOf(argument));
+        if (type == Type::MemoryBlock)
             return Value(BlockOf(argument));
-        case Type::Nothing:
-            break;
+        if (type == Type::Picture && IsWord(argument, "me")) {
+            DemandPicture(argument.written);
+            return std::nullopt;
         }
-        return std::nullopt;
+        if (type == Type::Picture && argument.form != Form::FileBytes)
+            return Value(PictureOf(argument));
+        Fail(argument.written, "{} as {}: expected {}, not {}", parameter.name, NameOf(type),
+             kExpected[static_cast<std::size_t>(type)],
+             fmt::format(fmt::runtime(kFound[static_cast<std::size_t>(argument.form)]), argument.text));
     }
 
     Ref StringOf(const Argument &argument) {
@@ -378,21 +336,19 @@ class Binder {
     /// of a kind that nobody means so. @ takes any file for its bytes.
     Ref BlockOf(const Argument &argument) {
         Bytes bytes = FromFile(argument, [&] { return ReadBytes(argument.text); });
-        if (argument.form == Form::FileBytes)
-            return host_.MakeBlock(bytes.size(), bytes);
         const std::string_view kind = KindOf(bytes);
-        const bool isUnknown = kind.empty() && argument.form == Form::Bare;
-        if (takesSound_ && (kind == "WAV" || EndingOf(argument.text) == ".wav")) {
+        const bool isSound = bound_.takesSound && (kind == "WAV" || EndingOf(argument.text) == ".wav");
+        const bool isUnknown = !bound_.takesSound && kind.empty() && argument.form == Form::Bare;
+        if (argument.form != Form::FileBytes && isSound) {
             Sound sound = FromFile(argument, [&] { return ReadWav(bytes, argument.text); });
             if (!sound.loss.empty())
                 bound_.notes.push_back(fmt::format("{}: {}", argument.text, sound.loss));
             bits_ = sound.bits;
             bytes = std::move(sound.samples);
-        } else if (takesSound_ || !isUnknown) {
-            Fail(fmt::format("{}: {}{}; @\"{}\" stands for the bytes of the file, whatever they are", argument.text,
-                             takesSound_ ? "is no WAV file" : "cannot be taken for a block of bytes",
-                             kind.empty() ? "" : fmt::format(", for it is {}", kind), argument.text),
-                 argument.written);
+        } else if (argument.form != Form::FileBytes && !isUnknown) {
+            Fail(argument.written, "{}: {}{}; @\"{}\" stands for the bytes of the file, whatever they are",
+                 argument.text, bound_.takesSound ? "is no WAV file" : "cannot be taken for a block of bytes",
+                 kind.empty() ? "" : fmt::format(", for it is {}", kind), argument.text);
         }
         return host_.MakeBlock(bytes.size(), bytes);
     }
@@ -401,7 +357,6 @@ class Binder {
     bool hasPicture_;
     BoundCall bound_;
     const Call &call_;
-    bool takesSound_ = false; ///< the method that the call was found to mean
     std::optional<int> bits_; ///< of the sound among the arguments
 };
 

@@ -19,6 +19,7 @@ struct BoundCall {
     const standin::RegisteredMethod *method = nullptr;   ///< of a class: the member that is called
     std::vector<std::pair<std::string, Slot>> arguments; ///< by parameter, left-out ones too; of a class, properties
     std::optional<Slot> assigned;
+    bool takesSound = false; ///< samples, with how they are stored
     std::optional<CubeTable> table;
     std::string hint; ///< what may be wrong when nothing comes of the call; empty when nothing is suspicious
     std::vector<std::string> notes; ///< what is lost of its picture files
