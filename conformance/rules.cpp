@@ -349,6 +349,7 @@ void CheckRepeats(Judge &judge) {
             continue;
         Host host(DescribeHost(place, judge.module()));
         std::vector<std::optional<Called>> first;
+        first.reserve(routines.size());
         for (const Routine &routine : routines)
             first.push_back(CallOn(host, judge, {.routine = &routine, .place = &place}));
         for (std::size_t i = routines.size(); i-- > 0;) {

@@ -8,7 +8,7 @@
 #include <filesystem>
 #include <fmt/format.h>
 #include <map>
-#include <new>
+#include <tuple>
 
 namespace tools {
 namespace {
@@ -20,21 +20,6 @@ using Files = std::map<std::string, Bytes>;
 
 Bytes Copy(std::span<const unsigned char> bytes) { return {bytes.begin(), bytes.end()}; }
 
-Json JsonOf(const Value &value) {
-    if (value.Is<bool>())
-        return value.AsBoolean();
-    if (value.Is<double>())
-        return value.AsDouble();
-    if (value.Is<std::int64_t>())
-        return value.AsInteger();
-    if (!value.Is<Ref>())
-        return nullptr;
-    const Ref &ref = value.AsRef();
-    if (ref.object()->kind == Kind::Picture)
-        return {{"width", ref.picture().width}, {"height", ref.picture().height}};
-    return {{"bytes", ref.object()->kind == Kind::String ? ref.text().bytes().size() : ref.block().memory.size()}};
-}
-
 void CheckBlocks(const std::vector<SavedBlock> &blocks, const std::vector<BoundCall> &calls) {
     std::vector<std::string_view> names;
     for (const BoundCall &call : calls)
@@ -42,9 +27,9 @@ void CheckBlocks(const std::vector<SavedBlock> &blocks, const std::vector<BoundC
             if (parameter.byref && parameter.type == Type::MemoryBlock)
                 names.push_back(parameter.name);
     for (const SavedBlock &block : blocks)
-        if (std::none_of(names.begin(), names.end(), [&](auto known) { return SameName(known, block.name); }))
-            throw UserError(fmt::format("--save-block {}={}: no call has a byref memory block \"{}\"{}", block.name,
-                                        block.path, block.name, Suggestion(block.name, names)));
+        if (std::ranges::none_of(names, [&](auto known) { return SameName(known, block.name); }))
+            Refuse("--save-block {}={}: no call has a byref memory block \"{}\"{}", block.name, block.path, block.name,
+                   Suggestion(block.name, names));
 }
 
 std::string PicturePath(const ApplyRequest &request) {
@@ -52,60 +37,45 @@ std::string PicturePath(const ApplyRequest &request) {
     return toStream ? "standard output" + request.streamEnding : request.output;
 }
 
+bool GivesString(const std::vector<BoundCall> &calls) { return !calls.empty() && calls.back().YieldsString(); }
+
 /// Whether a picture goes there; else the string of the last call does.
 bool TakesPicture(const std::string &output, const std::vector<BoundCall> &calls) {
-    return output == kStandardStream ? calls.empty() || !calls.back().YieldsString() : IsPicturePath(output);
+    return output == kStandardStream ? !GivesString(calls) : IsPicturePath(output);
 }
 
 void CheckOutput(const ApplyRequest &request, const std::vector<BoundCall> &calls, bool hasPicture) {
-    const std::string &output = request.output;
-    if (output.empty())
-        return;
-    const bool givesString = !calls.empty() && calls.back().YieldsString();
-    if (!TakesPicture(output, calls)) {
-        if (!givesString)
-            throw UserError(fmt::format(
-                "{}: pictures are saved as .png, .jpg, .jpeg, .webp or .bmp, or into a folder, as in {}/; a "
-                "file of another name takes the string that the last call returns, and there is none",
-                output, std::filesystem::path(output).replace_extension().string()));
+    std::filesystem::path output = request.output;
+    if (!TakesPicture(request.output, calls)) {
+        if (!output.empty() && !GivesString(calls))
+            Refuse("{}: pictures are saved as .png, .jpg, .jpeg, .webp or .bmp, or into a folder, as in {}/; a file of "
+                   "another name takes the string that the last call returns, and there is none",
+                   request.output, output.replace_extension().string());
         return;
     }
     CheckWritable(PicturePath(request));
     if (!hasPicture)
-        throw UserError(fmt::format("{}: there is no picture to save, for no call makes one", output));
-    if (givesString)
-        throw UserError(fmt::format("{}: {} returns a string and no picture, which goes to a file of another ending: "
-                                    "-o {}",
-                                    output, calls.back().name,
-                                    std::filesystem::path(output).replace_extension(".ppic").string()));
+        Refuse("{}: there is no picture to save, for no call makes one", request.output);
+    if (GivesString(calls))
+        Refuse("{}: {} returns a string and no picture, which goes to a file of another ending: "
+               "-o {}",
+               request.output, calls.back().name, output.replace_extension(".ppic").string());
 }
 
-bool LeavesPictureUnsaved(const std::string &output, const std::vector<BoundCall> &calls) {
-    return output.empty() && !calls.empty() && (calls.back().YieldsPicture() || calls.back().assigned);
-}
-
-/// Notes what a call gave; of a picture, `picture` is it.
-void Tell(const BoundCall &call, const Result &result, const Ref &picture, ApplyReport &report) {
+/// What is told of a call; of a picture, `picture` is what it gave.
+Json TellCall(const BoundCall &call, const Result &result, const Ref &picture) {
     const Declaration &declaration = call.method->declaration;
-    const auto tell = [&](const std::string &name, Type type, const Value &value) -> Json {
-        if (type != Type::Picture)
-            report.answers.emplace_back(name, Shown(value));
-        return {{"name", name}, {"type", NameOf(type)}, {"value", JsonOf(value)}};
-    };
     Json value;
     if (call.YieldsPicture())
-        value = tell(call.name, Type::Picture, picture);
+        value = Told(call.name, Type::Picture, picture);
     else if (!call.assigned && declaration.result != Type::Nothing)
-        value = tell(call.name, declaration.result, result.value);
+        value = Told(call.name, declaration.result, result.value);
     Json byref = Json::array();
-    for (const auto &[name, variable] : result.byref) {
-        const auto parameter = std::find_if(declaration.parameters.begin(), declaration.parameters.end(),
-                                            [&name = name](const auto &known) { return known.name == name; });
-        byref.push_back(tell(name, parameter->type, variable));
-    }
+    for (const Parameter &parameter : declaration.parameters)
+        if (parameter.byref)
+            byref.push_back(Told(parameter.name, parameter.type, result.byref[byref.size()].second));
     const std::chrono::duration<double> time = result.time - result.timeInHost;
-    report.json["calls"].push_back(
-        {{"call", call.call.text}, {"result", value}, {"byref", byref}, {"seconds", time.count()}});
+    return {{"call", call.call.text}, {"result", value}, {"byref", byref}, {"seconds", time.count()}};
 }
 
 /// The calls of a request, ready to run.
@@ -120,14 +90,14 @@ std::vector<BoundCall> BindAll(Host &host, const ApplyRequest &request) {
     return calls;
 }
 
-Files RunAll(Host &host, const ApplyRequest &request, ApplyReport &report) {
+Files RunAll(Host &host, const ApplyRequest &request, Json &report) {
     LoadedPicture input;
     if (request.input)
         input = ReadPicture(host, *request.input, request.addAlpha);
     const std::vector<BoundCall> calls = BindAll(host, request);
     const auto note = [&](const std::vector<std::string> &notes) {
         for (const std::string &one : notes)
-            report.json["notes"].push_back(one);
+            report["notes"].push_back(one);
     };
     note(input.notes);
     for (const BoundCall &call : calls)
@@ -144,7 +114,7 @@ Files RunAll(Host &host, const ApplyRequest &request, ApplyReport &report) {
     for (const BoundCall &call : calls) {
         const Ref before = picture;
         const Result result = RunCall(host, call, picture);
-        Tell(call, result, picture, report);
+        report["calls"].push_back(TellCall(call, result, picture));
         if (call.assigned)
             masked = before;
         const bool readsMask = call.method->record.setter && !call.assigned;
@@ -155,10 +125,9 @@ Files RunAll(Host &host, const ApplyRequest &request, ApplyReport &report) {
                 if (SameName(saved.name, name) && value.Is<Ref>())
                     files[saved.path] = Copy(AsBytes(value.AsRef().block()));
         last = result.value;
-        report.hasFalse = report.hasFalse || (last.Is<bool>() && !last.AsBoolean());
     }
-    if (LeavesPictureUnsaved(request.output, calls))
-        report.unsaved = Shown(picture);
+    if (request.output.empty() && !calls.empty() && (calls.back().YieldsPicture() || calls.back().assigned))
+        report["unsaved"] = Shown(Told({}, Type::Picture, picture));
     if (savesPicture) {
         if (picture == masked)
             AddAlphaChannel(picture.picture());
@@ -171,71 +140,62 @@ Files RunAll(Host &host, const ApplyRequest &request, ApplyReport &report) {
     return files;
 }
 
-void Save(const Files &files, const ApplyRequest &request, Json &json) {
-    for (const auto &[path, bytes] : files)
-        WriteBytes(path, bytes);
-    if (!request.output.empty())
-        json["output"] = request.output;
-    for (std::size_t i = 0; i < request.savedBlocks.size(); ++i)
-        json["blocks"][i]["output"] = request.savedBlocks[i].path;
-}
-
-void RunAndSave(const HostDescription &description, const ApplyRequest &request, ApplyReport &report) {
+Outcome RunAndSave(const HostDescription &description, const ApplyRequest &request, Json &report) {
     Host host(description);
     std::optional<Files> files;
     try {
         files = RunAll(host, request, report);
     } catch (const CallFailed &failed) {
-        report.json["error"] = failed.what();
+        report["error"] = failed.what();
         if (failed.raised)
-            report.json["raised"] = {{"class", failed.raised->className}, {"message", failed.raised->message}};
+            report["raised"] = {{"class", failed.raised->className}, {"message", failed.raised->message}};
     }
     host.Finish(); // by now nothing of the host's is held here any more: what is still out, the module kept
-    const std::vector<std::string> violations = host.TakeViolations();
-    report.json["violations"] = violations;
-    report.outcome = !violations.empty() ? Violated : files ? Done : Failed;
-    if (report.outcome == Done)
-        Save(*files, request, report.json);
-    if (report.outcome == Done && request.falseFails && report.hasFalse)
-        report.outcome = Failed;
+    report["violations"] = host.TakeViolations();
+    if (!report["violations"].empty())
+        return Violated;
+    if (!files)
+        return Failed;
+    for (const auto &[path, bytes] : *files)
+        WriteBytes(path, bytes);
+    if (!request.output.empty())
+        report["output"] = request.output;
+    for (std::size_t i = 0; i < request.savedBlocks.size(); ++i)
+        report["blocks"][i]["output"] = request.savedBlocks[i].path;
+    const auto isFalse = [](const Json &call) { return call["result"] != nullptr && call["result"]["value"] == false; };
+    return request.falseFails && std::ranges::any_of(report["calls"], isFalse) ? Failed : Done;
 }
 
 } // namespace
 
-ApplyReport::ApplyReport(const ApplyRequest &request)
-    : json{{"input", nullptr}, {"output", nullptr}, {"blocks", Json::array()}, {"calls", Json::array()},
-           {"seconds", 0},     {"raised", nullptr}, {"notes", Json::array()},  {"violations", Json::array()},
-           {"error", nullptr}, {"status", nullptr}} {
+Json ReportOf(const ApplyRequest &request, Outcome outcome, const Json &error) {
+    Json report =
+        Json::parse(R"({"input": null, "output": null, "blocks": [], "calls": [], "seconds": 0, "raised": null,
+                                  "notes": [], "violations": [], "error": null, "status": null, "unsaved": null})");
+    report["status"] = outcome;
+    report["error"] = error;
     if (request.input)
-        json["input"] = *request.input;
+        report["input"] = *request.input;
     for (const SavedBlock &block : request.savedBlocks)
-        json["blocks"].push_back({{"name", block.name}, {"output", nullptr}});
-}
-
-ApplyReport Apply(const HostDescription &host, const ApplyRequest &request) {
-    ApplyReport report(request);
-    const auto start = std::chrono::steady_clock::now();
-    const auto fail = [&](Outcome outcome, const char *why) {
-        report.outcome = outcome;
-        report.json["error"] = why;
-    };
-    try {
-        RunAndSave(host, request, report);
-    } catch (const WriteFailed &error) {
-        fail(Failed, error.what());
-    } catch (const std::bad_alloc &) {
-        fail(Wrong, "there is not enough memory");
-    } catch (const std::exception &error) {
-        fail(Wrong, error.what());
-    }
-    report.json["seconds"] = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
-    report.json["status"] = static_cast<int>(report.outcome);
+        report["blocks"].push_back({{"name", block.name}, {"output", nullptr}});
     return report;
 }
 
-bool CheckCalls(const HostDescription &description, const ApplyRequest &request) {
+Json Apply(const HostDescription &host, const ApplyRequest &request) {
+    Json report = ReportOf(request);
+    const auto start = std::chrono::steady_clock::now();
+    try {
+        report["status"] = RunAndSave(host, request, report);
+    } catch (const std::exception &error) {
+        std::tie(report["status"], report["error"]) = EndBy(error);
+    }
+    report["seconds"] = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+    return report;
+}
+
+void CheckCalls(const HostDescription &description, const ApplyRequest &request) {
     Host host(description);
-    return LeavesPictureUnsaved(request.output, BindAll(host, request));
+    BindAll(host, request);
 }
 
 } // namespace tools

@@ -26,31 +26,18 @@ struct ApplyRequest {
     bool falseFails = false; ///< a call whose boolean result is false makes the outcome Failed
 };
 
-/// What came of a request.
-struct ApplyReport {
-    explicit ApplyReport(const ApplyRequest &request); ///< as of one that came to nothing
-
-    Outcome outcome = Wrong;
-    Json json; ///< what --json prints: paths where something was saved, calls, losses, errors, times
-    std::vector<std::pair<std::string, std::string>> answers; ///< results that are no pictures: name and value
-    std::string unsaved;   ///< the picture that the last call made and nothing takes; empty when there is none
-    bool hasFalse = false; ///< among the results
-};
+/// What is told of a request that came to nothing: what --json prints (paths where something was saved, calls, losses,
+/// errors, times), and beside it "unsaved", the picture that the last call made and nothing takes, null if there is
+/// none.
+Json ReportOf(const ApplyRequest &request, Outcome outcome = Done, const Json &error = nullptr);
 
 /// Runs the calls on a new host, each on the picture that the one before returned, and saves the end. All calls are
 /// checked, and all files read, before the first one runs; nothing is saved unless all went well. Throws nothing of the
-/// request's: what is wrong with it stands in the report.
-ApplyReport Apply(const standin::HostDescription &host, const ApplyRequest &request);
+/// request's: what is wrong with it stands in the report, which is returned.
+Json Apply(const standin::HostDescription &host, const ApplyRequest &request);
 
-/// Throws UserError for what is wrong with the calls themselves, whatever the input holds. Whether the last one makes a
-/// picture that nothing takes.
-bool CheckCalls(const standin::HostDescription &host, const ApplyRequest &request);
-
-/// What stands behind `kvt apply`, apart from options.
-struct Words {
-    std::vector<std::string> inputs;
-    std::vector<std::string> calls;
-};
+/// Throws UserError for what is wrong with the calls themselves, whatever the input holds.
+void CheckCalls(const standin::HostDescription &host, const ApplyRequest &request);
 
 /// Whether a word names an input: "-", a file or pipe that exists, or what has a picture's ending.
 bool LooksLikeInput(const std::string &word);
@@ -58,18 +45,16 @@ bool LooksLikeInput(const std::string &word);
 /// Whether a path ends in a slash or is a folder.
 bool IsFolder(const std::string &path);
 
-/// The first words are inputs; from the first that is none on, all are calls. Throws UserError when no input stands
-/// there, or one stands among the calls, and shows the line that may have been meant.
-Words SplitWords(const std::vector<std::string> &words);
+/// Of what stands behind `kvt apply`, apart from options, the first words are inputs; from the first that is none on,
+/// all are calls, which alone stay in `words`. There is one word at least. Throws UserError when no input stands there,
+/// or one stands among the calls, and shows the line that may have been meant.
+std::vector<std::string> TakeInputs(std::vector<std::string> &words);
 
-/// A path with {name}, {dir} and {ext} filled in: the input's name without its ending, its folder, its ending without
-/// the dot. {{ stands for a brace. Standard input is called stdin, in the current folder, with the ending png. Throws
-/// UserError.
-std::string FillIn(std::string_view pattern, const std::string &input);
-
-/// One request an input, with its own places to write to; results go into a folder under the names of the inputs.
-/// Throws UserError when two would write to the same place, one to what is another's input, or one in a folder over its
-/// own.
+/// One request an input, with its own places to write to, or the pattern itself when there is no input. In a path,
+/// {name}, {dir} and {ext} stand for the input's name without its ending, its folder, and its ending without the dot,
+/// {{ for a brace; standard input is called stdin, in the current folder, with the ending png. Results go into a folder
+/// under the names of the inputs. Throws UserError when two would write to the same place, one to what is another's
+/// input, or one in a folder over its own.
 std::vector<ApplyRequest> PlanBatch(const ApplyRequest &pattern, const std::vector<std::string> &inputs);
 
 } // namespace tools

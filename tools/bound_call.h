@@ -3,6 +3,7 @@
 #include "standin/host.h"
 #include "tools/call_parser.h"
 #include "tools/cube_file.h"
+#include "tools/messages.h"
 
 namespace tools {
 
@@ -44,7 +45,11 @@ struct CallFailed : std::runtime_error {
 /// takes its place. Throws CallFailed, and leaves `picture` as it is.
 standin::Result RunCall(standin::Host &host, const BoundCall &call, standin::Ref &picture);
 
-/// "true", "0.25", "picture of 640 x 480", "string of 43 bytes", "nil"
-std::string Shown(const standin::Value &value);
+/// What a report tells of a result: its "name", its "type" as declared, and its "value", which is null for nil, an
+/// object with "width" and "height" for a picture, one with "bytes" for a string or memory block.
+Json Told(std::string_view name, standin::Type type, const standin::Value &value);
+
+/// The same as a person reads it: "true", "0.25", "picture of 640 x 480", "string of 43 bytes", "nil"
+std::string Shown(const Json &told);
 
 } // namespace tools

@@ -2,8 +2,8 @@
 
 #include "tools/picture_files.h"
 
-#include <algorithm>
 #include <fmt/format.h>
+#include <nlohmann/json.hpp>
 #include <set>
 
 namespace tools {
@@ -47,38 +47,33 @@ std::string WhyNil(const BoundCall &call, const Ref &receiver, const std::vector
     constexpr std::int64_t kMostSide = 32767;
     std::string why;
     const auto add = [&](const std::string &reason) { why += reason.empty() ? "" : "\n  " + reason; };
-    std::vector<std::pair<std::string, const Picture *>> pictures;
+    std::vector<std::string> sizes;
+    std::set<std::pair<int, int>> different;
+    const auto addSize = [&](std::string_view name, const Picture &picture) {
+        sizes.push_back(fmt::format("{} is {} x {}", name, picture.width, picture.height));
+        different.emplace(picture.width, picture.height);
+    };
     if (call.target == Target::PictureMethod)
-        pictures.emplace_back("the picture", &receiver.picture());
-    const std::vector<Parameter> &parameters = call.method->declaration.parameters;
-    const bool takesSamples = std::any_of(parameters.begin(), parameters.end(),
-                                          [](const auto &parameter) { return SameName(parameter.name, "Bits"); });
+        addSize("the picture", receiver.picture());
     for (std::size_t i = 0; i < arguments.size(); ++i) {
-        const auto &[name, type, byref, defaultText] = parameters[i];
+        const auto &[name, type, byref, defaultText] = call.method->declaration.parameters[i];
         const Value &value = arguments[i];
+        const std::int64_t number = value.Is<std::int64_t>() ? value.AsInteger() : 0;
         if (value.IsNil() && !defaultText)
             add(name + " is nil");
-        else if (takesSamples && name == "Bits" && std::set<std::int64_t>{7, 8, 15, 16}.count(value.AsInteger()) == 0)
-            add(fmt::format("{} is {}: 7, 8, 15 and 16 are known", name, value.AsInteger()));
-        else if (value.Is<std::int64_t>() && value.AsInteger() > kMostSide && (name == "Width" || name == "Height"))
-            add(fmt::format("{} is {}, and {} is the most", name, value.AsInteger(), kMostSide));
-        if (!value.Is<Ref>())
-            continue;
-        const Ref &ref = value.AsRef();
-        if (type == Type::Picture)
-            pictures.emplace_back(name, &ref.picture());
-        else if (type == Type::String)
-            add(FaultOf(AsBytes(ref.text().bytes())));
-        else if (!takesSamples && ref.block().memory.size() < kTableBytes)
-            add(fmt::format("{} holds {} bytes, and a table {}", name, ref.block().memory.size(), kTableBytes));
+        else if (call.takesSound && name == "Bits" && std::set<std::int64_t>{7, 8, 15, 16}.count(number) == 0)
+            add(fmt::format("{} is {}: 7, 8, 15 and 16 are known", name, number));
+        else if ((name == "Width" || name == "Height") && number > kMostSide)
+            add(fmt::format("{} is {}, and {} is the most", name, number, kMostSide));
+        else if (type == Type::Picture && value.Is<Ref>())
+            addSize(name, value.AsPicture());
+        else if (type == Type::String && value.Is<Ref>())
+            add(FaultOf(AsBytes(value.AsRef().text().bytes())));
+        else if (value.Is<Ref>() && !call.takesSound && value.AsRef().block().memory.size() < kTableBytes)
+            add(fmt::format("{} holds {} bytes, and a table {}", name, value.AsRef().block().memory.size(),
+                            kTableBytes));
     }
-    std::string sizes;
-    bool differ = false;
-    for (const auto &[name, picture] : pictures) {
-        sizes += fmt::format("{}{} is {} x {}", sizes.empty() ? "" : ", ", name, picture->width, picture->height);
-        differ = differ || picture->width != pictures[0].second->width || picture->height != pictures[0].second->height;
-    }
-    add(differ ? "sizes differ: " + sizes : "");
+    add(different.size() > 1 ? fmt::format("sizes differ: {}", fmt::join(sizes, ", ")) : "");
     add(call.hint);
     return why;
 }
@@ -99,18 +94,6 @@ Result RunClass(Host &host, const BoundCall &call, Ref &picture) {
     return result;
 }
 
-/// The module stores alpha alone. Where there is an alpha channel, colors that are premultiplied follow it, as the
-/// host's pictures demand.
-Result RunAssignment(Host &host, const BoundCall &call, const Ref &picture, std::vector<Value> arguments) {
-    const Value assigned = call.assigned->value_or(picture);
-    const bool follow = picture.picture().description.hasAlphaChannel;
-    const Image before = follow ? ImageOf(picture.picture()) : Image();
-    Result result = host.CallRecord(*call.method, false, picture, std::move(arguments), &assigned);
-    if (follow)
-        SetColors(picture.picture(), before);
-    return result;
-}
-
 } // namespace
 
 Result RunCall(Host &host, const BoundCall &call, Ref &picture) {
@@ -119,9 +102,15 @@ Result RunCall(Host &host, const BoundCall &call, Ref &picture) {
     std::vector<Value> arguments;
     for (const auto &[name, slot] : call.arguments)
         arguments.push_back(slot.value_or(picture));
-    Result result = call.assigned
-                        ? RunAssignment(host, call, picture, arguments)
-                        : host.CallRecord(*call.method, call.target == Target::GlobalMethod, picture, arguments);
+    const Value assigned = call.assigned ? call.assigned->value_or(picture) : Value();
+    // The module stores alpha alone. Where there is an alpha channel, colors that are premultiplied follow it, as the
+    // host's pictures demand.
+    const bool follows = call.assigned && picture.picture().description.hasAlphaChannel;
+    const Image before = follows ? ImageOf(picture.picture()) : Image();
+    Result result = host.CallRecord(*call.method, call.target == Target::GlobalMethod, picture, arguments,
+                                    call.assigned ? &assigned : nullptr);
+    if (follows)
+        SetColors(picture.picture(), before);
     if (result.raised)
         throw CallFailed(fmt::format("{} raised {}: {}", call.name, result.raised->className, result.raised->message),
                          result.raised);
@@ -132,25 +121,33 @@ Result RunCall(Host &host, const BoundCall &call, Ref &picture) {
     return result;
 }
 
-std::string Shown(const Value &value) {
+Json Told(std::string_view name, Type type, const Value &value) {
+    Json json;
     if (value.Is<bool>())
-        return value.AsBoolean() ? "true" : "false";
-    if (value.Is<double>())
-        return fmt::format("{}", value.AsDouble());
-    if (value.Is<std::int64_t>())
-        return fmt::format("{}", value.AsInteger());
-    if (!value.Is<Ref>())
-        return "nil";
-    switch (value.AsRef().object()->kind) {
-    case Kind::Picture:
-        return fmt::format("picture of {} x {}", value.AsPicture().width, value.AsPicture().height);
-    case Kind::String:
-        return fmt::format("string of {} bytes", value.AsRef().text().bytes().size());
-    case Kind::MemoryBlock:
-        return fmt::format("memory block of {} bytes", value.AsRef().block().memory.size());
-    default:
-        return value.AsRef().object()->Describe();
-    }
+        json = value.AsBoolean();
+    else if (value.Is<double>())
+        json = value.AsDouble();
+    else if (value.Is<std::int64_t>())
+        json = value.AsInteger();
+    else if (value.Is<Ref>() && type == Type::Picture)
+        json = {{"width", value.AsPicture().width}, {"height", value.AsPicture().height}};
+    else if (value.Is<Ref>() && type == Type::String)
+        json = {{"bytes", value.AsRef().text().bytes().size()}};
+    else if (value.Is<Ref>())
+        json = {{"bytes", value.AsRef().block().memory.size()}};
+    return {{"name", name}, {"type", NameOf(type)}, {"value", json}};
+}
+
+std::string Shown(const Json &told) {
+    const Json &value = told["value"];
+    if (value.contains("width"))
+        return fmt::format("picture of {} x {}", value["width"].get<int>(), value["height"].get<int>());
+    if (value.contains("bytes"))
+        return fmt::format("{} of {} bytes", told["type"] == NameOf(Type::String) ? "string" : "memory block",
+                           value["bytes"].get<std::size_t>());
+    if (value.is_number_float())
+        return fmt::format("{}", value.get<double>());
+    return value.is_null() ? "nil" : value.dump();
 }
 
 } // namespace tools

@@ -245,10 +245,10 @@ struct Studio {
         shot["ms"] = time;
         shot["ratio"] = time / TimeOfMemcpy((after ? *after : *before).pixels.size());
         if (!bound.YieldsPicture() && !result.value.IsNil())
-            shot["facts"].push_back({"result", Shown(result.value)});
+            shot["facts"].push_back({"result", Shown(Told("result", bound.method->declaration.result, result.value))});
         for (const auto &[name, value] : result.byref)
             if (!value.Is<Ref>()) // blocks are charts
-                shot["facts"].push_back({name, Shown(value)});
+                shot["facts"].push_back({name, Shown(Told(name, Type::Integer, value))});
         // Where the other picture was found.
         if (result.value.Is<bool>() && result.value.AsBoolean() && result.byref.size() == 2 && other)
             shot["frames"].push_back(
