@@ -11,7 +11,6 @@
 
 #include <CLI/CLI.hpp>
 
-#include <algorithm>
 #include <cstdlib>
 #include <fmt/format.h>
 #include <limits>

@@ -2,10 +2,8 @@
 
 #include "platform/controls.h"
 
-#include <algorithm>
 #include <elf.h>
 #include <fmt/format.h>
-#include <map>
 
 namespace conformance {
 namespace {

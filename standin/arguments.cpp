@@ -4,7 +4,6 @@
 
 #include <cstring>
 #include <fmt/format.h>
-#include <utility>
 
 namespace standin {
 namespace {

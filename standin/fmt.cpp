@@ -10,7 +10,6 @@ template FMT_API locale_ref::locale_ref(const std::locale &);
 template FMT_API std::locale locale_ref::get<std::locale>() const;
 template FMT_API thousands_sep_result<char> thousands_sep_impl(locale_ref);
 template FMT_API char decimal_point_impl(locale_ref);
-template FMT_API dragonbox::decimal_fp<float> dragonbox::to_decimal(float) noexcept;
 template FMT_API dragonbox::decimal_fp<double> dragonbox::to_decimal(double) noexcept;
 
 } // namespace detail

@@ -259,9 +259,8 @@ const RegisteredProperty &PropertyOf(const Instance &instance, std::string_view 
 } // namespace
 
 Value Host::CallAccessor(const RegisteredProperty &property, const Ref &receiver, const Value *assigned) {
-    const Declaration declaration = {
-        property.name, property.name, {{"param", Type::Integer, false, {}}}, property.type};
-    const RegisteredMethod accessors = {declaration, {property.record.getter, property.record.setter}};
+    const Declaration method = {property.name, property.name, {{"param", Type::Integer, false, {}}}, property.type};
+    const RegisteredMethod accessors = {method, {property.record.getter, property.record.setter}};
     return CallRecord(accessors, false, receiver, {property.record.param}, assigned).value;
 }
 

@@ -9,7 +9,6 @@ namespace {
 /// Class and extension records have room for two tables of each kind.
 template <class Out, class Record, class Read>
 void ReadTable(std::vector<Out> &out, const Record *records, std::int32_t count, Read read) {
-    out.reserve(out.size() + static_cast<std::size_t>(std::max(count, 0)));
     for (std::int32_t i = 0; records && i < count; ++i)
         out.push_back(read(records[i]));
 }

@@ -4,7 +4,6 @@
 #include "tools/methods.h"
 #include "tools/picture_files.h"
 
-#include <algorithm>
 #include <filesystem>
 #include <fmt/format.h>
 #include <memory>

@@ -2,7 +2,6 @@
 
 #include "tools/messages.h"
 
-#include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
