@@ -117,7 +117,8 @@ const Format &WritableFormat(const std::string &path) {
     const Format *format = FormatOfPath(path);
     if (format && format->write)
         return *format;
-    RefuseIf(!format, "{}: a picture's name ends in {}", path, kWritten);
+    if (!format)
+        throw UserError(fmt::format("{}: a picture's name ends in {}", path, kWritten));
     RefuseIf(kHasCodecs, "{}: {} files are read and not written; pictures are written as {}", path, format->name,
              kWritten);
     throw UserError(fmt::format("{}: this kvt, built without picture codecs, writes BMP alone; a kvt with codecs, as "

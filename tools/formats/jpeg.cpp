@@ -163,7 +163,7 @@ Bytes WriteBands(const Pixels &pixels, int quality) {
     const std::size_t frame = SegmentAt(file, 0xC0); // tells the height, and what stands before it the interval
     SetWord(file, frame + 5, static_cast<std::size_t>(pixels.height));
     file.insert(file.begin() + static_cast<std::ptrdiff_t>(frame), {0xFF, 0xDD, 0, 4, 0, 0});
-    SetWord(file, frame + 4, static_cast<std::size_t>(rowsOfBand * blocks));
+    SetWord(file, frame + 4, static_cast<unsigned>(rowsOfBand * blocks));
     return file;
 }
 

@@ -179,7 +179,7 @@ struct Studio {
         AddCharts(bound, result);
         if (!bound.YieldsString())
             return after ? "out.png" : "";
-        const std::string output = VariableFor(path) + ".ppic";
+        std::string output = VariableFor(path) + ".ppic";
         const auto bytes = AsBytes(result.value.AsRef().text().bytes());
         KeepBytes(bytes);
         folder.Write(output, bytes);

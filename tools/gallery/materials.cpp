@@ -63,8 +63,9 @@ Bytes LevelTable(const Json &material) {
     const int steps = material.value("steps", 256);
     Bytes table;
     for (int level = 0; level < 256; ++level) {
-        const double part = level * steps / 256 / (steps - 1.0);
-        table.push_back(static_cast<unsigned char>(255 * std::pow(part, material["power"].get<double>()) + 0.5));
+        const int step = level * steps / 256;
+        const double part = std::pow(step / (steps - 1.0), material["power"].get<double>());
+        table.push_back(static_cast<unsigned char>(std::lround(255 * part)));
     }
     return table;
 }
