@@ -25,9 +25,9 @@ const link_map &MapOf(void *handle) {
     return *map;
 }
 
-/// Where the variables of a loaded module lie, the addresses of functions that it imports among them; without what the
-/// loader protected when it was done.
-std::span<unsigned char> VariablesOf(void *handle) {
+/// The words of a loaded module's variables, the addresses of functions that it imports among them; without what the
+/// loader protected when it was done. The last word is whole, as the page is.
+std::span<std::uintptr_t> VariablesOf(void *handle) {
     const std::uintptr_t loadAddress = MapOf(handle).l_addr;
     const auto *header = reinterpret_cast<const ElfW(Ehdr) *>(loadAddress);
     const std::span parts(reinterpret_cast<const ElfW(Phdr) *>(loadAddress + header->e_phoff), header->e_phnum);
@@ -43,7 +43,8 @@ std::span<unsigned char> VariablesOf(void *handle) {
         }
     }
     begin = std::max(begin, protectedEnd);
-    return {reinterpret_cast<unsigned char *>(begin), end - begin};
+    constexpr std::uintptr_t kWord = sizeof(std::uintptr_t);
+    return {reinterpret_cast<std::uintptr_t *>(begin), (end - begin + kWord - 1) / kWord};
 }
 
 /// The value of the loaded module's dynamic entry with that tag; 0 when it has none.
@@ -69,15 +70,15 @@ bool RunsNothingByItself([[maybe_unused]] void *handle) {
 /// A module that stays in memory.
 struct KeptModule {
     void *handle;
-    std::span<unsigned char> variables;
-    std::vector<unsigned char> fresh; ///< what the variables held when it was loaded
+    std::span<std::uintptr_t> variables;
+    std::vector<std::uintptr_t> fresh; ///< what the variables held when it was loaded
 };
 
-/// Byte by byte, since the address sanitizer lets no library function touch what it laid between a module's variables.
-__attribute__((no_sanitize("address"))) void CopyBytes(const unsigned char *from, volatile unsigned char *to,
-                                                       std::size_t bytes) {
-    for (std::size_t i = 0; i < bytes; ++i)
-        to[i] = from[i];
+/// Word by word, since the address sanitizer lets no library function touch what it laid between a module's variables.
+__attribute__((no_sanitize("address"))) void CopyWords(std::span<const std::uintptr_t> from,
+                                                       volatile std::uintptr_t *to) {
+    for (const std::uintptr_t word : from)
+        *to++ = word;
 }
 
 } // namespace
@@ -91,7 +92,7 @@ ModuleFile::ModuleFile(const std::string &path, bool mayStay) : path_(path), sta
     static std::map<std::string, KeptModule> keptModules;
     if (const auto found = keptModules.find(path); found != keptModules.end()) {
         const KeptModule &kept = found->second;
-        CopyBytes(kept.fresh.data(), kept.variables.data(), kept.fresh.size());
+        CopyWords(kept.fresh, kept.variables.data());
         handle_ = kept.handle;
         return;
     }
@@ -102,9 +103,9 @@ ModuleFile::ModuleFile(const std::string &path, bool mayStay) : path_(path), sta
         throw std::runtime_error(std::string("the module cannot be loaded: ") + dlerror());
     stays_ = mayStay && RunsNothingByItself(handle_);
     if (stays_) {
-        const std::span<unsigned char> variables = VariablesOf(handle_);
-        KeptModule &kept = keptModules[path] = {handle_, variables, std::vector<unsigned char>(variables.size())};
-        CopyBytes(variables.data(), kept.fresh.data(), variables.size());
+        const std::span<std::uintptr_t> variables = VariablesOf(handle_);
+        KeptModule &kept = keptModules[path] = {handle_, variables, std::vector<std::uintptr_t>(variables.size())};
+        CopyWords(variables, kept.fresh.data());
     }
 }
 
