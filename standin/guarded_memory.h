@@ -21,9 +21,8 @@ class GuardedMemory {
     GuardedMemory(const GuardedMemory &) = delete;
     GuardedMemory &operator=(const GuardedMemory &) = delete;
 
-    unsigned char *data() const {
-        return piece_.data();
-    } ///< aligned to 4 bytes at the least when the size is a multiple of 4
+    /// Aligned to 4 bytes at the least when the size is a multiple of 4.
+    unsigned char *data() const { return piece_.data(); }
     std::size_t size() const { return piece_.size(); }
     bool sealed() const { return sealed_; }
     void Seal();
