@@ -303,10 +303,10 @@ void AddPictures(EntryTable &table) {
         constexpr std::int64_t kLargestPixels = 1 << 28;
         if (std::int64_t{width} * height > kLargestPixels)
             return nullptr;
-        Picture &made =
-            gHost->NewPicture({.width = width, .height = height, .rowPadding = gHost->description.newPicturePadding});
-        made.Seal();
-        return &made;
+        const int padding = gHost->description.newPicturePadding;
+        Picture *made = &gHost->NewPicture({.width = width, .height = height, .rowPadding = padding});
+        made->Seal();
+        return made;
     });
     table.Add("pluginPictureGraphicsGetter", [](Picture &picture) { return &gHost->NewGraphics(picture); });
     table.Add("REALGetPictureMask", [](Picture &picture, signed char create) {

@@ -75,8 +75,7 @@ struct KeptModule {
 };
 
 /// Word by word, since the address sanitizer lets no library function touch what it laid between a module's variables.
-__attribute__((no_sanitize("address"))) void CopyWords(std::span<const std::uintptr_t> from,
-                                                       volatile std::uintptr_t *to) {
+[[gnu::no_sanitize_address]] void CopyWords(std::span<const std::uintptr_t> from, volatile std::uintptr_t *to) {
     for (const std::uintptr_t word : from)
         *to++ = word;
 }

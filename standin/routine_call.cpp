@@ -72,6 +72,13 @@ constexpr std::size_t kMostWords = 24;
 template <std::size_t> using MachineWord = std::intptr_t;
 template <std::size_t> using Double = double;
 
+template <class Result, std::size_t... Register, std::size_t... Floating, std::size_t... Stack>
+Result CallWith(void (*routine)(), const std::intptr_t *words, const double *doubles, std::index_sequence<Register...>,
+                std::index_sequence<Floating...>, std::index_sequence<Stack...>) {
+    using Routine = Result(MachineWord<Register>..., Double<Floating>..., MachineWord<Stack>...);
+    return reinterpret_cast<Routine *>(routine)(words[Register]..., doubles[Floating]..., words[kRegisters + Stack]...);
+}
+
 } // namespace
 
 void RoutineCall::Add(double number) { doubles_.push_back(number); }
@@ -83,14 +90,9 @@ template <class Result> Result RoutineCall::Run(void (*routine)()) const {
         throw std::length_error("a routine with this many arguments cannot be called");
     std::copy(words_.begin(), words_.end(), words.begin());
     std::copy(doubles_.begin(), doubles_.end(), doubles.begin());
-    const auto call = [&]<std::size_t... Register, std::size_t... Floating, std::size_t... Stack>(
-        std::index_sequence<Register...>, std::index_sequence<Floating...>, std::index_sequence<Stack...>) {
-        using Routine = Result(MachineWord<Register>..., Double<Floating>..., MachineWord<Stack>...);
-        return reinterpret_cast<Routine *>(routine)(words[Register]..., doubles[Floating]...,
-                                                    words[kRegisters + Stack]...);
-    };
-    return call(std::make_index_sequence<kRegisters>(), std::make_index_sequence<kMostDoubles>(),
-                std::make_index_sequence<kMostWords - kRegisters>());
+    return CallWith<Result>(routine, words.data(), doubles.data(), std::make_index_sequence<kRegisters>(),
+                            std::make_index_sequence<kMostDoubles>(),
+                            std::make_index_sequence<kMostWords - kRegisters>());
 }
 
 #endif
