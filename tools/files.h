@@ -9,6 +9,7 @@
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace standin {
@@ -24,10 +25,14 @@ struct UserError : std::runtime_error {
     using runtime_error::runtime_error;
 };
 
-/// Throws UserError with that text if it is so.
+/// Throws UserError with that text.
+template <class... Values> [[noreturn]] void Refuse(fmt::format_string<Values...> text, Values &&...values) {
+    throw UserError(fmt::format(text, std::forward<Values>(values)...));
+}
+/// The same if it is so.
 template <class... Values> void RefuseIf(bool isSo, fmt::format_string<Values...> text, Values &&...values) {
     if (isSo)
-        throw UserError(fmt::format(text, std::forward<Values>(values)...));
+        Refuse(text, std::forward<Values>(values)...);
 }
 
 /// What could not be written though it might have been: the disk is full, or a file has reached the limit of its size.

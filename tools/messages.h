@@ -38,11 +38,6 @@ std::string Enumerated(const std::vector<std::string_view> &names, std::string_v
 std::string Suggestion(std::string_view written, const std::vector<std::string_view> &names,
                        std::string_view otherwise = {});
 
-/// Throws UserError.
-template <class... Values> [[noreturn]] void Refuse(fmt::format_string<Values...> text, Values &&...values) {
-    throw UserError(fmt::format(text, std::forward<Values>(values)...));
-}
-
 /// How the program ends because of what was thrown, and what is told.
 std::pair<Outcome, std::string> EndBy(const std::exception &thrown);
 
