@@ -100,7 +100,7 @@ const Format &FormatOf(File file, const std::string &path) {
                  "codecs, as 64-bit ones are, turns one into the other:\n  kvt apply {} -o {}",
                  path, format->name, path == kStandardStream ? "FILE" : path,
                  EndingOf(path) == ".bmp" ? "FILE.png" : "FILE.bmp");
-        throw UserError(fmt::format("{}: is a file of the kind {}, which is not read; {}", path, format->name, kKnown));
+        Refuse("{}: is a file of the kind {}, which is not read; {}", path, format->name, kKnown);
     }
     for (const Format &format : Formats())
         RefuseIf(text.size() > 1 && !format.endings.empty() && StartsWith(format.start, text),
@@ -110,7 +110,7 @@ const Format &FormatOf(File file, const std::string &path) {
                        : text.substr(0, kTellingBytes).find("<svg") == text.npos
                            ? "is a text and no picture"
                            : "is an SVG drawing, which is not read";
-    throw UserError(fmt::format("{}: {}; {}", path, what, kKnown));
+    Refuse("{}: {}; {}", path, what, kKnown);
 }
 
 const Format &WritableFormat(const std::string &path) {
@@ -118,7 +118,7 @@ const Format &WritableFormat(const std::string &path) {
     if (format && format->write)
         return *format;
     if (!format)
-        throw UserError(fmt::format("{}: a picture's name ends in {}", path, kWritten));
+        Refuse("{}: a picture's name ends in {}", path, kWritten);
     RefuseIf(kHasCodecs, "{}: {} files are read and not written; pictures are written as {}", path, format->name,
              kWritten);
     throw UserError(fmt::format("{}: this kvt, built without picture codecs, writes BMP alone; a kvt with codecs, as "
@@ -162,7 +162,7 @@ void Read(const std::string &path, const formats::MakePixels &make) {
         if (orientation != 1)
             formats::PlaceTurned(PixelsOf(unturned), orientation, upright);
     } catch (const UserError &error) {
-        throw UserError(fmt::format("{}: {}", path, error.what()));
+        Refuse("{}: {}", path, error.what());
     }
 }
 
@@ -194,7 +194,7 @@ PictureFile Write(const std::string &path, const Pixels &pixels, const formats::
     try {
         file.bytes = format.write(pixels, tags, quality);
     } catch (const UserError &error) {
-        throw UserError(fmt::format("{}: {}", path, error.what()));
+        Refuse("{}: {}", path, error.what());
     }
     return file;
 }

@@ -99,7 +99,7 @@ void ReadJpeg(File file, const MakePixels &make) {
     if (tjDecompress2(handle.get(), file.data(), file.size(), pixels.first, pixels.width,
                       static_cast<int>(pixels.pitch), pixels.height, format, TJFLAG_LIMITSCANS) != 0)
         if (const char *message = tjGetErrorStr2(handle.get()); !IsHarmless(message))
-            throw UserError(fmt::format("is damaged: {}", message));
+            Refuse("is damaged: {}", message);
     for (int y = 0; y < pixels.height && !isFormed; ++y) {
         if (isCmyk)
             FromCmyk(pixels.Row(y), pixels.width, heading.isInverted);

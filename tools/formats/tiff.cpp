@@ -89,7 +89,7 @@ void ReadTiff(File file, const MakePixels &make) {
     Source source{file};
     const Tiff tiff = Open(source);
     const auto fail = [&](const std::string &reason) {
-        throw UserError(fmt::format("is damaged or of a kind of TIFF that is not read: {}", reason));
+        Refuse("is damaged or of a kind of TIFF that is not read: {}", reason);
     };
     if (!tiff)
         fail(source.damage);
