@@ -3,7 +3,7 @@
 # What every build needs: the tools, the 32-bit side of the compiler, the libraries of the stand-ins and tests, and those
 # that read and write picture files.
 BUILD_PACKAGES=(cmake ninja-build g++ g++-multilib libgtest-dev libcli11-dev libstb-dev libfmt-dev nlohmann-json3-dev
-    libspng-dev libturbojpeg0-dev libwebp-dev libtiff-dev)
+    libspng-dev libjpeg-dev libwebp-dev libtiff-dev)
 
 # Installs those of the named packages that are missing; asks for nothing when none is. Options go to apt-get install.
 NeedPackages() {

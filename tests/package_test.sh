@@ -19,7 +19,7 @@ tar -xzf "$packages"/kvtpicture-"$version"-*.tar.gz --strip-components=1 -C tar
 dpkg-deb -x "$packages"/kvtpicture_"$version"_*.deb deb
 [ "$(dpkg-deb -f "$packages"/kvtpicture_"$version"_*.deb Version)" = "$version" ] || Fail "version of the package"
 dpkg-deb -f "$packages"/kvtpicture_"$version"_*.deb Depends | grep -q 'libc6 (>= ' || Fail "needed libraries lack versions"
-for library in libspng libturbojpeg libwebp libtiff; do
+for library in libspng libjpeg libwebp libtiff; do
     dpkg-deb -f "$packages"/kvtpicture_"$version"_*.deb Depends | grep -q "$library" || Fail "the package needs no $library"
 done
 changes=$(sed -n 's/^## \[\(.*\)\].*/\1/p;T;q' tar/share/doc/kvtpicture/CHANGELOG.md)
