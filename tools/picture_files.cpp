@@ -134,7 +134,8 @@ Pixels PixelsOf(Image &image) {
 Pixels PixelsOf(const standin::Picture &picture) {
     if (picture.height > 1 && picture.Row(1) != picture.Row(0) + picture.pitch)
         throw std::logic_error("the host scatters the rows of this picture");
-    const PixelForm form = {picture.layout, picture.description.hasAlphaChannel, picture.layout != Layout::RowTable};
+    const bool hasAlpha = picture.description.hasAlphaChannel;
+    const PixelForm form = {picture.layout, hasAlpha, hasAlpha && picture.layout != Layout::RowTable};
     return {picture.width, picture.height, picture.Row(0), picture.pitch, form};
 }
 

@@ -44,8 +44,8 @@ struct Info {
 /// How 4 bytes hold a pixel.
 struct PixelForm {
     standin::Layout layout = standin::Layout::AlphaHigh;
-    bool hasAlpha = false; ///< otherwise the fourth byte says nothing and is written opaque
-    bool premultiplied = false;
+    bool hasAlpha = false;      ///< otherwise the fourth byte says nothing and is written opaque
+    bool premultiplied = false; ///< only where there is alpha
 };
 
 /// Somebody's memory for pixels, rows from the top.

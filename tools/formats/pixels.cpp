@@ -40,65 +40,50 @@ template <class Change> standin::ColorValue Each(standin::ColorValue color, Chan
 }
 
 /// Of a word as files hold it, which is that of `AlphaHigh`.
-template <PixelForm kForm> std::uint32_t Formed(std::uint32_t word) {
+std::uint32_t Formed(const PixelForm &form, std::uint32_t word) {
     const std::uint32_t color = ColorOf(Layout::AlphaHigh, word);
-    if constexpr (!kForm.hasAlpha)
-        return standin::OpaqueWord(kForm.layout, color);
+    if (!form.hasAlpha)
+        return standin::OpaqueWord(form.layout, color);
     const std::uint32_t alpha = ExtraOf(Layout::AlphaHigh, word);
-    const std::uint32_t extra = kForm.layout == Layout::RowTable ? TransparencyOf(alpha) : alpha;
+    const std::uint32_t extra = form.layout == Layout::RowTable ? TransparencyOf(alpha) : alpha;
     const auto premultiply = [&](std::uint32_t channel) { return Premultiplied(channel, alpha); };
-    return WordOf(kForm.layout, kForm.premultiplied ? Each(color, premultiply) : color, extra);
+    return WordOf(form.layout, form.premultiplied ? Each(color, premultiply) : color, extra);
 }
 
-template <PixelForm kForm> std::uint32_t Unformed(std::uint32_t word) {
-    const std::uint32_t color = ColorOf(kForm.layout, word);
-    const std::uint32_t extra = ExtraOf(kForm.layout, word);
-    const std::uint32_t alpha = !kForm.hasAlpha ? 255 : kForm.layout == Layout::RowTable ? AlphaOf(extra) : extra;
+std::uint32_t Unformed(const PixelForm &form, std::uint32_t word) {
+    const std::uint32_t color = ColorOf(form.layout, word);
+    const std::uint32_t extra = ExtraOf(form.layout, word);
+    const std::uint32_t alpha = !form.hasAlpha ? 255 : form.layout == Layout::RowTable ? AlphaOf(extra) : extra;
     const auto restore = [&](std::uint32_t channel) { return Restored(channel, alpha); };
-    return WordOf(Layout::AlphaHigh, kForm.premultiplied ? Each(color, restore) : color, alpha);
+    return WordOf(Layout::AlphaHigh, form.premultiplied ? Each(color, restore) : color, alpha);
 }
 
-/// Changes a row's words. The form is a constant to the change, so that each has a loop of its own that is vectorized.
-template <class Change> void ChangeWords(unsigned char *row, int width, const PixelForm &form, Change change) {
-    const auto changeAs = [&]<PixelForm kForm>() {
-        for (std::ptrdiff_t x = 0; x < width; ++x) {
-            std::uint32_t word;
-            std::memcpy(&word, row + 4 * x, 4);
-            word = change.template operator()<kForm>(word);
-            std::memcpy(row + 4 * x, &word, 4);
-        }
-    };
-    const auto tryLayout = [&]<Layout kLayout>() {
-        if (form.layout != kLayout)
-            return;
-        if (!form.hasAlpha)
-            changeAs.template operator()<PixelForm{kLayout}>();
-        else if (form.premultiplied)
-            changeAs.template operator()<PixelForm{kLayout, true, true}>();
-        else
-            changeAs.template operator()<PixelForm{kLayout, true}>();
-    };
-    tryLayout.template operator()<Layout::AlphaHigh>();
-    tryLayout.template operator()<Layout::AlphaLow>();
-    tryLayout.template operator()<Layout::RowTable>();
+/// Changes a row's words. What a change asks of the form, it asks before the loop.
+template <class Change> void ChangeWords(unsigned char *row, int width, Change change) {
+    for (std::ptrdiff_t x = 0; x < width; ++x) {
+        std::uint32_t word;
+        std::memcpy(&word, row + 4 * x, 4);
+        word = change(word);
+        std::memcpy(row + 4 * x, &word, 4);
+    }
 }
 
 } // namespace
 
 void ToForm(unsigned char *row, int width, const PixelForm &form) {
-    ChangeWords(row, width, form, []<PixelForm kForm>(std::uint32_t word) { return Formed<kForm>(word); });
+    ChangeWords(row, width, [form](std::uint32_t word) { return Formed(form, word); });
 }
 
 void FromForm(unsigned char *row, int width, const PixelForm &form) {
-    ChangeWords(row, width, form, []<PixelForm kForm>(std::uint32_t word) { return Unformed<kForm>(word); });
+    ChangeWords(row, width, [form](std::uint32_t word) { return Unformed(form, word); });
 }
 
 void Flatten(unsigned char *row, int width, const PixelForm &form) {
-    ChangeWords(row, width, form, []<PixelForm kForm>(std::uint32_t word) {
-        const std::uint32_t straight = Unformed<kForm>(word);
+    ChangeWords(row, width, [form](std::uint32_t word) {
+        const std::uint32_t straight = Unformed(form, word);
         const std::uint32_t alpha = ExtraOf(Layout::AlphaHigh, straight);
         const auto onWhite = [&](std::uint32_t channel) { return (channel * alpha + 255 * (255 - alpha) + 127) / 255; };
-        return standin::OpaqueWord(kForm.layout, Each(ColorOf(Layout::AlphaHigh, straight), onWhite));
+        return standin::OpaqueWord(form.layout, Each(ColorOf(Layout::AlphaHigh, straight), onWhite));
     });
 }
 
