@@ -47,14 +47,14 @@ bool IsFolder(const std::string &path);
 
 /// Of what stands behind `kvt apply`, apart from options, the first words are inputs; from the first that is none on,
 /// all are calls, which alone stay in `words`. There is one word at least. Throws UserError when no input stands there,
-/// or one stands among the calls, and shows the line that may have been meant.
+/// or one stands among the calls.
 std::vector<std::string> TakeInputs(std::vector<std::string> &words);
 
 /// One request an input, with its own places to write to, or the pattern itself when there is no input. In a path,
 /// {name}, {dir} and {ext} stand for the input's name without its ending, its folder, and its ending without the dot,
-/// {{ for a brace; standard input is called stdin, in the current folder, with the ending png. Results go into a folder
-/// under the names of the inputs. Throws UserError when two would write to the same place, one to what is another's
-/// input, or one in a folder over its own.
+/// {{ and }} for braces; standard input is called stdin, in the current folder, with the ending png. Results go into a
+/// folder under the names of the inputs. Throws UserError when two would write to the same place, one to what is
+/// another's input, or one in a folder over its own.
 std::vector<ApplyRequest> PlanBatch(const ApplyRequest &pattern, const std::vector<std::string> &inputs);
 
 } // namespace tools

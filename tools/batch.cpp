@@ -13,39 +13,17 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/// A word as a shell takes it.
-std::string Quoted(const std::string &word) {
-    return word.find_first_of(" ()&;<>|*?#\"'{}$") == word.npos ? word : fmt::format("'{}'", word);
-}
-
-std::string PartOf(std::string_view name, const std::string &input) {
+/// A path with the parts of an input's in the place of their names.
+std::string FillIn(const std::string &pattern, const std::string &input) {
     const fs::path path(input == kStandardStream ? "stdin.png" : input);
-    if (name == "name")
-        return path.stem().string();
-    if (name == "dir")
-        return path.has_parent_path() ? path.parent_path().string() : ".";
-    if (name == "ext")
-        return path.has_extension() ? path.extension().string().substr(1) : "";
-    Refuse("{{{}}}: expected {{name}}, {{dir}} or {{ext}}, or {{{{ for a brace{}", name,
-           Suggestion(name, {"name", "dir", "ext"}));
-}
-
-std::string FillIn(std::string_view pattern, const std::string &input) {
-    std::string path;
-    for (std::size_t at = 0; at < pattern.size(); ++at) {
-        const std::size_t end = pattern.find('}', at);
-        if (pattern[at] != '{') {
-            path += pattern[at];
-        } else if (pattern.substr(at, 2) == "{{") {
-            path += pattern[at++];
-        } else if (end == pattern.npos) {
-            Refuse("{}: a brace has no closing one; {{{{ stands for a brace", pattern);
-        } else {
-            path += PartOf(pattern.substr(at + 1, end - at - 1), input);
-            at = end;
-        }
+    const std::string ending = path.extension().string();
+    try {
+        return fmt::format(fmt::runtime(pattern), fmt::arg("name", path.stem().string()),
+                           fmt::arg("dir", path.has_parent_path() ? path.parent_path().string() : "."),
+                           fmt::arg("ext", ending.substr(ending.empty() ? 0 : 1)));
+    } catch (const fmt::format_error &) {
+        Refuse("{}: expected {{name}}, {{dir}} or {{ext}} in braces; {{{{ and }}}} stand for braces", pattern);
     }
-    return path;
 }
 
 /// The same for every way to write a path that leads somewhere.
@@ -99,20 +77,11 @@ bool LooksLikeInput(const std::string &word) {
 std::vector<std::string> TakeInputs(std::vector<std::string> &words) {
     const auto firstCall = std::ranges::find_if_not(words, LooksLikeInput);
     const auto stray = std::find_if(firstCall, words.end(), LooksLikeInput);
-    if (stray != words.end()) {
-        std::string message = fmt::format("\"{}\" stands behind \"{}\", which is read as a call; pictures come first, "
-                                          "and -o tells where the result goes:\n  kvt apply",
-                                          *stray, *firstCall);
-        std::string result;
-        if (firstCall != words.begin() && stray + 1 == words.end()) {
-            result = " -o " + Quoted(*stray);
-            words.pop_back();
-        }
-        std::stable_partition(words.begin(), words.end(), LooksLikeInput);
-        for (const std::string &word : words)
-            message += ' ' + Quoted(word);
-        throw UserError(message + result);
-    }
+    if (stray != words.end())
+        Refuse(
+            "\"{}\" stands behind \"{}\", which is read as a call; pictures come first, and -o tells where the result "
+            "goes",
+            *stray, *firstCall);
     if (firstCall != words.begin()) {
         std::vector<std::string> calls(firstCall, words.end());
         words.resize(words.size() - calls.size());
@@ -138,8 +107,8 @@ std::vector<ApplyRequest> PlanBatch(const ApplyRequest &pattern, const std::vect
         for (SavedBlock &block : requests[i].savedBlocks)
             block.path = FillIn(block.path, inputs[i]);
         if (intoFolder && Canonical(requests[i].output) == Canonical(inputs[i]))
-            Refuse("-o {}: the result would replace {}; where that is meant, say -o {}", pattern.output, inputs[i],
-                   Quoted("{dir}/{name}.{ext}"));
+            Refuse("-o {}: the result would replace {}; where that is meant, say -o '{{dir}}/{{name}}.{{ext}}'",
+                   pattern.output, inputs[i]);
     }
     CheckTargets(requests);
     return requests;

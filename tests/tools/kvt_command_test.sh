@@ -353,8 +353,7 @@ Table <<'ROWS'
 2 ~ apply s.bmp In ~ ; did you mean "InvertKVT" or "InvertGrayKVT"?
 2 ~ apply s.bmp VT ~ no file "VT"; kvt list shows
 2 ~ apply s.bmp Blur ~ no file "Blur"; kvt list shows
-2 ~ apply s.bmp InvertKVT -o '{name' ~ {name: a brace has no closing one
-2 ~ apply s.bmp InvertKVT -o '{}' ~ {}: expected {name}, {dir} or {ext}
+2 ~ apply s.bmp InvertKVT -o '{name' ~ {name: expected {name}, {dir} or {ext} in braces
 2 ~ apply s.bmp me.InvertKV -o none.bmp ~ there is no method or class "InvertKV" ~ did you mean "InvertKVT" ~   me.InvertKV ~      ^^^^^^^^
 2 ~ apply s.bmp 'InvertKVT.Saturation(60)' -o none.bmp ~ expected the end, not "("
 2 ~ apply s.bmp InvertKVT.Saturate -o none.bmp ~ there is no method "Saturate" to go on with behind InvertKVT
@@ -423,8 +422,7 @@ Table <<'ROWS'
 2 ~ sample none.bmp --size 9x32768 ~ --size
 2 ~ sample none.bmp --size '640 x 480' ~ --size
 2 ~ apply InvertKVT -o none.bmp ~ "InvertKVT" is read as a call, for there is no such file
-2 ~ apply InvertKVT s.bmp ~ pictures come first ~   kvt apply s.bmp InvertKVT
-2 ~ apply s.bmp 'InvertKVT(1, 1, 2, 2)' none.bmp ~ -o tells where the result goes ~   kvt apply s.bmp 'InvertKVT(1, 1, 2, 2)' -o none.bmp
+2 ~ apply s.bmp 'InvertKVT(1, 1, 2, 2)' none.bmp ~ pictures come first, and -o tells where the result goes
 2 ~ apply s.bmp a.gif alpha.bmp InvertKVT -o none.bmp ~ "alpha.bmp" stands behind "a.gif", which is read as a call; pictures come first
 2 ~ apply folder InvertKVT -o none.bmp ~ "folder" is a folder; its pictures may be folder/*.png
 2 ~ apply s.bmp folder -o none.bmp ~ there is no method or class "folder"; "folder" is a folder
@@ -548,12 +546,12 @@ Table <<'ROWS'
 2 ~ apply in/1.bmp in/2.bmp CountColorsKVT --save-block red=red2.bin ~ would both go there
 2 ~ apply in/1.bmp CountColorsKVT InvertKVT --save-block red=x.bmp -o x.bmp ~ x.bmp: 
 2 ~ apply in/1.bmp in/2.bmp InvertKVT -o '{dir}/2.bmp' ~ the result of in/1.bmp would replace this input
-2 ~ apply in/1.bmp in/2.bmp InvertKVT -o 'in/{nmae}.bmp' ~ {nmae}: expected {name}, {dir} or {ext}, or {{ for a brace; did you mean "name"?
+2 ~ apply in/1.bmp in/2.bmp InvertKVT -o 'in/{nmae}.bmp' ~ in/{nmae}.bmp: expected {name}, {dir} or {ext} in braces; {{ and }} stand for braces
 0 ~ apply in/1.bmp in/1.bmp isGrayKVT
 ROWS
 Equal "files after what was refused" "$before" "$(ls)"
 Run 0 apply in/1.bmp in/2.bmp InvertKVT -o '{dir}/{name}.{ext}' # each over its own input
-Run 0 apply - s.bmp InvertKVT -o '{dir}/{{new-{{{name}}.bmp' <in/deep/8.bmp
+Run 0 apply - s.bmp InvertKVT -o '{dir}/{{new-{{{name}}}.bmp' <in/deep/8.bmp
 Same inverted.bmp '{new-{stdin}.bmp'
 Same inverted.bmp '{new-{s}.bmp'
 
