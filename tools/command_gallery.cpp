@@ -35,6 +35,18 @@ Json Facts(const HostOptions &options, const std::set<int> &levels, const Image 
             {"photo", fmt::format("{} × {} pixels", photo.width, photo.height)}};
 }
 
+/// What a command line has for that host, each behind a space.
+std::string OptionsFor(const HostOptions &options) {
+    const HostOptions usual;
+    std::string words;
+    for (const auto &[option, value, usually] : {std::tuple("--host", options.host, usual.host),
+                                                 {"--layout", options.layout, usual.layout},
+                                                 {"--host-version", options.version, usual.version}})
+        if (value != usually)
+            words += fmt::format(" {} {}", option, value);
+    return words;
+}
+
 /// The page with its data and the reference in the place of the file that would hold them.
 std::string PageWith(const Json &data) {
     // No "<" of the data ends the script element that it stands in.
@@ -51,18 +63,22 @@ std::string PageWith(const Json &data) {
 }
 
 /// Renders every method and class into index.html, a page that needs nothing beside it, and writes what the page's
-/// lines name next to it: all in `folder`/kvt-gallery, where no file is replaced that was not written by an earlier
-/// gallery. What fails is reported, on the page and on standard error, and the others go on. Throws UserError for what
-/// is wrong with the request; nothing is written then but materials.
+/// lines name next to it: all in `folder`/kvt-gallery, which becomes the current folder. What fails is reported, on the
+/// page and on standard error, and the others go on. Throws UserError for what is wrong with the request; nothing is
+/// written then but materials.
 Outcome RenderGallery(const Request &request) {
     RefuseIf(!kHasCodecs, "the gallery is made of PNG and JPEG files, which this kvt, built without picture codecs, "
                           "does not write; a kvt with codecs does, as 64-bit ones are");
     const Image photo =
         gallery::PhotoFrom(request.picture ? ReadImage(*request.picture) : SamplePicture(640, 480, false));
     standin::Host host(DescribeHost(request.host));
-    gallery::Folder folder((std::filesystem::path(request.folder) / "kvt-gallery").string());
-    folder.CheckReplaceable(kPage);
-    WriteMaterials(photo, folder);
+    const std::filesystem::path folder = std::filesystem::path(request.folder) / "kvt-gallery";
+    std::error_code error;
+    std::filesystem::create_directories(folder, error);
+    if (!error)
+        std::filesystem::current_path(folder, error); // calls name files as they lie there
+    RefuseIf(bool(error), "{}: cannot be made or entered: {}", folder.string(), error.message());
+    gallery::WriteMaterials(photo);
 
     Json chapters = MethodData()["chapters"];
     std::vector<std::pair<const Json *, Json *>> shots; // with their methods
@@ -81,7 +97,7 @@ Outcome RenderGallery(const Request &request) {
     for (std::size_t i = 0; i < shots.size(); ++i) {
         const auto &[method, shot] = shots[i];
         ShowProgress(i, shots.size(), (*method)["name"].get_ref<const std::string &>());
-        Render(host, request.host, *method, *shot, pictures, folder);
+        gallery::Render(host, *method, *shot, pictures);
         if (shot->contains("failure"))
             fail(shot->contains("violated") ? Violated : Failed,
                  (*shot)["call"].get<std::string>() + ": " + (*shot)["failure"].get<std::string>());
@@ -89,6 +105,7 @@ Outcome RenderGallery(const Request &request) {
     HideProgress();
     const std::size_t bytes = photo.pixels.size();
     Json data = {{"facts", Facts(request.host, host.TakeLevelsRun(), photo)},
+                 {"options", OptionsFor(request.host)},
                  {"memcpy", {{"ms", gallery::TimeOfMemcpy(bytes)}, {"bytes", bytes}}},
                  {"chapters", std::move(chapters)},
                  {"sounds", {{"voice.wav", Json::array()}}},
@@ -100,8 +117,8 @@ Outcome RenderGallery(const Request &request) {
     for (const std::string &violation : host.TakeViolations())
         fail(Violated, "violation: " + violation);
     const std::string page = PageWith(data);
-    folder.Write(kPage, AsBytes(page));
-    fmt::print("{} calls, {} failed: {} ({:.1f} MB)\n", shots.size(), failures, folder.PathOf(kPage),
+    WriteBytes(kPage, AsBytes(page));
+    fmt::print("{} calls, {} failed: {} ({:.1f} MB)\n", shots.size(), failures, (folder / kPage).string(),
                static_cast<double>(page.size()) / 1e6);
     return outcome;
 }

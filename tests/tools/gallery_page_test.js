@@ -75,6 +75,20 @@ addEventListener('load', () => (async () => {
         await null;
         check(copied === code && code.length > 5, `copied ${copied} in place of ${code}`);
     }
+    const lines = (kind) => all('.line').filter((one) => one.firstChild?.textContent === kind)
+        .map((one) => one.querySelector('code').textContent);
+    document.documentElement.dataset.commands = lines('shell').join('\n');
+    for (const [kind, ...expected] of [
+        ['script', 'result = MergePictureKVT(photo, lights)', 'result = photo.TransformColorsKVT(steps, steps, same)',
+         'result = photo.FindPicture(stamp, x, y)', 'photo.CountColorsKVT(red, blue, green, count)',
+         'result = BinaryStringtoPictureKVT(photoBytes)', 'photo.EmbeddedMaskKVT(false) = oval', 'result = page.isWhiteKVT',
+         'dim tool as new PictureSepiaKVT\ntool.SourcePicture = photo\ntool.SepiaRed = 40\ntool.SepiaGreen = 20\n' +
+         'tool.SepiaBlue = -20\nif tool.Run then result = tool.DestinationPicture'],
+        ['shell', 'kvt apply photo.png InvertKVT -o out.png', 'kvt apply photo.png \'MergePictureKVT(me, lights.png)\' -o out.png',
+         'kvt make \'BinaryStringtoPictureKVT(@photo.ppic)\' -o out.png', 'kvt apply page.png isWhiteKVT',
+         'kvt apply photo.png \'EmbeddedMaskKVT(false) = oval.png\' --alpha -o out.png']])
+        for (const line of expected)
+            check(lines(kind).includes(line), `no ${kind} line ${line}`);
     check(all('pre').every((pre) => pre.textContent.trim() !== ''), 'an empty line');
 
     for (const link of all('nav a, a.skip, a[href^="#"]'))

@@ -2,8 +2,8 @@
 
 #include <algorithm>
 #include <array>
-#include <cctype>
 #include <cstring>
+#include <filesystem>
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
@@ -27,21 +27,6 @@ template <class Run> double BestOf(Run run) {
 std::string InputOf(const Json &shot) {
     const auto on = shot.find("on");
     return on == shot.end() ? "photo.png" : on->is_null() ? "" : on->get<std::string>();
-}
-
-/// The variable that stands for a file in a script: its name up to the dot.
-std::string VariableFor(std::string_view path) { return std::string(path.substr(0, path.find('.'))); }
-
-std::string ValueFor(const Parameter &parameter, const Argument &argument, const std::string &current) {
-    if (parameter.byref)
-        return parameter.name;
-    if (SameName(argument.text, "me"))
-        return current;
-    if (argument.form == Argument::Form::FileBytes)
-        return VariableFor(argument.text) + "Bytes";
-    if ((parameter.type == Type::Picture || parameter.type == Type::MemoryBlock) && !SameName(argument.text, "nil"))
-        return VariableFor(argument.text);
-    return argument.form == Argument::Form::Quoted ? fmt::format("\"{}\"", argument.text) : argument.text;
 }
 
 std::string Base64(const Bytes &bytes) {
@@ -103,51 +88,16 @@ Counters Curve(Host &host, const BoundCall &bound) {
     return curve;
 }
 
-/// A call of methods.json as a script has it, of a class the lines that make an instance and run it. Pictures, blocks
-/// and strings from files are variables; what comes back is `result`, and variables of `byref` parameters bear their
-/// names.
-std::string ScriptFor(const Json &shot, const BoundCall &bound) {
-    const Call &call = bound.call;
-    const std::string current = VariableFor(InputOf(shot));
+/// What the page must know of a call's declaration to write it as a script does.
+Json FormOf(const BoundCall &bound) {
+    Json byref = Json::object();
     const Declaration &declaration = bound.method->declaration;
-    if (bound.target == BoundCall::Target::Class) {
-        std::string script = fmt::format("dim tool as new {}\ntool.SourcePicture = {}\n", bound.name, current);
-        for (const Argument &argument : call.arguments)
-            script += argument.name.empty()
-                          ? fmt::format("// and what {} holds into tool.Table(r, g, b, channel)\n", argument.text)
-                          : fmt::format("tool.{} = {}\n", argument.name, argument.text);
-        return script + fmt::format("if tool.{} then result = tool.DestinationPicture", declaration.name);
-    }
-    std::vector<std::string> values;
-    for (std::size_t i = 0; i < call.arguments.size(); ++i)
-        values.push_back(ValueFor(declaration.parameters[i], call.arguments[i], current));
-    return fmt::format("{}{}{}{}{}", !call.assigned && declaration.result != Type::Nothing ? "result = " : "",
-                       bound.target == BoundCall::Target::PictureMethod ? current + "." : "", declaration.name,
-                       values.empty() ? "" : fmt::format("({})", fmt::join(values, ", ")),
-                       call.assigned ? " = " + VariableFor(call.assigned->text) : "");
-}
-
-/// The same for the shell, to be run where the materials lie. Empty when no file can hold such a picture. `output`
-/// names what is saved, nothing when it is empty.
-std::string CommandFor(const Json &shot, const HostOptions &options, const std::string &output) {
-    const std::string as = shot.value("as", "");
-    if (as == "masked" || as == "graphics world")
-        return {};
-    const std::string input = InputOf(shot);
-    const auto call = shot["call"].get<std::string>();
-    const bool isWord = std::all_of(call.begin(), call.end(), [](unsigned char c) { return std::isalnum(c); });
-    std::string command = input.empty() ? "kvt make" : "kvt apply " + input;
-    command += fmt::format(fmt::runtime(isWord ? " {}" : " '{}'"), call) + (as == "with alpha" ? " --alpha" : "");
-    const HostOptions usual;
-    const std::tuple<const char *, std::string, std::string> added[] = {
-        {"-o", output, ""},
-        {"--host", options.host, usual.host},
-        {"--layout", options.layout, usual.layout},
-        {"--host-version", options.version, usual.version}};
-    for (const auto &[option, value, usually] : added)
-        if (value != usually)
-            command += fmt::format(" {} {}", option, value);
-    return command;
+    for (std::size_t i = 0; i < declaration.parameters.size(); ++i)
+        if (declaration.parameters[i].byref)
+            byref[std::to_string(i)] = declaration.parameters[i].name;
+    return {{"onPicture", bound.target == BoundCall::Target::PictureMethod},
+            {"hasResult", !bound.assigned && declaration.result != Type::Nothing},
+            {"byref", byref}};
 }
 
 /// Makes a call, and tells of it in its data.
@@ -156,7 +106,6 @@ struct Studio {
     const Json &method;
     Json &shot;
     Json &pictures;
-    Folder &folder;
     const std::string as = shot.value("as", "");
     std::optional<Image> input = {};
     std::optional<Image> mask = {}; ///< to be attached
@@ -164,8 +113,7 @@ struct Studio {
     std::optional<Image> after = {};
     std::optional<Image> other = {}; ///< that the call was given last
 
-    /// What is saved, nothing when that is nothing.
-    std::string Make() {
+    void Make() {
         const std::string path = InputOf(shot);
         if (!path.empty())
             input = ReadImage(path);
@@ -173,17 +121,19 @@ struct Studio {
             mask = ReadImage(kMask);
         bool hasPicture = input.has_value();
         const BoundCall bound = BindLine(host, shot["call"].get_ref<const std::string &>(), hasPicture).at(0);
-        shot["script"] = ScriptFor(shot, bound);
+        shot["form"] = FormOf(bound);
         ShowArguments(bound);
         const Result result = MakeCalls(bound);
         AddCharts(bound, result);
+        if (after)
+            shot["output"] = "out.png";
         if (!bound.YieldsString())
-            return after ? "out.png" : "";
-        std::string output = VariableFor(path) + ".ppic";
+            return;
         const auto bytes = AsBytes(result.value.AsRef().text().bytes());
+        const std::string output = std::filesystem::path(path).replace_extension(".ppic").string();
+        shot["output"] = output;
         KeepBytes(bytes);
-        folder.Write(output, bytes);
-        return output;
+        WriteBytes(output, bytes);
     }
 
     Ref MakeInput() {
@@ -279,11 +229,10 @@ struct Studio {
 
 } // namespace
 
-void Render(Host &host, const HostOptions &options, const Json &method, Json &shot, Json &pictures, Folder &folder) {
+void Render(Host &host, const Json &method, Json &shot, Json &pictures) {
     std::string failure;
-    std::string output;
     try {
-        output = Studio{host, method, shot, pictures, folder}.Make();
+        Studio{host, method, shot, pictures}.Make();
     } catch (const std::runtime_error &error) {
         failure = error.what();
     }
@@ -293,7 +242,6 @@ void Render(Host &host, const HostOptions &options, const Json &method, Json &sh
     }
     if (!failure.empty())
         shot["failure"] = failure;
-    shot["command"] = CommandFor(shot, options, output);
 }
 
 double TimeOfMemcpy(std::size_t bytes) {

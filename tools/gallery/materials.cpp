@@ -4,22 +4,12 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
-#include <filesystem>
 #include <nlohmann/json.hpp>
-#include <numeric>
 
 namespace tools::gallery {
 namespace {
 
-namespace fs = std::filesystem;
-
-constexpr const char *kRecord = ".kvt-gallery";
 constexpr int kLongestSide = 640;
-
-std::uint64_t HashOf(std::span<const unsigned char> bytes) { // FNV-1a
-    return std::accumulate(bytes.begin(), bytes.end(), std::uint64_t{0xCBF29CE484222325},
-                           [](std::uint64_t hash, unsigned char byte) { return (hash ^ byte) * 0x100000001B3; });
-}
 
 /// From 0, at the radius or farther, to 1 at the center, all in widths and heights of the picture.
 double Nearness(const Image &image, int x, int y, double centerX, double centerY, double radius) {
@@ -111,38 +101,6 @@ Image PictureFor(const Json &material, const Image &photo) {
 
 } // namespace
 
-Folder::Folder(const std::string &path) : path_(path) {
-    std::error_code error;
-    fs::create_directories(path, error);
-    if (!error)
-        fs::current_path(path, error); // calls name files as they lie there
-    RefuseIf(bool(error), "{}: cannot be made or entered: {}", path, error.message());
-    if (fs::exists(kRecord, error))
-        try {
-            written_ = nlohmann::json::parse(ReadBytes(kRecord)).get<decltype(written_)>();
-        } catch (const nlohmann::json::exception &) { // then nothing there is known to be the gallery's
-        }
-}
-
-void Folder::CheckReplaceable(const std::string &name, std::span<const unsigned char> bytes) const {
-    std::error_code error;
-    if (!fs::exists(fs::symlink_status(name, error)))
-        return;
-    const Bytes there = ReadBytes(name);
-    const auto known = written_.find(name);
-    RefuseIf((known == written_.end() || known->second != HashOf(there)) && !std::ranges::equal(there, bytes),
-             "{}: is not as kvt gallery wrote it, and stays; move it away or name another folder", PathOf(name));
-}
-
-void Folder::Write(const std::string &name, std::span<const unsigned char> bytes) {
-    CheckReplaceable(name, bytes);
-    WriteBytes(name, bytes);
-    written_[name] = HashOf(bytes);
-    WriteBytes(kRecord, AsBytes(nlohmann::json(written_).dump(1)));
-}
-
-std::string Folder::PathOf(const std::string &name) const { return (fs::path(path_) / name).string(); }
-
 Image PhotoFrom(const Image &picture) {
     const int longest = std::max({picture.width, picture.height, kLongestSide});
     const int width = std::max(1, picture.width * kLongestSide / longest);
@@ -164,18 +122,18 @@ Image PhotoFrom(const Image &picture) {
     });
 }
 
-void WriteMaterials(const Image &photo, Folder &folder) {
+void WriteMaterials(const Image &photo) {
     for (const Json &material : MethodData()["materials"]) {
         const auto file = material["file"].get<std::string>();
         const std::string ending = EndingOf(file);
         if (ending == ".bin")
-            folder.Write(file, LevelTable(material));
+            WriteBytes(file, LevelTable(material));
         else if (ending == ".cube")
-            folder.Write(file, AsBytes(SampleTable()));
+            WriteBytes(file, AsBytes(SampleTable()));
         else if (ending == ".wav")
-            folder.Write(file, SampleSound());
+            WriteBytes(file, SampleSound());
         else
-            folder.Write(file, FileOf(file, PictureFor(material, photo)));
+            WriteBytes(file, FileOf(file, PictureFor(material, photo)));
     }
 }
 

@@ -140,6 +140,32 @@ function dump(bytes) { // "50 50 49 43 ...  PPIC", eight a line
     return text;
 }
 
+/** The variable that stands for a file in a script. */
+const variable = (file) => file.replace(/\..*/, '');
+
+/** A call as a script has it, of a class the lines that make an instance and run it. */
+function script({call, on = 'photo.png', form}) {
+    const [, name, list, member, assigned] = call.match(/^(\w+)(?:\((.*)\))?(?:\.(\w+))?(?: = (.*))?$/);
+    const values = list ? list.split(', ') : [];
+    const current = on && variable(on);
+    if (member)
+        return [`dim tool as new ${name}`, `tool.SourcePicture = ${current}`,
+                ...values.map((value) => value.includes('=') ? `tool.${value.replace('=', ' = ')}` :
+                    `// and what ${value.slice(1, -1)} holds into tool.Table(r, g, b, channel)`),
+                `if tool.${member} then result = tool.DestinationPicture`].join('\n');
+    const written = values.map((value, i) => form.byref[i] ?? (value === 'me' ? current :
+        value.startsWith('@') ? `${variable(value.slice(1))}Bytes` : /^[a-z]/.test(value) ? variable(value) : value));
+    return (form.hasResult ? 'result = ' : '') + (form.onPicture ? `${current}.` : '') + name +
+        (list ? `(${written.join(', ')})` : '') + (assigned ? ` = ${variable(assigned)}` : '');
+}
+
+/** The same for the shell, to be run where the materials lie; empty when no file can hold such a picture. */
+function command({call, on = 'photo.png', as, output}) {
+    return as === 'masked' || as === 'graphics world' ? '' :
+        `kvt ${on ? `apply ${on}` : 'make'} ${/\W/.test(call) ? `'${call}'` : call}` +
+        (as === 'with alpha' ? ' --alpha' : '') + (output ? ` -o ${output}` : '') + gallery.options;
+}
+
 function line(kind, text) { // breaks between words and before arguments, but not inside what looks like an option
     return make('div', {class: 'line'}, !text ? null : [
         make('span', {class: 'kind'}, kind),
@@ -161,7 +187,7 @@ function article(name, shot) { // always the same parts, which stand in rows wit
              shot.curve ? curveChart(shot.curve) : null, (shot.histograms ?? []).map(histogramChart),
              (shot.others ?? []).map((other) => make('figure', {}, picture(other.picture, other.name),
                                                      make('figcaption', {}, other.name)))),
-        line('script', shot.script), line('shell', shot.command));
+        line('script', shot.form && script(shot)), line('shell', command(shot)));
 }
 
 function section(method) {
