@@ -5,7 +5,10 @@
 #include <cstdio>
 #include <fmt/format.h>
 #include <memory>
+#include <new>
+#include <sys/mman.h>
 #include <tiffio.h>
+#include <unistd.h>
 
 namespace tools::formats {
 namespace {
@@ -13,55 +16,36 @@ namespace {
 constexpr tmsize_t kMostMemory = tmsize_t{1} << 30; ///< of one allocation
 constexpr double kMostPixelsAByte = 8 * 1500;       ///< of one bit, deflated
 
-/// A file in memory as libtiff reads it, and the first that libtiff complains of.
-struct Source {
-    File file;
-    std::uint64_t at = 0;
-    std::string damage = {};
-};
-
-Source &SourceOf(void *handle) { return *static_cast<Source *>(handle); }
-
-tmsize_t ReadPart(thandle_t handle, void *to, tmsize_t wanted) {
-    Source &source = SourceOf(handle);
-    const File rest = source.file.subspan(std::min<std::uint64_t>(source.at, source.file.size()));
-    const std::size_t count = std::min(rest.size(), static_cast<std::size_t>(wanted));
-    std::copy_n(rest.begin(), count, static_cast<unsigned char *>(to));
-    source.at += count;
-    return static_cast<tmsize_t>(count);
-}
-
-toff_t Seek(thandle_t handle, toff_t offset, int from) {
-    Source &source = SourceOf(handle);
-    return source.at = offset + (from == SEEK_CUR ? source.at : from == SEEK_END ? source.file.size() : 0);
-}
-
-int Complain(TIFF *, void *source, const char *, const char *format, std::va_list arguments) {
+/// Keeps the first that libtiff complains of, in a string.
+int Complain(TIFF *, void *damage, const char *, const char *format, std::va_list arguments) {
     char text[256];
     static_cast<void>(std::vsnprintf(text, sizeof text, format, arguments));
-    if (SourceOf(source).damage.empty())
-        SourceOf(source).damage = text;
+    if (auto &first = *static_cast<std::string *>(damage); first.empty())
+        first = text;
     return 1;
 }
 
 /// What warns is strange and no damage, but for streams of JPEG within, whose damage is but warned of.
-int Warn(TIFF *tiff, void *source, const char *module, const char *format, std::va_list arguments) {
-    return module && std::string_view(module) == "JPEGLib" ? Complain(tiff, source, module, format, arguments) : 1;
+int Warn(TIFF *tiff, void *damage, const char *module, const char *format, std::va_list arguments) {
+    return module && std::string_view(module) == "JPEGLib" ? Complain(tiff, damage, module, format, arguments) : 1;
 }
 
 using Tiff = std::unique_ptr<TIFF, void (*)(TIFF *)>;
 
-Tiff Open(Source &source) {
+/// Null for what is none. `damage` outlives it.
+Tiff Open(File file, std::string &damage) {
     const std::unique_ptr<TIFFOpenOptions, void (*)(TIFFOpenOptions *)> options(TIFFOpenOptionsAlloc(),
                                                                                 &TIFFOpenOptionsFree);
     TIFFOpenOptionsSetMaxSingleMemAlloc(options.get(), kMostMemory);
-    TIFFOpenOptionsSetErrorHandlerExtR(options.get(), &Complain, &source);
-    TIFFOpenOptionsSetWarningHandlerExtR(options.get(), &Warn, &source);
-    return {TIFFClientOpenExt(
-                "", "rm", &source, &ReadPart, [](thandle_t, void *, tmsize_t) -> tmsize_t { return 0; }, &Seek,
-                [](thandle_t) { return 0; }, [](thandle_t handle) -> toff_t { return SourceOf(handle).file.size(); },
-                nullptr, nullptr, options.get()),
-            &TIFFClose};
+    TIFFOpenOptionsSetErrorHandlerExtR(options.get(), &Complain, &damage);
+    TIFFOpenOptionsSetWarningHandlerExtR(options.get(), &Warn, &damage);
+    const int memory = memfd_create("tiff", MFD_CLOEXEC);
+    if (memory < 0 || pwrite(memory, file.data(), file.size(), 0) != std::ssize(file))
+        throw std::bad_alloc();
+    Tiff tiff(TIFFFdOpenExt(memory, "", "rm", options.get()), &TIFFClose);
+    if (!tiff) // which would close the file
+        close(memory);
+    return tiff;
 }
 
 /// What a tag says, or the usual where it is missing.
@@ -86,13 +70,13 @@ Tags TagsOf(const Tiff &tiff) {
 } // namespace
 
 void ReadTiff(File file, const MakePixels &make) {
-    Source source{file};
-    const Tiff tiff = Open(source);
+    std::string damage;
+    const Tiff tiff = Open(file, damage);
     const auto fail = [&](const std::string &reason) {
         Refuse("is damaged or of a kind of TIFF that is not read: {}", reason);
     };
     if (!tiff)
-        fail(source.damage);
+        fail(damage);
     const auto width = FieldOf<std::uint32_t>(tiff, TIFFTAG_IMAGEWIDTH, 0);
     const auto height = FieldOf<std::uint32_t>(tiff, TIFFTAG_IMAGELENGTH, 0);
     const auto bits = FieldOf<std::uint16_t>(tiff, TIFFTAG_BITSPERSAMPLE, 1);
@@ -141,8 +125,8 @@ void ReadTiff(File file, const MakePixels &make) {
     for (std::uint32_t top = 0; top < height; top += band) {
         const std::uint32_t count = std::min(band, height - top);
         image.row_offset = static_cast<int>(top);
-        if (!TIFFRGBAImageGet(&image, rows.data(), width, count) || !source.damage.empty())
-            fail(source.damage);
+        if (!TIFFRGBAImageGet(&image, rows.data(), width, count) || !damage.empty())
+            fail(damage);
         for (std::uint32_t y = 0; y < count; ++y) {
             const auto *from = reinterpret_cast<const unsigned char *>(rows.data() + std::size_t{y} * width);
             unsigned char *row = pixels.Row(static_cast<int>(top + y));
