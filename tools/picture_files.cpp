@@ -102,15 +102,11 @@ const Format &FormatOf(File file, const std::string &path) {
                  EndingOf(path) == ".bmp" ? "FILE.png" : "FILE.bmp");
         Refuse("{}: is a file of the kind {}, which is not read; {}", path, format->name, kKnown);
     }
-    for (const Format &format : Formats())
-        RefuseIf(text.size() > 1 && !format.endings.empty() && StartsWith(format.start, text),
-                 "{}: is damaged: it ends within what a {} file begins with", path, format.name);
-    const char *what = text.empty()    ? "is empty"
-                       : !IsText(text) ? "is no picture of a kind that is known"
-                       : text.substr(0, kTellingBytes).find("<svg") == text.npos
-                           ? "is a text and no picture"
-                           : "is an SVG drawing, which is not read";
-    Refuse("{}: {}; {}", path, what, kKnown);
+    Refuse("{}: {}; {}", path,
+           text.empty()   ? "is empty"
+           : IsText(text) ? "is a text and no picture"
+                          : "is no picture of a kind that is known",
+           kKnown);
 }
 
 const Format &WritableFormat(const std::string &path) {

@@ -195,12 +195,11 @@ Run 2 gallery s.bmp -o s.bmp/inside
 Says 's.bmp/inside/kvt-gallery: cannot be made'
     # What is lost is told, and once; nothing comes of half a picture.
     Run 0 sample whole.png --size 40x25
-    for bytes in 5 20 500; do head -c $bytes whole.png >cut$bytes.png; done
+    for bytes in 20 500; do head -c $bytes whole.png >cut$bytes.png; done
     cp whole.png huge.png # which says that it is 2^24 pixels and more wide
     printf '\x01' | dd of=huge.png bs=1 seek=16 conv=notrunc 2>dd
     before=$(ls)
     Table <<'ROWS'
-2 ~ apply cut5.png InvertKVT -o never.png ~ cut5.png: is damaged: it ends within what a PNG file begins with
 2 ~ apply cut20.png InvertKVT -o never.png ~ cut20.png: is damaged: 
 2 ~ apply cut500.png InvertKVT -o never.png ~ cut500.png: is damaged: 
 2 ~ apply huge.png InvertKVT -o never.png ~ huge.png: its picture of 16777256 x 25 is larger than the 32767 on a side
@@ -383,7 +382,7 @@ Table <<'ROWS'
 2 ~ apply s.bmp InvertKVT -o dangling.bmp ~ dangling.bmp: 
 2 ~ apply empty.wav InvertKVT ~ empty.wav: is empty
 2 ~ apply bytes.png InvertKVT ~ bytes.png: is no picture
-2 ~ apply drawing.png InvertKVT ~ drawing.png: is an SVG drawing
+2 ~ apply drawing.png InvertKVT ~ drawing.png: is a text and no picture
 2 ~ apply layers.png InvertKVT ~ Photoshop
 2 ~ apply start.bmp InvertKVT ~ start.bmp: is damaged
 2 ~ sample none.bmp --size 640 ~ --size
