@@ -1,82 +1,50 @@
 #include "tools/cube_file.h"
 
-#include "standin/text_reader.h"
-
 #include <algorithm>
-#include <charconv>
 #include <cmath>
-#include <fmt/format.h>
+#include <optional>
+#include <sstream>
 
 namespace tools {
 namespace {
 
-constexpr int kLargest = 256;
+constexpr std::size_t kLargest = 256;
 
-struct LineReader {
-    std::string_view text;
-    std::string_view name;
-    standin::TextReader line{{}};
-    std::size_t number = 0; ///< of the line, from 1
+/// The three numbers that a text is; nothing when it is anything else.
+std::optional<Triple> NumbersOf(const std::string &text) {
+    std::istringstream words(text);
+    Triple numbers = {};
+    const bool areThere = !!(words >> numbers[0] >> numbers[1] >> numbers[2]);
+    return areThere && (words >> std::ws).eof() ? std::optional(numbers) : std::nullopt;
+}
 
-    template <class... Values> void FailIf(bool isSo, fmt::format_string<Values...> why, Values &&...values) const {
-        if (isSo)
-            throw UserError(
-                fmt::format("{}, line {}: {}", name, number, fmt::format(why, std::forward<Values>(values)...)));
-    }
-    bool Next() {
-        if (text.empty())
-            return false;
-        const std::string_view whole = text.substr(0, text.find('\n'));
-        text.remove_prefix(std::min(whole.size() + 1, text.size()));
-        line = standin::TextReader(whole.substr(0, whole.find('#')));
-        ++number;
-        return true;
-    }
-    /// The next word of the line; empty at its end.
-    std::string_view Word() {
-        line.SkipSpaces();
-        return line.TakeWhile([](char c) { return !standin::IsSpace(c); });
-    }
-    void ExpectEnd() {
-        const std::string_view word = Word();
-        FailIf(!word.empty(), "expected the end of the line, not \"{}\"", word);
-    }
-    double Number() {
-        const std::string_view word = Word();
-        FailIf(word.empty(), "expected a number at the end of the line");
-        double value = 0;
-        const std::string_view digits = word.substr(word.starts_with('+') ? 1 : 0);
-        const auto parsed = std::from_chars(digits.data(), digits.data() + digits.size(), value);
-        FailIf(parsed.ec != std::errc{} || parsed.ptr != digits.data() + digits.size() || !std::isfinite(value),
-               "expected a number, not \"{}\"", word);
-        return value;
-    }
-    Triple Numbers() {
-        Triple numbers;
-        for (double &value : numbers)
-            value = Number();
-        ExpectEnd();
-        return numbers;
-    }
-};
-
-void ReadKeyword(LineReader &reader, CubeTable &table) {
-    const std::string_view keyword = reader.Word();
-    if (keyword == "TITLE")
-        return;
-    reader.FailIf(!table.entries.empty(), "\"{}\" stands among the table's entries", keyword);
-    reader.FailIf(keyword == "LUT_1D_SIZE", "this is a table of curves (LUT_1D_SIZE); a 3D table is needed");
-    if (keyword == "DOMAIN_MIN" || keyword == "DOMAIN_MAX") {
-        (keyword == "DOMAIN_MIN" ? table.domainMin : table.domainMax) = reader.Numbers();
+/// Puts into the table what a line says. Throws UserError with the reason alone.
+void ReadLine(CubeTable &table, const std::string &line) {
+    if (const std::optional<Triple> entry = NumbersOf(line)) {
+        table.entries.push_back(*entry);
         return;
     }
-    reader.FailIf(keyword != "LUT_3D_SIZE", "unknown keyword \"{}\"", keyword);
-    const double size = reader.Number();
-    reader.ExpectEnd();
-    reader.FailIf(size < 2 || size > kLargest || size != std::floor(size), "a table has 2 to {} points an axis",
-                  kLargest);
-    reader.FailIf(table.size != 0, "LUT_3D_SIZE stands here for the second time");
-    table.size = static_cast<std::size_t>(size);
+    std::istringstream words(line);
+    std::string keyword;
+    std::string value;
+    std::getline(words >> keyword >> std::ws, value);
+    if (keyword.empty() || keyword == "TITLE")
+        return;
+    const bool isSize = keyword == "LUT_3D_SIZE";
+    const bool isDomain = keyword == "DOMAIN_MIN" || keyword == "DOMAIN_MAX";
+    RefuseIf(keyword == "LUT_1D_SIZE", "this is a table of curves (LUT_1D_SIZE); a 3D table is needed");
+    RefuseIf(!isSize && !isDomain, "expected three numbers or a known keyword, not \"{}\"", line);
+    RefuseIf(!table.entries.empty(), "{} stands behind the first entry", keyword);
+    if (isSize) {
+        RefuseIf(table.size != 0, "LUT_3D_SIZE stands here for the second time");
+        std::istringstream number(value);
+        RefuseIf(!(number >> table.size) || !number.eof() || table.size < 2 || table.size > kLargest,
+                 "expected 2 to {} points an axis, not \"{}\"", kLargest, value);
+    } else {
+        const std::optional<Triple> numbers = NumbersOf(value);
+        RefuseIf(!numbers, "expected three numbers, not \"{}\"", value);
+        (keyword == "DOMAIN_MIN" ? table.domainMin : table.domainMax) = *numbers;
+    }
 }
 
 } // namespace
@@ -103,23 +71,21 @@ Triple CubeTable::At(const Triple &input) const {
 
 CubeTable ParseCube(std::string_view text, std::string_view name) {
     CubeTable table;
-    LineReader reader{text, name};
-    const auto wanted = [&] { return table.size * table.size * table.size; };
-    while (reader.Next()) {
-        if (reader.line.AtEnd())
-            continue;
-        if (const char first = reader.line.rest()[0]; (first >= 'A' && first <= 'Z') || first == '_') {
-            ReadKeyword(reader, table);
-            continue;
+    std::istringstream lines{std::string(text)};
+    std::string line;
+    for (int number = 1; std::getline(lines, line); ++number) {
+        line.erase(std::min(line.find('#'), line.size()));
+        line.erase(line.find_last_not_of(" \t\r") + 1);
+        try {
+            ReadLine(table, line);
+        } catch (const UserError &error) {
+            Refuse("{}, line {}: {}", name, number, error.what());
         }
-        reader.FailIf(table.size == 0, "expected LUT_3D_SIZE before the first entry");
-        reader.FailIf(table.entries.size() == wanted(), "more than the {} entries of a table of {} points an axis",
-                      table.entries.size(), table.size);
-        table.entries.push_back(reader.Numbers());
     }
-    reader.FailIf(table.size == 0, "the file ends without LUT_3D_SIZE");
-    reader.FailIf(table.entries.size() != wanted(), "the file ends after {} of {} entries", table.entries.size(),
-                  wanted());
+    const std::size_t wanted = table.size * table.size * table.size;
+    RefuseIf(wanted == 0, "{}: LUT_3D_SIZE is missing", name);
+    RefuseIf(table.entries.size() != wanted, "{}: expected {} entries for {} points an axis, found {}", name, wanted,
+             table.size, table.entries.size());
     for (std::size_t channel = 0; channel < 3; ++channel)
         RefuseIf(!(table.domainMin[channel] < table.domainMax[channel]), "{}: DOMAIN_MIN must lie below DOMAIN_MAX",
                  name);

@@ -348,7 +348,7 @@ Table <<'ROWS'
 2 ~ apply s.bmp 'PictureSepiaKVT(SepiaRod=4).Run' -o none.bmp ~ PictureSepiaKVT has no property "SepiaRod"; did you mean "SepiaRed"?
 2 ~ apply s.bmp 'PictureSepiaKVT(SepiaRed=4)' -o none.bmp ~ expected ".Run"
 2 ~ apply s.bmp PictureLut3DKVT.Run -o none.bmp ~ PictureLut3DKVT needs a table, without which all becomes black: PictureLut3DKVT("film.cube").Run
-2 ~ apply s.bmp 'PictureLut3DKVT("broken.cube").Run' -o none.bmp ~ broken.cube, line 2: expected a number, not "x"
+2 ~ apply s.bmp 'PictureLut3DKVT("broken.cube").Run' -o none.bmp ~ broken.cube, line 2: expected three numbers or a known keyword, not "0 0 x"
 2 ~ apply s.bmp 'PictureLut3DKVT(missing.cube).Run' -o none.bmp ~                   ^^^^^^^^^^^^
 2 ~ make 'InvertKVT' -o none.bmp ~ there is no picture yet
 2 ~ make s.bmp InvertKVT -o none.bmp ~ "s.bmp" is no call; make takes calls alone, apply takes pictures: kvt apply s.bmp CALL...
