@@ -7,7 +7,6 @@
 #include "bench/targets.h"
 
 #include "standin/guarded_memory.h"
-#include "tools/samples.h"
 
 #include <CLI/CLI.hpp>
 
@@ -16,14 +15,13 @@
 #include <limits>
 #include <malloc.h>
 #include <string>
-#include <tuple>
 #include <vector>
 
 namespace {
 
 struct Options {
     bench::Selection selection;
-    std::string size; ///< empty: the tables of the large, the small and the one-pixel picture
+    std::vector<int> size; ///< width and height; empty: the tables of the large, the small and the one-pixel picture
     std::string reference;
     std::string pictures; ///< a folder to write them into
     bool writeReference = false;
@@ -78,9 +76,7 @@ std::size_t MeasureAll(const Options &options, bench::Reference &reference) {
     std::vector<bench::Figure> figures;
     std::size_t tooSlow = 0;
     if (!options.size.empty()) {
-        bench::Size size;
-        std::tie(size.width, size.height) = tools::ParseSize(options.size);
-        figures = Measure(options, size, bench::kPairs, reference);
+        figures = Measure(options, {options.size[0], options.size[1]}, bench::kPairs, reference);
         if (!options.json)
             PrintList(format, figures);
     } else {
@@ -113,7 +109,11 @@ int Run(int argc, char **argv) {
         ->allow_extra_args(false);
     app.add_option("--level", selection.levels, "instruction-set levels: sse2, avx2, avx512, best; may be repeated")
         ->allow_extra_args(false);
-    app.add_option("--size", options.size, "WxH in pixels: only a list of the figures of this size");
+    app.add_option("--size", options.size, "in pixels, as in 640x480: only a list of the figures of this size")
+        ->delimiter('x')
+        ->expected(2)
+        ->allow_extra_args(false)
+        ->check(CLI::Range(1, 32767));
     app.add_option("--runs", selection.runs, "the best of how many runs counts (default 7)")
         ->check(CLI::Range(1, 1000));
     app.add_flag("--scaling", options.scaling, "the time a pixel from 64x64 to 8000x6000, at the best level");

@@ -105,8 +105,6 @@ Outcome RunAll(const ApplyOptions &options, const std::vector<ApplyRequest> &req
 /// What can be said of the options without looking at a picture.
 void CheckRequest(const ApplyOptions &options, bool hasOutput) {
     const ApplyRequest &request = options.request;
-    if (!IsPicturePath("picture" + request.streamEnding))
-        Refuse("--format {}: expected png, jpg, webp or bmp", options.format);
     if (options.json && WritesToStream(request))
         Refuse("--json: standard output cannot take the document and a result");
     if (hasOutput && request.output.empty())

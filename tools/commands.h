@@ -21,11 +21,14 @@ void AddManualCommand(CLI::App &program, Outcome &outcome);
 void AddHostOptions(CLI::App &command, HostOptions &options);
 
 /// Adds an option or positional. What stands for its value in help is words in capitals, or the values themselves as in
-/// "png|jpg|bmp". What the value is now is the default, which help tells unless it is empty.
+/// "png|jpg|bmp", and then no other value is taken. What the value is now is the default, which help tells unless it is
+/// empty.
 template <class Value>
 CLI::Option *AddOption(CLI::App &command, const char *names, Value &value, const std::string &standsFor,
                        const std::string &text) {
     CLI::Option *option = command.add_option(names, value, text)->type_name(standsFor)->capture_default_str();
+    if (standsFor.find('|') != standsFor.npos)
+        option->check(CLI::IsMember(CLI::detail::split(standsFor, '|')).description(""));
     return option->get_default_str() == "[]" ? option->default_str("") : option;
 }
 

@@ -1,7 +1,6 @@
 #include "tools/samples.h"
 
 #include <algorithm>
-#include <charconv>
 #include <cmath>
 #include <fmt/format.h>
 
@@ -109,18 +108,6 @@ double AlphaAt(int column, int row, int width, int height) {
 int ToLevel(double level) { return static_cast<int>(std::clamp(level, 0.0, 255.0)); }
 
 } // namespace
-
-std::pair<int, int> ParseSize(std::string_view text) {
-    int width = 0;
-    int height = 0;
-    const char *const end = text.data() + text.size();
-    const char *sign = std::from_chars(text.data(), end, width).ptr;
-    if (sign != end && *sign == 'x')
-        sign = std::from_chars(sign + 1, end, height).ptr;
-    RefuseIf(sign != end || std::min(width, height) < 1 || std::max(width, height) > formats::kMostSide,
-             "--size {}: expected WxH, each from 1 to {}", text, formats::kMostSide);
-    return {width, height};
-}
 
 Image SamplePicture(int width, int height, bool withAlpha) {
     return Draw(width, height, withAlpha, [&](int column, int row) {

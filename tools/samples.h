@@ -5,9 +5,6 @@
 
 namespace tools {
 
-/// "640x480". Throws UserError for anything else, and for sides outside 1..32767.
-std::pair<int, int> ParseSize(std::string_view text);
-
 /// A scene with something for every operation: a sky that runs from blue to pale, clouds, a sun, two ranges of hills, a
 /// meadow of fine texture, and below them a ramp of skin tones, a ramp of grays and saturated patches. With alpha, the
 /// right edge fades out along a wavy line. The same pixels on every machine; width and height at least 1.

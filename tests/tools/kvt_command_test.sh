@@ -377,6 +377,8 @@ Table <<'ROWS'
 2 ~ apply s.bmp ~ s.bmp: nothing is to be done ~   kvt apply s.bmp InvertKVT -o out.
 2 ~ apply s.bmp 'CountColorsKVT(nil, nil, nil, 0)' --save-block cyan=none.bin ~ no call has a byref memory block "cyan"
 2 ~ apply s.bmp InvertKVT -o none.bmp --host console --layout alpha-high ~ a console host has row-table
+2 ~ apply s.bmp InvertKVT -o none.bmp --host web ~ --host: web not in {desktop,console}
+2 ~ apply s.bmp InvertKVT -o none.bmp --format gif ~ --format: gif not in {png,jpg,webp,bmp}
 2 ~ apply s.bmp InvertKVT -o none.bmp --module missing.so ~ missing.so
 2 ~ apply s.bmp InvertKVT -o s.bmp/none.bmp ~ s.bmp/none.bmp: 
 2 ~ apply s.bmp InvertKVT -o dangling.bmp ~ dangling.bmp: 
@@ -385,11 +387,10 @@ Table <<'ROWS'
 2 ~ apply drawing.png InvertKVT ~ drawing.png: is a text and no picture
 2 ~ apply layers.png InvertKVT ~ Photoshop
 2 ~ apply start.bmp InvertKVT ~ start.bmp: is damaged
-2 ~ sample none.bmp --size 640 ~ --size
-2 ~ sample none.bmp --size 640x480x2 ~ --size
-2 ~ sample none.bmp --size 0x9 ~ --size
-2 ~ sample none.bmp --size 9x32768 ~ --size
-2 ~ sample none.bmp --size '640 x 480' ~ --size
+2 ~ sample none.bmp --size 640 ~ --size: 2 required WxH missing
+2 ~ sample none.bmp --size 640x480x2 ~ --size: At Most 2 required
+2 ~ sample none.bmp --size 9x32768 ~ --size: Value 32768 not in range 1 to 32767
+2 ~ sample none.bmp --size '640 x 480' ~ --size: Value 640
 2 ~ apply InvertKVT -o none.bmp ~ "InvertKVT" is read as a call, for there is no such file
 2 ~ apply s.bmp 'InvertKVT(1, 1, 2, 2)' none.bmp ~ pictures come first, and -o tells where the result goes
 2 ~ apply s.bmp a.gif alpha.bmp InvertKVT -o none.bmp ~ "alpha.bmp" stands behind "a.gif", which is read as a call; pictures come first
@@ -466,7 +467,7 @@ Prints "          the module's file ends before its tables do"
 Run 0 help apply
 Prints "Usage: kvt apply [OPTION...] PICTURE... [CALL...]"
 Run 2 check --only reference
-Says '--only reference: there is no such rule; did you mean "references"?'
+Says '--only: reference not in {file,start,'
 Run 2 check s.bmp
 Says 's.bmp: is no module'
 Run 2 check missing.so
