@@ -100,7 +100,7 @@ for line wanted in "$@"; do
     Settle
 done
 EOF
-    missing=$(PATH=${kvt%/*}:$PATH zsh -f drive.zsh 'kvt ap' 'kvt apply ' 'kvt apply photo.png InvertG' InvertGrayKVT 'kvt apply photo.png invertg' GrayKVT \
+    missing=$(PATH=${kvt%/*}:$PATH zsh -f drive.zsh 'kvt ap' 'kvt apply ' 'kvt apply photo.png InvertG' InvertGrayKVT 'kvt apply photo.png invertg' GrayKVT "kvt apply photo.png 'InvertG" InvertGrayKVT \
         'kvt check --only refe' references \
         'kvt apply photo.png --layout row' row-table 'kvt apply pho' photo.png 'kvt completion ba' 'completion bash' 2>&1)
     [ -z "$missing" ] || { echo "$missing"; failed=1; }
