@@ -26,32 +26,27 @@ void FillTable(Host &host, const Ref &instance, const CubeTable &table) {
 /// Why bytes are no picture string; empty when they look like one.
 std::string FaultOf(std::span<const unsigned char> bytes) {
     constexpr std::size_t kHeader = 24;
-    if (bytes.size() < kHeader)
-        return fmt::format("{} bytes are too few for a picture string, which has {} before its pixels", bytes.size(),
-                           kHeader);
-    if (AsText(bytes.first(4)) != "PPIC")
-        return "the bytes are no picture string, which begins with PPIC";
+    if (bytes.size() < kHeader || AsText(bytes.first(4)) != "PPIC")
+        return fmt::format("the {} bytes are no picture string, which begins with PPIC and has {} before its pixels",
+                           bytes.size(), kHeader);
     const auto word = [&](std::size_t at) { return BigEndian(bytes, at, 4); };
-    if (word(4) != bytes.size())
-        return fmt::format("the picture string says that it has {} bytes, and has {}", word(4), bytes.size());
-    const std::uint64_t pixels = std::uint64_t{3} * word(8) * word(12);
-    if (word(20) + pixels > bytes.size())
-        return fmt::format("the picture string holds fewer than the {} bytes of its {} x {} pixels", pixels, word(8),
-                           word(12));
-    return {};
+    const bool isWhole = word(4) == bytes.size() && word(20) + std::uint64_t{3} * word(8) * word(12) <= bytes.size();
+    return isWhole ? ""
+                   : fmt::format("the picture string tells of {} bytes and {} x {} pixels, and has {} bytes", word(4),
+                                 word(8), word(12), bytes.size());
 }
 
 /// Why a call may have come to nil, as far as its values tell; a line each.
 std::string WhyNil(const BoundCall &call, const Ref &receiver, const std::vector<Value> &arguments) {
     constexpr std::size_t kTableBytes = 256;
-    constexpr std::int64_t kMostSide = 32767;
     std::string why;
     const auto add = [&](const std::string &reason) { why += reason.empty() ? "" : "\n  " + reason; };
-    std::vector<std::string> sizes;
-    std::set<std::pair<int, int>> different;
+    std::string sizes;
+    std::set<std::string> different;
     const auto addSize = [&](std::string_view name, const Picture &picture) {
-        sizes.push_back(fmt::format("{} is {} x {}", name, picture.width, picture.height));
-        different.emplace(picture.width, picture.height);
+        const std::string size = fmt::format("{} x {}", picture.width, picture.height);
+        sizes += fmt::format("{}{} is {}", sizes.empty() ? "sizes differ: " : ", ", name, size);
+        different.insert(size);
     };
     if (call.target == Target::PictureMethod)
         addSize("the picture", receiver.picture());
@@ -61,10 +56,10 @@ std::string WhyNil(const BoundCall &call, const Ref &receiver, const std::vector
         const std::int64_t number = value.Is<std::int64_t>() ? value.AsInteger() : 0;
         if (value.IsNil() && !defaultText)
             add(name + " is nil");
-        else if (call.takesSound && name == "Bits" && std::set<std::int64_t>{7, 8, 15, 16}.count(number) == 0)
+        else if (call.takesSound && name == "Bits" && !std::set<std::int64_t>{7, 8, 15, 16}.contains(number))
             add(fmt::format("{} is {}: 7, 8, 15 and 16 are known", name, number));
-        else if ((name == "Width" || name == "Height") && number > kMostSide)
-            add(fmt::format("{} is {}, and {} is the most", name, number, kMostSide));
+        else if ((name == "Width" || name == "Height") && number > formats::kMostSide)
+            add(fmt::format("{} is {}, and {} is the most", name, number, formats::kMostSide));
         else if (type == Type::Picture && value.Is<Ref>())
             addSize(name, value.AsPicture());
         else if (type == Type::String && value.Is<Ref>())
@@ -73,7 +68,7 @@ std::string WhyNil(const BoundCall &call, const Ref &receiver, const std::vector
             add(fmt::format("{} holds {} bytes, and a table {}", name, value.AsRef().block().memory.size(),
                             kTableBytes));
     }
-    add(different.size() > 1 ? fmt::format("sizes differ: {}", fmt::join(sizes, ", ")) : "");
+    add(different.size() > 1 ? sizes : "");
     add(call.hint);
     return why;
 }

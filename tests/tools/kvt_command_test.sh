@@ -409,9 +409,9 @@ Table <<'ROWS'
 1 ~ apply s.bmp 'MergePictureKVT(me, mask.bmp)' 'MergePictureKVT(me, small.bmp)' -o none.bmp ~ MergePictureKVT returned nil ~   sizes differ: source1 is 40 x 25, source2 is 5 x 4
 1 ~ apply s.bmp 'ReplaceRedChannelKVT(small.bmp)' -o none.bmp ~   sizes differ: the picture is 40 x 25, RedChannel is 5 x 4
 1 ~ apply s.bmp 'TransformColorsKVT(same.bin, @junk.wav, same.bin)' -o none.bmp ~   blue holds 4 bytes, and a table 256
-1 ~ make 'BinaryStringtoPictureKVT("s.ppic")' -o none.bmp ~ BinaryStringtoPictureKVT returned nil ~   6 bytes are too few for a picture string ~ @"s.ppic" stands for its bytes
-1 ~ make 'BinaryStringtoPictureKVT(@s.bmp)' -o none.bmp ~   the bytes are no picture string, which begins with PPIC
-1 ~ make 'BinaryStringtoPictureKVT(@short.ppic)' -o none.bmp ~   the picture string says that it has 3040 bytes, and has 3000
+1 ~ make 'BinaryStringtoPictureKVT("s.ppic")' -o none.bmp ~ BinaryStringtoPictureKVT returned nil ~   the 6 bytes are no picture string ~ @"s.ppic" stands for its bytes
+1 ~ make 'BinaryStringtoPictureKVT(@s.bmp)' -o none.bmp ~   the 3054 bytes are no picture string, which begins with PPIC
+1 ~ make 'BinaryStringtoPictureKVT(@short.ppic)' -o none.bmp ~   the picture string tells of 3040 bytes and 40 x 25 pixels, and has 3000 bytes
 1 ~ make 'RenderSamplesKVT(@same.bin, 0, 1, 80, 20, 1, Bits=9)' -o none.bmp ~   Bits is 9: 7, 8, 15 and 16 are known
 1 ~ apply s.bmp 'PictureSepiaKVT(SourcePicture=nil).Run' -o none.bmp ~ PictureSepiaKVT.Run returned false ~   SourcePicture is nil
 1 ~ apply s.bmp 'ReplaceRedChannelKVT(nil)' -o none.bmp ~ ReplaceRedChannelKVT raised NilObjectException: The channel picture is nil.
