@@ -40,8 +40,7 @@ constexpr std::string_view kExpected[] = {
     "nil, me or a picture file, without @",
 };
 
-/// What was written instead, in the order of the forms.
-constexpr const char *kFound[] = {"\"{}\"", "a string in quotes", "a file's bytes"};
+constexpr const char *kNoPicture = "there is no picture yet: a call that makes one must come first";
 
 /// Which of the call's arguments each parameter of a method gets.
 struct Candidate {
@@ -133,10 +132,6 @@ class Binder {
         Fail(call_.name, "there is no method or class \"{}\"{}{}", call_.name, file,
              Suggestion(call_.name, InterfaceNames(host_), "; kvt list shows what there is"));
     }
-    void DemandPicture(std::string_view part) const {
-        if (!hasPicture_)
-            Fail(part, "there is no picture yet: a call that makes one must come first");
-    }
     /// Shows an argument's name unless one of the parameters is called so.
     void CheckName(const Argument &argument, std::string_view owner, std::string_view kind,
                    const std::vector<Parameter> &parameters) const {
@@ -180,8 +175,7 @@ class Binder {
         if (!next.takesAll)
             Fail(call_.name, "{}", message);
         const std::string_view last = count == 0 ? call_.name : call_.arguments.back().written;
-        Fail({last.data() + last.size(), 0}, "{}: {} {} missing", message, Enumerated(next.missing, " and "),
-             next.missing.size() == 1 ? "is" : "are");
+        Fail({last.data() + last.size(), 0}, "{}; missing: {}", message, fmt::join(next.missing, ", "));
     }
 
     void BindMethod() {
@@ -210,8 +204,8 @@ class Binder {
                  Suggestion(call_.member, InterfaceNames(host_)));
         if (call_.assigned && !chosen.method->record.setter)
             Fail(call_.assigned->written, "{} cannot be assigned to", declaration.name);
-        if (chosen.isPictures)
-            DemandPicture(call_.name);
+        if (chosen.isPictures && !hasPicture_)
+            Fail(call_.name, kNoPicture);
 
         bound_.target = chosen.isPictures ? Target::PictureMethod : Target::GlobalMethod;
         bound_.name = declaration.name;
@@ -220,15 +214,13 @@ class Binder {
         bound_.takesSound = std::ranges::any_of(declaration.parameters, isBits);
         for (std::size_t i = 0; i < declaration.parameters.size(); ++i) {
             const Parameter &parameter = declaration.parameters[i];
-            const bool fits = bits_ && isBits(parameter);
-            Argument leftOut = {{}, Form::Bare, LeftOut(parameter, hasNames).value_or(""), call_.name};
-            if (fits)
-                leftOut.text = std::to_string(*bits_);
-            const Argument &argument = chosen.arguments[i] ? *chosen.arguments[i] : leftOut;
+            const bool isTold = bits_ && isBits(parameter);
+            const std::string leftOut = isTold ? std::to_string(*bits_) : LeftOut(parameter, hasNames).value_or("");
+            const Argument argument =
+                chosen.arguments[i] ? *chosen.arguments[i] : Argument{{}, Form::Bare, leftOut, call_.name};
             const Slot value = ValueOf(parameter, argument);
-            if (fits && value->AsInteger() != *bits_)
-                Fail(argument.written, "this sound file holds {}: {} must be {}, not {}",
-                     *bits_ == 8 ? "unsigned samples of 8 bits" : "signed samples of 16 bits", parameter.name, *bits_,
+            if (isTold && value->AsInteger() != *bits_)
+                Fail(argument.written, "the samples of this sound file need {}={}, not {}", parameter.name, *bits_,
                      value->AsInteger());
             bound_.arguments.emplace_back(parameter.name, value);
         }
@@ -260,30 +252,30 @@ class Binder {
         if (hasTable && !given.arguments[0])
             Fail(call_.name, "{} needs a table, without which all becomes black: {}(\"film.cube\").{}", definition.name,
                  definition.name, call_.member);
+        const Argument current{{}, Form::Bare, "me", call_.name};
         for (std::size_t i = 0; i < parameters.size(); ++i) {
+            const Parameter &property = parameters[i];
             const Argument *argument = given.arguments[i];
-            if (hasTable && i == 0) {
-                bound_.table =
-                    FromFile(*argument, [&] { return ParseCube(AsText(ReadBytes(argument->text)), argument->text); });
-            } else if (argument) {
-                bound_.arguments.emplace_back(parameters[i].name, ValueOf(parameters[i], *argument));
-            } else if (parameters[i].name == "SourcePicture") {
-                DemandPicture(call_.name);
-                bound_.arguments.emplace_back("SourcePicture", std::nullopt);
-            }
+            if (!argument && property.name == "SourcePicture")
+                argument = &current;
+            if (!argument)
+                continue;
+            const Slot value = ValueOf(property, *argument);
+            if (property.type != Type::Nothing)
+                bound_.arguments.emplace_back(property.name, value);
         }
     }
 
-    /// What `read` makes of the file that an argument names; shows the argument when it cannot be used.
-    template <class Read> auto FromFile(const Argument &argument, Read read) const -> decltype(read()) {
+    /// What an argument stands for. What is wrong with it is shown at its place.
+    Slot ValueOf(const Parameter &parameter, const Argument &argument) {
         try {
-            return read();
+            return Read(parameter, argument);
         } catch (const UserError &error) {
             Fail(argument.written, "{}", error.what());
         }
     }
 
-    Slot ValueOf(const Parameter &parameter, const Argument &argument) {
+    Slot Read(const Parameter &parameter, const Argument &argument) {
         const Type type = parameter.type;
         const bool isBare = argument.form == Form::Bare;
         const std::optional<double> parsed = isBare ? ParseNumber(argument.text) : std::nullopt;
@@ -291,6 +283,10 @@ class Binder {
         const auto isWhole = [&](double least, double most) {
             return number == std::trunc(number) && number >= least && number <= most;
         };
+        if (type == Type::Nothing) { // the table's
+            bound_.table = ParseCube(AsText(ReadBytes(argument.text)), argument.text);
+            return Value();
+        }
         const bool mayBeNil = type == Type::String || type == Type::Picture || type == Type::MemoryBlock;
         if (mayBeNil && IsWord(argument, "nil"))
             return Value();
@@ -307,27 +303,25 @@ class Binder {
         if (type == Type::MemoryBlock)
             return Value(BlockOf(argument));
         if (type == Type::Picture && IsWord(argument, "me")) {
-            DemandPicture(argument.written);
+            RefuseIf(!hasPicture_, kNoPicture);
             return std::nullopt;
         }
         if (type == Type::Picture && argument.form != Form::FileBytes)
             return Value(PictureOf(argument));
-        Fail(argument.written, "{} as {}: expected {}, not {}", parameter.name, NameOf(type),
-             kExpected[static_cast<std::size_t>(type)],
-             fmt::format(fmt::runtime(kFound[static_cast<std::size_t>(argument.form)]), argument.text));
+        Refuse("{} as {}: expected {}, not {}", parameter.name, NameOf(type), kExpected[static_cast<std::size_t>(type)],
+               argument.written);
     }
 
     Ref StringOf(const Argument &argument) {
         if (argument.form == Form::FileBytes)
-            return host_.MakeString(AsText(FromFile(argument, [&] { return ReadBytes(argument.text); })),
-                                    kBinaryString);
+            return host_.MakeString(AsText(ReadBytes(argument.text)), kBinaryString);
         if (std::error_code ignored; std::filesystem::exists(argument.text, ignored))
             bound_.hint = fmt::format("a file is called so: @\"{}\" stands for its bytes", argument.text);
         return host_.MakeString(argument.text);
     }
 
     Ref PictureOf(const Argument &argument) {
-        LoadedPicture loaded = FromFile(argument, [&] { return ReadPicture(host_, argument.text); });
+        LoadedPicture loaded = ReadPicture(host_, argument.text);
         bound_.notes.insert(bound_.notes.end(), loaded.notes.begin(), loaded.notes.end());
         return loaded.picture;
     }
@@ -335,20 +329,17 @@ class Binder {
     /// Where sounds are taken, a file is one and stands for its samples; elsewhere it is a block as it is, unless it is
     /// of a kind that nobody means so. @ takes any file for its bytes.
     Ref BlockOf(const Argument &argument) {
-        Bytes bytes = FromFile(argument, [&] { return ReadBytes(argument.text); });
+        Bytes bytes = ReadBytes(argument.text);
         const std::string_view kind = KindOf(bytes);
-        const bool isSound = bound_.takesSound && (kind == "WAV" || EndingOf(argument.text) == ".wav");
-        const bool isUnknown = !bound_.takesSound && kind.empty() && argument.form == Form::Bare;
-        if (argument.form != Form::FileBytes && isSound) {
-            Sound sound = FromFile(argument, [&] { return ReadWav(bytes, argument.text); });
+        if (argument.form != Form::FileBytes && bound_.takesSound) {
+            Sound sound = ReadWav(bytes, argument.text);
             if (!sound.loss.empty())
                 bound_.notes.push_back(fmt::format("{}: {}", argument.text, sound.loss));
             bits_ = sound.bits;
             bytes = std::move(sound.samples);
-        } else if (argument.form != Form::FileBytes && !isUnknown) {
-            Fail(argument.written, "{}: {}{}; @\"{}\" stands for the bytes of the file, whatever they are",
-                 argument.text, bound_.takesSound ? "is no WAV file" : "cannot be taken for a block of bytes",
-                 kind.empty() ? "" : fmt::format(", for it is {}", kind), argument.text);
+        } else if (argument.form != Form::FileBytes && !kind.empty()) {
+            Refuse("{0}: cannot be taken for a block of bytes, for it is {1}; @\"{0}\" stands for its bytes",
+                   argument.text, kind);
         }
         return host_.MakeBlock(bytes.size(), bytes);
     }

@@ -1,6 +1,5 @@
 #include "tools/call_parser.h"
 
-#include "standin/declaration.h"
 #include "standin/text_reader.h"
 
 #include <algorithm>
@@ -26,20 +25,11 @@ class Reader : public standin::TextReader {
         FailAt(found, found.empty() ? fmt::format("expected {} at the end", expected)
                                     : fmt::format("expected {}, not \"{}\"", expected, found));
     }
-    /// Moves past names that are none of the interface, each before a dot or a sign of equality, and past "Dim x As
-    /// Picture =" and "Var x =".
+    /// Moves past names that are none of the interface, each before a dot or a sign of equality.
     void SkipVariables() {
         std::size_t start = at();
-        for (std::string_view name = Word(); !name.empty() && !IsDeclared(name); name = Word()) {
-            if (standin::SameName(name, "dim") || standin::SameName(name, "var")) {
-                Word();
-                const std::size_t end = at();
-                MoveTo(standin::SameName(Word(), "as") && !Word().empty() ? at() : end);
-            }
-            if (!Take('.') && !Take('='))
-                break;
+        for (auto name = Word(); !name.empty() && !IsDeclared(name) && (Take('.') || Take('=')); name = Word())
             start = at();
-        }
         MoveTo(start);
     }
     /// A call whose text begins at `origin`. What is declared behind a dot is the next call.

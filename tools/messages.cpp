@@ -8,7 +8,8 @@
 #include <new>
 #include <nlohmann/json.hpp>
 #include <numeric>
-#include <sstream>
+#include <ranges>
+#include <set>
 #include <unistd.h>
 
 namespace tools {
@@ -55,13 +56,7 @@ std::string Styled(int stream, const fmt::text_style &style, std::string_view te
 void PrintProblem(std::string_view text) {
     HideProgress();
     const auto red = fmt::emphasis::bold | fg(fmt::terminal_color::red);
-    std::string told = Styled(STDERR_FILENO, red, "kvt:") + ' ';
-    std::istringstream lines{std::string(text)};
-    for (std::string line; std::getline(lines, line);) {
-        const bool isMark = line.find('^') != line.npos && line.find_first_not_of(" ^") == line.npos;
-        told += (isMark ? Styled(STDERR_FILENO, red, line) : line) + '\n';
-    }
-    static_cast<void>(std::fputs(told.c_str(), stderr));
+    static_cast<void>(std::fputs(fmt::format("{} {}\n", Styled(STDERR_FILENO, red, "kvt:"), text).c_str(), stderr));
 }
 
 void ShowProgress(std::size_t through, std::size_t total, std::string_view what) {
@@ -82,35 +77,21 @@ bool HasPart(std::string_view name, std::string_view part) {
     return std::search(name.begin(), name.end(), part.begin(), part.end(), same) != name.end() || part.empty();
 }
 
-std::string Enumerated(const std::vector<std::string_view> &names, std::string_view last, std::string_view quote) {
-    std::string list;
-    for (std::size_t i = 0; i < names.size(); ++i)
-        list += fmt::format("{}{}{}{}", i == 0 ? "" : i + 1 == names.size() ? last : ", ", quote, names[i], quote);
-    return list;
-}
-
 std::string Suggestion(std::string_view written, const std::vector<std::string_view> &names,
                        std::string_view otherwise) {
-    std::string_view nearest;
-    std::size_t least = std::max<std::size_t>(2, written.size() / 3) + 1;
-    std::vector<std::string_view> holding;
+    const std::size_t most = std::max<std::size_t>(2, written.size() / 3);
+    std::set<std::pair<std::size_t, std::string>> near; // those that hold it differ in what they have beyond it
     for (const std::string_view name : names) {
-        if (const std::size_t distance = Distance(written, name); distance < least) {
-            least = distance;
-            nearest = name;
-        }
-        if (!written.empty() &&
-            HasPart(written.size() < kTellingLength ? name.substr(0, written.size()) : name, written))
-            holding.push_back(name);
+        const std::size_t distance = Distance(written, name);
+        const bool isTelling = written.size() >= kTellingLength;
+        if (distance <= most ||
+            (!written.empty() && HasPart(isTelling ? name : name.substr(0, written.size()), written)))
+            near.emplace(distance, fmt::format("\"{}\"", name));
     }
-    std::ranges::stable_sort(holding, {}, &std::string_view::size);
-    if (!nearest.empty())
-        holding.insert(holding.begin(), nearest);
-    std::vector<std::string_view> near;
-    for (const std::string_view name : holding)
-        if (near.size() < kMostNames && std::ranges::find(near, name) == near.end())
-            near.push_back(name);
-    return near.empty() ? std::string(otherwise) : fmt::format("; did you mean {}?", Enumerated(near, " or ", "\""));
+    if (near.empty())
+        return std::string(otherwise);
+    return fmt::format("; did you mean {}?",
+                       fmt::join(std::views::values(near) | std::views::take(kMostNames), " or "));
 }
 
 std::pair<Outcome, std::string> EndBy(const std::exception &thrown) {

@@ -29,12 +29,8 @@ void HideProgress();
 /// Whether `part` occurs in a name. Letters compare without case, as in all of these.
 bool HasPart(std::string_view name, std::string_view part);
 
-/// "source1", "left, top and width"
-std::string Enumerated(const std::vector<std::string_view> &names, std::string_view last, std::string_view quote = {});
-
-/// `; did you mean "Name" or "OtherName"?`, for the end of a message: three names at the most, the one that differs in
-/// the fewest letters, unless it differs in too many, then those that hold what was written, the shortest first. When
-/// there is none, what is to stand there.
+/// `; did you mean "Name" or "OtherName"?`, for the end of a message: three names at the most of those that differ in a
+/// few letters or hold what was written, the nearest first. When there is none, what is to stand there.
 std::string Suggestion(std::string_view written, const std::vector<std::string_view> &names,
                        std::string_view otherwise = {});
 

@@ -33,7 +33,8 @@ std::span<const unsigned char> Chunk(std::span<const unsigned char> file, std::s
 } // namespace
 
 Sound ReadWav(std::span<const unsigned char> file, std::string_view name) {
-    RefuseIf(!HasTag(file, 0, "RIFF") || !HasTag(file, 8, "WAVE"), "{}: is no WAV file", name);
+    RefuseIf(!HasTag(file, 0, "RIFF") || !HasTag(file, 8, "WAVE"),
+             "{0}: is no WAV file; @\"{0}\" stands for the bytes of any file", name);
     const auto format = Chunk(file, "fmt ");
     RefuseIf(format.size() < kFormatBytes, "{}: the WAV file does not say how its samples are stored", name);
     std::uint32_t coding = LittleEndian(format, 0, 2);

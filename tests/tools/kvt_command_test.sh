@@ -232,13 +232,13 @@ fi
 # Calls: colors in all their forms, variables, chains with dots, arguments by name.
 Run 0 apply s.bmp 'CountColorKVT(&cFF0000)' 'CountColorKVT(&hff0000)' 'CountColorKVT(0xFF0000)' 'CountColorKVT(#ff0000)'
 Equal "pixels of one color" "10 10 10 10" "$(Results)"
-for call in me.InvertKVT 'result = p.InvertKVT' 'Dim result As Picture = p.InvertKVT' 'var x = InvertKVT()' ' InvertKVT ' \
+for call in me.InvertKVT 'result = p.InvertKVT' 'x = InvertKVT()' ' InvertKVT ' \
     'p.InvertKVT().InvertKVT.InvertKVT' 'InvertKVT (0,0 , 40, 25)' 'InvertKVT(left=0)'; do
     Run 0 apply s.bmp -o dotted.bmp -- "$call"
     Same inverted.bmp dotted.bmp
 done
 python3 -c 'import sys; sys.stdout.buffer.write(bytes(range(256)))' >same.bin
-for call in 'same.bin, same.bin, same.bin' '@same.bin, @"same.bin", @same.bin' 'green=same.bin, red=same.bin, blue=@same.bin'; do
+for call in 'same.bin, "same.bin", same.bin' '@same.bin, @"same.bin", @same.bin' 'green=same.bin, red=same.bin, blue=@same.bin'; do
     Run 0 apply s.bmp "TransformColorsKVT($call)" -o mapped.bmp
     Same s.bmp mapped.bmp
 done
@@ -317,7 +317,7 @@ Table <<'ROWS'
 2 ~ apply s.bmp '' ~ expected the name of a method or class at the end
 2 ~ apply s.bmp 'ReplaceRedChannelKVT("nil")' ~ kvt: nil: cannot be opened
 2 ~ apply s.bmp 'ReplaceRedChannelKVT("say ""a, b)=c"".bmp")' ~ kvt: say "a, b)=c".bmp: cannot be opened
-2 ~ apply s.bmp Channel ~ ; did you mean "ReplaceRedChannelKVT", "ReplaceBlueChannelKVT" or "ReplaceGreenChannelKVT"?
+2 ~ apply s.bmp Channel ~ ; did you mean "ReplaceRedChannelKVT" or "ReplaceBlueChannelKVT" or "ReplaceGreenChannelKVT"?
 2 ~ apply s.bmp hasMusqKvt ~ ; did you mean "HasMaskKVT"?
 2 ~ apply s.bmp In ~ ; did you mean "InvertKVT" or "InvertGrayKVT"?
 2 ~ apply s.bmp VT ~ no file "VT"; kvt list shows
@@ -328,22 +328,22 @@ Table <<'ROWS'
 2 ~ apply s.bmp InvertKVT.Saturate -o none.bmp ~ there is no method "Saturate" to go on with behind InvertKVT
 2 ~ apply s.bmp isWhiteKVT.InvertKVT -o none.bmp ~ only a picture can be called on
 2 ~ apply s.bmp 'Saturation(60)' -o none.bmp ~ there is no method or class "Saturation"; did you mean "ChangeSaturationKVT"?
-2 ~ apply s.bmp 'InvertKVT(1, 2)' -o none.bmp ~ no InvertKVT takes 2 arguments: width and height are missing ~                 ^ ~   InvertKVT(left as integer,top as integer,width as integer,height as integer) as picture
-2 ~ apply s.bmp 'InvertKVT(1, 2, 3.5, 4)' -o none.bmp ~ width as Integer: expected a whole number of 32 bits, not "3.5"
+2 ~ apply s.bmp 'InvertKVT(1, 2)' -o none.bmp ~ no InvertKVT takes 2 arguments; missing: width, height ~                 ^ ~   InvertKVT(left as integer,top as integer,width as integer,height as integer) as picture
+2 ~ apply s.bmp 'InvertKVT(1, 2, 3.5, 4)' -o none.bmp ~ width as Integer: expected a whole number of 32 bits, not 3.5
 2 ~ apply s.bmp 'InvertKVT(widht=3)' -o none.bmp ~ InvertKVT has no parameter "widht"; did you mean "width"?
 2 ~ apply s.bmp 'InvertKVT(1, left=3)' -o none.bmp ~ this is given twice
 2 ~ apply s.bmp 'PictureSepiaKVT(SepiaRed=4, sepiared=5).Run' -o none.bmp ~ this is given twice
 2 ~ apply s.bmp 'PictureLut3DKVT(film.cube, Table=film.cube).Run' -o none.bmp ~ this is given twice
 2 ~ apply s.bmp 'InvertKVT(left=1, 2)' -o none.bmp ~ what has no name comes before what has one
-2 ~ apply s.bmp 'TintPictureKVT(me, SepiaBase=&cFFF0C0)' -o none.bmp ~ no TintPictureKVT takes 2 arguments: GreyBase is missing
-2 ~ apply s.bmp 'ChangeSaturationKVT("60")' -o none.bmp ~ Amount as Integer: expected a whole number of 32 bits, not a string in quotes
-2 ~ apply s.bmp 'ReplaceRedChannelKVT(@s.bmp)' -o none.bmp ~ RedChannel as Picture: expected nil, me or a picture file, without @, not a file's bytes
+2 ~ apply s.bmp 'TintPictureKVT(me, SepiaBase=&cFFF0C0)' -o none.bmp ~ no TintPictureKVT takes 2 arguments; missing: GreyBase
+2 ~ apply s.bmp 'ChangeSaturationKVT("60")' -o none.bmp ~ Amount as Integer: expected a whole number of 32 bits, not "60"
+2 ~ apply s.bmp 'ReplaceRedChannelKVT(@s.bmp)' -o none.bmp ~ RedChannel as Picture: expected nil, me or a picture file, without @, not @s.bmp
 2 ~ apply s.bmp 'TintPictureKVT(me, &cGG, &c0)' -o none.bmp ~ GreyBase as Color: expected a color
-2 ~ apply s.bmp 'CountColorKVT(&cFFF)' ~ col as Color: expected a color of six digits such as &cFF8000, not "&cFFF"
+2 ~ apply s.bmp 'CountColorKVT(&cFFF)' ~ col as Color: expected a color of six digits such as &cFF8000, not &cFFF
 2 ~ apply s.bmp 'CountColorKVT(&cFF800)' ~ expected a color of six digits
 2 ~ apply s.bmp 'CountColorKVT(&c0FF8000)' ~ expected a color of six digits
 2 ~ apply s.bmp 'CountColorKVT(#FF8000FF)' ~ expected a color of six digits
-2 ~ apply s.bmp 'EmbeddedMaskKVT(0)' -o none.bmp ~ swap as Boolean: expected true or false, not "0"
+2 ~ apply s.bmp 'EmbeddedMaskKVT(0)' -o none.bmp ~ swap as Boolean: expected true or false, not 0
 2 ~ apply s.bmp 'InvertKVT = s.bmp' -o none.bmp ~ InvertKVT cannot be assigned to
 2 ~ apply s.bmp 'PictureSepiaKVT(SepiaRod=4).Run' -o none.bmp ~ PictureSepiaKVT has no property "SepiaRod"; did you mean "SepiaRed"?
 2 ~ apply s.bmp 'PictureSepiaKVT(SepiaRed=4)' -o none.bmp ~ expected ".Run"
@@ -352,18 +352,17 @@ Table <<'ROWS'
 2 ~ apply s.bmp 'PictureLut3DKVT(missing.cube).Run' -o none.bmp ~                   ^^^^^^^^^^^^
 2 ~ make 'InvertKVT' -o none.bmp ~ there is no picture yet
 2 ~ make s.bmp InvertKVT -o none.bmp ~ "s.bmp" is no call; make takes calls alone, apply takes pictures: kvt apply s.bmp CALL...
-2 ~ make 'RenderSamplesKVT(voice.wav, 0, 1, 80, 20, 1, Bits=8)' -o none.bmp ~ this sound file holds signed samples of 16 bits: Bits must be 15, not 8
+2 ~ make 'RenderSamplesKVT(voice.wav, 0, 1, 80, 20, 1, Bits=8)' -o none.bmp ~ the samples of this sound file need Bits=15, not 8
 2 ~ make 'RenderSamplesKVT(junk.wav, 0, 1, 80, 20, 1)' -o none.bmp ~ junk.wav: is no WAV file
 2 ~ make 'RenderSamplesKVT(empty.wav, 0, 1, 80, 20, 1)' -o none.bmp ~ empty.wav: is no WAV file
-2 ~ make 'RenderSamplesKVT(s.bmp, 0, 1, 80, 20, 1)' -o none.bmp ~ s.bmp: is no WAV file, for it is BMP; @"s.bmp" stands for the bytes of the file
+2 ~ make 'RenderSamplesKVT(s.bmp, 0, 1, 80, 20, 1)' -o none.bmp ~ s.bmp: is no WAV file; @"s.bmp" stands for the bytes
 2 ~ apply s.bmp 'TransformColorsKVT(s.bmp, s.bmp, s.bmp)' -o none.bmp ~ s.bmp: cannot be taken for a block of bytes, for it is BMP
 2 ~ apply s.bmp 'TransformColorsKVT(voice.wav, same.bin, same.bin)' -o none.bmp ~ voice.wav: cannot be taken for a block of bytes, for it is WAV
 2 ~ apply s.bmp 'TransformColorsKVT(film.cube, same.bin, same.bin)' -o none.bmp ~ film.cube: cannot be taken for a block of bytes, for it is text
 2 ~ make 'RenderSamplesKVT(same.bin, 0, 1, 80, 20, 1)' -o none.bmp ~ same.bin: is no WAV file; @
-2 ~ apply s.bmp 'TransformColorsKVT("same.bin", same.bin, same.bin)' -o none.bmp ~ same.bin: cannot be taken for a block of bytes; @"same.bin" stands for the bytes
 0 ~ make 'RenderSamplesKVT(cut.wav, 0, 1, 80, 20, 1)' 'CountColorKVT(&c88B5C4)' ~ kvt: cut.wav: is cut off: 956 of 
 2 ~ apply s.bmp 'ReplaceRedChannelKVT(missing.bmp)' -o none.bmp ~ missing.bmp: cannot be opened ~                        ^^^^^^^^^^^ ~   ReplaceRedChannelKVT(RedChannel as picture) as picture
-2 ~ apply s.bmp ReplaceRedChannelKVT -o none.bmp ~ no ReplaceRedChannelKVT takes 0 arguments: RedChannel is missing
+2 ~ apply s.bmp ReplaceRedChannelKVT -o none.bmp ~ no ReplaceRedChannelKVT takes 0 arguments; missing: RedChannel
 2 ~ apply s.bmp 'ChangeSaturationKVT(1, 2)' -o none.bmp ~ no ChangeSaturationKVT takes 2 arguments
 2 ~ apply s.bmp InvertKVT -o none.ppic ~ none.ppic: pictures are saved as
 2 ~ apply s.bmp InvertKVT -o none ~ or into a folder, as in none/
@@ -580,7 +579,7 @@ Shows() { # COUNT TEXT WORDS...: how many lines with that text a terminal shows
 }
 export TERM=xterm
 Shows 1 "[####################....................] 1/2" apply in/1.bmp in/2.bmp isGrayKVT -j 1
-Shows 2 $'\e[31m' apply s.bmp "'InvertKVT(1'"
+Shows 1 $'\e[31m' apply s.bmp "'InvertKVT(1'"
 NO_COLOR=1 Shows 0 $'\e[' apply s.bmp "'InvertKVT(1'"
 TERM=dumb Shows 0 $'\e[' apply s.bmp "'InvertKVT(1'"
 Shows 1 $'\e[32mkept' check --only start

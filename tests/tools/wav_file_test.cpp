@@ -66,7 +66,7 @@ TEST(WavFile, RefusesWhatItCannotUse) {
         std::string file;
         const char *error;
     } kRefused[] = {
-        {"another kind of RIFF", "RIFF....AVI ", "f.wav: is no WAV file"},
+        {"another kind of RIFF", "RIFF....AVI ", "f.wav: is no WAV file; @\"f.wav\" stands for the bytes of any file"},
         {"header alone", Wav(""), "f.wav: the WAV file does not say how its samples are stored"},
         {"cut inside a chunk's header", Wav("fmt \x10"), "f.wav: the WAV file does not say how its samples are stored"},
         {"a chunk that claims 4 GB before the format", Wav("junk" + Little(0xFFFFFFFF, 4) + Format(1, 1, 8)),
