@@ -38,20 +38,15 @@ OpenFile Open(const std::string &path, const char *mode, const char *otherwise) 
 void WriteAll(int descriptor, const std::string &path, std::span<const unsigned char> bytes) {
     while (!bytes.empty()) {
         const ssize_t written = write(descriptor, bytes.data(), bytes.size());
-        if (written < 0 && errno != EINTR)
+        if (written < 0)
             Fail(path, kNotWritten);
-        bytes = bytes.subspan(static_cast<std::size_t>(std::max<ssize_t>(written, 0)));
+        bytes = bytes.subspan(static_cast<std::size_t>(written));
     }
 }
 
-/// Writes a new file beside `path`, which then takes the name. Until it has, signals that end the program wait.
+/// Writes a new file beside `path`, which then takes the name. Until it has, signals wait.
 void Replace(const std::string &path, std::span<const unsigned char> bytes, mode_t mode, const struct stat *replaced) {
-    sigset_t all;
-    sigset_t before;
-    sigfillset(&all);
-    sigprocmask(SIG_BLOCK, &all, &before);
-    const std::unique_ptr<sigset_t, void (*)(sigset_t *)> restored(
-        &before, [](sigset_t *mask) { sigprocmask(SIG_SETMASK, mask, nullptr); });
+    const HeldSignals signals;
     std::string temporary = path + ".XXXXXX";
     const int descriptor = mkstemp(temporary.data());
     if (descriptor < 0)
@@ -89,9 +84,8 @@ Bytes ReadBytes(const std::string &path) {
         return known->second;
     if (path == kStandardStream)
         return remembered[path] = ReadAll(stdin, "standard input");
-    std::error_code ignored;
-    RefuseIf(std::filesystem::is_directory(path, ignored), "{}: is a folder, not a file", path);
     Bytes bytes = ReadAll(Open(path, "rb", "cannot be opened").get(), path);
+    std::error_code ignored;
     return std::filesystem::is_regular_file(path, ignored) ? std::move(bytes) : remembered[path] = std::move(bytes);
 }
 
@@ -133,8 +127,7 @@ void PutWords(Bytes &file, std::initializer_list<std::uint32_t> words) {
 
 std::string EndingOf(std::string_view path) {
     std::string ending = std::filesystem::path(path).extension().string();
-    for (char &c : ending)
-        c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+    std::ranges::transform(ending, ending.begin(), [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
     return ending;
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <csignal>
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
@@ -80,6 +81,20 @@ inline std::uint32_t LittleEndian(std::span<const unsigned char> file, std::size
 inline std::uint32_t BigEndian(std::span<const unsigned char> file, std::size_t at, std::size_t bytes) {
     return bytes == 0 ? 0 : BigEndian(file, at, bytes - 1) << 8 | file[at + bytes - 1];
 }
+
+/// Holds back the signals that ask the program to end, and those of processes that ended, as long as it lives.
+struct HeldSignals {
+    HeldSignals() {
+        sigemptyset(&held);
+        for (const int signal : {SIGCHLD, SIGHUP, SIGINT, SIGQUIT, SIGTERM})
+            sigaddset(&held, signal);
+        sigprocmask(SIG_BLOCK, &held, &before);
+    }
+    ~HeldSignals() { sigprocmask(SIG_SETMASK, &before, nullptr); }
+
+    sigset_t held;
+    sigset_t before;
+};
 
 /// Appends words of 32 bits, the lowest byte first.
 void PutWords(Bytes &file, std::initializer_list<std::uint32_t> words);

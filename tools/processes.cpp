@@ -17,20 +17,6 @@
 namespace tools {
 namespace {
 
-/// Signals that are waited for are blocked as long as it lives: none is missed between two looks.
-struct AwaitedSignals {
-    AwaitedSignals() {
-        sigemptyset(&awaited);
-        for (const int signal : {SIGCHLD, SIGHUP, SIGINT, SIGTERM})
-            sigaddset(&awaited, signal);
-        sigprocmask(SIG_BLOCK, &awaited, &before);
-    }
-    ~AwaitedSignals() { sigprocmask(SIG_SETMASK, &before, nullptr); }
-
-    sigset_t awaited;
-    sigset_t before;
-};
-
 constexpr int kReturned = 77; ///< the status of a process that came to the end of its work
 
 std::string EndOf(int status) {
@@ -51,7 +37,7 @@ struct Process {
     std::optional<std::string> end; ///< once it has ended, and then empty if its work returned
 };
 
-void Start(Process &process, const AwaitedSignals &signals, const std::function<Bytes()> &work) {
+void Start(Process &process, const HeldSignals &signals, const std::function<Bytes()> &work) {
     static_cast<void>(std::fflush(nullptr)); // or both processes would write what waits
     const pid_t parent = getpid();
     process.id = process.returned ? fork() : -1;
@@ -74,14 +60,14 @@ void RunInProcesses(std::size_t count, std::size_t jobs, const std::function<Byt
     if (count == 1)
         return done(0, work(0), {});
     static_cast<void>(std::signal(SIGCHLD, SIG_DFL)); // whoever ignores it hears of no end
-    const AwaitedSignals signals;
-    std::deque<Process> processes; // in the order of their starts, but for those that are told
+    const HeldSignals signals;                        // none is missed between two looks
+    std::deque<Process> processes;                    // in the order of their starts, but for those that are told
     std::size_t started = 0;
     std::size_t running = 0;
     for (std::size_t told = 0; told < count;) {
         for (; started < count && running < jobs; ++started, ++running)
             Start(processes.emplace_back(), signals, [&] { return work(started); });
-        if (const int signal = sigwaitinfo(&signals.awaited, nullptr); signal > 0 && signal != SIGCHLD) {
+        if (const int signal = sigwaitinfo(&signals.held, nullptr); signal > 0 && signal != SIGCHLD) {
             HideProgress();
             throw Interrupted{signal};
         }
