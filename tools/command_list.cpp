@@ -12,9 +12,13 @@ using namespace standin;
 
 constexpr std::uint32_t kConsole = 4; ///< the host's flag of what it also offers to console applications
 
-Json Meaning(std::string_view name) {
-    const Json *method = FindMethod(name);
-    return method ? (*method)["meaning"] : Json();
+std::string Text(const Json &one, const char *name) { return one[name].get<std::string>(); }
+
+/// With what it is and does, unless it is another module's.
+Json WithMeaning(Json one) {
+    if (const Json *method = FindMethod(Text(one, "name")))
+        one.update({{"meaning", (*method)["meaning"]}, {"promise", (*method)["promise"]}});
+    return one;
 }
 
 Json JsonOf(const RegisteredMethod &method) {
@@ -25,18 +29,18 @@ Json JsonOf(const RegisteredMethod &method) {
                               {"type", NameOf(parameter.type)},
                               {"byref", parameter.byref},
                               {"default", parameter.defaultText ? Json(*parameter.defaultText) : Json()}});
-    return {{"name", declaration.name},
-            {"declaration", declaration.text},
-            {"meaning", Meaning(declaration.name)},
-            {"parameters", parameters},
-            {"result", NameOf(declaration.result)},
-            {"console", (method.record.flags & kConsole) != 0},
-            {"flags", method.record.flags},
-            {"assignable", method.record.setter != nullptr}};
+    return WithMeaning({{"name", declaration.name},
+                        {"declaration", declaration.text},
+                        {"parameters", parameters},
+                        {"result", NameOf(declaration.result)},
+                        {"console", (method.record.flags & kConsole) != 0},
+                        {"flags", method.record.flags},
+                        {"assignable", method.record.setter != nullptr}});
 }
 
 Json JsonOf(const RegisteredProperty &property) {
     return {{"name", property.name},
+            {"declaration", fmt::format("{} as {}", property.name, NameOf(property.type))},
             {"type", NameOf(property.type)},
             {"console", (property.record.flags & kConsole) != 0},
             {"flags", property.record.flags},
@@ -44,10 +48,8 @@ Json JsonOf(const RegisteredProperty &property) {
 }
 
 bool Matches(const Json &one, std::string_view filter) {
-    const Json *method = FindMethod(one["name"].get_ref<const std::string &>());
-    const auto has = [&](const Json &text) { return HasPart(text.get_ref<const std::string &>(), filter); };
-    return has(one["name"]) ||
-           (method && one.contains("meaning") && (has((*method)["meaning"]) || has((*method)["promise"])));
+    const auto has = [&](const char *member) { return HasPart(one.value(member, ""), filter); };
+    return has("name") || has("meaning") || has("promise");
 }
 
 /// Those of a kind that have the filter.
@@ -59,8 +61,6 @@ template <class Kind> Json Chosen(const std::vector<Kind> &all, std::string_view
     return chosen;
 }
 
-std::string Text(const Json &one, const char *name) { return one[name].get<std::string>(); }
-
 /// What something is declared as, with notes, and its meaning below it.
 std::string Lines(const std::string &declaration, const Json &one) {
     std::vector<std::string> notes;
@@ -70,18 +70,14 @@ std::string Lines(const std::string &declaration, const Json &one) {
         notes.emplace_back("assignable");
     if (const auto offset = one.find("offset"); offset != one.end())
         notes.push_back(offset->is_null() ? "own accessors" : fmt::format("at byte {}", offset->get<int>()));
-    const Json meaning = one.value("meaning", Json()); // properties have none
-    return fmt::format("{}{}\n{}", declaration, notes.empty() ? "" : fmt::format("  [{}]", fmt::join(notes, ", ")),
-                       meaning.is_null() ? "" : fmt::format("      {}\n", meaning.get<std::string>()));
+    return declaration + (notes.empty() ? "" : fmt::format("  [{}]", fmt::join(notes, ", "))) + '\n' +
+           (one.contains("meaning") ? fmt::format("      {}\n", Text(one, "meaning")) : "");
 }
 
 std::string Lines(const Json &members) {
     std::string lines;
-    for (const Json &one : members) {
-        const bool isMethod = one.contains("declaration");
-        lines +=
-            Lines("  " + (isMethod ? Text(one, "declaration") : Text(one, "name") + " as " + Text(one, "type")), one);
-    }
+    for (const Json &one : members)
+        lines += Lines("  " + Text(one, "declaration"), one);
     return lines;
 }
 
@@ -98,10 +94,9 @@ std::string Details(const Json &method, bool isClass) {
 Json Interface(const Host &host, std::string_view filter) {
     Json classes = Json::array();
     for (const auto &definition : host.Classes()) {
-        Json one = {{"name", definition->name},
-                    {"meaning", Meaning(definition->name)},
-                    {"instanceBytes", definition->record.instanceSize},
-                    {"flags", definition->record.flags}};
+        Json one = WithMeaning({{"name", definition->name},
+                                {"instanceBytes", definition->record.instanceSize},
+                                {"flags", definition->record.flags}});
         const std::string_view part = Matches(one, filter) ? std::string_view() : filter;
         one["properties"] = Chosen(definition->properties, part);
         one["methods"] = Chosen(definition->methods, part);
