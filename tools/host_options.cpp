@@ -2,50 +2,43 @@
 
 #include "tools/messages.h"
 
-#include <algorithm>
 #include <fmt/format.h>
-#include <iterator>
+#include <ranges>
 
 namespace tools {
 namespace {
 
-/// How a desktop host stores pictures, by the alpha info of their bitmaps. Pictures with an alpha channel are always
-/// premultiplied.
-constexpr struct {
+/// How a host stores pictures. A desktop host: by the alpha info of their bitmaps, of which those with an alpha channel
+/// are always premultiplied.
+constexpr struct HostLayout {
     std::string_view name;
     std::uint32_t opaque;
     std::uint32_t withAlpha;
 } kLayouts[] = {
-    {"alpha-low", 6, 2},          {"alpha-high", 5, 1},     {"premultiplied-first", 2, 2},
-    {"premultiplied-last", 1, 1}, {"straight-first", 4, 2}, {"straight-last", 3, 1},
+    {"alpha-low", 6, 2},      {"alpha-high", 5, 1},    {"premultiplied-first", 2, 2}, {"premultiplied-last", 1, 1},
+    {"straight-first", 4, 2}, {"straight-last", 3, 1}, {kConsoleLayout, 0, 0},
 };
 
 } // namespace
 
-std::string DesktopLayouts(std::string_view separator) {
-    std::string names;
-    for (const auto &layout : kLayouts)
-        names += fmt::format("{}{}", names.empty() ? "" : separator, layout.name);
-    return names;
+std::string LayoutNames() {
+    return fmt::format("{}", fmt::join(kLayouts | std::views::transform(&HostLayout::name), "|"));
 }
 
 standin::HostDescription DescribeHost(const HostOptions &options) {
     const bool console = options.host == "console";
+    RefuseIf(!options.layout.empty() && console != (options.layout == kConsoleLayout),
+             "--layout {}: a console host has {}, a desktop host any other", options.layout, kConsoleLayout);
     standin::HostDescription host;
     host.application = console ? standin::Application::Console : standin::Application::Desktop;
-    const auto layout = std::ranges::find_if(kLayouts, [&](const auto &known) { return known.name == options.layout; });
-    if (!console && layout != std::end(kLayouts)) {
-        host.newPictureAlphaInfo = layout->opaque;
-        host.newAlphaPictureAlphaInfo = layout->withAlpha;
-    } else if (!options.layout.empty() && !(console && options.layout == kConsoleLayout)) {
-        Refuse("--layout {}: a {} host has {}", options.layout, options.host,
-               console ? kConsoleLayout : DesktopLayouts(", "));
-    }
+    for (const auto &layout : kLayouts)
+        if (!console && layout.name == options.layout) {
+            host.newPictureAlphaInfo = layout.opaque;
+            host.newAlphaPictureAlphaInfo = layout.withAlpha;
+        }
     if (standin::SameName(options.version, "none"))
         host.version.reset();
-    else if (const auto version = standin::ParseNumber(options.version); version && *version > 0)
-        host.version = version;
-    else
+    else if (host.version = standin::ParseNumber(options.version); !host.version || *host.version <= 0)
         Refuse("--host-version {}: expected a number such as 2019.03, or none", options.version);
     host.freshWord = console ? 0x00FFFFFF : 0xFFFFFFFF;
     host.watchesInputs = false;

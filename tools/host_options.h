@@ -15,8 +15,9 @@ struct HostOptions {
 /// Throws UserError. New pictures of that host are opaque white.
 standin::HostDescription DescribeHost(const HostOptions &options);
 
-/// What a desktop host's layouts are called; a console host has one.
-std::string DesktopLayouts(std::string_view separator);
-constexpr const char *kConsoleLayout = "row-table";
+constexpr const char *kConsoleLayout = "row-table"; ///< the only one of a console host
+
+/// What layouts are called, that of console hosts too: "alpha-low|alpha-high|..."
+std::string LayoutNames();
 
 } // namespace tools

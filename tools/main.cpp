@@ -169,7 +169,7 @@ std::string Usage(const CLI::App &command) {
 
 void AddHostOptions(CLI::App &command, HostOptions &options) {
     AddOption(command, "--host", options.host, "desktop|console", "kind of host");
-    AddOption(command, "--layout", options.layout, fmt::format("{}|{}", DesktopLayouts("|"), kConsoleLayout),
+    AddOption(command, "--layout", options.layout, LayoutNames(),
               fmt::format("how the host stores pixels; {} on a console host", kConsoleLayout));
     AddOption(command, "--host-version", options.version, "VERSION", "a number, or none for a host that does not tell");
     AddOption(command, "--module", options.module, "FILE", "the module's file; else the one beside the program");

@@ -375,7 +375,8 @@ Table <<'ROWS'
 2 ~ make 'BinaryStringtoPictureKVT(@s.ppic)' -o folder/ ~ -o folder/: is a folder, and there is no input
 2 ~ apply s.bmp ~ s.bmp: nothing is to be done ~   kvt apply s.bmp InvertKVT -o out.
 2 ~ apply s.bmp 'CountColorsKVT(nil, nil, nil, 0)' --save-block cyan=none.bin ~ no call has a byref memory block "cyan"
-2 ~ apply s.bmp InvertKVT -o none.bmp --host console --layout alpha-high ~ a console host has row-table
+2 ~ apply s.bmp InvertKVT -o none.bmp --host console --layout alpha-high ~ --layout alpha-high: a console host has row-table, a desktop host any other
+2 ~ apply s.bmp InvertKVT -o none.bmp --layout row-table ~ --layout row-table: a console host has row-table
 2 ~ apply s.bmp InvertKVT -o none.bmp --host web ~ --host: web not in {desktop,console}
 2 ~ apply s.bmp InvertKVT -o none.bmp --format gif ~ --format: gif not in {png,jpg,webp,bmp}
 2 ~ apply s.bmp InvertKVT -o none.bmp --module missing.so ~ missing.so
