@@ -47,16 +47,13 @@ class Formatter : public CLI::Formatter {
 
 std::string ExplainExtra(const CLI::App &command) {
     const std::string word = command.remaining().at(0);
-    const bool isOption = word.size() > 1 && word[0] == '-';
     std::vector<std::string> known;
     for (const CLI::App *other : command.get_subcommands({}))
         known.push_back(other->get_name());
-    if (!isOption && known.empty())
-        return fmt::format("\"{}\" is one word too many", word);
     for (const CLI::Option *option : command.get_options())
         for (const std::string &name : option->get_lnames())
             known.push_back("--" + name);
-    return fmt::format("there is no {} \"{}\"{}", isOption ? "option" : "command", word,
+    return fmt::format("\"{}\" cannot be used here{}", word,
                        Suggestion(word.substr(0, word.find('=')), {known.begin(), known.end()}));
 }
 

@@ -401,10 +401,10 @@ Table <<'ROWS'
 2 ~ apply s.bmp alpha.bmp InvertKVT 'CountColorKVT(&cGG)' -o 'none{name}.bmp' ~ kvt: col as Color
 2 ~ apply s.bmp --json -o - InvertKVT ~ --json: 
 2 ~ apply s.bmp --json --value ColornessKVT ~ --json
-2 ~ aply s.bmp ~ there is no command "aply"; did you mean "apply"?
-2 ~ help aply ~ there is no command "aply"; did you mean "apply"?
-2 ~ apply s.bmp InvertKVT --outptu none.bmp ~ there is no option "--outptu"; did you mean "--output"?
-2 ~ sample none.bmp other.bmp ~ "other.bmp" is one word too many
+2 ~ aply s.bmp ~ "aply" cannot be used here; did you mean "apply"?
+2 ~ help aply ~ "aply" cannot be used here; did you mean "apply"?
+2 ~ apply s.bmp InvertKVT --outptu none.bmp ~ "--outptu" cannot be used here; did you mean "--output"?
+2 ~ sample none.bmp other.bmp ~ "other.bmp" cannot be used here; kvt sample --help shows
 1 ~ apply s.bmp InvertKVT 'TintPictureKVT(nil, &c555555, &cFFF0C0)' -o none.bmp ~ TintPictureKVT returned nil ~   source is nil
 1 ~ apply s.bmp 'MergePictureKVT(me, mask.bmp)' 'MergePictureKVT(me, small.bmp)' -o none.bmp ~ MergePictureKVT returned nil ~   sizes differ: source1 is 40 x 25, source2 is 5 x 4
 1 ~ apply s.bmp 'ReplaceRedChannelKVT(small.bmp)' -o none.bmp ~   sizes differ: the picture is 40 x 25, RedChannel is 5 x 4
