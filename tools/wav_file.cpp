@@ -43,12 +43,10 @@ Sound ReadWav(std::span<const unsigned char> file, std::string_view name) {
     const std::uint32_t channels = LittleEndian(format, 2, 2);
     const std::uint32_t frameBytes = LittleEndian(format, 12, 2);
     const std::uint32_t bits = LittleEndian(format, 14, 2);
-    RefuseIf(coding != kPcm || (bits != 8 && bits != 16),
-             "{}: only uncompressed samples of 8 or 16 bits can be used, not {} bits of coding {}", name, bits, coding);
     const std::uint32_t sampleBytes = bits / 8;
-    RefuseIf(channels == 0 || frameBytes != channels * sampleBytes,
-             "{}: the WAV file contradicts itself: {} channels of {} bits in {} bytes", name, channels, bits,
-             frameBytes);
+    RefuseIf(coding != kPcm || (bits != 8 && bits != 16) || channels == 0 || frameBytes != channels * sampleBytes,
+             "{}: expected uncompressed samples of 8 or 16 bits, found coding {} (channels {}, bits {}, bytes {})",
+             name, coding, channels, bits, frameBytes);
     const auto data = Chunk(file, "data");
     RefuseIf(data.size() < frameBytes, "{}: the WAV file holds no samples", name);
     Sound sound{bits == 8 ? 8 : 15, {}};
