@@ -57,13 +57,6 @@ bool IsWord(const Argument &argument, std::string_view word) {
     return argument.form == Form::Bare && SameName(argument.text, word);
 }
 
-const RegisteredMethod *MethodNamed(const RegisteredClass &definition, std::string_view name) {
-    for (const RegisteredMethod &method : definition.methods)
-        if (SameName(method.declaration.name, name))
-            return &method;
-    return nullptr;
-}
-
 /// What is declared under a name, a line each below a heading; empty when nothing is.
 std::string Declared(const Host &host, std::string_view name) {
     std::string lines;
@@ -233,13 +226,16 @@ class Binder {
             Fail(call_.assigned->written, "{} is a class: it cannot be assigned to", definition.name);
         bound_.target = Target::Class;
         bound_.name = definition.name;
-        bound_.method = MethodNamed(definition, call_.member);
-        if (!bound_.method || bound_.method->declaration.result != Type::Boolean ||
-            !bound_.method->declaration.parameters.empty())
+        bool hasTable = false;
+        for (const RegisteredMethod &method : definition.methods) {
+            const auto &[text, name, parameters, result] = method.declaration;
+            hasTable = hasTable || (name == kTable && method.record.setter);
+            if (SameName(name, call_.member) && parameters.empty() && result == Type::Boolean)
+                bound_.method = &method;
+        }
+        if (!bound_.method)
             Fail(call_.member.empty() ? call_.text.substr(call_.text.size()) : call_.member,
                  "{} is a class: expected \".Run\" behind it", definition.name);
-        const RegisteredMethod *table = MethodNamed(definition, kTable);
-        const bool hasTable = table && table->record.setter;
         std::vector<Parameter> parameters(hasTable ? 1 : 0, {std::string(kTable), Type::Nothing, false, {}});
         for (const auto &[name, type, record] : definition.properties)
             parameters.push_back({name, type, false, {}});

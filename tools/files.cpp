@@ -103,10 +103,8 @@ void WriteBytes(const std::string &path, std::span<const unsigned char> bytes) {
     // The mode counts for those, too, who may write to all files.
     RefuseIf(exists && ((there.st_mode & 0222) == 0 || access(path.c_str(), W_OK) != 0), "{}: is write-protected",
              path);
-    const std::filesystem::path folder = std::filesystem::path(path).parent_path();
-    if (!folder.empty())
-        std::filesystem::create_directories(folder, error);
-    RefuseIf(!folder.empty() && error, "{}: its folder cannot be made: {}", path, error.message());
+    std::filesystem::create_directories(std::filesystem::absolute(path).parent_path(), error);
+    RefuseIf(!!error, "{}: its folder cannot be made: {}", path, error.message());
     const mode_t mask = umask(0);
     umask(mask);
     if (exists) // a link stays, and what it leads to is replaced
