@@ -164,11 +164,8 @@ class Binder {
         for (const Argument &argument : call_.arguments)
             CheckName(argument, method, "parameter", parameters);
         const std::size_t count = call_.arguments.size();
-        const std::string message = fmt::format("no {} takes {} argument{}", method, count, count == 1 ? "" : "s");
-        if (!next.takesAll)
-            Fail(call_.name, "{}", message);
-        const std::string_view last = count == 0 ? call_.name : call_.arguments.back().written;
-        Fail({last.data() + last.size(), 0}, "{}; missing: {}", message, fmt::join(next.missing, ", "));
+        const std::string missing = next.takesAll ? fmt::format("; missing: {}", fmt::join(next.missing, ", ")) : "";
+        Fail(call_.name, "no {} takes {} argument{}{}", method, count, count == 1 ? "" : "s", missing);
     }
 
     void BindMethod() {
@@ -234,8 +231,7 @@ class Binder {
                 bound_.method = &method;
         }
         if (!bound_.method)
-            Fail(call_.member.empty() ? call_.text.substr(call_.text.size()) : call_.member,
-                 "{} is a class: expected \".Run\" behind it", definition.name);
+            Fail(call_.name, "{} is a class: expected \".Run\" behind it", definition.name);
         std::vector<Parameter> parameters(hasTable ? 1 : 0, {std::string(kTable), Type::Nothing, false, {}});
         for (const auto &[name, type, record] : definition.properties)
             parameters.push_back({name, type, false, {}});
@@ -302,8 +298,11 @@ class Binder {
             RefuseIf(!hasPicture_, kNoPicture);
             return std::nullopt;
         }
-        if (type == Type::Picture && argument.form != Form::FileBytes)
-            return Value(PictureOf(argument));
+        if (type == Type::Picture && argument.form != Form::FileBytes) {
+            LoadedPicture loaded = ReadPicture(host_, argument.text);
+            bound_.notes.insert(bound_.notes.end(), loaded.notes.begin(), loaded.notes.end());
+            return Value(loaded.picture);
+        }
         Refuse("{} as {}: expected {}, not {}", parameter.name, NameOf(type), kExpected[static_cast<std::size_t>(type)],
                argument.written);
     }
@@ -314,12 +313,6 @@ class Binder {
         if (std::error_code ignored; std::filesystem::exists(argument.text, ignored))
             bound_.hint = fmt::format("a file is called so: @\"{}\" stands for its bytes", argument.text);
         return host_.MakeString(argument.text);
-    }
-
-    Ref PictureOf(const Argument &argument) {
-        LoadedPicture loaded = ReadPicture(host_, argument.text);
-        bound_.notes.insert(bound_.notes.end(), loaded.notes.begin(), loaded.notes.end());
-        return loaded.picture;
     }
 
     /// Where sounds are taken, a file is one and stands for its samples; elsewhere it is a block as it is, unless it is

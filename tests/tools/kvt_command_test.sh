@@ -328,7 +328,7 @@ Table <<'ROWS'
 2 ~ apply s.bmp InvertKVT.Saturate -o none.bmp ~ there is no method "Saturate" to go on with behind InvertKVT
 2 ~ apply s.bmp isWhiteKVT.InvertKVT -o none.bmp ~ only a picture can be called on
 2 ~ apply s.bmp 'Saturation(60)' -o none.bmp ~ there is no method or class "Saturation"; did you mean "ChangeSaturationKVT"?
-2 ~ apply s.bmp 'InvertKVT(1, 2)' -o none.bmp ~ no InvertKVT takes 2 arguments; missing: width, height ~                 ^ ~   InvertKVT(left as integer,top as integer,width as integer,height as integer) as picture
+2 ~ apply s.bmp 'InvertKVT(1, 2)' -o none.bmp ~ no InvertKVT takes 2 arguments; missing: width, height ~   ^^^^^^^^^ ~   InvertKVT(left as integer,top as integer,width as integer,height as integer) as picture
 2 ~ apply s.bmp 'InvertKVT(1, 2, 3.5, 4)' -o none.bmp ~ width as Integer: expected a whole number of 32 bits, not 3.5
 2 ~ apply s.bmp 'InvertKVT(widht=3)' -o none.bmp ~ InvertKVT has no parameter "widht"; did you mean "width"?
 2 ~ apply s.bmp 'InvertKVT(1, left=3)' -o none.bmp ~ this is given twice
