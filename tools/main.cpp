@@ -8,7 +8,6 @@
 #include <csignal>
 #include <cstdio>
 #include <cstring>
-#include <filesystem>
 #include <fmt/format.h>
 #include <iostream>
 #include <sstream>
@@ -90,12 +89,11 @@ constexpr void (*kCommands[])(CLI::App &program, Outcome &outcome) = {
 
 Outcome Run(int argc, char **argv) {
     std::vector<std::string> words(argv + 1, argv + argc);
-    // What follows "--" and is a file is no option. CLI11 would give all of it to the program instead of the command.
+    // What follows "--" is no option. CLI11 would give all of it to the program instead of the command.
     const bool hasCalls = !words.empty() && (words[0] == "apply" || words[0] == "make");
     if (const auto mark = std::find(words.begin(), words.end(), "--"); hasCalls && mark != words.end())
         for (auto word = words.erase(mark); word != words.end(); ++word)
-            if (std::error_code ignored;
-                word->size() > 1 && word->front() == '-' && std::filesystem::exists(*word, ignored))
+            if (word->size() > 1 && word->front() == '-')
                 *word = "./" + *word;
     CLI::App program("Calls the picture-processing module's methods from the command line.", "kvt");
     program.set_version_flag("--version", std::string(builtin::kVersion));
@@ -129,14 +127,6 @@ Outcome Run(int argc, char **argv) {
         return outcome;
     fmt::print(stderr, "{}", program.help());
     return Wrong;
-}
-
-/// What standard output did not take is no success, whatever was to be told there.
-Outcome WithOutput(Outcome outcome) {
-    if (std::cout.flush() && std::fflush(stdout) == 0 && std::ferror(stdout) == 0)
-        return outcome;
-    PrintProblem(fmt::format("standard output cannot be written: {}", std::strerror(errno)));
-    return std::max(outcome, Failed);
 }
 
 } // namespace
@@ -189,5 +179,10 @@ int main(int argc, char **argv) {
             tools::PrintProblem(why);
         }
     }
-    return tools::WithOutput(outcome);
+    // What standard output did not take is no success, whatever was to be told there.
+    if (!std::cout.flush() || std::fflush(stdout) != 0 || std::ferror(stdout) != 0) {
+        tools::PrintProblem(fmt::format("standard output cannot be written: {}", std::strerror(errno)));
+        outcome = std::max(outcome, tools::Failed);
+    }
+    return outcome;
 }
