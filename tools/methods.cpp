@@ -2,8 +2,8 @@
 
 #include "tools/builtin.h"
 
-#include <algorithm>
 #include <nlohmann/json.hpp>
+#include <set>
 
 namespace tools {
 
@@ -21,15 +21,13 @@ const Json *FindMethod(std::string_view name) {
 }
 
 std::vector<std::string_view> InterfaceNames(const standin::Host &host) {
-    std::vector<std::string_view> names;
+    std::set<std::string_view> names;
     for (const auto *methods : {&host.PictureMethods(), &host.GlobalMethods()})
         for (const standin::RegisteredMethod &method : *methods)
-            names.push_back(method.declaration.name);
+            names.insert(method.declaration.name);
     for (const auto &definition : host.Classes())
-        names.push_back(definition->name);
-    std::sort(names.begin(), names.end());
-    names.erase(std::unique(names.begin(), names.end()), names.end());
-    return names;
+        names.insert(definition->name);
+    return {names.begin(), names.end()};
 }
 
 } // namespace tools
