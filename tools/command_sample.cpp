@@ -1,7 +1,6 @@
 #include "tools/commands.h"
 #include "tools/samples.h"
 
-#include <fmt/format.h>
 #include <memory>
 
 namespace tools {

@@ -10,22 +10,17 @@
 #include <cstring>
 #include <fmt/format.h>
 #include <iostream>
-#include <sstream>
 
 namespace tools {
 namespace {
 
-/// A text in lines that fit beside the column of options.
-std::string Wrapped(const std::string &text, std::size_t width) {
-    std::string wrapped;
-    std::size_t column = 0;
-    std::istringstream words(text);
-    for (std::string word; words >> word; column += word.size() + 1) {
-        const bool fits = column + word.size() <= width;
-        wrapped += (wrapped.empty() ? "" : fits ? " " : "\n") + word;
-        column = fits ? column : 0;
+/// A text, whose words are shorter than that, in lines that fit beside the column of options.
+std::string Wrapped(std::string text, std::size_t width) {
+    for (std::size_t start = 0; text.size() - start > width; ++start) {
+        start = text.rfind(' ', start + width);
+        text.at(start) = '\n';
     }
-    return wrapped;
+    return text;
 }
 
 class Formatter : public CLI::Formatter {
@@ -44,29 +39,25 @@ class Formatter : public CLI::Formatter {
     }
 };
 
-std::string ExplainExtra(const CLI::App &command) {
-    const std::string word = command.remaining().at(0);
-    std::vector<std::string> known;
-    for (const CLI::App *other : command.get_subcommands({}))
-        known.push_back(other->get_name());
-    for (const CLI::Option *option : command.get_options())
-        for (const std::string &name : option->get_lnames())
-            known.push_back("--" + name);
-    return fmt::format("\"{}\" cannot be used here{}", word,
-                       Suggestion(word.substr(0, word.find('=')), {known.begin(), known.end()}));
-}
-
 /// A message that quotes the word that could not be used, with the name that may have been meant.
 std::string Explain(const CLI::App &program, const CLI::ParseError &error) {
     const auto commands = program.get_subcommands();
-    const CLI::App &command = commands.empty() ? program : *commands.back();
+    const CLI::App &command = commands.empty() || !program.remaining().empty() ? program : *commands.back();
     std::string message = error.what();
-    if (dynamic_cast<const CLI::ExtrasError *>(&error))
-        message = ExplainExtra(program.remaining().empty() ? command : program);
-    else if (dynamic_cast<const CLI::RequiredError *>(&error))
+    if (const auto words = command.remaining(); !words.empty()) {
+        std::vector<std::string> known;
+        for (const CLI::App *other : command.get_subcommands({}))
+            known.push_back(other->get_name());
+        for (const CLI::Option *option : command.get_options())
+            for (const std::string &name : option->get_lnames())
+                known.push_back("--" + name);
+        message = fmt::format("\"{}\" cannot be used here{}", words[0],
+                              Suggestion(words[0].substr(0, words[0].find('=')), {known.begin(), known.end()}));
+    } else if (dynamic_cast<const CLI::RequiredError *>(&error)) {
         for (const CLI::Option *option : command.get_options())
             if (option->get_required() && option->count() == 0)
                 message = OptionHead(*option) + " is missing";
+    }
     if (!message.ends_with('?'))
         message +=
             fmt::format("; {}{} --help shows what there is", &command == &program ? "" : "kvt ", command.get_name());
