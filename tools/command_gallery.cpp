@@ -4,7 +4,6 @@
 #include "tools/samples.h"
 #include "tools/wav_file.h"
 
-#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <filesystem>
 #include <fmt/format.h>
@@ -129,10 +128,8 @@ void AddGalleryCommand(CLI::App &program, Outcome &outcome) {
     CLI::App *command = program.add_subcommand("gallery", "Render every method and class into one page");
     const auto request = std::make_shared<Request>();
     command->add_option("picture", request->picture, "a picture file; a sample when left out")->type_name("PICTURE");
-    command
-        ->add_option("-o,--output", request->folder,
-                     "the folder in which kvt-gallery is made, with the page and its materials")
-        ->type_name("FOLDER")
+    AddOption(*command, "-o,--output", request->folder, "FOLDER",
+              "the folder in which kvt-gallery is made, with the page and its materials")
         ->required();
     AddHostOptions(*command, request->host);
     command->callback([request, &outcome] { outcome = RenderGallery(*request); });
