@@ -3,14 +3,13 @@
 #include "tools/messages.h"
 
 #include <fmt/format.h>
-#include <ranges>
 
 namespace tools {
 namespace {
 
 /// How a host stores pictures. A desktop host: by the alpha info of their bitmaps, of which those with an alpha channel
 /// are always premultiplied.
-constexpr struct HostLayout {
+constexpr struct {
     std::string_view name;
     std::uint32_t opaque;
     std::uint32_t withAlpha;
@@ -22,7 +21,10 @@ constexpr struct HostLayout {
 } // namespace
 
 std::string LayoutNames() {
-    return fmt::format("{}", fmt::join(kLayouts | std::views::transform(&HostLayout::name), "|"));
+    std::string names;
+    for (const auto &layout : kLayouts)
+        names += fmt::format("{}{}", names.empty() ? "" : "|", layout.name);
+    return names;
 }
 
 standin::HostDescription DescribeHost(const HostOptions &options) {

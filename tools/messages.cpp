@@ -8,7 +8,6 @@
 #include <new>
 #include <nlohmann/json.hpp>
 #include <numeric>
-#include <ranges>
 #include <set>
 #include <unistd.h>
 
@@ -88,10 +87,11 @@ std::string Suggestion(std::string_view written, const std::vector<std::string_v
             (!written.empty() && HasPart(isTelling ? name : name.substr(0, written.size()), written)))
             near.emplace(distance, fmt::format("\"{}\"", name));
     }
-    if (near.empty())
-        return std::string(otherwise);
-    return fmt::format("; did you mean {}?",
-                       fmt::join(std::views::values(near) | std::views::take(kMostNames), " or "));
+    std::vector<std::string> shown;
+    for (const auto &[distance, name] : near)
+        if (shown.size() < kMostNames)
+            shown.push_back(name);
+    return shown.empty() ? std::string(otherwise) : fmt::format("; did you mean {}?", fmt::join(shown, " or "));
 }
 
 std::pair<Outcome, std::string> EndBy(const std::exception &thrown) {

@@ -13,7 +13,6 @@ namespace {
 using namespace standin;
 
 constexpr int kRuns = 7;
-constexpr const char *kMask = "oval.png"; ///< what gets attached
 
 /// The least of the times that a few runs tell, in milliseconds.
 template <class Run> double BestOf(Run run) {
@@ -118,7 +117,7 @@ struct Studio {
         if (!path.empty())
             input = ReadImage(path);
         if (as == "masked")
-            mask = ReadImage(kMask);
+            mask = ReadImage("oval.png");
         bool hasPicture = input.has_value();
         const BoundCall bound = BindLine(host, shot["call"].get_ref<const std::string &>(), hasPicture).at(0);
         shot["form"] = FormOf(bound);
