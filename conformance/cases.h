@@ -58,7 +58,7 @@ struct Case {
 struct Outcome : Called {
     bool isThere = false; ///< the host got to know the routine
     std::vector<standin::Breach> breaches = {};
-    std::vector<int> requests = {}; ///< by source: how often the resolver was asked
+    std::vector<int> requests = {}; ///< by source: how often the resolver, or a method's object, was asked
     std::vector<int> calls = {};    ///< by source
 };
 

@@ -59,6 +59,9 @@ void Report::Doing(const std::string &step) {
     const auto milliseconds = static_cast<long>(patience_.count());
     const itimerval timer = {{}, {milliseconds / 1000, milliseconds % 1000 * 1000}};
     setitimer(ITIMER_REAL, &timer, nullptr);
+    static const char *const awaited = std::getenv("KVT_STOP_AT");
+    if (awaited && step.find(awaited) != std::string::npos)
+        std::raise(SIGTRAP);
 }
 
 void Report::FoundOnce(const std::string &subject, const std::string &sentence) {

@@ -16,7 +16,8 @@ class Report {
   public:
     Report(int descriptor, std::chrono::milliseconds patience) : descriptor_(descriptor), patience_(patience) {}
 
-    /// Before each step. One that takes longer than the patience ends the process.
+    /// Before each step. One that takes longer than the patience ends the process. A step whose text has in it what the
+    /// environment's KVT_STOP_AT says raises SIGTRAP first, where a debugger stops.
     void Doing(const std::string &step);
     void Found(const std::string &sentence) { Send('f', sentence); }
     /// Tells the sentence when the condition does not hold.

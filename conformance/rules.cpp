@@ -68,12 +68,12 @@ void CheckArguments(Judge &judge) {
                 judge.report().Doing(script);
                 const std::optional<Called> called = caller.Call(routine);
                 if (called && !called->problem.empty())
-                    judge.report().Found(fmt::format("{}: {}", script, called->problem));
+                    judge.report().Found(fmt::format("{}; in {}", called->problem, script));
             }
         }
         host.Finish();
         for (const standin::Breach &breach : host.TakeBreaches())
-            judge.report().Found(fmt::format("{}: {}", script, breach.sentence));
+            judge.report().Found(fmt::format("{}; in {}", breach.sentence, script));
     }
 }
 

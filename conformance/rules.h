@@ -11,7 +11,7 @@
 /// What a module promises its hosts, and whether one keeps it. A rule is a row of the table at the end of rules.cpp: a
 /// name, a sentence, and a function that tries cases and tells what it finds; it is tried by `kvt check` and by ctest
 /// as soon as it stands there, and tests/conformance/ wants a fault of the faulty module that it finds. A finding names
-/// its case; `kvt check --only RULE` tries it again.
+/// its case.
 namespace conformance {
 
 enum class Extent {
