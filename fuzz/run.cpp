@@ -1,7 +1,7 @@
 #include "fuzz/run.h"
 
 #include "color/methods.h"
-#include "expected/layout.h"
+#include "expected/picture.h"
 #include "inside/heap.h"
 #include "kernels/level.h"
 #include "plugin/interface.h"

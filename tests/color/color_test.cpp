@@ -228,12 +228,11 @@ IN_EVERY_WAY(EveryReplacement);
 using EveryChannel = EveryWay;
 
 TEST_P(EveryChannel, ComesFromItsOwnPicture) {
-    constexpr struct {
-        const char *method;
-        Picture (*replace)(const Picture &, const Picture &);
-    } kReplacements[] = {{"ReplaceRedChannelKVT", ReplaceRedChannel},
-                         {"ReplaceGreenChannelKVT", ReplaceGreenChannel},
-                         {"ReplaceBlueChannelKVT", ReplaceBlueChannel}};
+    constexpr std::pair<const char *, int Rgb::*> kReplacements[] = {
+        {"ReplaceRedChannelKVT", &Rgb::red},
+        {"ReplaceGreenChannelKVT", &Rgb::green},
+        {"ReplaceBlueChannelKVT", &Rgb::blue},
+    };
     ForEachSize([&](const Picture &a, const Ref &first) {
         const Picture b = Noise(a.width, a.height, random.Next());
         const Picture c = Noise(a.width, a.height, random.Next());
@@ -246,10 +245,10 @@ TEST_P(EveryChannel, ComesFromItsOwnPicture) {
         };
         const Picture channel = Noise(a.width + random.Below(3), a.height + random.Below(3), random.Next());
         const Ref larger = MakeAnyhow(channel);
-        for (const auto &row : kReplacements) {
-            SCOPED_TRACE(row.method);
-            expect(host.Call(first, row.method, larger), row.replace(a, channel));
-            expect(host.Call(first, row.method, first), a);
+        for (const auto &[method, level] : kReplacements) {
+            SCOPED_TRACE(method);
+            expect(host.Call(first, method, larger), ReplaceChannel(a, level, channel));
+            expect(host.Call(first, method, first), a);
         }
         expect(host.CallGlobal("CombinePicturesKVT", first, second, third), CombinePictures(a, c, b));
         expect(host.CallGlobal("CombinePicturesKVT", third, first, first), CombinePictures(c, a, a));

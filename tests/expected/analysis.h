@@ -1,7 +1,5 @@
 #pragma once
 
-#include "expected/area.h"
-#include "expected/layout.h"
 #include "expected/picture.h"
 
 #include <optional>

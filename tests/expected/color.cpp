@@ -1,7 +1,5 @@
 #include "expected/color.h"
 
-#include "expected/noise.h"
-
 #include <algorithm>
 #include <utility>
 
@@ -54,13 +52,6 @@ int Output(const ColorCube &cube, Rgb p, int channel) {
     return Limit(Truncate(value));
 }
 
-Picture ReplaceChannel(Picture picture, const Picture &channel, int Rgb::*level) {
-    for (int y = 0; y < picture.height; ++y)
-        for (int x = 0; x < picture.width; ++x)
-            picture.At(x, y).*level = channel.At(x, y).*level;
-    return picture;
-}
-
 } // namespace
 
 Rgb RgbOf(std::uint32_t color) {
@@ -95,14 +86,11 @@ Picture ExtractColor(const Picture &source, std::uint32_t search, std::uint32_t 
     return MapAll(source, [&](Rgb p) { return p == RgbOf(search) ? RgbOf(replacement) : RgbOf(background); });
 }
 
-Picture ReplaceRedChannel(const Picture &source, const Picture &channel) {
-    return ReplaceChannel(source, channel, &Rgb::red);
-}
-Picture ReplaceGreenChannel(const Picture &source, const Picture &channel) {
-    return ReplaceChannel(source, channel, &Rgb::green);
-}
-Picture ReplaceBlueChannel(const Picture &source, const Picture &channel) {
-    return ReplaceChannel(source, channel, &Rgb::blue);
+Picture ReplaceChannel(Picture source, int Rgb::*level, const Picture &channel) {
+    for (int y = 0; y < source.height; ++y)
+        for (int x = 0; x < source.width; ++x)
+            source.At(x, y).*level = channel.At(x, y).*level;
+    return source;
 }
 
 Picture CombinePictures(const Picture &red, const Picture &green, const Picture &blue) {

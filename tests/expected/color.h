@@ -1,7 +1,5 @@
 #pragma once
 
-#include "expected/area.h"
-#include "expected/layout.h"
 #include "expected/picture.h"
 
 #include <array>
@@ -35,10 +33,8 @@ Picture TransformColors(const Picture &source, const LookupTable &red, const Loo
 Picture ReplaceColor(const Picture &source, std::uint32_t search, std::uint32_t replacement);
 Picture ExtractColor(const Picture &source, std::uint32_t search, std::uint32_t replacement, std::uint32_t background);
 
-/// The channel picture is at least as large as the source.
-Picture ReplaceRedChannel(const Picture &source, const Picture &channel);
-Picture ReplaceGreenChannel(const Picture &source, const Picture &channel);
-Picture ReplaceBlueChannel(const Picture &source, const Picture &channel);
+/// The source with the levels of one channel from another picture, which is at least as large.
+Picture ReplaceChannel(Picture source, int Rgb::*level, const Picture &channel);
 
 /// One channel from each of three pictures of one size.
 Picture CombinePictures(const Picture &red, const Picture &green, const Picture &blue);

@@ -68,18 +68,6 @@ Picture Noise(int width, int height, std::uint32_t seed) {
     return picture;
 }
 
-Picture Filled(int width, int height, Rgb color) {
-    return {width, height, std::vector<Rgb>(static_cast<std::size_t>(width) * static_cast<std::size_t>(height), color)};
-}
-
-Picture Cut(const Picture &picture, int left, int top, int width, int height) {
-    Picture cut = Filled(width, height, {});
-    for (int y = 0; y < height; ++y)
-        for (int x = 0; x < width; ++x)
-            cut.At(x, y) = picture.At(left + x, top + y);
-    return cut;
-}
-
 double AnyDouble(Random &random, double useful) {
     const int kind = random.Below(8);
     if (kind == 0)

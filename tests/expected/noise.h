@@ -1,6 +1,5 @@
 #pragma once
 
-#include "expected/area.h"
 #include "expected/picture.h"
 
 #include <cstdint>
@@ -23,11 +22,6 @@ class Random {
 
 /// Grays, channels at the edges of their range, runs of one color and random colors.
 Picture Noise(int width, int height, std::uint32_t seed);
-
-Picture Filled(int width, int height, Rgb color);
-
-/// A part, which lies inside the picture.
-Picture Cut(const Picture &picture, int left, int top, int width, int height);
 
 /// Mostly within -useful..useful, whole or not; now and then far beyond, an edge of a number range, infinite or not a
 /// number.

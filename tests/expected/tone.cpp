@@ -49,7 +49,11 @@ int Saturated(int channel, int gray, int amount) {
 } // namespace
 
 Picture Invert(const Picture &source, Rectangle rectangle, Picture before) {
-    return MapArea(source, AreaOfInversion(source, rectangle), std::move(before), [](Rgb p) {
+    if (rectangle.width == 0) // in an inversion alone
+        rectangle.width = source.width;
+    if (rectangle.height == 0)
+        rectangle.height = source.height;
+    return MapArea(source, AreaOf(source, rectangle), std::move(before), [](Rgb p) {
         return Rgb{255 - p.red, 255 - p.green, 255 - p.blue};
     });
 }
@@ -62,31 +66,18 @@ Picture InvertGray(const Picture &source, Rectangle rectangle, Picture before) {
     });
 }
 
-Picture Contrast(const Picture &source, PerChannel contrast) {
-    return MapLevels(source, contrast, {}, [](int level, double c, double) { return Contrasted(level, c); });
-}
-
-Picture LinearBrightness(const Picture &source, PerChannel brightness) {
-    return MapLevels(source, {}, brightness, [](int level, double, double b) { return Brightened(level, b); });
-}
-
-Picture AbsoluteBrightness(const Picture &source, PerChannel brightness) {
-    return MapLevels(source, {}, brightness, [](int level, double, double b) { return level + b; });
-}
-
-Picture ContrastLinearBrightness(const Picture &source, PerChannel contrast, PerChannel brightness) {
+Picture AdjustLinear(const Picture &source, PerChannel contrast, PerChannel brightness) {
     return MapLevels(source, contrast, brightness,
                      [](int level, double c, double b) { return Brightened(Contrasted(level, c), b); });
 }
 
-Picture ContrastAbsoluteBrightness(const Picture &source, PerChannel contrast, PerChannel brightness) {
+Picture AdjustAbsolute(const Picture &source, PerChannel contrast, PerChannel brightness) {
     return MapLevels(source, contrast, brightness,
                      [](int level, double c, double b) { return Contrasted(level, c) + b; });
 }
 
-Picture CustomTransform(const Picture &source, double a, double b) {
-    return MapLevels(source, Each(a), Each(b),
-                     [](int level, double factor, double sum) { return level * factor + sum; });
+Picture AdjustCustom(const Picture &source, PerChannel factor, PerChannel sum) {
+    return MapLevels(source, factor, sum, [](int level, double f, double s) { return level * f + s; });
 }
 
 Picture Saturation(const Picture &source, int amount) {

@@ -1,6 +1,5 @@
 #pragma once
 
-#include "expected/area.h"
 #include "expected/picture.h"
 
 #include <cstdint>
@@ -21,13 +20,12 @@ inline PerChannel Each(double value) { return {value, value, value}; }
 Picture Invert(const Picture &source, Rectangle rectangle, Picture before);
 Picture InvertGray(const Picture &source, Rectangle rectangle, Picture before);
 
-Picture Contrast(const Picture &source, PerChannel contrast);
-Picture LinearBrightness(const Picture &source, PerChannel brightness);
-Picture AbsoluteBrightness(const Picture &source, PerChannel brightness);
-Picture ContrastLinearBrightness(const Picture &source, PerChannel contrast, PerChannel brightness);
-Picture ContrastAbsoluteBrightness(const Picture &source, PerChannel contrast, PerChannel brightness);
+// A contrast or brightness of 0 changes nothing.
+Picture AdjustLinear(const Picture &source, PerChannel contrast, PerChannel brightness);
+Picture AdjustAbsolute(const Picture &source, PerChannel contrast, PerChannel brightness);
+/// Level x becomes x * factor + sum.
+Picture AdjustCustom(const Picture &source, PerChannel factor, PerChannel sum);
 
-Picture CustomTransform(const Picture &source, double a, double b);
 Picture Saturation(const Picture &source, int amount);
 
 /// Colors are 0x00RRGGBB.

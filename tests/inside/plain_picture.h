@@ -1,6 +1,5 @@
 #pragma once
 
-#include "expected/layout.h"
 #include "expected/noise.h"
 #include "pixels/picture_editor.h"
 

@@ -1,6 +1,6 @@
 #include "output/wu_line.h"
 
-#include "expected/waveform.h"
+#include "expected/output.h"
 #include "inside/plain_picture.h"
 
 #include <gtest/gtest.h>

@@ -1,4 +1,4 @@
-#include "expected/byte_string.h"
+#include "expected/output.h"
 
 #include "support/pictures.h"
 

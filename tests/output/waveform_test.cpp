@@ -1,4 +1,4 @@
-#include "expected/waveform.h"
+#include "expected/output.h"
 
 #include "support/pictures.h"
 

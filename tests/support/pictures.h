@@ -1,7 +1,5 @@
 #pragma once
 
-#include "expected/area.h"
-#include "expected/layout.h"
 #include "expected/noise.h"
 #include "support/levels.h"
 #include "support/test_host.h"
@@ -61,8 +59,6 @@ inline expected::StoredPicture WordsOf(const standin::Picture &picture) {
     return stored;
 }
 
-inline expected::Picture ColorsOf(const standin::Picture &picture) { return expected::Load(WordsOf(picture)); }
-
 /// Whether the host's picture holds exactly these words. Tells the first that differs and how many do.
 inline testing::AssertionResult Shows(const standin::Picture &picture, const expected::StoredPicture &wanted) {
     if (picture.width != wanted.width || picture.height != wanted.height)
@@ -89,11 +85,6 @@ inline testing::AssertionResult Shows(const standin::Picture &picture, const exp
 
 /// What the host puts into every pixel of a new picture.
 inline constexpr std::uint32_t kFreshWord = 0x5EEDC0DE;
-
-/// A new picture as expected values show it.
-inline expected::Picture Fresh(int width, int height, expected::Layout layout) {
-    return expected::Filled(width, height, expected::ColorOf(kFreshWord, layout));
-}
 
 /// Whether the picture holds these colors, every pixel opaque. A pixel of the color of fresh ones may also be fresh.
 inline testing::AssertionResult Shows(const standin::Picture &picture, const expected::Picture &wanted) {
@@ -213,11 +204,11 @@ class EveryWay : public testing::TestWithParam<Way> {
                 return;
         }
     }
-    expected::Layout NewLayout() const {
-        return expected::LayoutOf(GetParam().newAlphaInfo == 0 ? 8 : static_cast<int>(GetParam().newAlphaInfo));
-    }
+    /// A new picture of that size, as expected values show it.
     expected::Picture FreshLike(const expected::Picture &picture) const {
-        return Fresh(picture.width, picture.height, NewLayout());
+        const int format = GetParam().newAlphaInfo == 0 ? 8 : static_cast<int>(GetParam().newAlphaInfo);
+        return expected::Filled(picture.width, picture.height,
+                                expected::ColorOf(kFreshWord, expected::LayoutOf(format)));
     }
 
     std::set<int> highestLevels = {1}; ///< of the kernels that run in this test

@@ -12,35 +12,25 @@ using standin::Value;
 
 using EveryToneOperation = EveryOperation;
 
-PerChannel Any(Random &random, double useful) {
-    return {AnyDouble(random, useful), AnyDouble(random, useful), AnyDouble(random, useful)};
-}
+enum Arguments { Contrast, Brightness, Both };
 
-/// The one-value and the per-channel form of an adjustment with one parameter a channel.
-template <Picture (*adjust)(const Picture &, PerChannel), int useful> Trial OneValue(Random &random, const Picture &) {
-    const double value = AnyDouble(random, useful);
-    return {{value}, [=](const Picture &source, const Picture &) { return adjust(source, Each(value)); }};
-}
-template <Picture (*adjust)(const Picture &, PerChannel), int useful>
-Trial ThreeValues(Random &random, const Picture &) {
-    const PerChannel value = Any(random, useful);
-    return {{value.red, value.green, value.blue},
-            [=](const Picture &source, const Picture &) { return adjust(source, value); }};
-}
-
-/// The same for contrast followed by brightness.
-using AdjustBoth = Picture (*)(const Picture &, PerChannel, PerChannel);
-template <AdjustBoth adjust> Trial TwoValues(Random &random, const Picture &) {
-    const double contrast = AnyDouble(random, 3);
-    const double brightness = AnyDouble(random, 255);
-    return {{contrast, brightness},
-            [=](const Picture &source, const Picture &) { return adjust(source, Each(contrast), Each(brightness)); }};
-}
-template <AdjustBoth adjust> Trial SixValues(Random &random, const Picture &) {
-    const PerChannel contrast = Any(random, 3);
-    const PerChannel brightness = Any(random, 255);
-    return {{contrast.red, contrast.green, contrast.blue, brightness.red, brightness.green, brightness.blue},
-            [=](const Picture &source, const Picture &) { return adjust(source, contrast, brightness); }};
+/// An adjustment that has these arguments, one of each or one a channel.
+template <Picture (*adjust)(const Picture &, PerChannel, PerChannel), Arguments has, bool perChannel = false>
+Trial Adjusted(Random &random, const Picture &) {
+    std::vector<Value> arguments;
+    const auto any = [&](double useful) {
+        PerChannel values = Each(AnyDouble(random, useful));
+        arguments.emplace_back(values.red);
+        if (perChannel) {
+            values.green = AnyDouble(random, useful);
+            values.blue = AnyDouble(random, useful);
+            arguments.insert(arguments.end(), {values.green, values.blue});
+        }
+        return values;
+    };
+    const PerChannel contrast = has == Brightness ? PerChannel() : any(3);
+    const PerChannel brightness = has == Contrast ? PerChannel() : any(255);
+    return {arguments, [=](const Picture &source, const Picture &) { return adjust(source, contrast, brightness); }};
 }
 
 template <Picture (*invert)(const Picture &, Rectangle, Picture)> Trial InArea(Random &random, const Picture &picture) {
@@ -50,12 +40,6 @@ template <Picture (*invert)(const Picture &, Rectangle, Picture)> Trial InArea(R
 }
 template <Picture (*invert)(const Picture &, Rectangle, Picture)> Trial Whole(Random &, const Picture &) {
     return {{}, [](const Picture &source, const Picture &fresh) { return invert(source, {}, fresh); }};
-}
-
-Trial AnyCustom(Random &random, const Picture &) {
-    const double a = AnyDouble(random, 3);
-    const double b = AnyDouble(random, 255);
-    return {{a, b}, [=](const Picture &source, const Picture &) { return CustomTransform(source, a, b); }};
 }
 
 Trial AnySaturation(Random &random, const Picture &) {
@@ -75,17 +59,17 @@ TEST_P(EveryToneOperation, IsExact) {
         {"InvertKVT", InArea<Invert>},
         {"InvertGrayKVT", Whole<InvertGray>},
         {"InvertGrayKVT", InArea<InvertGray>},
-        {"ChangeContrastKVT", OneValue<Contrast, 3>, 2},
-        {"ChangeContrastKVT", ThreeValues<Contrast, 3>, 2},
-        {"ChangeBrightnessLinearKVT", OneValue<LinearBrightness, 255>, 2},
-        {"ChangeBrightnessLinearKVT", ThreeValues<LinearBrightness, 255>, 2},
-        {"ChangeBrightnessAbsoluteKVT", OneValue<AbsoluteBrightness, 255>, 2},
-        {"ChangeBrightnessAbsoluteKVT", ThreeValues<AbsoluteBrightness, 255>, 2},
-        {"ChangeContrastBrightnessLinearKVT", TwoValues<ContrastLinearBrightness>, 2},
-        {"ChangeContrastBrightnessLinearKVT", SixValues<ContrastLinearBrightness>, 2},
-        {"ChangeContrastBrightnessAbsoluteKVT", TwoValues<ContrastAbsoluteBrightness>, 2},
-        {"ChangeContrastBrightnessAbsoluteKVT", SixValues<ContrastAbsoluteBrightness>, 2},
-        {"ChangeCustomKVT", AnyCustom, 2},
+        {"ChangeContrastKVT", Adjusted<AdjustAbsolute, Contrast>, 2},
+        {"ChangeContrastKVT", Adjusted<AdjustAbsolute, Contrast, true>, 2},
+        {"ChangeBrightnessLinearKVT", Adjusted<AdjustLinear, Brightness>, 2},
+        {"ChangeBrightnessLinearKVT", Adjusted<AdjustLinear, Brightness, true>, 2},
+        {"ChangeBrightnessAbsoluteKVT", Adjusted<AdjustAbsolute, Brightness>, 2},
+        {"ChangeBrightnessAbsoluteKVT", Adjusted<AdjustAbsolute, Brightness, true>, 2},
+        {"ChangeContrastBrightnessLinearKVT", Adjusted<AdjustLinear, Both>, 2},
+        {"ChangeContrastBrightnessLinearKVT", Adjusted<AdjustLinear, Both, true>, 2},
+        {"ChangeContrastBrightnessAbsoluteKVT", Adjusted<AdjustAbsolute, Both>, 2},
+        {"ChangeContrastBrightnessAbsoluteKVT", Adjusted<AdjustAbsolute, Both, true>, 2},
+        {"ChangeCustomKVT", Adjusted<AdjustCustom, Both>, 2},
         {"ChangeSaturationKVT", AnySaturation, 2},
         {"TintPictureKVT", AnyTint, 2, true, true},
     };
@@ -234,9 +218,9 @@ TEST_P(EveryLevel, AdjustsAlongAnyLines) {
     highestLevels = {1, 2};
     for (const auto &[what, a, b] : kCustoms)
         Expect("ChangeCustomKVT", {a, b},
-               [&, a = a, b = b](const Picture &source) { return CustomTransform(source, a, b); });
+               [&, a = a, b = b](const Picture &source) { return AdjustCustom(source, Each(a), Each(b)); });
     for (int i = 0; i < 60; ++i) {
-        const Trial trial = SixValues<ContrastLinearBrightness>(random, distances);
+        const Trial trial = Adjusted<AdjustLinear, Both, true>(random, distances);
         Expect("ChangeContrastBrightnessLinearKVT", trial.arguments,
                [&](const Picture &source) { return trial.wanted(source, source); });
     }

@@ -3,9 +3,17 @@
 #include "expected/picture.h"
 
 #include <cstdint>
+#include <optional>
+#include <string>
 #include <vector>
 
 namespace expected {
+
+/// The byte string of a picture.
+std::string BytesOf(const Picture &picture);
+
+/// The picture of a byte string; none for a string that is refused.
+std::optional<Picture> PictureOf(const std::string &bytes);
 
 /// The arguments of the script method, with its defaults.
 struct WaveformArguments {
@@ -24,14 +32,12 @@ struct WaveformArguments {
 /// A line that the host is asked to draw.
 struct Segment {
     std::int64_t x0, y0, x1, y1;
-    bool operator==(const Segment &) const = default;
 };
 
 struct Waveform {
     bool made = false;
     Picture picture;               ///< without the host's lines
     std::vector<Segment> segments; ///< for an outline of width 2 or more, in drawing order
-    bool operator==(const Waveform &) const = default;
 };
 
 /// The overview of the samples in `block`, computed the slow way: sample by sample, column by column, and with lines

@@ -1,4 +1,6 @@
-#include "expected/layout.h"
+#include "expected/picture.h"
+
+#include <algorithm>
 
 namespace expected {
 
@@ -18,6 +20,38 @@ int ByteAt(std::uint32_t word, int place) { return static_cast<int>((word >> (8 
 std::uint32_t AtPlace(int byte, int place) { return static_cast<std::uint32_t>(byte) << (8 * place); }
 
 } // namespace
+
+Picture Filled(int width, int height, Rgb color) {
+    return {width, height, std::vector<Rgb>(static_cast<std::size_t>(width) * static_cast<std::size_t>(height), color)};
+}
+
+Picture Cut(const Picture &picture, int left, int top, int width, int height) {
+    Picture cut = Filled(width, height, {});
+    for (int y = 0; y < height; ++y)
+        for (int x = 0; x < width; ++x)
+            cut.At(x, y) = picture.At(left + x, top + y);
+    return cut;
+}
+
+Area AreaOf(const Picture &picture, Rectangle rectangle) {
+    const long long width = rectangle.width >= 0 ? rectangle.width : picture.width;
+    const long long height = rectangle.height >= 0 ? rectangle.height : picture.height;
+    Area area;
+    area.right = std::min<long long>(rectangle.left + width, picture.width);
+    area.bottom = std::min<long long>(rectangle.top + height, picture.height);
+    area.left = std::max(rectangle.left, 0);
+    area.top = std::max(rectangle.top, 0);
+    return area;
+}
+
+Area AreaOf(const Picture &picture, Bounds bounds) {
+    Area area;
+    area.right = bounds.maxX > bounds.minX && bounds.maxX < picture.width ? bounds.maxX : picture.width;
+    area.bottom = bounds.maxY > bounds.minY && bounds.maxY < picture.height ? bounds.maxY : picture.height;
+    area.left = std::max(bounds.minX, 0);
+    area.top = std::max(bounds.minY, 0);
+    return area;
+}
 
 Layout LayoutOf(int format) {
     if (format == 8)
