@@ -2,6 +2,24 @@
 
 #include "fuzz/run.h"
 
+#include <fmt/format.h>
+
+namespace {
+
+/// Makes a finding when the host's picture is another one.
+void ExpectPicture(const standin::Picture &found, const expected::Picture &wanted) {
+    if (found.width != wanted.width || found.height != wanted.height)
+        fuzz::Finding(fmt::format("{}, not {} x {}", found.Describe(), wanted.width, wanted.height));
+    const bool console = found.description.form == standin::Form::Console;
+    const expected::Layout layout = expected::LayoutOf(console ? 8 : static_cast<int>(found.description.alphaInfo));
+    for (int y = 0; y < wanted.height; ++y)
+        for (int x = 0; x < wanted.width; ++x)
+            if (const std::uint32_t word = expected::OpaqueWord(wanted.At(x, y), layout); found.Word(x, y) != word)
+                fuzz::Finding(fmt::format("({}, {}) holds 0x{:08X}, not 0x{:08X}", x, y, found.Word(x, y), word));
+}
+
+} // namespace
+
 /// The input is a byte string: reading it gives exactly the picture that it holds or nil, and writing that picture
 /// gives the bytes that the plain computation gives.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
@@ -16,7 +34,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     if (read.value.IsNil() != (!wanted || run.poor))
         fuzz::Finding(wanted ? "a picture was refused" : "a picture came from a wrong string");
     if (!read.value.IsNil())
-        fuzz::ExpectPicture(read.picture(), *wanted);
+        ExpectPicture(read.picture(), *wanted);
 
     standin::Value picture = read.value;
     if (wanted && run.poor) // this host's picture, so that the heap is what refuses

@@ -1,7 +1,6 @@
 #include "fuzz/run.h"
 
 #include "color/methods.h"
-#include "expected/picture.h"
 #include "inside/heap.h"
 #include "kernels/level.h"
 #include "plugin/interface.h"
@@ -78,22 +77,8 @@ Run::~Run() {
 void Run::AtLevel(int level) { kvt::gForcedLevel = level; }
 
 standin::Result Run::CallGlobal(std::string_view method, std::vector<standin::Value> arguments) {
-    const HeapGrants grants(poor ? 0 : -1);
+    const heap::Grants grants(poor ? 0 : -1);
     return host.CallGlobalWith(method, std::move(arguments));
-}
-
-HeapGrants::HeapGrants(int allocations) { heap::granted = allocations; }
-HeapGrants::~HeapGrants() { heap::granted = -1; }
-
-void ExpectPicture(const standin::Picture &found, const expected::Picture &wanted) {
-    if (found.width != wanted.width || found.height != wanted.height)
-        Finding(fmt::format("{}, not {} x {}", found.Describe(), wanted.width, wanted.height));
-    const bool console = found.description.form == standin::Form::Console;
-    const expected::Layout layout = expected::LayoutOf(console ? 8 : static_cast<int>(found.description.alphaInfo));
-    for (int y = 0; y < wanted.height; ++y)
-        for (int x = 0; x < wanted.width; ++x)
-            if (const std::uint32_t word = expected::OpaqueWord(wanted.At(x, y), layout); found.Word(x, y) != word)
-                Finding(fmt::format("({}, {}) holds 0x{:08X}, not 0x{:08X}", x, y, found.Word(x, y), word));
 }
 
 } // namespace fuzz

@@ -1,6 +1,5 @@
 #pragma once
 
-#include "expected/picture.h"
 #include "standin/host.h"
 
 #include <string>
@@ -27,20 +26,8 @@ class Run {
 
     /// Runs the operation at an instruction-set level: 0 to 2, or -1 for the best.
     void AtLevel(int level);
-    /// As a script calls a global method; the heap grants `allocations` before it is exhausted, all when negative.
+    /// As a script calls a global method.
     standin::Result CallGlobal(std::string_view method, std::vector<standin::Value> arguments);
 };
-
-/// Lets the heap grant so many more allocations to the module while this lives; negative: all.
-class HeapGrants {
-  public:
-    explicit HeapGrants(int allocations);
-    ~HeapGrants();
-    HeapGrants(const HeapGrants &) = delete;
-    HeapGrants &operator=(const HeapGrants &) = delete;
-};
-
-/// Makes a finding when the host's picture is another one.
-void ExpectPicture(const standin::Picture &found, const expected::Picture &wanted);
 
 } // namespace fuzz

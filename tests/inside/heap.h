@@ -7,6 +7,12 @@ namespace heap {
 /// How many more allocations of cleared memory the heap grants; negative: all.
 inline int granted = -1;
 
+/// Lets it grant so many while this lives.
+struct Grants {
+    explicit Grants(int allocations) { granted = allocations; }
+    ~Grants() { granted = -1; }
+};
+
 /// Bytes of the last such request, granted or not; 0 for none.
 inline std::size_t asked = 0;
 

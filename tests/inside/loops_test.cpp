@@ -1,13 +1,15 @@
 #include "expected/color.h"
+#include "inside/heap.h"
 #include "inside/plain_picture.h"
 #include "kernels/channel_tables.h"
 #include "kernels/level.h"
+#include "kernels/rotate.h"
 #include "support/levels.h"
 
 #include <gtest/gtest.h>
 
-/// The loop that kernels share, where no picture of a host's leads it: with stores past the caches, which large
-/// pictures take alone, and in rows that begin at odd addresses.
+/// Loops where no picture of a host's leads them: with stores past the caches, which large pictures take alone, and in
+/// rows that begin at odd addresses.
 namespace {
 
 using namespace kvt;
@@ -54,9 +56,7 @@ TEST_P(EveryLevel, MapsAnAreaWhereverItLies) {
                         for (std::int32_t x = area.left; x < area.right; ++x)
                             wanted.SetWord(x, y, expected::OpaqueWord(mapped.At(x, y), target.layout));
                     const std::vector<unsigned char> before = source.bytes;
-                    const Opened toPicture(target);
-                    const Opened fromPicture(source);
-                    MapJob job = JobOf(*toPicture, area, *fromPicture);
+                    MapJob job = JobOf(target.Opened(), area, source.Opened());
                     job.stream = stream;
                     MapThroughTables(job, tables);
                     ASSERT_TRUE(target.bytes == wanted.bytes && source.bytes == before)
@@ -68,9 +68,9 @@ TEST_P(EveryLevel, MapsAnAreaWhereverItLies) {
 TEST(Jobs, KeepInsideAllPicturesAndStreamLargeResultsApart) {
     Memory small(expected::Noise(3, 5, 1), 1);
     Memory other(expected::Noise(9, 4, 2), 2);
-    const MapJob job = JobOf(*Opened(small), {1, 0, 8, 9}, *Opened(other));
+    const MapJob job = JobOf(small.Opened(), {1, 0, 8, 9}, other.Opened());
     EXPECT_EQ(std::tuple(job.area.left, job.area.top, job.area.right, job.area.bottom), std::tuple(1, 0, 3, 4));
-    PictureEditor large = *Opened(small);
+    PictureEditor large = small.Opened();
     large.width = 2048;
     large.height = 1024;
     PictureEditor source = large;
@@ -78,6 +78,16 @@ TEST(Jobs, KeepInsideAllPicturesAndStreamLargeResultsApart) {
     EXPECT_TRUE(JobOf(large, {0, 0, 2048, 1024}, source).stream);
     EXPECT_FALSE(JobOf(large, {0, 0, 2047, 1024}, source).stream) << "fits the caches";
     EXPECT_FALSE(JobOf(large, {0, 0, 2048, 1024}, source, large).stream) << "in place";
+}
+
+TEST(Wrapping, LeavesPixelsWhereTheyAreWhenMemoryIsRefused) {
+    Memory memory(expected::Noise(5, 3, 1), kConsoleFormat);
+    const std::vector<unsigned char> before = memory.bytes;
+    const heap::Grants none(0);
+    EXPECT_TRUE(WrapVertically(memory.Opened(), -3)) << "nothing to move, no buffer needed";
+    EXPECT_FALSE(WrapVertically(memory.Opened(), 1));
+    EXPECT_FALSE(WrapHorizontally(memory.Opened(), 1));
+    EXPECT_EQ(memory.bytes, before);
 }
 
 } // namespace

@@ -45,32 +45,26 @@ struct Memory {
     }
     void SetWord(std::int32_t x, std::int32_t y, std::uint32_t word) { std::memcpy(&bytes[Offset(x, y)], &word, 4); }
 
+    /// An editor over it, which ends before the next one is asked for.
+    kvt::PictureEditor Opened() {
+        kvt::PictureEditor editor = {};
+        editor.rowBytes = static_cast<std::int32_t>(RowBytes());
+        editor.width = width;
+        editor.height = height;
+        editor.format = format;
+        editor.firstRow = &bytes[Offset(0, 0)];
+        table.clear();
+        for (std::int32_t y = 0; y < height; ++y)
+            table.push_back(&bytes[Offset(0, y)]);
+        editor.rowTable = format == kvt::kConsoleFormat ? table.data() : nullptr;
+        return editor;
+    }
+
     std::int32_t width;
     std::int32_t height;
     std::int32_t format;
     expected::Layout layout;
     std::size_t guard;
     std::vector<unsigned char> bytes;
-};
-
-/// An editor over the memory.
-class Opened {
-  public:
-    explicit Opened(Memory &memory) {
-        editor_.rowBytes = static_cast<std::int32_t>(memory.RowBytes());
-        editor_.width = memory.width;
-        editor_.height = memory.height;
-        editor_.format = memory.format;
-        editor_.firstRow = &memory.bytes[memory.Offset(0, 0)];
-        if (memory.format != kvt::kConsoleFormat)
-            return;
-        for (std::int32_t y = 0; y < memory.height; ++y)
-            table_.push_back(&memory.bytes[memory.Offset(0, y)]);
-        editor_.rowTable = table_.data();
-    }
-    const kvt::PictureEditor &operator*() const { return editor_; }
-
-  private:
-    std::vector<void *> table_;
-    kvt::PictureEditor editor_ = {};
+    std::vector<void *> table = {}; ///< of an editor's rows
 };

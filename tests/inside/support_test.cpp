@@ -51,11 +51,10 @@ void OfferFallback() {
 TEST(Memory, RefusesSizesOutsideItsRange) {
     constexpr long long kLargest = 0x7FFFFFFF;
     for (const long long size : {0LL, -1LL, 1LL, kLargest, kLargest + 1, 1LL << 32, 1LL << 62}) {
-        heap::granted = 0;
+        const heap::Grants none(0);
         heap::asked = 0;
         EXPECT_EQ(AllocateClearMemory(size), nullptr) << size;
         EXPECT_EQ(heap::asked, size >= 1 && size <= kLargest ? static_cast<std::size_t>(size) : 0);
-        heap::granted = -1;
     }
     EXPECT_FALSE(ClearBuffer<double>(0x10000000)) << "the size in bytes counts";
     EXPECT_FALSE(ClearBuffer<double>((1LL << 61) + 1)) << "a size beyond 64 bits does not wrap";
@@ -178,7 +177,7 @@ TEST(BuildString, KeepsBytesDeclaresTheirEncodingAndConvertsWideOnes) {
             expectBuilt(text.data(), length, kEncodingUtf32, '<' + narrow + '>', kEncodingUtf8);
             EXPECT_EQ(fake::log.back(), "the last of " + narrow) << "what was built for the conversion";
         }
-        heap::granted = 0;
+        const heap::Grants none(0);
         const std::uint32_t many[200] = {};
         EXPECT_EQ(REALBuildUnicodeString(many, sizeof many, kEncodingUtf32), nullptr);
         EXPECT_NE(REALBuildUnicodeString(many, 400, kEncodingUtf32), nullptr) << "needs no heap";

@@ -43,7 +43,7 @@ TEST(WuLine, OfAnyEndsIsTheOneDrawnStepByStep) {
         for (const std::int32_t format : kFormats) {
             Memory picture(paper, format);
             Memory after = picture;
-            DrawWuLine(*Opened(picture), x0, y0, x1, y1);
+            DrawWuLine(picture.Opened(), x0, y0, x1, y1);
             for (int y = 0; y < paper.height; ++y)
                 for (int x = 0; x < paper.width; ++x) {
                     const std::uint32_t opaque = expected::OpaqueWord(wanted.At(x, y), picture.layout);

@@ -2,15 +2,32 @@
 #include "expected/analysis.h"
 #include "inside/heap.h"
 #include "inside/plain_picture.h"
-#include "inside/randomness.h"
+#include "kernels/bit_lines.h"
+#include "kernels/rgb.h"
+#include "tone/straight_line.h"
 
 #include <gtest/gtest.h>
 
+#include <chrono>
+#include <cmath>
 #include <optional>
 #include <set>
+#include <sys/types.h>
 #include <utility>
 
-/// How much a search compares, counted in pixels, when the pictures are made to make it compare.
+/// What no result tells: how much is done for it, even when pictures are made to have much done.
+
+static bool gRefusesRandomness = false; ///< the system has no random bytes to give
+
+// The linker sends every getrandom of the test program here, but not those of the libraries around it.
+extern "C" {
+ssize_t __real_getrandom(void *bytes, std::size_t size, unsigned flags);
+
+ssize_t __wrap_getrandom(void *bytes, std::size_t size, unsigned flags) {
+    return gRefusesRandomness ? -1 : __real_getrandom(bytes, size, flags);
+}
+}
+
 namespace {
 
 using namespace kvt;
@@ -18,12 +35,54 @@ using expected::Picture;
 using expected::Rgb;
 using Place = std::pair<int, int>;
 
+/// Searches that follow the first one take its links: all of them together take no longer than a few walks over the
+/// empty words, where each would take one without.
+TEST(BitLines, AreWalkedOnceWhereTheyAreEmpty) {
+    constexpr std::int32_t kBits = 1 << 25;
+    BitLines<WordOrder::LineByLine> lines(1, kBits);
+    ASSERT_TRUE(lines);
+    lines.Word(0, lines.LineWords() - 1) = 0x80000000;
+    const auto timeOf = [&](int searches) {
+        const auto start = std::chrono::steady_clock::now();
+        for (int i = 0; i < searches; ++i)
+            EXPECT_EQ(lines.Next(0, 0, kBits), kBits - 1);
+        return std::chrono::steady_clock::now() - start;
+    };
+    const auto once = timeOf(1);
+    EXPECT_LT(timeOf(300), 30 * once);
+}
+
+/// Of settings as people give them and of any others; what rounding takes off a line is rare. That a line gives its
+/// table is looked at before it is used.
+TEST(StraightLine, GivesTheTablesOfAlmostAllAdjustments) {
+    constexpr int kDrawn = 4000;
+    expected::Random random(1);
+    const auto between = [&](double low, double high) { return low + random.Next() / 4294967296.0 * (high - low); };
+    int found = 0;
+    for (int i = 0; i < kDrawn; ++i) {
+        double scale = between(-2.5, 3);
+        double offset = between(-255, 255);
+        if (i % 2) {
+            scale = std::round(scale * 100) / 100;
+            offset = std::round(offset);
+        }
+        ChannelTable table;
+        for (int level = 0; level < 256; ++level)
+            table.levels[level] = static_cast<unsigned char>(ToByte(level * scale + offset));
+        StraightLine line;
+        found += FindLine(table, scale, line);
+    }
+    EXPECT_GE(found, kDrawn * 99 / 100);
+}
+
+// The search compares, which is counted in pixels.
+
 std::optional<Place> Find(const Picture &haystack, const Picture &needle, SearchEffort &effort,
                           DrawBases draw = DrawByChance) {
     Memory in(haystack, 2);
     Memory of(needle, kConsoleFormat);
     Point hit{};
-    return FindNeedle(*Opened(in), *Opened(of), hit, effort, draw) ? std::optional(Place(hit.x, hit.y)) : std::nullopt;
+    return FindNeedle(in.Opened(), of.Opened(), hit, effort, draw) ? std::optional(Place(hit.x, hit.y)) : std::nullopt;
 }
 
 /// The bases that the pictures of these tests are made for, drawn as often as foreseen for each hash, and then such as
@@ -128,9 +187,8 @@ TEST(SearchEffort, StaysBelowAPictureUnlessMemoryIsRefused) {
                     SCOPED_TRACE(testing::Message() << texture.what << ", " << width << " x " << height << ", up to ("
                                                     << at.first << ", " << at.second << "), granted " << granted);
                     SearchEffort effort;
-                    heap::granted = granted;
+                    const heap::Grants grants(granted);
                     EXPECT_EQ(Find(haystack, needle, effort), wanted);
-                    heap::granted = -1;
                     if (granted == 0)
                         continue;
                     EXPECT_LE(effort.compared, std::int64_t{width} * height + 2 * 24 * 5);
@@ -144,7 +202,7 @@ TEST(SearchEffort, StaysBelowAPictureUnlessMemoryIsRefused) {
 
 TEST(SearchEffort, IsForeseenByNobody) {
     for (const bool refused : {false, true}) {
-        randomness::refused = refused;
+        gRefusesRandomness = refused;
         std::set<std::uint32_t> drawn;
         for (int i = 0; i < 50; ++i) {
             HashBases bases[kHashes];
@@ -155,7 +213,7 @@ TEST(SearchEffort, IsForeseenByNobody) {
                     drawn.insert(base);
                 }
         }
-        randomness::refused = false;
+        gRefusesRandomness = false;
         EXPECT_GE(drawn.size(), 199u) << "of 200, of which two may be equal by chance";
     }
 }
