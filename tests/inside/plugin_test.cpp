@@ -1,6 +1,6 @@
-#include "inside/fake_host.h"
-
 #include "plugin/plugin_main.h"
+
+#include <gtest/gtest.h>
 
 namespace {
 
@@ -49,14 +49,6 @@ TEST(ConsoleFlags, OfAClassReachAllItsTables) {
     REALclassDefinition bare = {.propertyCount = 5, .methodCount = 5, .flags = 0x40000, .moreMethodCount = 1};
     FixConsoleFlags(&bare); // counts without tables
     EXPECT_EQ(bare.flags, 4u);
-}
-
-TEST(Registration, ANullResolverOrABareHostIsNoCrash) {
-    fake::InFreshProcess([] {
-        REALPluginMain(nullptr);
-        REALPluginMain(fake::Resolve); // a host that has no entry at all
-        EXPECT_EQ(rbversion_rbversion, 0.0);
-    });
 }
 
 } // namespace

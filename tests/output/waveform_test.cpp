@@ -56,6 +56,7 @@ const struct {
     {"many samples a column", 2000, {.smooth = 4, .width = 65, .height = 33}},
     {"ranges of uneven length", 1000, {.width = 333, .height = 20}},
     {"more columns than samples, thrice over", 1, {.width = 3, .height = 9}},
+    {"as many rows as by default", 90, {.width = 40}},
     {"a part of the block", 900, {.sampleCount = 311, .width = 100, .height = 31}},
     {"more samples than the block holds", 100, {.sampleCount = kMost, .height = 31}},
     {"a last half sample is left out", 101, {.height = 31, .bits = 16}},
@@ -65,9 +66,6 @@ const struct {
     {"no smoothing by -1", 2000, {.smooth = -1, .width = 120, .height = 64}},
     {"no smoothing by the smallest number", 2000, {.smooth = -kMost - 1, .width = 120, .height = 64}},
     {"a column of more samples than fit one sum of 32 bits", 300000, {.width = 2, .height = 999}},
-    {"one row", 400, {.width = 40, .height = 1}},
-    {"two rows", 400, {.width = 40, .height = 2}},
-    {"one column", 400, {.width = 1, .height = 60}},
     {"rows beyond 16 bits", 90, {.width = 4, .height = 32767}},
     {"the widest picture", 70000, {.width = 32767, .height = 3}},
 };
@@ -141,24 +139,6 @@ TEST(Waveform, OfPlainSignals) {
             EXPECT_EQ(result.picture().ColorAt(row.column, y), y >= row.top && y <= row.bottom ? 0x274C5Au : 0x88B5C4u)
                 << row.what << ", row " << y;
     }
-}
-
-/// Colors, kind of samples and scale as the declaration leaves them.
-TEST(Waveform, OfSilenceByDefault) {
-    TestHost host;
-    Picture flat = Filled(5, 500, {0x88, 0xB5, 0xC4});
-    Picture outlined = flat;
-    for (int x = 0; x < 5; ++x) {
-        flat.At(x, 250) = {0x27, 0x4C, 0x5A};
-        outlined.At(x, 250) = {0x20, 0x3F, 0x4E};
-    }
-    const Ref silent = host.MakeBlock(5, Bytes(5, 128));
-    EXPECT_PICTURE(host.CallGlobal("RenderSamplesKVT", silent, 0, 1, 0, 0, 0), flat);
-    EXPECT_PICTURE(host.CallGlobal("RenderSamplesKVT", silent, 0, 1, 0, 0, 1), outlined);
-    const Result thick = host.CallGlobal("RenderSamplesKVT", silent, 3, 1, 0, 0, 5);
-    EXPECT_EQ(thick.picture().width, 3);
-    ASSERT_EQ(thick.picture().lines.size(), 6u);
-    EXPECT_TRUE(thick.picture().lines.back() == (standin::DrawnLine{-1, 248, 0, 248, 5, 5, 0x203F4E}));
 }
 
 TEST(Waveform, Refused) {

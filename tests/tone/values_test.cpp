@@ -24,7 +24,6 @@ const struct {
 } kLevelResults[] = {
     {"ChangeContrastKVT", {-1.0}, {0, 5, 255}, {127, 127, 127}},
     {"ChangeContrastKVT", {1.0}, {0, 64, 100, 127, 128, 200}, {0, 1, 73, 127, 129, 255}},
-    {"ChangeContrastKVT", {-0.5}, {0, 1, 127, 128, 255}, {63, 64, 127, 127, 191}},
     {"ChangeContrastKVT", {1e300}, {0, 126, 128}, {0, 0, 255}},
     {"ChangeContrastKVT", {NAN}, {0, 200}, {0, 0}},
     {"ChangeBrightnessLinearKVT", {51.0}, {0, 1, 128, 255}, {51, 51, 153, 255}},
@@ -35,7 +34,6 @@ const struct {
     {"ChangeContrastBrightnessLinearKVT", {1.0, 51.0}, {0, 100, 127, 128, 200}, {0, 109, 152, 154, 255}},
     {"ChangeContrastBrightnessAbsoluteKVT", {1.0, 20.0}, {0, 100, 127, 128}, {0, 93, 147, 149}},
     {"ChangeCustomKVT", {0.5, 0.5}, {0, 1, 2, 3, 255}, {0, 1, 1, 2, 128}},
-    {"InvertKVT", {}, {0, 1, 255}, {255, 254, 0}},
 };
 
 const struct {
@@ -49,12 +47,9 @@ const struct {
     {"ChangeBrightnessAbsoluteKVT", {10.0, 0.0, -10.0}, {100, 100, 100}, {110, 100, 90}},
     {"ChangeSaturationKVT", {100}, {200, 100, 50}, {234, 96, 26}},
     {"ChangeSaturationKVT", {-100}, {200, 100, 50}, {165, 105, 75}},
-    {"ChangeSaturationKVT", {-100}, {0, 0, 255}, {25, 25, 179}},
     {"ChangeSaturationKVT", {INT32_MAX}, {200, 100, 112}, {255, 0, 0}},
     {"ChangeSaturationKVT", {-INT32_MAX - 1}, {200, 100, 50}, {0, 255, 255}},
     {"ReplaceColorKVT", {0xFF0A141E, 0x010203}, {10, 20, 30}, {1, 2, 3}},
-    {"ReplaceColorKVT", {0x0A141D, 0x010203}, {10, 20, 30}, {10, 20, 30}},
-    {"ExtractColorKVT", {0x0A141E, 0x010203, 0x040506}, {10, 20, 30}, {1, 2, 3}},
     {"ExtractColorKVT", {0x0A151E, 0x010203, 0x040506}, {10, 20, 30}, {4, 5, 6}},
 };
 
