@@ -61,7 +61,7 @@ void Report::Doing(const std::string &step) {
     setitimer(ITIMER_REAL, &timer, nullptr);
     static const char *const awaited = std::getenv("KVT_STOP_AT");
     if (awaited && step.find(awaited) != std::string::npos)
-        std::raise(SIGTRAP);
+        static_cast<void>(std::raise(SIGTRAP));
 }
 
 void Report::FoundOnce(const std::string &subject, const std::string &sentence) {

@@ -27,7 +27,7 @@ void DrawByChance(HashBases (&bases)[kHashes]) {
         for (std::uint64_t &word : words)
             word = Mixed(state++);
     }
-    for (int i = 0; i < kHashes; ++i)
+    for (std::ptrdiff_t i = 0; i < kHashes; ++i)
         bases[i] = {static_cast<std::uint32_t>(words[2 * i] % kPrime),
                     static_cast<std::uint32_t>(words[2 * i + 1] % kPrime)};
 }

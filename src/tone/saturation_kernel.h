@@ -18,7 +18,7 @@ struct Saturation : Reads<1> {
     Saturation(const Layout &layout, std::int32_t amount) : fourGrays(layout.InByteOrder(1, 2, 1, 0)) {
         const std::int64_t factor = std::int64_t{amount} + 255;
         const std::int64_t size = factor < 0 ? -factor : factor;
-        farthest = All8(static_cast<int>(size < 255 ? 255 : (255 * 255 + size - 1) / size));
+        farthest = All8(static_cast<int>(size < 255 ? 255 : (std::int64_t{255} * 255 + size - 1) / size));
         wholes = All16(static_cast<int>(size / 255 < 255 ? size / 255 : 255));
         rest = All16(static_cast<int>((size % 255 * 65536 + 254) / 255));
         reversed = All32(factor < 0 ? ~0u : 0);

@@ -55,7 +55,7 @@ bool FindLine(const ChannelTable &table, double slope, StraightLine &line) {
     while (line.exponent < kMostExponent && slopeAt(line.exponent) > 65535)
         ++line.exponent;
     const std::int32_t nearest = slopeAt(line.exponent) < 65535
-                                     ? static_cast<std::int32_t>(slopeAt(line.exponent) + 0.5)
+                                     ? static_cast<std::int32_t>(2 * slopeAt(line.exponent) + 1) / 2 // rounded
                                  : size == size ? 65535
                                                 : 0;
     for (std::int32_t step = 0; step <= 2 * kNeighbors; ++step) {
