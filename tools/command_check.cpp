@@ -28,7 +28,7 @@ struct CheckOptions {
     int patience = 20; ///< seconds that a call may take
 };
 
-std::string LineOf(const Rule &rule) { return fmt::format("{:15}  {}", rule.name, rule.promise); }
+std::string LineOf(const Rule &rule) { return fmt::format("{:15}  {}", rule.name, rule.promise); } // the longest name
 
 void PrintPlain(const Rule &rule, const Account &account) {
     constexpr std::size_t kShown = 4;

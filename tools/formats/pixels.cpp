@@ -58,7 +58,7 @@ std::uint32_t Unformed(const PixelForm &form, std::uint32_t word) {
     return WordOf(Layout::AlphaHigh, form.premultiplied ? Each(color, restore) : color, alpha);
 }
 
-/// Changes a row's words. What a change asks of the form, it asks before the loop.
+/// Changes a row's words.
 template <class Change> void ChangeWords(unsigned char *row, int width, Change change) {
     for (std::ptrdiff_t x = 0; x < width; ++x) {
         std::uint32_t word;
